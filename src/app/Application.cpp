@@ -1,0 +1,264 @@
+#include "app/Application.h"
+
+#include "app/BusyState.h"
+#include "app/DocumentWindow.h"
+#include "app/OpenJob.h"
+#include "app/PreferencesDialog.h"
+#include "app/RecentFiles.h"
+#include "app/RecoverPrompt.h"
+#include "app/WindowAlerts.h"
+#include "document/AudioClipboard.h"
+#include "platform/ScratchFolder.h"
+
+#include <QApplication>
+#include <algorithm>
+#include <system_error>
+
+namespace velloria
+{
+
+namespace
+{
+
+bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b)
+{
+    std::error_code error;
+    return a == b || (std::filesystem::equivalent(a, b, error) && !error);
+}
+
+} // namespace
+
+Application::Application(QObject* parent)
+    : QObject(parent)
+{
+    // Windows come and go while files are on their way in; finished() tells the end.
+    QApplication::setQuitOnLastWindowClosed(false);
+    connect(&BusyState::shared(), &BusyState::becameIdle, this, &Application::runWhenIdle);
+}
+
+Application::~Application()
+{
+    for (OpenJob* const job : mJobs)
+        delete job;
+    for (DocumentWindow* const window : mWindows)
+        delete window;
+    removeScratchFiles();
+}
+
+void Application::serve(const StartRequest& request)
+{
+    // A window must not change under a running effect.
+    if (BusyState::shared().isBusy()) {
+        mWaiting.push_back(request);
+        return;
+    }
+    bringToFront(request);
+    if (request.wantsNewDocument)
+        newDocument();
+    openFiles(request.files);
+    if (mWindows.empty() && mJobs.empty())
+        newDocument();
+}
+
+void Application::runWhenIdle()
+{
+    std::vector<StartRequest> waiting;
+    waiting.swap(mWaiting);
+    for (const StartRequest& request : waiting)
+        serve(request);
+}
+
+void Application::bringToFront(const StartRequest& request)
+{
+    if (!request.activationToken.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", request.activationToken);
+    if (DocumentWindow* const window = frontWindow())
+        window->bringToFront();
+}
+
+DocumentWindow* Application::frontWindow() const
+{
+    auto* const active = qobject_cast<DocumentWindow*>(QApplication::activeWindow());
+    if (active)
+        return active;
+    return mWindows.empty() ? nullptr : mWindows.back();
+}
+
+DocumentWindow* Application::addWindow(std::shared_ptr<SoundDocument> document)
+{
+    auto* const window = new DocumentWindow(std::move(document), *this);
+    mWindows.push_back(window);
+    connect(window, &DocumentWindow::closed, this, &Application::windowClosed);
+    window->bringToFront();
+    return window;
+}
+
+void Application::newDocument()
+{
+    addWindow(std::make_shared<SoundDocument>());
+}
+
+void Application::openFiles(const std::vector<std::filesystem::path>& paths)
+{
+    for (const std::filesystem::path& path : paths)
+        openFile(path);
+}
+
+DocumentWindow* Application::windowOf(const std::filesystem::path& path) const
+{
+    const auto found = std::find_if(mWindows.begin(), mWindows.end(), [&path](DocumentWindow* window) {
+        return !window->document().filePath().empty() && isSameFile(window->document().filePath(), path);
+    });
+    return found == mWindows.end() ? nullptr : *found;
+}
+
+void Application::openFile(const std::filesystem::path& path)
+{
+    if (DocumentWindow* const window = windowOf(path)) {
+        window->bringToFront();
+        return;
+    }
+    const bool isOnItsWay =
+        std::any_of(mJobs.begin(), mJobs.end(), [&path](const OpenJob* job) { return job->path() == path; });
+    if (isOnItsWay)
+        return;
+    auto* job = new OpenJob(path, this);
+    mJobs.push_back(job);
+    job->start([this, job](std::shared_ptr<SoundDocument> document, const MaybeError& error) {
+        didOpen(job, std::move(document), error);
+    });
+}
+
+void Application::takeJobOff(OpenJob* job)
+{
+    std::erase(mJobs, job);
+    job->deleteLater();
+}
+
+void Application::didOpen(OpenJob* job, std::shared_ptr<SoundDocument> document, const MaybeError& error)
+{
+    const std::filesystem::path path = job->path();
+    takeJobOff(job);
+    if (document) {
+        RecentFiles::add(path);
+        showDocument(std::move(document));
+        return;
+    }
+    if (mWindows.empty() && mJobs.empty())
+        newDocument();
+    if (error && !error->isUserCancelled())
+        showOpenError(path, *error);
+}
+
+void Application::showDocument(std::shared_ptr<SoundDocument> document)
+{
+    const QStringList warnings = document->openWarnings();
+    DocumentWindow* window = nullptr;
+    const auto pristine = std::find_if(mWindows.begin(), mWindows.end(),
+                                       [](DocumentWindow* candidate) { return candidate->isPristine(); });
+    if (pristine != mWindows.end() && !BusyState::shared().isBusy()) {
+        window = *pristine;
+        window->replaceDocument(std::move(document));
+        window->bringToFront();
+    } else {
+        window = addWindow(std::move(document));
+    }
+    if (!warnings.isEmpty())
+        QMetaObject::invokeMethod(
+            window, [window, warnings] { window->alerts().showWarning(warnings.join(u'\n')); },
+            Qt::QueuedConnection);
+}
+
+void Application::showOpenError(const std::filesystem::path& path, const Error& error)
+{
+    DocumentWindow* const window = frontWindow();
+    //: %1 is the name of a file, %2 the reason
+    //% "“%1” could not be opened.\n\n%2"
+    const QString message = qtTrId("open-error").arg(displayName(path), error.message);
+    QMetaObject::invokeMethod(
+        this,
+        [window = QPointer<DocumentWindow>(window), message] { WindowAlerts(window).showError(message); },
+        Qt::QueuedConnection);
+}
+
+void Application::reopen(DocumentWindow& window)
+{
+    auto* job = new OpenJob(window.document().filePath(), this);
+    mJobs.push_back(job);
+    job->start([this, job, target = QPointer<DocumentWindow>(&window)](
+                   const std::shared_ptr<SoundDocument>& document, const MaybeError& error) {
+        takeJobOff(job);
+        if (target && document)
+            target->replaceDocument(document);
+        else if (target && error && !error->isUserCancelled())
+            target->alerts().showError(error->message);
+    });
+}
+
+void Application::windowClosed(DocumentWindow* window)
+{
+    std::erase(mWindows, window);
+    finishIfIdle();
+}
+
+void Application::finishIfIdle()
+{
+    if (mWindows.empty() && mJobs.empty())
+        Q_EMIT finished();
+}
+
+bool Application::quit()
+{
+    if (BusyState::shared().isBusy())
+        return false;
+    // Nothing is closed before everything was asked.
+    const std::vector<DocumentWindow*> windows = mWindows;
+    for (DocumentWindow* const window : windows) {
+        if (!window->prepareToClose())
+            return false;
+    }
+    for (OpenJob* const job : mJobs)
+        job->deleteLater();
+    mJobs.clear();
+    for (DocumentWindow* const window : windows)
+        window->closeWithoutAsking();
+    finishIfIdle();
+    return true;
+}
+
+void Application::showPreferences()
+{
+    if (!mPreferences) {
+        mPreferences = new PreferencesDialog(frontWindow());
+        mPreferences->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    mPreferences->show();
+    mPreferences->raise();
+    mPreferences->activateWindow();
+}
+
+void Application::offerRecovery()
+{
+    mToldLeftOvers = ScratchFolder::leftOvers();
+    RecoverPrompt::showIfNeeded(frontWindow(), RecoverPrompt::openInFileBrowser);
+}
+
+void Application::removeScratchFiles()
+{
+    AudioClipboard::clipboard().setContents(nullptr);
+    // What nobody was told of yet is kept for the next start.
+    const std::vector<std::filesystem::path> leftOvers = ScratchFolder::leftOvers();
+    const auto wasTold = [this](const std::filesystem::path& file) {
+        return std::find(mToldLeftOvers.begin(), mToldLeftOvers.end(), file) != mToldLeftOvers.end();
+    };
+    if (std::all_of(leftOvers.begin(), leftOvers.end(), wasTold)) {
+        ScratchFolder::removeLeftOvers();
+        return;
+    }
+    for (const std::filesystem::path& file : leftOvers) {
+        if (wasTold(file))
+            ScratchFolder::removeFile(file);
+    }
+}
+
+} // namespace velloria

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "app/AppearanceController.h"
+#include "app/CommandLine.h"
+#include "app/DesktopPasteboard.h"
+#include "app/SingleInstance.h"
+#include "document/SoundDocument.h"
+
+#include <QObject>
+#include <QPointer>
+#include <filesystem>
+#include <vector>
+
+namespace velloria
+{
+
+class DocumentWindow;
+class OpenJob;
+class PreferencesDialog;
+
+/// The running editor: its windows, the files on their way in, and the end. Main thread; needs a
+/// QApplication.
+class Application : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Application(QObject* parent = nullptr);
+    ~Application() override;
+
+    /// Serves a start: a window for each file, a new document where there is no file.
+    void serve(const StartRequest& request);
+
+    void newDocument();
+    /// Each in a window of its own; a file that is open already comes to the front.
+    void openFiles(const std::vector<std::filesystem::path>& paths);
+    /// Reads a window's file anew, in place of what was changed.
+    void reopen(DocumentWindow& window);
+    /// Asks for every unsaved document; false when the person decided against quitting.
+    bool quit();
+    void showPreferences();
+    /// Tells of scratch files that an earlier run left.
+    void offerRecovery();
+
+    const std::vector<DocumentWindow*>& windows() const { return mWindows; }
+    bool isOpening() const { return !mJobs.empty(); }
+
+Q_SIGNALS:
+    /// The last window closed and nothing is on its way.
+    void finished();
+
+private:
+    DocumentWindow* addWindow(std::shared_ptr<SoundDocument> document);
+    void openFile(const std::filesystem::path& path);
+    void didOpen(OpenJob* job, std::shared_ptr<SoundDocument> document, const MaybeError& error);
+    void showDocument(std::shared_ptr<SoundDocument> document);
+    void showOpenError(const std::filesystem::path& path, const Error& error);
+    void windowClosed(DocumentWindow* window);
+    void finishIfIdle();
+    void takeJobOff(OpenJob* job);
+    DocumentWindow* windowOf(const std::filesystem::path& path) const;
+    DocumentWindow* frontWindow() const;
+    void bringToFront(const StartRequest& request);
+    void runWhenIdle();
+    void removeScratchFiles();
+
+    DesktopPasteboard mPasteboard;
+    AppearanceController mAppearance;
+    std::vector<DocumentWindow*> mWindows; ///< in the order of their opening
+    std::vector<OpenJob*> mJobs;
+    std::vector<StartRequest> mWaiting; ///< what came while a long operation ran
+    std::vector<std::filesystem::path> mToldLeftOvers;
+    QPointer<PreferencesDialog> mPreferences;
+};
+
+} // namespace velloria

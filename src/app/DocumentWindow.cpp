@@ -1,0 +1,375 @@
+#include "app/DocumentWindow.h"
+
+#include "app/Application.h"
+#include "app/BusyState.h"
+#include "app/EditActions.h"
+#include "app/EffectActions.h"
+#include "app/EffectDialog.h"
+#include "app/FileActions.h"
+#include "app/FileUrls.h"
+#include "app/HelpActions.h"
+#include "app/HistoryDock.h"
+#include "app/LevelScale.h"
+#include "app/ProgressSheet.h"
+#include "app/RulerWidget.h"
+#include "app/Settings.h"
+#include "app/StatusLine.h"
+#include "app/TrackNames.h"
+#include "app/ViewActions.h"
+#include "app/WaveformView.h"
+#include "app/WaveformWidget.h"
+#include "app/ZoomSlider.h"
+#include "platform/NotificationCenter.h"
+#include "platform/UserDefaults.h"
+
+#include <QCloseEvent>
+#include <QLocale>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QToolBar>
+#include <QVBoxLayout>
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr QSize kDefaultSize(1120, 560);
+constexpr int kActivityMilliseconds = 200;
+constexpr int kIconSize = 20;
+constexpr int kHistoryWidth = 200;
+
+} // namespace
+
+DocumentWindow::DocumentWindow(std::shared_ptr<SoundDocument> document, Application& application)
+    : mApplication(application)
+    , mAlerts(this)
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    setAcceptDrops(true);
+    adopt(std::move(document));
+    buildView();
+    buildHistory();
+    buildMenus();
+    buildToolBar();
+    const QSize size = UserDefaults::standard().value(Settings::windowSize).toSize();
+    resize(size.isValid() ? size : kDefaultSize);
+    connect(&mActivityTimer, &QTimer::timeout, this, &DocumentWindow::updateActivity);
+    mSettingsToken = NotificationCenter::standard().addObserver(Settings::didChange,
+                                                                [this](const void*) { settingsDidChange(); });
+    mView->setFocus();
+    updateState();
+    updateActivity();
+}
+
+DocumentWindow::~DocumentWindow()
+{
+    NotificationCenter::standard().removeObserver(mSettingsToken);
+    // A history that goes away tells so, and the views ask the controller until they are gone.
+    document().undoManager().disconnect(this);
+    delete takeCentralWidget();
+}
+
+void DocumentWindow::adopt(std::shared_ptr<SoundDocument> document)
+{
+    auto controller = std::make_unique<SoundController>(std::move(document), *this);
+    if (mController)
+        this->document().undoManager().disconnect(this);
+    if (mSubject)
+        mSubject->setController(*controller);
+    else
+        mSubject = std::make_unique<DocumentSubject>(*controller, [this](int64_t offset, int64_t length) {
+            setNeedsDisplayWithFrameOffset(offset, length);
+        });
+    mController = std::move(controller);
+    QUndoStack& history = this->document().undoManager();
+    connect(&history, &QUndoStack::cleanChanged, this, &DocumentWindow::updateState);
+    connect(&history, &QUndoStack::indexChanged, this, &DocumentWindow::updateState);
+    connect(&history, &QUndoStack::undoTextChanged, this, &DocumentWindow::updateState);
+    connect(&history, &QUndoStack::redoTextChanged, this, &DocumentWindow::updateState);
+    mController->startWaveformRender();
+    mActivityTimer.start(kActivityMilliseconds);
+}
+
+void DocumentWindow::replaceDocument(std::shared_ptr<SoundDocument> document)
+{
+    mHistory->setStack(nullptr);
+    adopt(std::move(document));
+    mHistory->setStack(&this->document().undoManager());
+    mView->context().documentDidReload();
+    mView->context().cueDidChange();
+    mView->context().zoomToDefault();
+    updateState();
+    updateActivity();
+}
+
+void DocumentWindow::buildView()
+{
+    auto* const central = new QWidget(this);
+    auto* const layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    mView = new WaveformView(*mSubject, central);
+    mStatusLine = new StatusLine(mView->context(), central);
+    layout->addWidget(mView, 1);
+    layout->addWidget(mStatusLine);
+    setCentralWidget(central);
+    connect(&mView->waveform(), &WaveformWidget::hintChanged, mStatusLine, &StatusLine::setHint);
+}
+
+void DocumentWindow::buildHistory()
+{
+    mHistory = new HistoryDock(this);
+    mHistory->setStack(&document().undoManager());
+    addDockWidget(Qt::RightDockWidgetArea, mHistory);
+    resizeDocks({mHistory}, {kHistoryWidth}, Qt::Horizontal);
+    mHistory->hide();
+}
+
+void DocumentWindow::buildMenus()
+{
+    mFileActions = std::make_unique<FileActions>(*this, *menuBar());
+    mEditActions = std::make_unique<EditActions>(*this, *menuBar(), *mHistory->toggleViewAction());
+    mViewActions = std::make_unique<ViewActions>(*this, *menuBar());
+    mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
+    mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
+    mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
+    connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
+            [this](const QPoint& position) { mViewActions->unitsMenu().popup(position); });
+    connect(&mView->levelScale(), &LevelScale::scaleMenuRequested, this,
+            [this](const QPoint& position) { mViewActions->scaleMenu().popup(position); });
+}
+
+void DocumentWindow::buildToolBar()
+{
+    //% "Tool Bar"
+    auto* const bar = new QToolBar(qtTrId("tool-bar"), this);
+    bar->setMovable(false);
+    bar->setFloatable(false);
+    bar->setContextMenuPolicy(Qt::PreventContextMenu);
+    bar->setIconSize({kIconSize, kIconSize});
+    bar->addAction(mFileActions->openAction());
+    bar->addAction(mFileActions->saveAction());
+    bar->addSeparator();
+    bar->addAction(mEditActions->undoAction());
+    bar->addAction(mEditActions->redoAction());
+    auto* const space = new QWidget(bar);
+    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    bar->addWidget(space);
+    bar->addAction(mViewActions->zoomOutAction());
+    bar->addWidget(new ZoomSlider(mView->context(), bar));
+    bar->addAction(mViewActions->zoomInAction());
+    bar->addSeparator();
+    bar->addAction(mViewActions->fitAction());
+    bar->addAction(mViewActions->zoomToSelectionAction());
+    bar->addAction(mViewActions->previousZoomAction());
+    addToolBar(bar);
+    setContextMenuPolicy(Qt::NoContextMenu);
+}
+
+bool DocumentWindow::isPristine() const
+{
+    const SoundDocument& document = mController->document();
+    return document.filePath().empty() && document.numberOfFrames() == 0 && !document.isDocumentEdited() &&
+           document.audioMarkers()->empty();
+}
+
+void DocumentWindow::updateState()
+{
+    updateTitle();
+    updateFormat();
+    mFileActions->update();
+    mEditActions->update();
+    mViewActions->update();
+    mEffectActions->update();
+}
+
+void DocumentWindow::updateTitle()
+{
+    QString name = document().displayName();
+    // In a title "[*]" is where the mark of unsaved changes goes.
+    name.replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
+    setWindowTitle(name + QStringLiteral("[*]"));
+    setWindowFilePath(QString());
+    setWindowModified(document().isDocumentEdited());
+}
+
+void DocumentWindow::updateFormat()
+{
+    const QString rate = QLocale().toString(document().sampleRate(), 'f', QLocale::FloatingPointShortest);
+    //: The format of a sound: sample rate, bits a sample, channels ("Stereo")
+    //% "%1 Hz  ·  %2 bit  ·  %3"
+    mStatusLine->setFormat(qtTrId("status-format-text")
+                               .arg(rate)
+                               .arg(document().sampleSize())
+                               .arg(TrackNames::channels(document().trackCount())));
+}
+
+void DocumentWindow::updateActivity()
+{
+    const double progress = mController->waveformRenderProgress();
+    if (progress >= 1) {
+        mActivityTimer.stop();
+        mStatusLine->setActivity({});
+        return;
+    }
+    //: What is going on; %1 is a number of percent
+    //% "Reading waveform %1 %"
+    mStatusLine->setActivity(qtTrId("status-reading").arg(static_cast<int>(progress * 100)));
+}
+
+void DocumentWindow::settingsDidChange()
+{
+    mView->context().reloadSettings();
+    updateState();
+}
+
+void DocumentWindow::bringToFront()
+{
+    show();
+    if (isMinimized())
+        showNormal();
+    raise();
+    activateWindow();
+}
+
+std::unique_ptr<Progress> DocumentWindow::beginProgress(const QString& title)
+{
+    return std::make_unique<ProgressSheet>(title, this);
+}
+
+void DocumentWindow::selectionDidChange()
+{
+    mView->context().selectionDidChange();
+    mEditActions->update();
+    mViewActions->update();
+    mFileActions->update();
+}
+
+void DocumentWindow::cueDidChange()
+{
+    mView->context().cueDidChange();
+}
+
+void DocumentWindow::documentDidReload()
+{
+    mView->context().documentDidReload();
+    updateState();
+}
+
+void DocumentWindow::markersDidChange()
+{
+    mView->context().markersDidChange();
+}
+
+void DocumentWindow::setNeedsDisplayWithFrameOffset(int64_t offset, int64_t length)
+{
+    mView->context().framesDidChange(offset, length);
+}
+
+void DocumentWindow::revealSelection()
+{
+    mView->context().geometry().revealSelection();
+}
+
+void DocumentWindow::constrainRevealed()
+{
+    mView->context().geometry().constrainRevealed();
+}
+
+bool DocumentWindow::confirmClosing()
+{
+    if (!document().isDocumentEdited())
+        return true;
+    bringToFront();
+    //: %1 is the name of a document
+    //% "Save the changes to “%1” before closing?"
+    QMessageBox box(QMessageBox::Warning, QString(), qtTrId("close-question").arg(document().displayName()),
+                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this, Qt::Sheet);
+    box.setWindowModality(Qt::WindowModal);
+    //% "If you do not save, your changes are lost."
+    box.setInformativeText(qtTrId("close-detail"));
+    //% "Save"
+    box.button(QMessageBox::Save)->setText(qtTrId("save"));
+    //% "Discard"
+    box.button(QMessageBox::Discard)->setText(qtTrId("discard"));
+    box.button(QMessageBox::Cancel)->setText(qtTrId("cancel"));
+    box.setDefaultButton(QMessageBox::Save);
+    switch (box.exec()) {
+    case QMessageBox::Save:
+        return mFileActions->save();
+    case QMessageBox::Discard:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool DocumentWindow::hasQuestion() const
+{
+    const QList<QDialog*> dialogs = findChildren<QDialog*>();
+    return std::any_of(dialogs.begin(), dialogs.end(),
+                       [](const QDialog* dialog) { return dialog->isVisible() && dialog->isModal(); });
+}
+
+bool DocumentWindow::prepareToClose()
+{
+    // A dialog that is answered later than now would find no window.
+    if (EffectDialog* const dialog = findChild<EffectDialog*>())
+        dialog->reject();
+    return !BusyState::shared().isBusy() && !hasQuestion() && confirmClosing();
+}
+
+void DocumentWindow::closeWithoutAsking()
+{
+    mClosesWithoutAsking = true;
+    close();
+}
+
+void DocumentWindow::closeEvent(QCloseEvent* event)
+{
+    if (!mClosesWithoutAsking && !prepareToClose()) {
+        event->ignore();
+        return;
+    }
+    if (!isMaximized() && !isFullScreen())
+        UserDefaults::standard().setValue(Settings::windowSize, size());
+    mController->stopWaveformRender();
+    Q_EMIT closed(this);
+    event->accept();
+}
+
+void DocumentWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    if (mWasShown)
+        return;
+    mWasShown = true;
+    // The views have their sizes now.
+    mView->context().zoomToDefault();
+}
+
+void DocumentWindow::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::ActivationChange && mEditActions)
+        mEditActions->update();
+    QMainWindow::changeEvent(event);
+}
+
+void DocumentWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!FileUrls::localPaths(event->mimeData()->urls()).empty())
+        event->acceptProposedAction();
+}
+
+void DocumentWindow::dropEvent(QDropEvent* event)
+{
+    mApplication.openFiles(FileUrls::localPaths(event->mimeData()->urls()));
+    event->acceptProposedAction();
+}
+
+} // namespace velloria

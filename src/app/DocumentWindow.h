@@ -1,0 +1,110 @@
+#pragma once
+
+#include "app/DocumentSubject.h"
+#include "app/WindowAlerts.h"
+#include "controllers/SoundController.h"
+
+#include <QMainWindow>
+#include <QTimer>
+#include <memory>
+
+namespace velloria
+{
+
+class Application;
+class EditActions;
+class EffectActions;
+class FileActions;
+class HelpActions;
+class StatusLine;
+class ViewActions;
+class WaveformView;
+
+/// The window of one document. It lends the controller its messages and progress, and shows what the
+/// controller tells; the commands are in the action groups, one a menu. Main thread; deletes itself when
+/// closed.
+class DocumentWindow : public QMainWindow, public SoundControllerHost
+{
+    Q_OBJECT
+
+public:
+    DocumentWindow(std::shared_ptr<SoundDocument> document, Application& application);
+    ~DocumentWindow() override;
+
+    Application& application() { return mApplication; }
+    SoundController& controller() { return *mController; }
+    SoundDocument& document() { return mController->document(); }
+    WaveformView& view() { return *mView; }
+    StatusLine& statusLine() { return *mStatusLine; }
+    FileActions& fileActions() { return *mFileActions; }
+    EditActions& editActions() { return *mEditActions; }
+    EffectActions& effectActions() { return *mEffectActions; }
+    ViewActions& viewActions() { return *mViewActions; }
+
+    /// New, empty and untouched: opening a file may take its place.
+    bool isPristine() const;
+    /// Puts another document in this one's place, with a history of its own.
+    void replaceDocument(std::shared_ptr<SoundDocument> document);
+    /// Puts dialogs away and offers to save; false when the window must stay: a question on it is open, or
+    /// the person decided so.
+    bool prepareToClose();
+    void closeWithoutAsking();
+    /// Name, unsaved state, format and commands anew.
+    void updateState();
+    /// After the first layout the document is shown at the default zoom.
+    void bringToFront();
+
+    // SoundControllerHost
+    Alerts& alerts() override { return mAlerts; }
+    std::unique_ptr<Progress> beginProgress(const QString& title) override;
+    void selectionDidChange() override;
+    void cueDidChange() override;
+    void documentDidReload() override;
+    void markersDidChange() override;
+    void setNeedsDisplayWithFrameOffset(int64_t offset, int64_t length) override;
+    void revealSelection() override;
+    void constrainRevealed() override;
+
+Q_SIGNALS:
+    void closed(velloria::DocumentWindow* window);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void adopt(std::shared_ptr<SoundDocument> document);
+    void buildView();
+    void buildMenus();
+    void buildToolBar();
+    void buildHistory();
+    void updateTitle();
+    void updateFormat();
+    void updateActivity();
+    void settingsDidChange();
+    bool confirmClosing();
+    /// True while a dialog on this window waits for an answer.
+    bool hasQuestion() const;
+
+    Application& mApplication;
+    WindowAlerts mAlerts;
+    std::unique_ptr<SoundController> mController;
+    std::unique_ptr<DocumentSubject> mSubject;
+    WaveformView* mView = nullptr;
+    StatusLine* mStatusLine = nullptr;
+    class HistoryDock* mHistory = nullptr;
+    std::unique_ptr<FileActions> mFileActions;
+    std::unique_ptr<EditActions> mEditActions;
+    std::unique_ptr<ViewActions> mViewActions;
+    std::unique_ptr<EffectActions> mEffectActions;
+    std::unique_ptr<HelpActions> mHelpActions;
+    QTimer mActivityTimer;
+    int mSettingsToken = 0;
+    bool mWasShown = false;
+    bool mClosesWithoutAsking = false;
+};
+
+} // namespace velloria

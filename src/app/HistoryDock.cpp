@@ -1,0 +1,32 @@
+#include "app/HistoryDock.h"
+
+#include <QCoreApplication>
+#include <QUndoView>
+
+namespace velloria
+{
+
+HistoryDock::HistoryDock(QWidget* parent)
+    : QDockWidget(parent)
+    , mList(new QUndoView(this))
+{
+    //% "Undo History"
+    setWindowTitle(qtTrId("history"));
+    setObjectName(QStringLiteral("history"));
+    setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+    mList->setAccessibleName(windowTitle());
+    //: The first line of the undo history
+    //% "Original"
+    mList->setEmptyLabel(qtTrId("history-original"));
+    mList->setFrameShape(QFrame::NoFrame);
+    mList->setUniformItemSizes(true);
+    mList->setSpacing(2);
+    setWidget(mList);
+}
+
+void HistoryDock::setStack(QUndoStack* stack)
+{
+    mList->setStack(stack);
+}
+
+} // namespace velloria

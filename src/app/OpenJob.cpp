@@ -1,0 +1,101 @@
+#include "app/OpenJob.h"
+
+#include "app/ProgressClock.h"
+#include "app/ProgressPanel.h"
+#include "platform/DispatchQueue.h"
+
+#include <QCoreApplication>
+#include <atomic>
+#include <thread>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr int kProgressMilliseconds = 83;
+constexpr qint64 kShownAfterMilliseconds = 1000;
+
+} // namespace
+
+/// What the reading thread and the job share; the thread may outlive the job.
+struct OpenJob::Shared : public Progress {
+    void setProgressValue(double newValue) override { value = newValue; }
+    bool isCancelled() const override { return wasCancelled; }
+
+    std::atomic<double> value = 0;
+    std::atomic<bool> wasCancelled = false;
+    OpenJob* job = nullptr; ///< main thread; null when it is gone
+};
+
+OpenJob::OpenJob(const std::filesystem::path& path, QObject* parent)
+    : QObject(parent)
+    , mPath(path)
+    , mShared(std::make_shared<Shared>())
+{
+    connect(&mTimer, &QTimer::timeout, this, &OpenJob::showProgress);
+}
+
+void OpenJob::start(Handler handler)
+{
+    mHandler = std::move(handler);
+    mShared->job = this;
+    mElapsed.start();
+    mTimer.start(kProgressMilliseconds);
+    std::thread([shared = mShared, path = mPath] {
+        MaybeError error;
+        std::shared_ptr<SoundDocument> document =
+            SoundDocument::readFromPath(path, QString(), *shared, &error);
+        postToMainThread([shared, document = std::move(document), error = std::move(error)]() mutable {
+            if (shared->job)
+                shared->job->finish(std::move(document), std::move(error));
+        });
+    }).detach();
+}
+
+OpenJob::~OpenJob()
+{
+    mShared->wasCancelled = true;
+    mShared->job = nullptr;
+}
+
+void OpenJob::showProgress()
+{
+    if (mElapsed.elapsed() < kShownAfterMilliseconds)
+        return;
+    if (!mPanel) {
+        //: %1 is the name of a file
+        //% "Opening “%1”"
+        mPanel = std::make_unique<ProgressPanel>(qtTrId("opening").arg(displayName(mPath)));
+        mPanel->setAttribute(Qt::WA_QuitOnClose, false);
+        connect(mPanel.get(), &ProgressPanel::cancelRequested, this, &OpenJob::cancel);
+    }
+    ProgressClock clock;
+    mPanel->show(clock.update(static_cast<double>(mElapsed.elapsed()) / 1000, mShared->value));
+}
+
+void OpenJob::cancel()
+{
+    // The read may hang in the system: its end is not waited for.
+    mShared->wasCancelled = true;
+    mShared->job = nullptr;
+    finish(nullptr, Error::cancelled());
+}
+
+void OpenJob::finish(std::shared_ptr<SoundDocument> document, MaybeError error)
+{
+    mTimer.stop();
+    if (mPanel) {
+        // Its Cancel button may be what called.
+        mPanel->hide();
+        mPanel.release()->deleteLater();
+    }
+    if (!document && !error)
+        error = Error::cancelled();
+    mShared->job = nullptr;
+    const Handler handler = std::move(mHandler);
+    handler(std::move(document), std::move(error));
+}
+
+} // namespace velloria

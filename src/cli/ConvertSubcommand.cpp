@@ -1,0 +1,154 @@
+#include "cli/DocumentFiles.h"
+#include "cli/Terminal.h"
+#include "scripting/SaveArguments.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+struct TrackRange {
+    int first = 0;
+    int count = 0;
+};
+
+bool readTracks(const Arguments& arguments, std::optional<TrackRange>& tracks)
+{
+    const std::optional<QByteArray> value = arguments.value("--tracks");
+    if (!value)
+        return true;
+    const qsizetype colon = value->indexOf(':');
+    bool isFirst = false;
+    bool isCount = false;
+    TrackRange range;
+    if (colon >= 0) {
+        range.first = value->first(colon).toInt(&isFirst);
+        range.count = value->sliced(colon + 1).toInt(&isCount);
+    }
+    if (!isFirst || !isCount || range.first < 0 || range.count < 1) {
+        Terminal::say(
+            QStringLiteral("--tracks “%1” is not FIRST:COUNT, as in 0:2").arg(ArgumentValues::text(*value)));
+        return false;
+    }
+    tracks = range;
+    return true;
+}
+
+/// What the words say, checked as far as that is possible without the document.
+struct Conversion {
+    std::filesystem::path input;
+    SaveRequest request;
+    ArgumentValues::TimeRange range;
+    std::optional<TrackRange> tracks;
+
+    bool read(const Arguments& arguments)
+    {
+        input = ArgumentValues::path(arguments.words()[0]);
+        request.path = ArgumentValues::path(arguments.words()[1]);
+        request.operation = SaveOperation::saveTo;
+        return ArgumentValues::readTimeRange(arguments, range) && readTracks(arguments, tracks) &&
+               readType(arguments) && readOption(arguments);
+    }
+
+private:
+    bool readType(const Arguments& arguments)
+    {
+        QString problem;
+        const std::optional<QByteArray> name = arguments.value("--type");
+        const AudioFileType* type =
+            name && name->isEmpty() ? nullptr
+                                    : SaveArguments::type(ArgumentValues::text(name.value_or(QByteArray())),
+                                                          request.path, &problem);
+        if (type)
+            request.uti = type->uti;
+        else
+            Terminal::say(problem.isEmpty() ? QStringLiteral("--type is empty") : problem);
+        return type != nullptr;
+    }
+
+    bool readOption(const Arguments& arguments)
+    {
+        const std::optional<QByteArray> value = arguments.value("--option");
+        if (!value)
+            return true;
+        const std::optional<int> tag = SaveArguments::optionTag(ArgumentValues::text(*value));
+        const QString problem = tag ? SaveArguments::optionProblem(request.uti, *tag)
+                                    : QStringLiteral("it is neither a number nor a four-character code");
+        request.optionTag = tag.value_or(0);
+        if (!problem.isEmpty())
+            Terminal::say(QStringLiteral("--option “%1”: %2").arg(ArgumentValues::text(*value), problem));
+        return problem.isEmpty();
+    }
+};
+
+bool selectTracks(const SoundDocument& document, const TrackRange& tracks, SoundSelection& selection)
+{
+    if (tracks.first >= document.trackCount() || tracks.count > document.trackCount() - tracks.first) {
+        Terminal::say(QStringLiteral("%1: there are no tracks %2:%3; the file has %4 (counted from 0)")
+                          .arg(displayPath(document.filePath()), QString::number(tracks.first),
+                               QString::number(tracks.count), QString::number(document.trackCount())));
+        return false;
+    }
+    selection.firstTrack = tracks.first;
+    selection.numTracks = tracks.count;
+    return true;
+}
+
+ExitStatus convert(const Arguments& arguments)
+{
+    Conversion conversion;
+    if (!conversion.read(arguments))
+        return ExitStatus::wrongArguments;
+    const std::shared_ptr<SoundDocument> document = DocumentFiles::open(conversion.input);
+    if (!document)
+        return ExitStatus::failed;
+    SaveRequest& request = conversion.request;
+    if (arguments.has("--option")) {
+        const QString problem = SaveArguments::optionProblem(request.uti, request.optionTag, *document);
+        if (!problem.isEmpty()) {
+            Terminal::say(QStringLiteral("--option: ") + problem);
+            return ExitStatus::wrongArguments;
+        }
+    }
+    if (conversion.range.start || conversion.range.end || conversion.tracks) {
+        request.selection = DocumentFiles::selection(*document, conversion.range);
+        if (!request.selection ||
+            (conversion.tracks && !selectTracks(*document, *conversion.tracks, *request.selection)))
+            return ExitStatus::failed;
+    }
+    return DocumentFiles::save(*document, request) ? ExitStatus::done : ExitStatus::failed;
+}
+
+} // namespace
+
+Subcommand convertSubcommand()
+{
+    Subcommand subcommand;
+    subcommand.name = "convert";
+    subcommand.synopsis = QStringLiteral("IN OUT [--type NAME] [--option TAG] [--start S] [--end S] "
+                                         "[--tracks FIRST:COUNT]");
+    subcommand.summary = QStringLiteral("Writes a sound, or a part of it, as a file of another type.");
+    subcommand.description = {QStringLiteral(
+        "Samples that need not change are carried over bit for bit. What the new file cannot hold (tags, "
+        "markers, precision) is said on standard error, one line each. A part of a sound is written "
+        "without markers. IN and OUT may be the same file; OUT is replaced in one step once all is "
+        "written.")};
+    subcommand.options = {
+        {"--type", QStringLiteral("NAME"),
+         QStringLiteral("File type of OUT, as “WAVE”; left out, the extension of OUT tells it.")},
+        {"--option", QStringLiteral("TAG"),
+         QStringLiteral(
+             "Sample size in bits or bit rate from the type's list, as a number or a four-character code.")}};
+    for (const OptionDescription& option : ArgumentValues::timeRangeOptions())
+        subcommand.options.push_back(option);
+    subcommand.options.push_back(
+        {"--tracks", QStringLiteral("FIRST:COUNT"),
+         QStringLiteral("Only these tracks (channels), counted from 0: 0:1 is the left channel.")});
+    subcommand.minWords = 2;
+    subcommand.maxWords = 2;
+    subcommand.run = convert;
+    return subcommand;
+}
+
+} // namespace velloria

@@ -1,0 +1,176 @@
+#pragma once
+
+#include "controllers/RecentDocuments.h"
+#include "display/SampleCloseUp.h"
+#include "display/VLWaveformCacheRenderer.h"
+#include "document/ClipboardClip.h"
+#include "document/DocumentController.h"
+#include "document/SoundDocument.h"
+#include "effects/EffectRegistry.h"
+#include "effects/Filter.h"
+#include "platform/Alerts.h"
+#include "platform/Progress.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace velloria
+{
+
+/// What a window (or the command line) lends to its controller. Main thread; outlives the controller.
+class SoundControllerHost
+{
+public:
+    virtual ~SoundControllerHost() = default;
+
+    virtual Alerts& alerts() = 0;
+
+    /// A progress face for one long operation; it goes away with the object.
+    virtual std::unique_ptr<Progress> beginProgress(const QString& title) = 0;
+
+    virtual void selectionDidChange() {}
+    virtual void cueDidChange() {}
+    /// Tracks, length or rate changed: lay out and draw anew.
+    virtual void documentDidReload() {}
+    virtual void markersDidChange() {}
+    /// The summary of a range of frames was filled in: draw it anew.
+    virtual void setNeedsDisplayWithFrameOffset(int64_t, int64_t) {}
+    /// Bring the selection's start into view.
+    virtual void revealSelection() {}
+    /// Keep the view within the document after it became shorter.
+    virtual void constrainRevealed() {}
+};
+
+/// Frames start .. end - 1.
+struct FrameRange {
+    int64_t start = 0;
+    int64_t end = 0;
+    int64_t length() const { return end - start; }
+};
+
+/// The face of one document's window without the window: selection and cue, the edit commands, effects, and
+/// what the views ask. Every command is one undo step. Main thread.
+class SoundController : public DocumentController,
+                        public FilterDelegate,
+                        public VLWaveformCacheRendererDelegate
+{
+public:
+    SoundController(std::shared_ptr<SoundDocument> document, SoundControllerHost& host);
+    ~SoundController() override;
+
+    SoundDocument& document() { return *mDocument; }
+    const SoundDocument& document() const { return *mDocument; }
+    const std::shared_ptr<SoundDocument>& sharedDocument() const { return mDocument; }
+    SoundControllerHost& host() { return mHost; }
+
+    // Selection and cue, in seconds.
+    const SoundSelection& selection() const { return mSelection; }
+    /// Start not after end, within the document and its tracks.
+    SoundSelection normalizedSelection() const;
+    bool isSelectionEmpty() const;
+    void setSelection(const SoundSelection& selection);
+    void selectAll();
+    void selectNone();
+    double cueTime() const { return mCueTime; }
+    void setCueTime(double seconds);
+    /// Everything, when the selection is empty; else the selection.
+    SoundSelection selectionOrAll() const;
+
+    // Edit commands. `actionName` names the undo step (the menu item's title). All but copy() and paste() do
+    // nothing when the selection is empty.
+    void copy();
+    void cut(const QString& actionName);
+    /// False when there is nothing on the clipboard, or it comes from a document of another rate and the
+    /// conversion is not possible; `error` says why.
+    bool paste(const QString& actionName, MaybeError* error);
+    void deleteSelection(const QString& actionName);
+    void clear(const QString& actionName);
+    void crop(const QString& actionName);
+    void undo();
+    void redo();
+    bool canPaste() const;
+    /// Puts a range of any document on the application clipboard, and the listing of its markers on the
+    /// pasteboard.
+    static void copyFrom(const SoundDocument& document, const SoundSelection& selection);
+    /// What copyFrom() puts there: one line a marker in `markerListing`.
+    static std::shared_ptr<ClipboardClip>
+    clipWithSelection(const SoundDocument& document, const SoundSelection& selection, QString* markerListing);
+    double nearestZeroCrossingWithin(double halfWidth, double time, int32_t track) const;
+
+    /// The sound of another file, opened once and kept for the next time; null with `error` filled.
+    std::shared_ptr<SoundDocument> documentForCopyingFrom(const std::filesystem::path& path,
+                                                          MaybeError* error);
+
+    // Markers. Those of one marker (setName, setPosition, removeAudioMarker) are the document's.
+    /// One marker at an empty selection, else one at its start and one at its end.
+    void insertMarker();
+    void deleteAllMarkers(const QString& actionName);
+
+    // Effects.
+    /// Gives the effect a source over the selection (everything, when it is empty; the selection then
+    /// follows) and this controller as delegate.
+    void setUpFilter(Filter& filter);
+    /// Applies an effect that was set up, as one step named after it, and keeps it as the last filter.
+    /// Nothing is answered when the person cancelled it, as Filter::apply() does.
+    MaybeError applyFilter(std::shared_ptr<Filter> filter);
+    /// The same without keeping it.
+    MaybeError runFilter(Filter& filter);
+    /// The application-wide last filter, or null.
+    static std::shared_ptr<Filter> lastFilter();
+    MaybeError applyLastFilter();
+
+    // Saving.
+    /// Says what writing so would lose and asks whether to go on; then writes, with a progress face. The
+    /// error of a refusal isUserCancelled().
+    MaybeError save(const SaveRequest& request);
+
+    // What the views ask.
+    /// (min, max) pairs, one a column of `stride` seconds; nothing outside the document. Columns finer than
+    /// the summaries show the samples themselves; those are read in the background, and until they are there
+    /// (the host's setNeedsDisplayWithFrameOffset() tells) the summaries stand for them.
+    FloatBuffer minMaxDataFrom(double startTime, double endTime, double stride, int32_t track) const;
+
+    /// Scans the opened file for the summary in the background, if it has none yet.
+    void startWaveformRender();
+    void stopWaveformRender();
+    /// From 0 to 1; 1 when no scan runs.
+    double waveformRenderProgress() const;
+
+    // DocumentController
+    void setNumTracks(int32_t numTracks) override;
+    void reload() override;
+    void markersDidChange() override;
+    std::optional<SoundSelection> selectionForUndo() const override { return mSelection; }
+    void restoreSelection(const SoundSelection& selection) override;
+
+    // FilterDelegate
+    void filterDidReachProgress(Filter& filter, double progress) override;
+    bool filterShouldCancel(Filter& filter) override;
+    void filterDidFinishProgress(Filter& filter) override;
+    void filterDidInsertData(Filter& filter, int64_t offset, int64_t length, int32_t firstTrack,
+                             int32_t numTracks) override;
+
+    // VLWaveformCacheRendererDelegate
+    void rendererDidUpdate(VLWaveformCacheRenderer& renderer, int64_t offset, int64_t length) override;
+
+private:
+    SoundSelection everything() const;
+    /// What the tracks hold of a selection's frames.
+    static FrameRange framesOfSelection(const SoundDocument& document, const SoundSelection& selection);
+    void replaceSelection(const SoundSelection& selection, const AudioClipPtr& clip);
+    void pasteMarkers(const ClipboardClip& clip, const FrameRange& replaced, int64_t numFrames);
+    SampleCloseUp& closeUpOfTrack(int32_t track) const;
+
+    std::shared_ptr<SoundDocument> mDocument;
+    SoundControllerHost& mHost;
+    SoundSelection mSelection;
+    double mCueTime = 0;
+    int32_t mNumTracks = 0;
+    std::unique_ptr<Progress> mFilterProgress;
+    RecentDocuments mRecentDocuments;
+    mutable std::vector<std::unique_ptr<SampleCloseUp>> mCloseUps;
+    std::unique_ptr<VLWaveformCacheRenderer> mRenderer;
+};
+
+} // namespace velloria

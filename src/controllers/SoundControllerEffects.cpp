@@ -1,0 +1,95 @@
+#include "controllers/SoundController.h"
+
+#include "document/UndoGroup.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+std::shared_ptr<Filter>& lastFilterOfApplication()
+{
+    static std::shared_ptr<Filter> filter;
+    return filter;
+}
+
+void rememberFilter(std::shared_ptr<Filter> filter)
+{
+    std::shared_ptr<Filter>& last = lastFilterOfApplication();
+    if (last && last != filter)
+        last->setDelegate(nullptr);
+    last = std::move(filter);
+}
+
+} // namespace
+
+void SoundController::setUpFilter(Filter& filter)
+{
+    if (isSelectionEmpty())
+        selectAll();
+    // In whole frames: the source rounds start, end and duration each by itself, and where they disagree the
+    // effect would replace one frame more than it read.
+    const double rate = mDocument->sampleRate();
+    SoundSelection selection = normalizedSelection();
+    selection.startTime = static_cast<double>(frameAtTime(selection.startTime, rate)) / rate;
+    selection.endTime = static_cast<double>(frameAtTime(selection.endTime, rate)) / rate;
+    filter.setSource(std::make_shared<DocumentSource>(mDocument, selection));
+    filter.setDelegate(this);
+}
+
+MaybeError SoundController::runFilter(Filter& filter)
+{
+    const UndoGroup group(*mDocument, filter.name());
+    MaybeError error = filter.apply();
+    mFilterProgress.reset();
+    return error;
+}
+
+MaybeError SoundController::applyFilter(std::shared_ptr<Filter> filter)
+{
+    rememberFilter(filter);
+    return runFilter(*filter);
+}
+
+std::shared_ptr<Filter> SoundController::lastFilter()
+{
+    return lastFilterOfApplication();
+}
+
+MaybeError SoundController::applyLastFilter()
+{
+    const std::shared_ptr<Filter> filter = lastFilter();
+    if (!filter)
+        return std::nullopt;
+    setUpFilter(*filter);
+    return runFilter(*filter);
+}
+
+void SoundController::filterDidReachProgress(Filter& filter, double progress)
+{
+    if (!mFilterProgress)
+        mFilterProgress = mHost.beginProgress(filter.name());
+    if (mFilterProgress)
+        mFilterProgress->setProgressValue(progress);
+}
+
+bool SoundController::filterShouldCancel(Filter&)
+{
+    return mFilterProgress && mFilterProgress->isCancelled();
+}
+
+void SoundController::filterDidFinishProgress(Filter&)
+{
+    mFilterProgress.reset();
+}
+
+void SoundController::filterDidInsertData(Filter&, int64_t offset, int64_t length, int32_t firstTrack,
+                                          int32_t numTracks)
+{
+    const double rate = mDocument->sampleRate();
+    setSelection({static_cast<double>(offset) / rate, static_cast<double>(offset + length) / rate, firstTrack,
+                  numTracks});
+}
+
+} // namespace velloria

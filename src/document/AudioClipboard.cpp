@@ -1,0 +1,12 @@
+#include "document/AudioClipboard.h"
+
+namespace velloria
+{
+
+AudioClipboard& AudioClipboard::clipboard()
+{
+    static AudioClipboard instance;
+    return instance;
+}
+
+} // namespace velloria

@@ -1,0 +1,114 @@
+#include "document/SoundDocument.h"
+
+#include "formats/AudioFileRegistry.h"
+#include "platform/Log.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+namespace velloria
+{
+
+namespace
+{
+
+void fill(MaybeError* error, Error reason)
+{
+    if (error)
+        *error = std::move(reason);
+}
+
+std::shared_ptr<AudioFile> openFile(const std::filesystem::path& path, const QString& typeName,
+                                    MaybeError* error)
+{
+    MaybeError reason;
+    std::shared_ptr<AudioFile> file = typeName.isEmpty()
+                                          ? AudioFileRegistry::audioFileWithPath(path, &reason)
+                                          : AudioFileRegistry::audioFileWithTypeName(typeName, path, &reason);
+    if (file)
+        return file;
+    if (reason && reason->code == Error::Code::noPermission)
+        logLine(QStringLiteral("Access denied to opening file."));
+    if (!reason)
+        reason = Error{
+            Error::Code::corruptFile,
+            QStringLiteral("“%1” is damaged or no sound file that Velloria knows.").arg(displayName(path))};
+    fill(error, *reason);
+    return nullptr;
+}
+
+std::vector<AudioClipPtr> decodedClips(AudioFile& file, Progress& progress, MaybeError* error)
+{
+    const auto clips = file.convertedAudioClips(progress, error);
+    return {clips.begin(), clips.end()};
+}
+
+/// One clip a channel, or none with `error` filled.
+std::vector<AudioClipPtr> clipsOfFile(const std::shared_ptr<AudioFile>& file, Progress& progress,
+                                      MaybeError* error)
+{
+    MaybeError reason;
+    std::vector<AudioClipPtr> clips =
+        file->requiresConversion() ? decodedClips(*file, progress, &reason) : AudioFile::pcmAudioClips(file);
+    if (!clips.empty())
+        return clips;
+    if (!reason)
+        reason = Error{Error::Code::corruptFile,
+                       QStringLiteral("“%1” holds no sound.").arg(displayName(file->filePath()))};
+    fill(error, *reason);
+    return clips;
+}
+
+} // namespace
+
+std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem::path& path,
+                                                           const QString& typeName, Progress& progress,
+                                                           MaybeError* error)
+{
+    const std::shared_ptr<AudioFile> file = openFile(path, typeName, error);
+    if (!file)
+        return nullptr;
+    std::shared_ptr<SoundDocument> document(new SoundDocument(ForLoading()));
+    document->mAudioFile = file;
+    document->mFilePath = path;
+    document->mFileTypeUTI = file->fileFormatUTI();
+    if (!document->finishLoadingFileWithAudioClips(clipsOfFile(file, progress, error)))
+        return nullptr;
+    // The history's signals belong to the main thread, wherever the file was read.
+    if (QCoreApplication::instance())
+        document->mUndoStack.moveToThread(QCoreApplication::instance()->thread());
+    return document;
+}
+
+bool SoundDocument::finishLoadingFileWithAudioClips(const std::vector<AudioClipPtr>& clips)
+{
+    if (clips.empty())
+        return false;
+    const AudioFile& file = *mAudioFile;
+    mNumberOfFrames = file.numberOfFrames();
+    mSampleSize = file.bitsPerSample() == 0 ? 16 : file.bitsPerSample();
+    mSampleRate = file.sampleRate();
+    mBitRate = file.bitRate();
+    mAudioDataFormat = file.dataFormat();
+    mOpenWarnings = file.warnings();
+
+    std::vector<AudioTrackPtr> tracks;
+    tracks.reserve(clips.size());
+    for (const AudioClipPtr& clip : clips)
+        tracks.push_back(std::make_shared<AudioTrack>(ClipList(clip)));
+    storeTracks(std::make_shared<const std::vector<AudioTrackPtr>>(std::move(tracks)));
+    updateTrackPanning();
+    if (file.markers())
+        mAudioMarkers = file.markers();
+    mAudioMetadata = file.metadata();
+
+    // Uncompressed AIFF-C is saved as plain AIFF, which more programs read.
+    const bool isUncompressed = mAudioDataFormat == fourCharCode("NONE") ||
+                                mAudioDataFormat == fourCharCode("twos") ||
+                                mAudioDataFormat == fourCharCode("sowt");
+    if (mFileTypeUTI == QLatin1String("public.aifc-audio") && isUncompressed)
+        mFileTypeUTI = QStringLiteral("public.aiff-audio");
+    return true;
+}
+
+} // namespace velloria

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "document/SoundDocument.h"
+
+#include <QUndoCommand>
+#include <optional>
+
+namespace velloria
+{
+
+/// One step of a document's history. It holds the other state of just those things that the step changed;
+/// undoing and redoing both exchange it with the document's. Of several changes of one thing only the value
+/// before the first is kept, so a step stays small: a hundred thousand of them take some twenty megabytes.
+class DocumentStep : public QUndoCommand
+{
+public:
+    /// Starts recording; notes the selection.
+    explicit DocumentStep(SoundDocument& document);
+
+    // Called before each change with the value that is about to be replaced.
+    void willReplaceTracks(const TrackList& tracks);
+    void willReplaceMarkers(const MarkerList& markers);
+    void willReplaceMetadata(const AudioMetadata& metadata);
+    void willReplaceSampleRate(double sampleRate);
+    void willChangeMarker(const AudioMarkerPtr& marker);
+
+    /// Ends recording: forgets what came back to its first value, notes the selection. False when the step
+    /// changes nothing.
+    bool finish();
+
+    void undo() override;
+    /// The stack calls this once when it takes the step over; the changes are then already made.
+    void redo() override;
+
+private:
+    struct MarkerState {
+        AudioMarkerPtr marker;
+        QString name;
+        int64_t position;
+    };
+    /// What few steps change, apart so that the others need no room for it.
+    struct Rare {
+        std::optional<AudioMetadata> metadata;
+        std::optional<double> sampleRate;
+        std::vector<MarkerState> markerStates;
+    };
+
+    Rare& rare();
+    void forgetUnchanged();
+    void exchange();
+    void exchangeRare();
+    void tellControllers(const std::optional<SoundSelection>& selection);
+    std::optional<SoundSelection> presentSelection() const;
+
+    SoundDocument& mDocument;
+    TrackList mTracks;   ///< null when the step changes no tracks
+    MarkerList mMarkers; ///< null when the step changes no marker list
+    std::unique_ptr<Rare> mRare;
+    std::optional<SoundSelection> mSelectionBefore;
+    std::optional<SoundSelection> mSelectionAfter;
+    bool mIsTakenOver = false;
+};
+
+} // namespace velloria

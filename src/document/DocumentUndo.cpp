@@ -1,0 +1,112 @@
+#include "document/DocumentStep.h"
+#include "document/UndoGroup.h"
+
+namespace velloria
+{
+
+void SoundDocument::beginUndoGroup(const QString& actionName)
+{
+    if (mGroupDepth++ == 0)
+        mOpenStep = std::make_unique<DocumentStep>(*this);
+    if (!actionName.isEmpty() && mOpenStep->text().isEmpty())
+        setUndoActionName(actionName);
+}
+
+void SoundDocument::setUndoActionName(const QString& actionName)
+{
+    // A history has many steps but few names: steps that are called alike share one string.
+    const QString& name = *mActionNames.insert(actionName);
+    if (mOpenStep) {
+        mOpenStep->setText(name);
+        return;
+    }
+    // A command that changed nothing must not rename what the one before it did.
+    const int last = mUndoStack.index() - 1;
+    if (last < 0 || !mUndoStack.text(last).isEmpty())
+        return;
+    const_cast<QUndoCommand*>(mUndoStack.command(last))->setText(name);
+    Q_EMIT mUndoStack.undoTextChanged(mUndoStack.undoText());
+}
+
+void SoundDocument::endUndoGroup()
+{
+    Q_ASSERT(mGroupDepth > 0);
+    if (--mGroupDepth > 0)
+        return;
+    std::unique_ptr<DocumentStep> step = std::move(mOpenStep);
+    if (step->finish())
+        mUndoStack.push(step.release());
+}
+
+void SoundDocument::storeTracks(TrackList tracks)
+{
+    // The old list is released outside the lock: it may be the last owner of much.
+    const std::lock_guard lock(mTracksMutex);
+    mAudioTracks.swap(tracks);
+}
+
+void SoundDocument::undoableSetAudioTracks(TrackList tracks)
+{
+    if (!tracks)
+        tracks = std::make_shared<const std::vector<AudioTrackPtr>>();
+    if (tracks == mAudioTracks)
+        return;
+    const UndoGroup group(*this);
+    mOpenStep->willReplaceTracks(mAudioTracks);
+    storeTracks(std::move(tracks));
+    reload();
+}
+
+void SoundDocument::undoableSetAudioMarkers(MarkerList markers)
+{
+    if (!markers)
+        markers = std::make_shared<const std::vector<AudioMarkerPtr>>();
+    if (markers == mAudioMarkers)
+        return;
+    const UndoGroup group(*this);
+    mOpenStep->willReplaceMarkers(mAudioMarkers);
+    mAudioMarkers = std::move(markers);
+    tellMarkersDidChange();
+}
+
+void SoundDocument::undoableSetAudioMetadata(const AudioMetadata& metadata)
+{
+    if (metadata == mAudioMetadata)
+        return;
+    const UndoGroup group(*this);
+    mOpenStep->willReplaceMetadata(mAudioMetadata);
+    mAudioMetadata = metadata;
+    tellMetadataDidChange();
+}
+
+void SoundDocument::undoableSetSampleRate(double newRate)
+{
+    if (newRate == sampleRate())
+        return;
+    const UndoGroup group(*this);
+    mOpenStep->willReplaceSampleRate(sampleRate());
+    mSampleRate = newRate;
+    reload();
+}
+
+void SoundDocument::setName(const QString& name, const AudioMarkerPtr& marker)
+{
+    if (!marker || marker->name() == name)
+        return;
+    const UndoGroup group(*this, QStringLiteral("Rename Marker"));
+    mOpenStep->willChangeMarker(marker);
+    marker->setName(name);
+    tellMarkersDidChange();
+}
+
+void SoundDocument::setPosition(int64_t position, const AudioMarkerPtr& marker)
+{
+    if (!marker || marker->position() == position)
+        return;
+    const UndoGroup group(*this, QStringLiteral("Change Marker Time"));
+    mOpenStep->willChangeMarker(marker);
+    marker->setPosition(position);
+    tellMarkersDidChange();
+}
+
+} // namespace velloria

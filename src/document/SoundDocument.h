@@ -1,0 +1,180 @@
+#pragma once
+
+#include "document/DocumentController.h"
+#include "document/clips/FrameSource.h"
+#include "document/clips/SoundSelection.h"
+#include "formats/AudioFile.h"
+#include "platform/Alerts.h"
+#include "platform/Progress.h"
+
+#include <QSet>
+#include <QUndoStack>
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace velloria
+{
+
+class DocumentStep;
+
+enum class SaveOperation { save, saveAs, saveTo };
+
+/// What a save writes and how; see SoundDocument::writeToPath.
+struct SaveRequest {
+    std::filesystem::path path;
+    /// Identifier of a type that can be written.
+    QString uti;
+    SaveOperation operation = SaveOperation::save;
+    /// The format option chosen (bits or bit rate); 0 for none.
+    int optionTag = 0;
+    /// When set, only this selection is written, without markers.
+    std::optional<SoundSelection> selection;
+    /// When set, written in place of the document's tags.
+    std::optional<AudioMetadata> metadata;
+};
+
+/// One open sound: tracks, markers, tags, format settings and the undo history of all changes to them. An
+/// edit builds a new track list or marker list and installs it through an undoable setter; nothing is changed
+/// in place. All editing is on the main thread; the installed lists may be read on any thread.
+class SoundDocument : public FrameSource
+{
+public:
+    /// A new document: rate and size from the preferences, two empty tracks, no history.
+    SoundDocument();
+    ~SoundDocument() override;
+    SoundDocument(const SoundDocument&) = delete;
+    SoundDocument& operator=(const SoundDocument&) = delete;
+
+    /// Opens a file, on any thread. Null with `error` in words for a person. `typeName` may be empty: then
+    /// extension and header decide.
+    static std::shared_ptr<SoundDocument> readFromPath(const std::filesystem::path& path,
+                                                       const QString& typeName, Progress& progress,
+                                                       MaybeError* error);
+
+    // What is shown.
+    int64_t numberOfFrames() const override { return mNumberOfFrames.load(std::memory_order_relaxed); }
+    double sampleRate() const override { return mSampleRate.load(std::memory_order_relaxed); }
+    TrackList audioTracks() const override;
+    /// Never null. Main thread.
+    const MarkerList& audioMarkers() const { return mAudioMarkers; }
+    /// Sorted by position.
+    std::vector<AudioMarkerPtr> orderedMarkers() const;
+    const AudioMetadata& audioMetadata() const { return mAudioMetadata; }
+    int64_t sampleSize() const { return mSampleSize; }
+    int64_t bitRate() const { return mBitRate; }
+    FourCharCode audioDataFormat() const { return mAudioDataFormat; }
+    const std::shared_ptr<AudioFile>& audioFile() const { return mAudioFile; }
+    /// Where the document lives; empty for one that was never saved.
+    const std::filesystem::path& filePath() const { return mFilePath; }
+    /// Identifier of the type that a plain save writes; empty for a document that was never saved.
+    const QString& fileType() const { return mFileTypeUTI; }
+    /// The file's name, or "Untitled".
+    QString displayName() const;
+    /// Sentences about damage found while opening.
+    const QStringList& openWarnings() const { return mOpenWarnings; }
+    ClipList clipsAtOffset(int64_t offset, int64_t length, int32_t track) const;
+    /// (min, max) pairs for drawing, one a column of `stride` seconds; nothing for a track that is not there.
+    FloatBuffer minMaxDataFrom(double startTime, double endTime, double stride, int32_t track) const;
+
+    // Controllers.
+    void addController(DocumentController* controller);
+    void removeController(DocumentController* controller);
+    const std::vector<DocumentController*>& controllers() const { return mControllers; }
+
+    // Undo. Every undoable change made between beginUndoGroup and endUndoGroup is one step; groups nest. A
+    // group without a change leaves no step. Outside a group every setter is a step of its own. See also
+    // UndoGroup.
+    QUndoStack& undoManager() { return mUndoStack; }
+    /// The outermost group that has a name gives the step its name.
+    void beginUndoGroup(const QString& actionName);
+    /// Renames the open group; without one, names the last step if it has no name yet.
+    void setUndoActionName(const QString& actionName);
+    /// The selection after the step is asked for here: select before the group ends.
+    void endUndoGroup();
+    bool isDocumentEdited() const { return !mUndoStack.isClean(); }
+
+    // Undoable setters.
+    void undoableSetAudioTracks(TrackList tracks);
+    void undoableSetAudioMarkers(MarkerList markers);
+    void undoableSetAudioMetadata(const AudioMetadata& metadata);
+    void undoableSetSampleRate(double sampleRate);
+
+    // Editing; frames and track indexes.
+    void replaceDataAtOffset(int64_t offset, int64_t length, int32_t track, const ClipList& clips);
+    void replaceDataAndMarkersAtOffset(int64_t offset, int64_t length, int32_t track,
+                                       const AudioClipPtr& clip);
+    void scaleMarkersAtOffset(int64_t offset, int64_t length, int64_t newLength);
+    /// Seconds.
+    void cropFrom(double startTime, double endTime, int32_t firstTrack, int32_t numTracks);
+    void setNumTracks(int32_t numTracks);
+    void insertInTracks(const AudioTrackPtr& track, int32_t index);
+    void insertInTracks(const AudioTrackPtr& track);
+    void removeFromTracksAtIndex(int32_t index);
+    void constrainSelection(SoundSelection& selection) const;
+    void addMarker(const AudioMarkerPtr& marker);
+    void removeAudioMarker(const AudioMarkerPtr& marker);
+    /// Renames or moves the marker itself, with an undo step when that changes something.
+    void setName(const QString& name, const AudioMarkerPtr& marker);
+    void setPosition(int64_t position, const AudioMarkerPtr& marker);
+
+    void updateTrackPanning();
+    static double defaultPanForTrackIndex(int32_t index);
+    void recalculateNumFrames();
+    void reload();
+
+    // Saving.
+    /// What writing so would lose, one sentence each: chunks, tags, markers or artwork that the format does
+    /// not carry, precision, channels, hard links. Empty when nothing is lost.
+    QStringList lossesWhenSaving(const SaveRequest& request) const;
+    /// Bytes, for the save panel; -1 when unknown.
+    double estimatedFileSize(const SaveRequest& request) const;
+    /// Writes beside the target, then renames over it. After success of anything but saveTo the document
+    /// lives at the path, is clean, and its writer is its file. On failure the target and the document are
+    /// unchanged.
+    MaybeError writeToPath(const SaveRequest& request, Progress& progress);
+    /// Sentences about what the last save could not do although it went well.
+    const QStringList& saveWarnings() const { return mSaveWarnings; }
+
+private:
+    friend class DocumentStep;
+    struct ForLoading {
+    };
+    /// Without tracks, and without a look at the preferences, which are the main thread's.
+    explicit SoundDocument(ForLoading);
+
+    bool finishLoadingFileWithAudioClips(const std::vector<AudioClipPtr>& clips);
+    void storeTracks(TrackList tracks);
+    void tellMarkersDidChange() const;
+    void tellMetadataDidChange() const;
+
+    std::shared_ptr<AudioFile> configuredWriter(const SaveRequest& request) const;
+    MaybeError writeWithWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request,
+                               Progress& progress) const;
+    void adoptWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request);
+
+    std::atomic<int64_t> mNumberOfFrames = 0;
+    int64_t mSampleSize = 16;
+    std::atomic<double> mSampleRate = 44100.0;
+    int64_t mBitRate = 0;
+    FourCharCode mAudioDataFormat = 0;
+    /// Written on the main thread under the lock; other threads copy it under the lock.
+    TrackList mAudioTracks;
+    mutable std::mutex mTracksMutex;
+    MarkerList mAudioMarkers;
+    AudioMetadata mAudioMetadata;
+    std::shared_ptr<AudioFile> mAudioFile;
+    std::filesystem::path mFilePath;
+    QString mFileTypeUTI;
+    QStringList mOpenWarnings;
+    QStringList mSaveWarnings;
+    std::vector<DocumentController*> mControllers;
+    QUndoStack mUndoStack;
+    std::unique_ptr<DocumentStep> mOpenStep;
+    int mGroupDepth = 0;
+    QSet<QString> mActionNames;
+};
+
+} // namespace velloria

@@ -1,0 +1,106 @@
+#include "document/clips/MutableAudioClip.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr int64_t kBytesPerFrame = sizeof(float);
+
+} // namespace
+
+MutableAudioClip::MutableAudioClip()
+    : MutableAudioClip(44100.0)
+{
+}
+
+MutableAudioClip::MutableAudioClip(double sampleRate)
+    : AudioClip(std::make_shared<Scratch>(this, sampleRate))
+{
+}
+
+MutableAudioClip::MutableAudioClip(const MutableAudioClip& whole, int64_t offset, int64_t numFrames)
+    : AudioClip(whole, offset, numFrames)
+{
+}
+
+std::shared_ptr<MutableAudioClip> MutableAudioClip::clipWithSampleRate(double sampleRate)
+{
+    return std::make_shared<MutableAudioClip>(sampleRate);
+}
+
+int64_t MutableAudioClip::headerLength() const
+{
+    return scratch().hasFile.load(std::memory_order_acquire) ? scratch()._headerLength : 0;
+}
+
+const std::shared_ptr<TempFile>& MutableAudioClip::tempFile() const
+{
+    static const std::shared_ptr<TempFile> none;
+    return scratch().hasFile.load(std::memory_order_acquire) ? scratch()._tempFile : none;
+}
+
+bool MutableAudioClip::isGrowing() const
+{
+    return scratch().producer == this && !scratch().isFinished.load(std::memory_order_acquire);
+}
+
+MaybeError MutableAudioClip::createFile()
+{
+    MaybeError error;
+    scratch()._tempFile = TempFile::create(scratch()._sampleRate, &error);
+    if (!scratch()._tempFile)
+        return error.value_or(Error{Error::Code::writeFailed, {}});
+    scratch()._headerLength = scratch()._tempFile->length();
+    scratch().hasFile.store(true, std::memory_order_release);
+    return std::nullopt;
+}
+
+MaybeError MutableAudioClip::appendData(std::span<const float> samples)
+{
+    MaybeError& error = scratch().error;
+    if (!error && !tempFile())
+        error = createFile();
+    if (!error)
+        error = tempFile()->appendData(samples);
+    if (error)
+        return error;
+    _waveformCache.appendFloatData(samples);
+    // Released after file and summary, so that whoever sees the new length finds both.
+    _numFrames.store((tempFile()->length() - headerLength()) / kBytesPerFrame, std::memory_order_release);
+    return std::nullopt;
+}
+
+void MutableAudioClip::finalizeCache()
+{
+    _waveformCache.finalizeCache();
+    scratch().isFinished.store(true, std::memory_order_release);
+}
+
+int64_t MutableAudioClip::readSamples(int64_t offset, std::span<float> out) const
+{
+    int64_t numRead = 0;
+    if (const auto& file = tempFile()) {
+        const int64_t position = headerLength() + (offset + _sourceOffset) * kBytesPerFrame;
+        numRead = file->dataAtOffset(position, std::as_writable_bytes(out)) / kBytesPerFrame;
+    }
+    std::fill(out.begin() + numRead, out.end(), 0.0F);
+    return numRead;
+}
+
+FloatBuffer MutableAudioClip::sampleDataAtOffset(int64_t offset, int64_t numFrames) const
+{
+    FloatBuffer samples(static_cast<size_t>(std::max<int64_t>(0, numFrames)));
+    samples.resize(static_cast<size_t>(readSamples(offset, samples)));
+    return samples;
+}
+
+AudioClipPtr MutableAudioClip::subdataWithOffset(int64_t offset, int64_t numFrames) const
+{
+    return std::make_shared<MutableAudioClip>(*this, offset, numFrames);
+}
+
+} // namespace velloria

@@ -1,0 +1,67 @@
+#include "effects/Backwards.h"
+
+#include "document/clips/ClipWriter.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr int64_t kBlockNumFrames = 16384;
+
+} // namespace
+
+bool Backwards::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
+{
+    if (!Filter::requestDataWithNumFrames(numFrames, block))
+        return false;
+    for (FloatBuffer& buffer : block)
+        std::reverse(buffer.begin(), buffer.end());
+    return true;
+}
+
+MaybeError Backwards::apply()
+{
+    mWasCancelled = false;
+    const int64_t total = numFrames();
+    const int64_t offset = mSource->loopStart();
+    if (total <= 0)
+        return std::nullopt;
+    ClipWriter writer(numTracks(), sampleRate());
+    if (mDelegate)
+        mDelegate->filterDidReachProgress(*this, 0.0);
+    mSource->setLooping(false);
+    processingWillBegin();
+    MaybeError error = processFromEnd(writer, offset, total);
+    if (!error && !mWasCancelled)
+        error = writer.finish();
+    didFinishProgress();
+    if (error || mWasCancelled)
+        return error;
+    processingFinished();
+    replaceSelectionWithClips(offset, total, writer.clips());
+    return std::nullopt;
+}
+
+MaybeError Backwards::processFromEnd(ClipWriter& writer, int64_t offset, int64_t total)
+{
+    SampleBlock block;
+    for (int64_t remaining = total; remaining > 0;) {
+        const int64_t count = std::min(remaining, kBlockNumFrames);
+        remaining -= count;
+        mSource->setMark(offset + remaining);
+        // Nothing comes for blocks beyond the document's end, and that end is where reading starts here: go
+        // on.
+        if (requestDataWithNumFrames(static_cast<uint64_t>(count), block))
+            if (MaybeError error = writer.append(block))
+                return error;
+        if (didReachProgress(total - remaining, total))
+            break;
+    }
+    return std::nullopt;
+}
+
+} // namespace velloria

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "effects/Filter.h"
+
+namespace velloria
+{
+
+/// Reverses the selection: takes blocks from its end and reverses each.
+class Backwards : public Filter
+{
+public:
+    explicit Backwards(const QString& name)
+        : Filter(name)
+    {
+    }
+
+    bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
+    MaybeError apply() override;
+
+private:
+    MaybeError processFromEnd(ClipWriter& writer, int64_t offset, int64_t total);
+};
+
+} // namespace velloria

@@ -1,0 +1,65 @@
+#include "effects/EffectRegistry.h"
+
+#include "effects/AmplifyVolume.h"
+#include "effects/Backwards.h"
+#include "effects/FadeIn.h"
+#include "effects/FadeOut.h"
+#include "effects/Invert.h"
+#include "effects/Normalize.h"
+#include "effects/SwapChannels.h"
+
+#include <algorithm>
+
+namespace velloria::EffectRegistry
+{
+
+namespace
+{
+
+template <typename Effect> std::unique_ptr<Filter> make(const QString& name)
+{
+    return std::make_unique<Effect>(name);
+}
+
+std::vector<EffectEntry> makeEntries()
+{
+    const QString gain = QStringLiteral("Gain");
+    const QString fades = QStringLiteral("Fades");
+    const QString time = QStringLiteral("Time");
+    const QString channels = QStringLiteral("Channels");
+    return {
+        {QStringLiteral("Amplify..."), gain, QStringLiteral("amplify"),
+         QStringLiteral("Makes the sound louder or softer."), make<AmplifyVolume>},
+        {QStringLiteral("Normalize..."), gain, QStringLiteral("normalize"),
+         QStringLiteral("Brings the loudest part to a target level."), make<Normalize>},
+        {QStringLiteral("Fade In"), fades, QStringLiteral("fade in"),
+         QStringLiteral("Fades linearly from silence."), make<FadeIn>},
+        {QStringLiteral("Fade Out"), fades, QStringLiteral("fade out"),
+         QStringLiteral("Fades linearly to silence."), make<FadeOut>},
+        {QStringLiteral("Reverse"), time, QStringLiteral("reverse"),
+         QStringLiteral("Turns the sound around in time."), make<Backwards>},
+        {QStringLiteral("Invert"), channels, QStringLiteral("invert"),
+         QStringLiteral("Turns the polarity around."), make<Invert>},
+        {QStringLiteral("Swap Channels"), channels, QStringLiteral("swap channels"),
+         QStringLiteral("Exchanges left and right."), make<SwapChannels>},
+    };
+}
+
+} // namespace
+
+const std::vector<EffectEntry>& effects()
+{
+    static const std::vector<EffectEntry> entries = makeEntries();
+    return entries;
+}
+
+const EffectEntry* effectWithScriptName(const QString& name)
+{
+    const auto isNamed = [&name](const EffectEntry& entry) {
+        return entry.scriptName.compare(name, Qt::CaseInsensitive) == 0;
+    };
+    const auto found = std::find_if(effects().begin(), effects().end(), isNamed);
+    return found == effects().end() ? nullptr : &*found;
+}
+
+} // namespace velloria::EffectRegistry

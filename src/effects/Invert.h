@@ -1,0 +1,20 @@
+#pragma once
+
+#include "effects/Filter.h"
+
+namespace velloria
+{
+
+/// Turns the polarity around: every sample x becomes -x.
+class Invert : public Filter
+{
+public:
+    explicit Invert(const QString& name)
+        : Filter(name)
+    {
+    }
+
+    bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
+};
+
+} // namespace velloria

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+#include <cstdint>
+#include <optional>
+
+namespace velloria
+{
+
+/// The byte in front of an ID3 text that tells its encoding.
+namespace Id3Encoding
+{
+constexpr uint8_t latin1 = 0;
+constexpr uint8_t utf16 = 1;
+constexpr uint8_t utf16BigEndian = 2;
+constexpr uint8_t utf8 = 3;
+} // namespace Id3Encoding
+
+/// The text of encoded bytes; empty for an encoding that does not exist. Several values separated by NULs
+/// come out joined by "; ", so the text holds no NUL, at its end least of all.
+QString decodeId3Text(uint8_t encoding, QByteArrayView bytes);
+
+struct Id3EncodedText {
+    uint8_t encoding = Id3Encoding::latin1;
+    QByteArray bytes;
+};
+
+/// Encodes a text with its terminator: Latin-1 and one zero byte where that loses nothing, else UTF-16 in
+/// this machine's byte order after a byte-order mark, and two zero bytes.
+Id3EncodedText encodeId3Text(const QString& text);
+
+struct Id3DescribedData {
+    QString description;
+    QByteArrayView content;
+};
+
+/// Splits bytes at the terminator of the description that they begin with; nothing if it has none.
+std::optional<Id3DescribedData> splitId3Description(uint8_t encoding, QByteArrayView bytes);
+
+/// The text of a comment or lyrics frame's payload: encoding, language, description, text. Nothing when
+/// the frame is damaged, empty or private to a player ("iTunNORM" and its like).
+struct Id3Comment {
+    QString description;
+    QString text;
+};
+std::optional<Id3Comment> decodeId3Comment(QByteArrayView payload);
+
+} // namespace velloria

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "platform/codec/PacketReader.h"
+#include "platform/codec/StreamDecoder.h"
+
+#include <QString>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+namespace velloria
+{
+
+/// Decodes a sound file from start to end, whatever its encoding, in buffers of at most 65536 bytes of 32-bit
+/// floats. Silence that an encoder put before and after the sound is left out. Once it is open,
+/// numberOfFrames() is exact: it was counted, and no more frames than that come out. One thread at a time.
+class VLAudioFileDecompressor
+{
+public:
+    /// `uti` ("public.mp3", "public.aac-audio", ...) decides only for a file whose bytes do not say what it
+    /// is. Null, with a log line and `error` filled, when the file is not sound that can be decoded.
+    static std::unique_ptr<VLAudioFileDecompressor> forReadingFile(const std::filesystem::path& path,
+                                                                   const QString& uti, MaybeError* error);
+    static std::unique_ptr<VLAudioFileDecompressor> forReadingFile(const std::shared_ptr<FileHandle>& handle,
+                                                                   const QString& uti, MaybeError* error);
+
+    double sampleRate() const { return mReader->streamDescription().sampleRate(); }
+    /// Bits per second in the file.
+    int64_t bitRate() const { return mReader->bitRate(); }
+    uint32_t numberOfChannels() const { return mReader->streamDescription().channelsPerFrame(); }
+    /// The stored width of linear PCM and Apple Lossless; 0 for encodings that have none.
+    uint32_t bitsPerSample() const { return mBitsPerSample; }
+    /// True for linear PCM of floating-point samples.
+    bool isFloat() const;
+    /// The encoding as a four-character code; "lpcm" for linear PCM of any width.
+    FourCharCode dataFormat() const { return mReader->dataFormat(); }
+    int64_t numberOfFrames() const { return mNumberOfFrames; }
+    /// Frames handed out so far.
+    int64_t convertedFrameCount() const { return mConvertedFrameCount; }
+
+    /// The next frames, one buffer a channel, each resized to the frames given; their memory is reused. Gives
+    /// the number of frames, 0 at the end.
+    int64_t convertOneBuffer(std::vector<std::vector<float>>& planar);
+    /// The same as interleaved frames; empty at the end.
+    std::vector<float> convertOneBufferOfAudioData();
+
+private:
+    explicit VLAudioFileDecompressor(std::unique_ptr<PacketReader> reader)
+        : mReader(std::move(reader))
+    {
+    }
+    void setUpPriming();
+
+    std::unique_ptr<PacketReader> mReader;
+    std::unique_ptr<StreamDecoder> mDecoder;
+    uint32_t mBitsPerSample = 0;
+    int64_t mNumberOfFrames = 0;
+    int64_t mNumPrimingFrames = 0;
+    int64_t mConvertedFrameCount = 0;
+    std::vector<std::vector<float>> mPlanar;
+    std::vector<float*> mChannels;
+};
+
+} // namespace velloria

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/Error.h"
+#include "platform/FourCharCode.h"
+
+#include <QByteArray>
+#include <QString>
+#include <cstdint>
+
+namespace velloria
+{
+
+/// What the "fmt " chunk of a WAVE file says. All fields are little-endian: format tag, channels (16 bits
+/// each), sample rate, bytes per second (32 each), block align, bits per sample (16 each), then for other
+/// formats than PCM an extension.
+struct WaveFormat {
+    static constexpr uint16_t tagPCM = 1;
+    static constexpr uint16_t tagFloat = 3;
+    static constexpr uint16_t tagALaw = 6;
+    static constexpr uint16_t tagMuLaw = 7;
+    static constexpr uint16_t tagExtensible = 0xFFFE;
+
+    uint16_t formatTag = tagPCM;
+    uint16_t numChannels = 0;
+    uint32_t sampleRate = 0;
+    uint16_t blockAlign = 0;
+    /// As the field says; 0 when the format has none.
+    uint16_t bitsPerSample = 0;
+    /// The format tag that an extensible format stands for; else formatTag.
+    uint16_t subFormatTag = tagPCM;
+
+    /// The fields of a chunk's payload, as far as it goes.
+    static WaveFormat ofPayload(const QByteArray& payload);
+    /// The 16 bytes of a PCM format.
+    QByteArray payload() const;
+
+    /// Why a file of this name cannot be read; nothing when its channels and rate make sense and, for PCM,
+    /// a frame can be cut into samples.
+    MaybeError checked(const QString& name) const;
+
+    bool isPCM() const { return formatTag == tagPCM; }
+    /// True for integers and floats, whose width bitsPerSample tells.
+    bool isLinear() const { return subFormatTag == tagPCM || subFormatTag == tagFloat; }
+    bool isFloat() const { return subFormatTag == tagFloat; }
+    /// PCM samples are as wide as their room in the frame: 24 bits in four bytes count as 32.
+    uint32_t containerBits() const;
+    /// PCM samples of up to 8 bits are unsigned. A width of 0 tells nothing: then the room decides.
+    bool isOffsetEncoded() const;
+    FourCharCode dataFormat() const;
+    /// "24-bit integer", "extensible (32-bit floating point)", "IMA ADPCM", ...
+    QString description() const;
+};
+
+} // namespace velloria

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "document/clips/AudioMarker.h"
+
+#include <QByteArray>
+#include <vector>
+
+namespace velloria
+{
+
+/// The payload of a WAVE file's private "MARK" chunk, little-endian: a 16-bit count, then for each marker its
+/// index (16 bits), position in frames (32 bits) and name as one length byte and up to 255 bytes of UTF-8,
+/// with a zero byte behind it where an entry would have an odd length.
+namespace WaveMarkers
+{
+
+constexpr int64_t mostMarkers = 65535;
+
+/// The payload for the first 65535 markers.
+QByteArray payloadOfMarkers(const std::vector<AudioMarkerPtr>& markers);
+
+struct Result {
+    std::vector<AudioMarkerPtr> markers;
+    /// False when the payload ends before all markers are told; those before stay.
+    bool isComplete = true;
+};
+Result markersOfPayload(const QByteArray& payload);
+
+} // namespace WaveMarkers
+
+} // namespace velloria

@@ -1,0 +1,93 @@
+#include "platform/FileAttributes.h"
+
+#include "platform/FileHandle.h"
+#include "platform/Log.h"
+
+#include <algorithm>
+#include <linux/limits.h>
+#include <string_view>
+#include <sys/xattr.h>
+#include <unistd.h>
+#include <vector>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+/// Security modules keep their labels; their checksums and capabilities hold for the old contents only.
+bool belongsToContents(std::string_view attribute)
+{
+    return attribute.starts_with("security.") && attribute != "security.selinux" &&
+           attribute != "security.SMACK64";
+}
+
+void copyExtendedAttributes(const std::filesystem::path& path, int newFile)
+{
+    // A new file may have got one from its folder that the old file has not.
+    ::fremovexattr(newFile, kAccessList);
+    std::vector<char> names(XATTR_LIST_MAX);
+    std::vector<char> value(XATTR_SIZE_MAX);
+    const ssize_t namesSize = ::listxattr(path.c_str(), names.data(), names.size());
+    const char* const end = names.data() + std::max<ssize_t>(namesSize, 0);
+    for (const char* name = names.data(); name < end; name += std::string_view(name).size() + 1) {
+        if (belongsToContents(name))
+            continue;
+        const ssize_t size = ::getxattr(path.c_str(), name, value.data(), value.size());
+        const bool isCopied =
+            size >= 0 && ::fsetxattr(newFile, name, value.data(), static_cast<size_t>(size), 0) == 0;
+        // The other name spaces are the system's, which sets them as it sees fit.
+        if (!isCopied && std::string_view(name).starts_with("user."))
+            logLine(QStringLiteral("%1: the attribute %2 could not be kept.")
+                        .arg(displayName(path), QString::fromUtf8(name)));
+    }
+}
+
+bool isMemberOf(gid_t group)
+{
+    std::vector<gid_t> groups(static_cast<size_t>(std::max(0, ::getgroups(0, nullptr))));
+    const int count = ::getgroups(static_cast<int>(groups.size()), groups.data());
+    groups.resize(static_cast<size_t>(std::max(0, count)));
+    return group == ::getegid() || std::find(groups.begin(), groups.end(), group) != groups.end();
+}
+
+} // namespace
+
+void copyFileAttributes(const std::filesystem::path& path, const struct stat& existing, int newFile)
+{
+    struct stat status = {};
+    if (::fstat(newFile, &status) != 0)
+        return;
+    if (status.st_uid != existing.st_uid || status.st_gid != existing.st_gid) {
+        if (::fchown(newFile, existing.st_uid, existing.st_gid) != 0 &&
+            ::fchown(newFile, static_cast<uid_t>(-1), existing.st_gid) == 0)
+            status.st_gid = existing.st_gid;
+        ::fstat(newFile, &status);
+    }
+    copyExtendedAttributes(path, newFile);
+    const bool hasOwner = status.st_uid == existing.st_uid;
+    const bool hasGroup = status.st_gid == existing.st_gid;
+    mode_t mode = existing.st_mode & (hasOwner && hasGroup ? 07777 : 0777);
+    if (!hasGroup)
+        mode &= ~static_cast<mode_t>(S_IRWXG) | (mode & S_IRWXO) << 3;
+    ::fchmod(newFile, mode);
+}
+
+QStringList ownershipLosses(const struct stat& existing, const QString& name)
+{
+    QStringList losses;
+    const uid_t user = ::geteuid();
+    if (user == 0)
+        return losses;
+    if (existing.st_uid != user)
+        losses += QStringLiteral("%1 belongs to another user; it will belong to you.").arg(name);
+    if (!isMemberOf(existing.st_gid))
+        losses += QStringLiteral("%1 belongs to a group that you are not in; it will belong to your group.")
+                      .arg(name);
+    return losses;
+}
+
+} // namespace velloria

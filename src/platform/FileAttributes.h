@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QStringList>
+#include <filesystem>
+#include <sys/stat.h>
+
+namespace velloria
+{
+
+/// Gives an open new file what belongs to an existing one besides its contents: owner, group, mode, access
+/// control list and extended attributes. What the system does not let this user keep is left out (see
+/// ownershipLosses()); where the group is not kept, the new group gets no more than everybody.
+/// `existing` is what stat() said about the file at `path`.
+void copyFileAttributes(const std::filesystem::path& path, const struct stat& existing, int newFile);
+
+/// What this user could not keep of a file's owner and group, one sentence each.
+QStringList ownershipLosses(const struct stat& existing, const QString& name);
+
+} // namespace velloria

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "platform/Error.h"
+
+#include <QByteArray>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+namespace velloria
+{
+
+/// An open regular file, read and written by position: each call is one step by nature, so that several
+/// threads may use one handle without a lock. The file stays readable through the handle after another
+/// file was renamed over its path or the path was removed.
+class FileHandle
+{
+public:
+    /// Opens an existing regular file. A directory, FIFO, socket or device is refused without blocking.
+    /// Gives null and fills `error` (when given) if the file cannot be opened.
+    static std::shared_ptr<FileHandle> openForReading(const std::filesystem::path& path,
+                                                      MaybeError* error = nullptr);
+
+    /// Takes over a descriptor that is open for reading and writing.
+    static std::shared_ptr<FileHandle> adopt(int descriptor, const std::filesystem::path& path);
+
+    ~FileHandle();
+    FileHandle(const FileHandle&) = delete;
+    FileHandle& operator=(const FileHandle&) = delete;
+
+    const std::filesystem::path& path() const { return mPath; }
+    int descriptor() const { return mDescriptor; }
+
+    /// Current size in bytes; 0 when the system does not say.
+    int64_t length() const;
+
+    /// Reads up to out.size() bytes at `offset`; gives the number read, which is smaller only at the end of
+    /// the file or after a read error.
+    int64_t readAt(int64_t offset, std::span<std::byte> out) const;
+
+    /// The same into a new buffer of at most numBytes bytes, never larger than what the file holds.
+    QByteArray readAt(int64_t offset, int64_t numBytes) const;
+
+    /// Writes all bytes at `offset`; nothing means success.
+    MaybeError writeAt(int64_t offset, std::span<const std::byte> bytes);
+    MaybeError writeAt(int64_t offset, const QByteArray& bytes);
+
+    /// Copies a run of another file's bytes to this one, inside the kernel where it can. Gives the number of
+    /// bytes copied, fewer than asked only when the source ends early; fills `error` when writing fails.
+    int64_t copyFrom(const FileHandle& source, int64_t sourceOffset, int64_t offset, int64_t numBytes,
+                     MaybeError* error);
+
+    /// Lets the system begin to bring a run of bytes to the disk and returns at once, so that a sync() at the
+    /// end of a long file has little left to wait for. Only a hint: nothing is promised and nothing fails.
+    void startSync(int64_t offset, int64_t numBytes);
+
+    /// Returns once the file's bytes are on the disk.
+    MaybeError sync();
+
+    /// True when the file was changed in place (size or modification time) since this handle was opened.
+    bool hasChangedOnDisk() const;
+
+private:
+    FileHandle(int descriptor, std::filesystem::path path);
+    int64_t copyInKernel(const FileHandle& source, int64_t sourceOffset, int64_t offset, int64_t numBytes);
+
+    int mDescriptor;
+    std::filesystem::path mPath;
+    int64_t mOpenedLength = 0;
+    int64_t mOpenedModificationNanoseconds = 0;
+};
+
+/// Nothing when `mode` (st_mode) is a regular file's; else an error that says what `name` is instead.
+MaybeError refusalUnlessRegular(unsigned mode, const QString& name);
+
+/// A path as text for a person: bytes that are not UTF-8 show as U+FFFD.
+QString displayPath(const std::filesystem::path& path);
+
+/// The last component of a path as text for a person.
+QString displayName(const std::filesystem::path& path);
+
+/// The system's bytes for a path that came from Qt, and the other way round.
+std::filesystem::path pathFromQString(const QString& path);
+
+} // namespace velloria

@@ -1,0 +1,58 @@
+#include "platform/FileLock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace velloria
+{
+
+bool lockNewFile(int descriptor)
+{
+    // Waits at most for a clean-up that is looking at the file at this moment.
+    while (::flock(descriptor, LOCK_EX) != 0 && errno == EINTR)
+        continue;
+    struct stat status = {};
+    return ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
+}
+
+UniqueDescriptor lockUnusedFile(int folder, const std::string& name)
+{
+    constexpr int flags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    struct stat status = {};
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode))
+        return UniqueDescriptor();
+    // Network file systems lock exclusively only what is open for writing.
+    UniqueDescriptor descriptor(::openat(folder, name.c_str(), O_RDWR | flags));
+    if (!descriptor)
+        descriptor = UniqueDescriptor(::openat(folder, name.c_str(), O_RDONLY | flags));
+    if (!descriptor || ::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0)
+        return UniqueDescriptor();
+    if (::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink == 0)
+        return UniqueDescriptor();
+    return descriptor;
+}
+
+std::vector<std::string> namesWithPrefix(int folder, std::string_view prefix)
+{
+    std::vector<std::string> names;
+    UniqueDescriptor descriptor(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor)
+        return names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::fdopendir(descriptor.get()), &::closedir);
+    if (!listing)
+        return names;
+    descriptor.release();
+    while (const dirent* entry = ::readdir(listing.get())) {
+        if (std::string_view(entry->d_name).starts_with(prefix))
+            names.emplace_back(entry->d_name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace velloria

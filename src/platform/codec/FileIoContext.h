@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/FileHandle.h"
+#include "platform/codec/FFmpegLibraries.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace velloria
+{
+
+/// A FileHandle as FFmpeg reads or writes it: by position, with a position of its own, so that several of
+/// these may work on one handle. One thread at a time.
+class FileIoContext
+{
+public:
+    enum class Mode { reading, writing };
+
+    FileIoContext(std::shared_ptr<FileHandle> handle, Mode mode);
+    ~FileIoContext();
+    FileIoContext(const FileIoContext&) = delete;
+    FileIoContext& operator=(const FileIoContext&) = delete;
+
+    /// Null when there is no memory for it.
+    AVIOContext* context() const { return mContext; }
+    /// The first write that failed.
+    const MaybeError& writeError() const { return mWriteError; }
+
+private:
+    static int read(void* self, uint8_t* buffer, int numBytes);
+    static int write(void* self, uint8_t* buffer, int numBytes);
+    static int64_t seek(void* self, int64_t offset, int whence);
+    int64_t endOfFile() const;
+
+    std::shared_ptr<FileHandle> mHandle;
+    bool mIsWriting;
+    int64_t mLengthWhenOpened;
+    int64_t mPosition = 0;
+    MaybeError mWriteError;
+    AVIOContext* mContext = nullptr;
+};
+
+} // namespace velloria

@@ -1,0 +1,152 @@
+#include "controllers/SoundController.h"
+#include "scripting/CommandGroups.h"
+#include "scripting/SaveArguments.h"
+#include "scripting/ScriptText.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+using Type = CommandParameter::Type;
+
+const QString kCount = QStringLiteral("Count");
+const QString kPath = QStringLiteral("Path");
+const QString kType = QStringLiteral("Type");
+const QString kOption = QStringLiteral("Option");
+// What the formats that hold most of them can count.
+constexpr int kMaxTracks = 65535;
+
+CommandDescription setTracksCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("set tracks");
+    command.summary = QStringLiteral("Adds silent tracks at the end, or drops the last ones.");
+    command.parameters = {makeParameter(kCount, Type::integer, {}, 1, kMaxTracks, {},
+                                        QStringLiteral("Number of tracks (channels)."))};
+    command.check = [](const QVariantMap& arguments) {
+        const qlonglong count = arguments.value(kCount).toLongLong();
+        return count >= 1 && count <= kMaxTracks
+                   ? QString()
+                   : QStringLiteral("Count= must be from 1 to %1").arg(kMaxTracks);
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        controller.document().setNumTracks(static_cast<int32_t>(arguments.value(kCount).toLongLong()));
+        return MaybeError();
+    };
+    return command;
+}
+
+/// Tags that are no free text.
+CommandParameter metadataParameter(const QString& key)
+{
+    static const QStringList numbers = {QStringLiteral("tempo"), QStringLiteral("advisory")};
+    static const QStringList flags = {QStringLiteral("compilation"), QStringLiteral("gapless"),
+                                      QStringLiteral("podcast")};
+    if (numbers.contains(key))
+        return makeParameter(key, Type::integer, {}, 0, {}, {}, QStringLiteral("0 takes it out."));
+    if (flags.contains(key))
+        return makeParameter(key, Type::boolean, {}, 0, 1, {}, QStringLiteral("0 takes it out."));
+    if (key == MetadataKey::trackNumber || key == MetadataKey::discNumber)
+        return makeParameter(key, Type::string, {}, {}, {}, {},
+                             QStringLiteral("A number, or a number and a total as in 3/12."));
+    return makeParameter(key, Type::string, {}, {}, {}, {}, QStringLiteral("An empty text takes it out."));
+}
+
+CommandDescription setMetadataCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("set metadata");
+    command.summary = QStringLiteral("Sets tags; those that are not named stay.");
+    for (const QString& key : AudioMetadata::dictionaryKeys())
+        if (key != MetadataKey::attachedPictures)
+            command.parameters.push_back(metadataParameter(key));
+    command.check = [](const QVariantMap& arguments) {
+        return arguments.isEmpty() ? QStringLiteral("no tag is named") : QString();
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        AudioMetadata metadata = controller.document().audioMetadata();
+        MetadataDictionary dictionary = metadata.dictionary();
+        for (auto argument = arguments.begin(); argument != arguments.end(); ++argument)
+            dictionary.insert(argument.key(), argument->toString());
+        metadata.setValuesWithDictionary(dictionary);
+        controller.document().undoableSetAudioMetadata(metadata);
+        return MaybeError();
+    };
+    return command;
+}
+
+QString checkSave(const QVariantMap& arguments)
+{
+    const bool hasPath = arguments.contains(kPath);
+    if (hasPath && arguments.value(kPath).toString().isEmpty())
+        return QStringLiteral("Path= is empty");
+    if (!hasPath && arguments.contains(kType))
+        return QStringLiteral("Type= needs a Path=");
+    QString problem;
+    const AudioFileType* type =
+        hasPath ? SaveArguments::type(arguments.value(kType).toString(),
+                                      ScriptText::toPath(arguments.value(kPath).toString()), &problem)
+                : nullptr;
+    if (!problem.isEmpty() || !arguments.contains(kOption))
+        return problem;
+    const std::optional<int> tag = SaveArguments::optionTag(arguments.value(kOption).toString());
+    if (!tag)
+        return QStringLiteral("Option=%1 is neither a number nor a four-character code")
+            .arg(arguments.value(kOption).toString());
+    return type ? SaveArguments::optionProblem(type->uti, *tag) : QString();
+}
+
+MaybeError save(SoundController& controller, const QVariantMap& arguments)
+{
+    const SoundDocument& document = controller.document();
+    SaveRequest request;
+    if (arguments.contains(kPath)) {
+        request.path = ScriptText::toPath(arguments.value(kPath).toString());
+        request.uti = SaveArguments::type(arguments.value(kType).toString(), request.path, nullptr)->uti;
+        request.operation = SaveOperation::saveTo;
+    } else {
+        request.path = document.filePath();
+        request.uti = document.fileType();
+    }
+    if (request.path.empty())
+        return Error{Error::Code::failed, QStringLiteral("The document has no file yet: Path= is missing.")};
+    if (arguments.contains(kOption)) {
+        request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
+        const QString problem = SaveArguments::optionProblem(request.uti, request.optionTag, document);
+        if (!problem.isEmpty())
+            return Error{Error::Code::failed, problem + u'.'};
+    }
+    return controller.save(request);
+}
+
+CommandDescription saveCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("save");
+    command.summary = QStringLiteral("Writes the document: over its own file, or to another one.");
+    command.parameters = {
+        makeParameter(kPath, Type::path, {}, {}, {}, {},
+                      QStringLiteral("File to write instead; the document stays that of its own file.")),
+        makeParameter(kType, Type::string, {}, {}, {}, {},
+                      QStringLiteral("File type; left out, the path's extension tells it.")),
+        makeParameter(kOption, Type::string, {}, {}, {}, {},
+                      QStringLiteral("Sample size in bits or bit rate, from the type's list.")),
+    };
+    command.check = checkSave;
+    command.run = save;
+    command.makesStep = false;
+    return command;
+}
+
+} // namespace
+
+void CommandGroups::appendDocumentCommands(std::vector<CommandDescription>& commands)
+{
+    commands.push_back(setTracksCommand());
+    commands.push_back(setMetadataCommand());
+    commands.push_back(saveCommand());
+}
+
+} // namespace velloria

@@ -1,0 +1,137 @@
+#include "controllers/SoundController.h"
+#include "scripting/CommandGroups.h"
+#include "scripting/SelectionArguments.h"
+
+#include <limits>
+
+namespace velloria
+{
+
+namespace
+{
+
+using Type = CommandParameter::Type;
+
+const QString kDirection = QStringLiteral("Direction");
+const QString kStart = QStringLiteral("Start");
+const QString kEnd = QStringLiteral("End");
+const QString kDataPoints = QStringLiteral("DataPoints");
+const QString kFadeSpecial = QStringLiteral("fade special");
+
+MaybeError runEffect(const EffectEntry& entry, SoundController& controller, const QVariantMap& arguments)
+{
+    if (controller.document().numberOfFrames() == 0)
+        return std::nullopt;
+    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
+    filter->setParameters(arguments);
+    controller.setUpFilter(*filter);
+    MaybeError error = controller.runFilter(*filter);
+    return !error && filter->wasCancelled() ? Error::cancelled() : error;
+}
+
+CommandParameter makeEffectParameter(const ParameterDescription& description)
+{
+    using Kind = ParameterDescription::Kind;
+    CommandParameter parameter;
+    parameter.key = description.scriptKey;
+    parameter.unit = description.unit;
+    parameter.summary = description.summary;
+    if (description.kind == Kind::number) {
+        constexpr double none = std::numeric_limits<double>::max();
+        // What a script may give; where nothing limits that, what the dialog offers is a hint.
+        parameter.minimum = description.hardMinimum > -none ? description.hardMinimum : description.minimum;
+        parameter.maximum = description.hardMaximum < none ? description.hardMaximum : description.maximum;
+        parameter.defaultValue = description.scriptDefaultValue;
+        return parameter;
+    }
+    const bool isToggle = description.kind == Kind::toggle;
+    parameter.type = isToggle ? Type::boolean : Type::integer;
+    parameter.choices = isToggle ? QStringList() : description.choices;
+    parameter.minimum = 0;
+    parameter.maximum = isToggle ? 1 : static_cast<int>(description.choices.size()) - 1;
+    parameter.defaultValue = static_cast<int>(description.scriptDefaultValue);
+    for (qsizetype i = 0; i < parameter.choices.size(); ++i)
+        parameter.summary += QStringLiteral(" %1 is %2.").arg(i).arg(parameter.choices[i]);
+    return parameter;
+}
+
+CommandParameter dataPointsParameter()
+{
+    return makeParameter(
+        kDataPoints, Type::numberList, {}, {}, {}, {},
+        QStringLiteral("Envelope as x0,y0,x1,y1,...: x from 0 to 1 over the selection, y the "
+                       "gain as a factor."));
+}
+
+CommandDescription effectCommand(const EffectEntry& entry)
+{
+    CommandDescription command;
+    command.name = entry.scriptName;
+    command.summary = entry.summary;
+    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
+    for (const ParameterDescription& description : filter->parameters())
+        if (!description.scriptKey.isEmpty())
+            command.parameters.push_back(makeEffectParameter(description));
+    if (entry.scriptName == kFadeSpecial)
+        command.parameters.push_back(dataPointsParameter());
+    command.run = [&entry](SoundController& controller, const QVariantMap& arguments) {
+        return runEffect(entry, controller, arguments);
+    };
+    return command;
+}
+
+MaybeError fade(SoundController& controller, const QVariantMap& arguments)
+{
+    const QString name = arguments.contains(kDataPoints)
+                             ? kFadeSpecial
+                             : QStringLiteral("fade ") + arguments.value(kDirection).toString();
+    if (arguments.contains(kStart) || arguments.contains(kEnd)) {
+        MaybeError error;
+        const auto range = SelectionArguments::selection(controller.document(), arguments, &error);
+        if (!range)
+            return error;
+        SoundSelection selection = controller.normalizedSelection();
+        selection.startTime = range->startTime;
+        selection.endTime = range->endTime;
+        controller.setSelection(selection);
+    }
+    return runEffect(*EffectRegistry::effectWithScriptName(name), controller, arguments);
+}
+
+/// One command for all fades, beside one for each.
+CommandDescription fadeCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("fade");
+    command.summary = QStringLiteral("Fades in or out.");
+    command.parameters = {
+        makeParameter(kDirection, Type::string, {}, {}, {}, {}, QStringLiteral("“in” or “out”.")),
+        makeParameter(
+            kStart, Type::number, QStringLiteral("s"), 0, {}, {},
+            QStringLiteral("Start of the fade; with neither Start nor End, the selection is faded.")),
+        makeParameter(kEnd, Type::number, QStringLiteral("s"), 0, {}, {}, QStringLiteral("End of the fade.")),
+    };
+    command.parameters.front().choices = {QStringLiteral("in"), QStringLiteral("out")};
+    if (EffectRegistry::effectWithScriptName(kFadeSpecial)) {
+        command.summary = QStringLiteral("Fades in, out or along an envelope.");
+        command.parameters.push_back(dataPointsParameter());
+    }
+    command.check = [](const QVariantMap& arguments) {
+        return arguments.contains(kDirection) || arguments.contains(kDataPoints)
+                   ? QString()
+                   : QStringLiteral("Direction=in or Direction=out is missing");
+    };
+    command.run = fade;
+    return command;
+}
+
+} // namespace
+
+void CommandGroups::appendEffectCommands(std::vector<CommandDescription>& commands)
+{
+    for (const EffectEntry& entry : EffectRegistry::effects())
+        commands.push_back(effectCommand(entry));
+    commands.push_back(fadeCommand());
+}
+
+} // namespace velloria

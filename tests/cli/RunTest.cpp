@@ -1,0 +1,119 @@
+#include "cli/CliKit.h"
+
+#include <cmath>
+
+namespace velloria
+{
+
+namespace
+{
+
+class RunTest : public test::CliTest
+{
+};
+
+} // namespace
+
+TEST_F(RunTest, RunsCommandsInTheOrderInWhichTheyStand)
+{
+    makeNoise("in.wav", 1000, 1);
+    const std::vector<float> all = decoded("in.wav");
+    makeFile("more.txt",
+             "\xEF\xBB\xBF# a comment\r\n\r\n  delete # the rest of the line\nselect EndFrame=100\n"
+             "insert marker Name=\"#1\" Frame=7 # \"x\"");
+    const test::Outcome outcome = cli({"run", "in.wav", "select StartFrame=200 EndFrame=900", "--commands",
+                                       "more.txt", "cut", "-o", "out.wav", "select StartFrame=100", "paste"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    // Frames 200 to 899 go, 0 to 99 move behind 100 to 199, and the marker with what it stands in.
+    std::vector<float> expected(all.begin() + 100, all.begin() + 200);
+    expected.insert(expected.end(), all.begin(), all.begin() + 100);
+    EXPECT_EQ(decoded("out.wav"), expected);
+    const QJsonArray markers = infoOf("out.wav")[QStringLiteral("markers")].toArray();
+    ASSERT_EQ(markers.size(), 1);
+    EXPECT_EQ(markers[0][QStringLiteral("position")], 107);
+    EXPECT_EQ(markers[0][QStringLiteral("name")], QStringLiteral("#1"));
+}
+
+TEST_F(RunTest, ReadsCommandsFromStandardInputAndPipes)
+{
+    makeNoise("in.wav", 1000, 1);
+    EXPECT_EQ(shell("echo 'select EndFrame=400' | $CLI run in.wav --commands - delete -o out.wav").status, 0);
+    EXPECT_EQ(decoded("out.wav").size(), 600U);
+    EXPECT_EQ(shell("$CLI run in.wav --commands <(echo 'select EndFrame=300') delete -o out.wav").status, 0);
+    EXPECT_EQ(decoded("out.wav").size(), 700U);
+    expectFailure({"run", "in.wav", "--commands", "missing.txt"}, 1, "missing.txt");
+}
+
+TEST_F(RunTest, FadesAndUndoesARealRecording)
+{
+    const std::string spoken = "/usr/share/sounds/alsa/Front_Center.wav";
+    ASSERT_EQ(cli({"run", spoken, "-o", "out.wav", "amplify Gain=-6", "select End=0.25", "fade in", "undo",
+                   "select Start=1", "reverse"})
+                  .status,
+              0);
+    const std::vector<float> before = decoded(spoken);
+    const std::vector<float> after = decoded("out.wav");
+    ASSERT_EQ(after.size(), before.size());
+    const float gain = std::pow(10.0F, -0.3F);
+    for (size_t i = 0; i < 48'000; ++i)
+        ASSERT_NEAR(after[i], gain * before[i], 2.0 / 32768.0) << i;
+    for (size_t i = 48'000; i < after.size(); ++i)
+        ASSERT_NEAR(after[i], gain * before[before.size() - 1 - (i - 48'000)], 2.0 / 32768.0) << i;
+}
+
+TEST_F(RunTest, WritesNothingUnlessAsked)
+{
+    makeNoise("in.wav", 1000);
+    const QByteArray before = bytesOf("in.wav");
+    EXPECT_EQ(cli({"run", "in.wav", "amplify Gain=-6", "reverse"}).status, 0);
+    EXPECT_EQ(bytesOf("in.wav"), before);
+    EXPECT_EQ(fileNames(), std::vector<std::string>{"in.wav"});
+    EXPECT_TRUE(scratchFiles().empty());
+    EXPECT_EQ(cli({"run", "in.wav", "select StartFrame=10", "delete", "save"}).status, 0);
+    EXPECT_EQ(decoded("in.wav").size(), 20U);
+    EXPECT_EQ(cli({"run", "in.wav", "undo", "-o", "in.wav", "redo", "select StartFrame=5", "delete"}).status,
+              0);
+    EXPECT_EQ(decoded("in.wav").size(), 10U);
+}
+
+TEST_F(RunTest, StopsAtTheFirstCommandThatFails)
+{
+    makeNoise("in.wav", 1000);
+    const QByteArray before = bytesOf("in.wav");
+    expectFailure({"run", "in.wav", "-o", "out.wav", "reverse", "save Path=first.wav", "select FirstTrack=2",
+                   "save Path=second.wav"},
+                  1, "command 3 “select FirstTrack=2”: There is no track 2");
+    EXPECT_EQ(fileNames(), (std::vector<std::string>{"first.wav", "in.wav"}));
+    expectFailure({"run", "in.wav", "save", "amplify Gain=nan"}, 2, "command 2 “amplify Gain=nan”");
+    expectFailure({"run", "in.wav", "save", "save Path=x.mid"}, 2, "command 2 “save Path=x.mid”");
+    expectFailure({"run", "missing.wav", "save"}, 1, "missing.wav");
+    expectFailure({"run", "in.wav", "copy File=missing.wav"}, 1, "missing.wav");
+    expectFailure({"run", "in.wav", "save Path=/nowhere/x.wav"}, 1, "/nowhere");
+    EXPECT_EQ(bytesOf("in.wav"), before);
+}
+
+TEST_F(RunTest, RefusesToMixSampleRates)
+{
+    makeNoise("in.wav", 1000);
+    makeFile("fast.wav", test::wave({1, 2, 96000, 16}, test::noiseBytes(400, 1)));
+    expectFailure({"run", "in.wav", "copy File=fast.wav", "paste", "save"}, 1, "96000 Hz");
+}
+
+TEST_F(RunTest, GetsThroughTenThousandCommands)
+{
+    makeNoise("in.wav", 441'000);
+    QByteArray script;
+    std::mt19937 generator(1);
+    for (int i = 0; i < 10'000; ++i) {
+        const int start = static_cast<int>(generator() % 400'000);
+        const char* const edits[] = {"copy", "paste", "delete", "clear", "cut", "undo", "redo"};
+        script += "select StartFrame=" + QByteArray::number(start) +
+                  " EndFrame=" + QByteArray::number(start + 20) + '\n' +
+                  (i == 0 ? "copy" : edits[generator() % std::size(edits)]) + '\n';
+    }
+    makeFile("script.txt", script);
+    EXPECT_EQ(cli({"run", "in.wav", "--commands", "script.txt", "-o", "out.wav"}).status, 0);
+    EXPECT_GT(infoOf("out.wav")[QStringLiteral("frames")].toInt(), 300'000);
+}
+
+} // namespace velloria

@@ -1,0 +1,175 @@
+#include "controllers/ArrayModel.h"
+#include "controllers/ControllerKit.h"
+#include "document/AudioClipboard.h"
+
+#include <random>
+
+namespace velloria
+{
+
+namespace
+{
+
+using kit::ArrayModel;
+
+constexpr int64_t kTooShort = 200;
+constexpr int64_t kLongEnough = 6000;
+
+/// Does the same to a document and to arrays, and compares them after every step.
+class Twins
+{
+public:
+    Twins(const kit::TrackSamples& samples, unsigned seed)
+        : mWindow(samples)
+        , mModel(samples)
+        , mGenerator(seed)
+    {
+        AudioClipboard::clipboard().setContents(nullptr);
+        mWindow.controller.selectAll();
+        mModel.selection.end = mModel.numFrames();
+    }
+
+    void step()
+    {
+        if (mModel.numFrames() < kTooShort)
+            return undo();
+        switch (mModel.numFrames() > kLongEnough ? randomNumber(6, 8) : randomNumber(0, 17)) {
+        case 6:
+            mWindow.controller.deleteSelection({});
+            return mModel.deleteSelection();
+        case 7:
+            mWindow.controller.cut({});
+            return mModel.cut();
+        case 8:
+            return crop();
+        case 9:
+        case 10:
+            return copy();
+        case 11:
+        case 12:
+            mWindow.controller.paste({}, nullptr);
+            return mModel.paste();
+        case 13:
+            mWindow.controller.clear({});
+            return mModel.clear();
+        case 14:
+            return changeMarkers();
+        case 15:
+        case 16:
+            return undo();
+        case 17:
+            mWindow.controller.redo();
+            return mModel.redo();
+        default:
+            return select();
+        }
+    }
+
+    void undoAll(int numSteps)
+    {
+        for (int i = 0; i < numSteps; ++i)
+            undo();
+    }
+
+    void expectEqual()
+    {
+        ASSERT_EQ(kit::samplesOf(*mWindow.document), mModel.content.tracks);
+        std::vector<ArrayModel::Marker> markers;
+        for (const AudioMarkerPtr& marker : *mWindow.document->audioMarkers())
+            markers.push_back({marker->position(), marker->name()});
+        ASSERT_EQ(markers, mModel.content.markers);
+        const SoundSelection selection = mWindow.controller.normalizedSelection();
+        const auto [start, end] = mWindow.selectedFrames();
+        const ArrayModel::Selection selected = {start, end, selection.firstTrack, selection.numTracks};
+        ASSERT_EQ(selected, mModel.selection);
+    }
+
+private:
+    int64_t randomNumber(int64_t first, int64_t last)
+    {
+        return std::uniform_int_distribution<int64_t>(first, last)(mGenerator);
+    }
+
+    void select()
+    {
+        ArrayModel::Selection& selection = mModel.selection;
+        selection.start = randomNumber(0, mModel.numFrames());
+        selection.end =
+            std::min(mModel.numFrames(), selection.start + randomNumber(0, 1) * randomNumber(0, 800));
+        selection.firstTrack = static_cast<int32_t>(randomNumber(0, mModel.numTracks() - 1));
+        if (randomNumber(0, 1) == 0)
+            selection.firstTrack = 0;
+        selection.numTracks =
+            static_cast<int32_t>(randomNumber(1, mModel.numTracks() - selection.firstTrack));
+        mWindow.select(selection.start, selection.end, selection.firstTrack, selection.numTracks);
+    }
+
+    void undo()
+    {
+        mWindow.controller.undo();
+        mModel.undo();
+    }
+
+    void copy()
+    {
+        // Markers at one place, copied and pasted there, would double each time.
+        if (mModel.selection.start == mModel.selection.end && mModel.content.markers.size() > 20)
+            return select();
+        mWindow.controller.copy();
+        mModel.copy();
+    }
+
+    void crop()
+    {
+        // Rarely, for little is left of the tracks.
+        if (randomNumber(0, 9) != 0)
+            return select();
+        mWindow.controller.crop({});
+        mModel.crop();
+    }
+
+    void changeMarkers()
+    {
+        const int64_t position = randomNumber(0, mModel.numFrames());
+        const QString name = QString::number(randomNumber(0, 99));
+        const auto& markers = *mWindow.document->audioMarkers();
+        const int64_t choice = markers.empty() ? 0 : randomNumber(0, 3);
+        if (choice <= 1) {
+            mWindow.document->addMarker(kit::markerAt(position, name));
+            return mModel.addMarker(position, name);
+        }
+        const auto index = static_cast<size_t>(randomNumber(0, std::ssize(markers) - 1));
+        if (choice == 2) {
+            mWindow.document->setPosition(position, markers[index]);
+            return mModel.moveMarker(index, position);
+        }
+        mWindow.document->setName(name, markers[index]);
+        mModel.renameMarker(index, name);
+    }
+
+    kit::Window mWindow;
+    ArrayModel mModel;
+    std::mt19937 mGenerator;
+};
+
+} // namespace
+
+class EditCommandsModelTest : public testing::TestWithParam<unsigned>
+{
+};
+
+TEST_P(EditCommandsModelTest, AnySequenceOfCommandsGivesWhatArraysGive)
+{
+    Twins twins({kit::ramp(2000, 1), kit::ramp(2000, 10'000), kit::ramp(700, 20'000)}, GetParam());
+    for (int i = 0; i < 2500; ++i) {
+        SCOPED_TRACE(testing::Message() << "step " << i);
+        twins.step();
+        ASSERT_NO_FATAL_FAILURE(twins.expectEqual());
+    }
+    twins.undoAll(3000);
+    twins.expectEqual();
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, EditCommandsModelTest, testing::Values(1, 2, 3, 4));
+
+} // namespace velloria

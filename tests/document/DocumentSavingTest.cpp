@@ -1,0 +1,370 @@
+#include "document/DocumentKit.h"
+#include "document/UndoGroup.h"
+#include "formats/AudioFileRegistry.h"
+#include "platform/Log.h"
+
+#include <QTemporaryDir>
+#include <QThread>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/stat.h>
+#include <thread>
+
+using namespace velloria;
+using kit::samplesOf;
+
+namespace
+{
+
+const QString kWave = QStringLiteral("com.microsoft.waveform-audio");
+
+class DocumentFiles : public testing::Test
+{
+protected:
+    std::filesystem::path path(const std::string& name) const
+    {
+        return std::filesystem::path(mFolder.path().toStdString()) / name;
+    }
+
+    QByteArray bytesOf(const std::string& name) const
+    {
+        const auto handle = FileHandle::openForReading(path(name));
+        return handle ? handle->readAt(0, handle->length()) : QByteArray();
+    }
+
+    void writeBytes(const std::string& name, const QByteArray& bytes) const
+    {
+        std::ofstream(path(name), std::ios::binary).write(bytes.data(), bytes.size());
+    }
+
+    SaveRequest requestFor(const std::string& name, SaveOperation operation = SaveOperation::saveTo) const
+    {
+        SaveRequest request;
+        request.path = path(name);
+        request.uti = kWave;
+        request.operation = operation;
+        return request;
+    }
+
+    std::string messageOfSaving(SoundDocument& document, const SaveRequest& request) const
+    {
+        SilentProgress progress;
+        const MaybeError error = document.writeToPath(request, progress);
+        return error ? error->message.toStdString() : std::string();
+    }
+
+    std::shared_ptr<SoundDocument> open(const std::string& name, std::string* message = nullptr) const
+    {
+        SilentProgress progress;
+        MaybeError error;
+        auto document = SoundDocument::readFromPath(path(name), QString(), progress, &error);
+        EXPECT_NE(document == nullptr, !error);
+        if (message)
+            *message = error ? error->message.toStdString() : std::string();
+        return document;
+    }
+
+    /// A WAVE file of noise with two tracks, two markers and a title.
+    void makeWave(const std::string& name, size_t numFrames, int bits) const
+    {
+        const auto document = kit::documentOf({kit::noise(numFrames, 1), kit::noise(numFrames, 2)});
+        document->addMarker(kit::markerAt(10, QStringLiteral("ten")));
+        document->addMarker(kit::markerAt(100, QStringLiteral("hundred")));
+        AudioMetadata metadata;
+        metadata.setTitle(QStringLiteral("Title"));
+        document->undoableSetAudioMetadata(metadata);
+        SaveRequest request = requestFor(name);
+        request.optionTag = bits;
+        EXPECT_EQ(messageOfSaving(*document, request), "");
+    }
+
+    size_t numFiles() const
+    {
+        const std::filesystem::directory_iterator files(path(""));
+        return static_cast<size_t>(std::distance(begin(files), end(files)));
+    }
+
+private:
+    QTemporaryDir mFolder;
+};
+
+using DocumentOpening = DocumentFiles;
+using DocumentSaving = DocumentFiles;
+
+FloatBuffer without(FloatBuffer samples, int64_t offset, int64_t length)
+{
+    samples.erase(samples.begin() + offset, samples.begin() + offset + length);
+    return samples;
+}
+
+TEST_F(DocumentOpening, TakesWhatTheFileHas)
+{
+    makeWave("a.wav", 5000, 24);
+    const auto document = open("a.wav");
+    ASSERT_TRUE(document);
+    EXPECT_EQ(document->numberOfFrames(), 5000);
+    EXPECT_EQ(document->trackCount(), 2);
+    EXPECT_EQ(document->sampleSize(), 24);
+    EXPECT_EQ(document->sampleRate(), 44100.0);
+    EXPECT_EQ(document->fileType(), kWave);
+    EXPECT_EQ(document->filePath(), path("a.wav"));
+    EXPECT_EQ(document->displayName(), QStringLiteral("a.wav"));
+    EXPECT_EQ(document->audioMetadata().title(), QStringLiteral("Title"));
+    EXPECT_EQ(kit::positionsOf(document->orderedMarkers()), (std::vector<int64_t>{10, 100}));
+    EXPECT_EQ(kit::pansOf(*document), (std::vector<double>{-1.0, 1.0}));
+    EXPECT_EQ(document->undoManager().count(), 0);
+    EXPECT_FALSE(document->isDocumentEdited());
+    EXPECT_TRUE(document->openWarnings().isEmpty());
+    EXPECT_EQ(SoundDocument().displayName(), QStringLiteral("Untitled"));
+}
+
+TEST_F(DocumentOpening, SaysInOneLineWhatCannotBeOpened)
+{
+    makeWave("a.wav", 1000, 16);
+    QByteArray odd = bytesOf("a.wav");
+    odd.replace(odd.indexOf("fmt ") + 8, 2, "UU");
+    writeBytes("odd.wav", odd);
+    writeBytes("empty.wav", QByteArray());
+    writeBytes("text.wav", QByteArray(5000, 'x'));
+    std::filesystem::create_directory(path("folder.wav"));
+    ASSERT_EQ(mkfifo(path("fifo.wav").c_str(), 0600), 0);
+    const std::pair<const char*, const char*> cases[] = {
+        {"missing.wav", "No such file"}, {"folder.wav", "is a folder"}, {"fifo.wav", "not a regular file"},
+        {"empty.wav", "is empty"},       {"text.wav", "text.wav"},      {"odd.wav", "not supported"}};
+    for (const auto& [name, words] : cases) {
+        std::string message;
+        EXPECT_FALSE(open(name, &message)) << name;
+        EXPECT_NE(message.find(words), std::string::npos) << message;
+        EXPECT_EQ(message.find('\n'), std::string::npos);
+    }
+}
+
+TEST_F(DocumentOpening, TellsOfDamageAndOffersTheRest)
+{
+    makeWave("a.wav", 1000, 16);
+    std::filesystem::resize_file(path("a.wav"), 1044);
+    const auto document = open("a.wav");
+    ASSERT_TRUE(document);
+    EXPECT_EQ(document->openWarnings().size(), 1);
+    EXPECT_EQ(document->numberOfFrames(), 250);
+}
+
+TEST_F(DocumentOpening, WorksOnAnyThreadAndLeavesTheHistoryToTheMainThread)
+{
+    makeWave("a.wav", 1000, 16);
+    std::shared_ptr<SoundDocument> document;
+    std::thread([&] { document = open("a.wav"); }).join();
+    ASSERT_TRUE(document);
+    EXPECT_EQ(document->undoManager().thread(), QThread::currentThread());
+    document->setNumTracks(1);
+    document->undoManager().undo();
+    EXPECT_EQ(document->trackCount(), 2);
+}
+
+TEST_F(DocumentSaving, OverTheFileBeingReadKeepsWorking)
+{
+    constexpr size_t numFrames = 100000;
+    makeWave("a.wav", numFrames, 16);
+    const QByteArray original = bytesOf("a.wav");
+    const auto document = open("a.wav");
+    const kit::TrackSamples before = samplesOf(*document);
+    kit::TrackSamples expected = before;
+    for (const int64_t offset : {50000, 20, 7000}) {
+        {
+            const UndoGroup group(*document, QStringLiteral("Delete"));
+            for (int32_t track = 0; track < 2; ++track)
+                document->replaceDataAndMarkersAtOffset(offset, 15000, track, nullptr);
+        }
+        for (FloatBuffer& samples : expected)
+            samples = without(samples, offset, 15000);
+        EXPECT_TRUE(document->isDocumentEdited());
+        EXPECT_EQ(messageOfSaving(*document, requestFor("a.wav", SaveOperation::save)), "");
+        EXPECT_FALSE(document->isDocumentEdited());
+        EXPECT_EQ(samplesOf(*document), expected);
+        EXPECT_EQ(samplesOf(*open("a.wav")), expected);
+    }
+    document->undoManager().setIndex(0);
+    EXPECT_TRUE(document->isDocumentEdited());
+    EXPECT_EQ(samplesOf(*document), before);
+    EXPECT_EQ(messageOfSaving(*document, requestFor("a.wav", SaveOperation::save)), "");
+    EXPECT_EQ(bytesOf("a.wav"), original) << "samples, markers and tags";
+    EXPECT_EQ(numFiles(), 1U);
+    EXPECT_TRUE(document->lossesWhenSaving(requestFor("a.wav", SaveOperation::save)).isEmpty());
+}
+
+TEST_F(DocumentSaving, TheDocumentMovesToTheNewFileUnlessItIsACopy)
+{
+    makeWave("a.wav", 1000, 16);
+    const auto document = open("a.wav");
+    document->addMarker(kit::markerAt(5));
+    SaveRequest copy = requestFor("copy.wav");
+    copy.optionTag = 24;
+    EXPECT_EQ(messageOfSaving(*document, copy), "");
+    EXPECT_EQ(document->filePath(), path("a.wav"));
+    EXPECT_EQ(document->sampleSize(), 16);
+    EXPECT_TRUE(document->isDocumentEdited());
+    EXPECT_EQ(open("copy.wav")->sampleSize(), 24);
+    EXPECT_EQ(open("copy.wav")->audioMarkers()->size(), 3U);
+
+    SaveRequest moved = requestFor("moved.wav", SaveOperation::saveAs);
+    moved.optionTag = 24;
+    EXPECT_EQ(messageOfSaving(*document, moved), "");
+    EXPECT_EQ(document->filePath(), path("moved.wav"));
+    EXPECT_EQ(document->sampleSize(), 24);
+    EXPECT_FALSE(document->isDocumentEdited());
+    EXPECT_EQ(document->audioFile()->filePath(), path("moved.wav"));
+    EXPECT_FALSE(document->audioFile()->fileHandle()->hasChangedOnDisk());
+    std::vector<std::byte> frame(6);
+    EXPECT_EQ(document->audioFile()->readAudioDataAtOffset(document->audioFile()->soundDataOffset(), frame),
+              6);
+}
+
+TEST_F(DocumentSaving, ASelectionTakesItsTracksAndTagsButNoMarkers)
+{
+    makeWave("a.wav", 5000, 16);
+    const auto document = open("a.wav");
+    SaveRequest request = requestFor("piece.wav");
+    request.selection = SoundSelection{50 / 44100.0, 1050 / 44100.0, 1, 1};
+    request.metadata = AudioMetadata();
+    request.metadata->setTitle(QStringLiteral("Piece"));
+    EXPECT_EQ(messageOfSaving(*document, request), "");
+    const auto piece = open("piece.wav");
+    const FloatBuffer whole = samplesOf(*document, 1);
+    EXPECT_EQ(samplesOf(*piece), kit::TrackSamples{FloatBuffer(whole.begin() + 50, whole.begin() + 1050)});
+    EXPECT_TRUE(piece->audioMarkers()->empty());
+    EXPECT_EQ(piece->audioMetadata().title(), QStringLiteral("Piece"));
+    EXPECT_EQ(document->audioMetadata().title(), QStringLiteral("Title"));
+    EXPECT_GT(document->estimatedFileSize(requestFor("a.wav")), -1.5);
+
+    request.selection->firstTrack = 2;
+    EXPECT_NE(messageOfSaving(*document, request), "");
+}
+
+TEST_F(DocumentSaving, FailureAndCancellationLeaveTargetAndDocumentAlone)
+{
+    makeWave("a.wav", 100000, 16);
+    std::filesystem::create_directory(path("folder"));
+    const QByteArray original = bytesOf("a.wav");
+    const auto document = open("a.wav");
+    document->setNumTracks(1);
+    SaveRequest request = requestFor("a.wav", SaveOperation::saveAs);
+    request.optionTag = 8;
+
+    kit::ProgressRecorder cancelling(1);
+    const MaybeError cancelled = document->writeToPath(request, cancelling);
+    EXPECT_TRUE(cancelled && cancelled->isUserCancelled());
+    {
+        const kit::FileSizeLimit fullDisk(20000);
+        EXPECT_NE(messageOfSaving(*document, request), "");
+    }
+    SaveRequest unknown = request;
+    unknown.uti = QStringLiteral("public.piano-roll");
+    const LogCapture log;
+    EXPECT_EQ(messageOfSaving(*document, unknown),
+              "Document was not saved: files of the type “public.piano-roll” cannot be written.");
+    EXPECT_TRUE(log.hasLogged(QStringLiteral("-[SoundDocument writeToURL:...] Could not save.")));
+    EXPECT_TRUE(document->lossesWhenSaving(unknown).isEmpty());
+    EXPECT_EQ(document->estimatedFileSize(unknown), -1.0);
+    EXPECT_NE(messageOfSaving(*document, requestFor("folder", SaveOperation::saveAs)), "");
+    EXPECT_NE(messageOfSaving(*document, requestFor("none/a.wav", SaveOperation::saveAs)), "");
+
+    EXPECT_EQ(bytesOf("a.wav"), original);
+    EXPECT_EQ(numFiles(), 2U);
+    EXPECT_TRUE(document->isDocumentEdited());
+    EXPECT_EQ(document->sampleSize(), 16);
+    EXPECT_EQ(document->filePath(), path("a.wav"));
+}
+
+TEST_F(DocumentSaving, CountsProgressToTheEndAlsoWithinALargerCount)
+{
+    const auto document = kit::documentOf({kit::noise(100000, 1)});
+    kit::ProgressRecorder alone;
+    EXPECT_FALSE(document->writeToPath(requestFor("a.wav"), alone));
+    EXPECT_EQ(alone.values.front(), 32768.0 / 100000.0);
+    EXPECT_EQ(alone.values.back(), 1.0);
+    kit::ProgressRecorder shared;
+    shared.setTargetValue(400000);
+    EXPECT_FALSE(document->writeToPath(requestFor("a.wav"), shared));
+    EXPECT_EQ(shared.values.back(), 0.25);
+}
+
+class DocumentLosses : public DocumentFiles
+{
+protected:
+    static bool mention(const QStringList& losses, const char* words)
+    {
+        return losses.join(u'\n').contains(QLatin1String(words));
+    }
+};
+
+TEST_F(DocumentLosses, NamePrecisionButNotTheRoundingOfComputedSamples)
+{
+    makeWave("a16.wav", 100, 16);
+    makeWave("a24.wav", 100, 24);
+    const auto document = open("a16.wav");
+    const SaveRequest request = requestFor("a16.wav", SaveOperation::save);
+    document->replaceDataAtOffset(0, 50, 0, ClipList(AudioClipPtr(kit::clipOf(kit::noise(50, 3)))));
+    EXPECT_TRUE(document->lossesWhenSaving(request).isEmpty());
+    SaveRequest eightBits = request;
+    eightBits.optionTag = 8;
+    EXPECT_EQ(document->lossesWhenSaving(eightBits),
+              QStringList(QStringLiteral("Samples of 16 bits are rounded to 8 bits.")));
+    const auto decoded = MutableAudioClip::clipWithSampleRate(44100.0);
+    decoded->setIntegerBits(24);
+    EXPECT_FALSE(decoded->appendData(kit::noise(10, 4)));
+    for (const ClipList& clips :
+         {open("a24.wav")->clipsAtOffset(0, 10, 0), ClipList(AudioClipPtr(decoded))}) {
+        document->replaceDataAtOffset(0, 0, 1, clips);
+        EXPECT_EQ(document->lossesWhenSaving(request),
+                  QStringList(QStringLiteral("Samples of 24 bits are rounded to 16 bits.")));
+        document->undoManager().undo();
+    }
+}
+
+TEST_F(DocumentLosses, NameWhatAnotherFormatCannotHold)
+{
+    makeWave("a.wav", 100, 16);
+    const auto document = open("a.wav");
+    AudioMetadata metadata = document->audioMetadata();
+    metadata.setAiffInstrumentChunk(QByteArray(20, 'i'));
+    metadata.setWaveBWFChunks({QByteArray(20, 'b')});
+    document->undoableSetAudioMetadata(metadata);
+    for (const AudioFileType* type : AudioFileRegistry::writableTypes()) {
+        SCOPED_TRACE(type->displayName.toStdString());
+        const auto writer = type->create(44100, 16, 2);
+        SaveRequest request = requestFor("new");
+        request.uti = type->uti;
+        const QStringList losses = document->lossesWhenSaving(request);
+        EXPECT_EQ(mention(losses, "no markers"), !writer->canSaveMarkers());
+        EXPECT_EQ(mention(losses, "no tags"), !writer->canSaveMetadata());
+        EXPECT_EQ(mention(losses, "Broadcast Wave"), type->uti != kWave);
+        EXPECT_EQ(mention(losses, "AIFF instrument"), !type->uti.startsWith(QLatin1String("public.aif")));
+        request.selection = SoundSelection{0, 1, 0, 2};
+        EXPECT_FALSE(mention(document->lossesWhenSaving(request), "no markers"));
+    }
+}
+
+TEST_F(DocumentLosses, NameOtherHandsOnTheFiles)
+{
+    makeWave("a.wav", 1000, 16);
+    QByteArray withChunk = bytesOf("a.wav");
+    withChunk += QByteArray("junk\x04\0\0\0abcd", 12);
+    const auto riffSize = static_cast<uint32_t>(withChunk.size() - 8);
+    std::memcpy(withChunk.data() + 4, &riffSize, 4);
+    withChunk.replace("junk", "pad1");
+    writeBytes("a.wav", withChunk);
+    std::filesystem::create_hard_link(path("a.wav"), path("b.wav"));
+    const auto document = open("a.wav");
+    const SaveRequest request = requestFor("a.wav", SaveOperation::save);
+    EXPECT_TRUE(mention(document->lossesWhenSaving(request), "hard link"));
+    EXPECT_TRUE(mention(document->lossesWhenSaving(request), "pad1"));
+    EXPECT_FALSE(mention(document->lossesWhenSaving(request), "changed by another program"));
+
+    std::filesystem::resize_file(path("a.wav"), 1000);
+    EXPECT_TRUE(mention(document->lossesWhenSaving(request), "changed by another program"));
+    EXPECT_EQ(messageOfSaving(*document, requestFor("c.wav")), "");
+    EXPECT_EQ(document->saveWarnings().size(), 1);
+    EXPECT_EQ(open("c.wav")->numberOfFrames(), 1000);
+}
+
+} // namespace

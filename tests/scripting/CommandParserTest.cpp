@@ -1,0 +1,158 @@
+#include "scripting/CommandParser.h"
+#include "scripting/CommandDictionary.h"
+#include "scripting/ScriptText.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+namespace velloria
+{
+
+namespace
+{
+
+/// "name {arguments as JSON}", or "error: why".
+std::string parsed(const char* text)
+{
+    QString error;
+    const auto command = CommandDictionary::parse(QString::fromUtf8(text), &error);
+    if (!command)
+        return "error: " + error.toStdString();
+    const QJsonObject arguments = QJsonObject::fromVariantMap(command->arguments);
+    return command->description->name.toStdString() + ' ' +
+           QJsonDocument(arguments).toJson(QJsonDocument::Compact).toStdString();
+}
+
+struct Case {
+    const char* text;
+    const char* expected;
+};
+
+} // namespace
+
+TEST(CommandParserTest, ParsesNamesKeysAndValues)
+{
+    const Case cases[] = {
+        {"reverse", R"(reverse {})"},
+        {"  Fade \t IN ", R"(fade in {})"},
+        {"amplify Gain=-6.5", R"(amplify {"Gain":-6.5})"},
+        {"amplify Gain=+1e1", R"(amplify {"Gain":10})"},
+        {"AMPLIFY gain=3", R"(amplify {"Gain":3})"},
+        {"normalize Peak=-1 Independently=1 rms=0", R"(normalize {"Independently":1,"Peak":-1,"rms":0})"},
+        {"normalize Independently=yes", R"(normalize {"Independently":1})"},
+        {"normalize Independently=7", R"(normalize {"Independently":1})"},
+        {"normalize Independently=OFF", R"(normalize {"Independently":0})"},
+        {"select StartFrame=10 End=2.5", R"(select {"End":2.5,"StartFrame":10})"},
+        {"insert marker Name=\"Verse 1\" Position=2", R"(insert marker {"Name":"Verse 1","Position":2})"},
+        {"insert marker Name=\"\"", R"(insert marker {"Name":""})"},
+        {"insert marker Name=", R"(insert marker {"Name":""})"},
+        {"insert marker Name=a=b", R"(insert marker {"Name":"a=b"})"},
+        {R"(insert marker Name="say \"a\\b\" \n")", R"(insert marker {"Name":"say \"a\\b\" \\n"})"},
+        {"insert marker Name=Füße", "insert marker {\"Name\":\"Füße\"}"},
+        {"set metadata title=A album artist=\"B C\" year=1999",
+         R"(set metadata {"album artist":"B C","title":"A","year":"1999"})"},
+        {"set metadata album artist=B", R"(set metadata {"album artist":"B"})"},
+        {"set metadata \"album artist=B C\"", R"(set metadata {"album artist":"B C"})"},
+        {"set metadata AlbumArtist=B tempo=120", R"(set metadata {"album artist":"B","tempo":120})"},
+        {"fade Direction=OUT", R"(fade {"Direction":"out"})"},
+        {"copy File=\"a b.wav\" FirstTrack=1", R"(copy {"File":"a b.wav","FirstTrack":1})"},
+        {"save", R"(save {})"},
+        {"save Path=x.wav Option=24", R"(save {"Option":"24","Path":"x.wav"})"},
+        {"save Path=x.any Type=wave", R"(save {"Path":"x.any","Type":"wave"})"},
+    };
+    for (const Case& each : cases)
+        EXPECT_EQ(parsed(each.text), each.expected) << each.text;
+}
+
+TEST(CommandParserTest, SaysWhatIsWrong)
+{
+    const Case cases[] = {
+        {"", "there is no command in it"},
+        {"louder", "there is no command “louder”"},
+        {"fade sideways", "there is no command “fade sideways”"},
+        {"fade in now", "there is no command “fade in now”"},
+        {"reverse it Gain=1", "there is no command “reverse it”"},
+        {"amplify Loudness=3", "“amplify” has no key “Loudness”"},
+        {"amplify Gain=3 Gain=4", "Gain= is given twice"},
+        {"amplify Gain=3 gain=4", "Gain= is given twice"},
+        {"amplify Gain=loud", "Gain=loud is not a number"},
+        {"amplify Gain=", "Gain= is not a number"},
+        {"amplify Gain=nan", "Gain=nan is not a number"},
+        {"amplify Gain=-inf", "Gain=-inf is not a number"},
+        {"amplify Gain=1e999", "Gain=1e999 is not a number"},
+        {"amplify Gain=1,5", "Gain=1,5 is not a number"},
+        {"amplify Gain=3 more", "“more” is no Key=value"},
+        {"amplify =3", "“amplify” has no key “”"},
+        {"select StartFrame=1.5", "StartFrame=1.5 is not a whole number"},
+        {"select StartFrame=99999999999999999999", "StartFrame=99999999999999999999 is not a whole number"},
+        {"select Start=1 StartFrame=1", "Start= and StartFrame= exclude each other"},
+        {"copy End=1 EndFrame=1", "End= and EndFrame= exclude each other"},
+        {"normalize rms=maybe", "rms=maybe is not 0 or 1"},
+        {"fade Direction=up", "Direction=up is not one of in, out"},
+        {"fade", "Direction=in or Direction=out is missing"},
+        {"insert marker Name=\"open", "a quote does not end"},
+        {"insert marker Position=1 Frame=1", "Position= and Frame= exclude each other"},
+        {"rename marker Index=0", "Name= is missing"},
+        {"rename marker Name=x", "either Index= or Position= must tell which marker"},
+        {"move marker Index=0", "Position= or Frame= is missing"},
+        {"move marker Index=0 Name=x Frame=1", "either Index= or Name= must tell which marker"},
+        {"delete marker", "one of Index=, Position= and Name= must tell which marker"},
+        {"set tracks", "Count= must be from 1 to 65535"},
+        {"set tracks Count=0", "Count= must be from 1 to 65535"},
+        {"set metadata", "no tag is named"},
+        {"set metadata mood=x", "“set metadata” has no key “mood”"},
+        {"save Type=WAVE", "Type= needs a Path="},
+        {"save Path=", "Path= is empty"},
+        {"save Path=x", "“x” has no extension that tells its type"},
+        {"save Path=x.wav Type=cassette", "there is no file type “cassette”"},
+        {"save Path=x.wav Option=17", "WAVE Audio files offer the options 8, 16, 24, 32"},
+        {"save Path=x.wav Option=lpcmx", "Option=lpcmx is neither a number nor a four-character code"},
+    };
+    for (const Case& each : cases)
+        EXPECT_EQ(parsed(each.text), std::string("error: ") + each.expected) << each.text;
+}
+
+TEST(CommandParserTest, ReadsListsAndNumberedChoices)
+{
+    CommandParameter list;
+    list.key = QStringLiteral("DataPoints");
+    list.type = CommandParameter::Type::numberList;
+    QString error;
+    EXPECT_EQ(CommandParser::value(list, QStringLiteral("0,0.5,1,-2"), &error),
+              std::optional<QVariant>(QVariantList{0.0, 0.5, 1.0, -2.0}));
+    for (const char* text : {"", "0,", "0,,1", "0;1", "0,nan"})
+        EXPECT_FALSE(CommandParser::value(list, QString::fromLatin1(text), &error)) << text;
+
+    CommandParameter choice;
+    choice.type = CommandParameter::Type::integer;
+    choice.choices = {QStringLiteral("Sine"), QStringLiteral("Saw")};
+    EXPECT_EQ(CommandParser::value(choice, QStringLiteral("saw"), &error)->toInt(), 1);
+    EXPECT_EQ(CommandParser::value(choice, QStringLiteral("0"), &error)->toInt(), 0);
+    for (const char* text : {"2", "-1", "square", "0.5"})
+        EXPECT_FALSE(CommandParser::value(choice, QString::fromLatin1(text), &error)) << text;
+}
+
+TEST(ScriptTextTest, CarriesEveryByteOfAPath)
+{
+    std::string bytes;
+    for (int byte = 1; byte < 256; ++byte)
+        bytes += static_cast<char>(byte);
+    const std::string paths[] = {"plain.wav", "Füße/😀.wav",   "\xFF\xFE", "a\xC3",
+                                 "\xE2\x82",  "\xED\xB2\x80", bytes};
+    for (const std::string& path : paths) {
+        const QString text = ScriptText::fromBytes(QByteArray::fromStdString(path));
+        EXPECT_EQ(ScriptText::toPath(text).native(), path);
+        EXPECT_TRUE(ScriptText::forDisplay(text).isValidUtf16());
+    }
+    EXPECT_EQ(ScriptText::forDisplay(ScriptText::fromBytes("a\xFFz")), QStringLiteral("a\uFFFDz"));
+
+    QString error;
+    const QString text = ScriptText::fromBytes("copy File=\"\xFF \xC3.wav\"");
+    const auto command = CommandDictionary::parse(text, &error);
+    ASSERT_TRUE(command) << error.toStdString();
+    EXPECT_EQ(ScriptText::toPath(command->arguments.value(QStringLiteral("File")).toString()).native(),
+              "\xFF \xC3.wav");
+}
+
+} // namespace velloria

@@ -1,0 +1,818 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en">
+<context>
+    <name></name>
+    <message id="open-error">
+        <source>“%1” could not be opened.
+
+%2</source>
+        <extracomment>%1 is the name of a file, %2 the reason</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-new">
+        <source>Open a new, empty document as well.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-help">
+        <source>Print this text and exit.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-version">
+        <source>Print the version and exit.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-man">
+        <source>Print the manual page and exit.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-introduction">
+        <source>Opens sound files in the editor, each in a window of its own. When Velloria is already running on this desktop, its windows open there.</source>
+        <oldsource>Opens sound files in the editor, each in a window of its own. When Velloria is already running on
+</oldsource>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-unknown">
+        <source>Unknown option: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-usage">
+        <source>Usage: velloria [OPTION...] [FILE...]</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-name">
+        <source>edit sound recordings</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="command-line-status">
+        <source>0 when the program ran or handed its files to the one that is running, 2 when an option is unknown.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="tool-bar">
+        <source>Tool Bar</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-format-text">
+        <source>%1 Hz  ·  %2 bit  ·  %3</source>
+        <extracomment>The format of a sound: sample rate, bits a sample, channels (&quot;Stereo&quot;)</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-reading">
+        <source>Reading waveform %1 %</source>
+        <extracomment>What is going on; %1 is a number of percent</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="close-question">
+        <source>Save the changes to “%1” before closing?</source>
+        <extracomment>%1 is the name of a document</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="close-detail">
+        <source>If you do not save, your changes are lost.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save">
+        <source>Save</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="discard">
+        <source>Discard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="cancel">
+        <source>Cancel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-edit">
+        <source>&amp;Edit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-preferences">
+        <source>Pre&amp;ferences…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-undo">
+        <source>&amp;Undo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-redo">
+        <source>&amp;Redo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-history">
+        <source>Undo &amp;History</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-cut">
+        <source>Cu&amp;t</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-copy">
+        <source>&amp;Copy</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-paste">
+        <source>&amp;Paste</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-delete">
+        <source>&amp;Delete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-clear">
+        <source>C&amp;lear</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-clear-tip">
+        <source>Makes the selection silent</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-crop">
+        <source>Cr&amp;op</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-crop-tip">
+        <source>Removes everything but the selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-select-all">
+        <source>Select &amp;All</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-select-none">
+        <source>Select &amp;None</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-select-tracks">
+        <source>Select &amp;Tracks</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-insert-marker">
+        <source>Insert &amp;Marker</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-delete-markers">
+        <source>Delete All Markers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-all-tracks">
+        <source>All Tracks</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-undo-step">
+        <source>&amp;Undo %1</source>
+        <extracomment>%1 is the name of a step</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-redo-step">
+        <source>&amp;Redo %1</source>
+        <extracomment>%1 is the name of a step</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-effects">
+        <source>Effe&amp;cts</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effects-last">
+        <source>&amp;Last Filter</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-defaults">
+        <source>Defaults</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="ok">
+        <source>OK</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="open-filter-sound">
+        <source>Sound files (%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="open-filter-all">
+        <source>All files (*)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-file">
+        <source>&amp;File</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-close">
+        <source>&amp;Close</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-quit">
+        <source>&amp;Quit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-new">
+        <source>&amp;New</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-open">
+        <source>&amp;Open…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-recent">
+        <source>Open &amp;Recent</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-save">
+        <source>&amp;Save</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-save-as">
+        <source>Save &amp;As…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-save-selection">
+        <source>Save Se&amp;lection As…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-revert">
+        <source>Re&amp;vert to Saved</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-recent-clear">
+        <source>Clear List</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="open-title">
+        <source>Open</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="revert-question">
+        <source>Go back to the saved version of “%1”?</source>
+        <extracomment>%1 is the name of a document</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="revert-detail">
+        <source>All changes since then are lost, and so is the undo history.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="revert">
+        <source>Revert</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-window">
+        <source>&amp;Window</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-help">
+        <source>&amp;Help</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-shortcuts">
+        <source>&amp;Keyboard and Mouse</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-about">
+        <source>&amp;About Velloria</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="about-title">
+        <source>About Velloria</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="about-version">
+        <source>&lt;b&gt;Velloria %1&lt;/b&gt;</source>
+        <extracomment>%1 is a version number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="about-text">
+        <source>An audio editor for recordings.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="history">
+        <source>Undo History</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="history-original">
+        <source>Original</source>
+        <extracomment>The first line of the undo history</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="level-scale-name">
+        <source>Level scale</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="level-scale-tip">
+        <source>Right-click for the unit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-lane-name">
+        <source>Markers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-tip">
+        <source>%1 at %2</source>
+        <extracomment>A marker&apos;s tool tip: its name and its time</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="opening">
+        <source>Opening “%1”</source>
+        <extracomment>%1 is the name of a file</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="overview-name">
+        <source>Overview</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-reset-one">
+        <source>Back to the default</source>
+        <extracomment>Tool tip and accessible name of a button beside a parameter</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-title">
+        <source>Preferences</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-new">
+        <source>New documents</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-hertz">
+        <source>%1 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-rate">
+        <source>Sample rate:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-bits">
+        <source>%1 bit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-size">
+        <source>Sample size:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-view">
+        <source>View</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-appearance">
+        <source>Appearance:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="appearance-system">
+        <source>As the desktop</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="appearance-light">
+        <source>Light</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="appearance-dark">
+        <source>Dark</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-units">
+        <source>Ruler units:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-scale">
+        <source>Level scale:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-scale-decibels">
+        <source>Decibels</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-scale-linear">
+        <source>From −1 to 1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-zoom-fit">
+        <source>Whole document</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-zoom">
+        <source>%1 samples per pixel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-default-zoom">
+        <source>Default zoom:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-selecting">
+        <source>Selecting</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-snap">
+        <source>Snap to:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-snap-markers">
+        <source>Markers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-snap-zero">
+        <source>Zero Crossings</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="progress-minute">
+        <source>1 minute</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="progress-minutes">
+        <source>%1 minutes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="progress-second">
+        <source>1 second</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="progress-seconds">
+        <source>%1 seconds</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="progress-left">
+        <source>About %1 left</source>
+        <extracomment>%1 is a time such as &quot;12 seconds&quot;</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="progress-cancelling">
+        <source>Cancelling…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="RECOVER_TITLE">
+        <source>Velloria did not end properly last time</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="RECOVER_TEXT">
+        <source>Sound that was recorded or computed then is still in the folder for temporary files. You can rescue it by hand: these are ordinary CAF sound files, one for each track. They are removed when you quit Velloria.</source>
+        <oldsource>Sound that was recorded or computed then is still in the folder for temporary files. You can rescue
+</oldsource>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="RECOVER_OK">
+        <source>Show Files</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="RECOVER_CANCEL">
+        <source>Not Now</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-seconds">
+        <source>Seconds</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-samples">
+        <source>Samples</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-frames-30">
+        <source>Time and Frames, 30 fps</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-frames-25">
+        <source>Time and Frames, 25 fps</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-frames-24">
+        <source>Time and Frames, 24 fps</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-feet">
+        <source>Feet and Frames</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-film">
+        <source>Film Frames, 24 fps</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-minutes">
+        <source>Minutes and Seconds</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-seconds-short">
+        <source>s</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-samples-short">
+        <source>samples</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-frames-30-short">
+        <source>30 fps</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-frames-25-short">
+        <source>25 fps</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-frames-24-short">
+        <source>24 fps</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-feet-short">
+        <source>feet</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-film-short">
+        <source>film frames</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="units-minutes-short">
+        <source>min:s</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="ruler-name">
+        <source>Time ruler</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="ruler-tip">
+        <source>Click to place the insertion point; right-click for the units</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save-selection-title">
+        <source>Save Selection As</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save-as-title">
+        <source>Save As</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save-type">
+        <source>File type:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save-size">
+        <source>About %1</source>
+        <extracomment>How large a file will be, %1 is &quot;12.3 MB&quot;</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-drag">
+        <source>Drag</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-drag-text">
+        <source>Select on all tracks</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-edge-drag">
+        <source>Drag from the upper or lower edge of a track, or with Alt</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-edge-drag-text">
+        <source>Select on this track only</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-shift-click">
+        <source>Shift+Click, Shift+Drag, drag an edge of the selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-shift-click-text">
+        <source>Extend or shorten the selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-ctrl-drag">
+        <source>Ctrl while dragging</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-ctrl-drag-text">
+        <source>Do not snap</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-double-click">
+        <source>Double-click</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-double-click-text">
+        <source>Select everything</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-wheel">
+        <source>Wheel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-wheel-text">
+        <source>Scroll</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-ctrl-wheel">
+        <source>Ctrl+Wheel, pinch</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-ctrl-wheel-text">
+        <source>Zoom around the pointer</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-arrows">
+        <source>Left, Right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-arrows-text">
+        <source>Move the cue by a pixel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-ctrl-arrows">
+        <source>Ctrl+Left, Ctrl+Right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-ctrl-arrows-text">
+        <source>Move the cue to the next marker or edge of the selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-home">
+        <source>Home, End</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-home-text">
+        <source>Move the cue to the beginning, to the end</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-shift-keys">
+        <source>Shift with these keys</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-shift-keys-text">
+        <source>Change the selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-page">
+        <source>Page Up, Page Down</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-page-text">
+        <source>Scroll by a page</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-mouse">
+        <source>Mouse in the waveform</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-keys">
+        <source>Keys in the waveform</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="help-title">
+        <source>Keyboard and Mouse</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-units-tip">
+        <source>Units of the ruler and the times</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-cue">
+        <source>Cue</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-selection">
+        <source>Selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-length">
+        <source>Length</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-format">
+        <source>Format of the sound</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="status-no-selection">
+        <source>none</source>
+        <extracomment>Shown in place of the selection&apos;s times when nothing is selected</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="track-left">
+        <source>Left Channel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="track-right">
+        <source>Right Channel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="track-number">
+        <source>Track %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="track-left-letter">
+        <source>L</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="track-right-letter">
+        <source>R</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="channels-mono">
+        <source>Mono</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="channels-stereo">
+        <source>Stereo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="channels-many">
+        <source>%1 channels</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-view">
+        <source>&amp;View</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-zoom-in">
+        <source>Zoom &amp;In</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-zoom-out">
+        <source>Zoom &amp;Out</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-fit">
+        <source>&amp;Fit in Window</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-zoom-selection">
+        <source>Zoom to &amp;Selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-previous-zoom">
+        <source>&amp;Previous Zoom</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-default-zoom">
+        <source>&amp;Default Zoom</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-zoom-to">
+        <source>Samples per Pi&amp;xel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-centre-start">
+        <source>Centre on Selection S&amp;tart</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-centre-end">
+        <source>Centre on Selection E&amp;nd</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-return-to-zero">
+        <source>Return to &amp;Zero</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-units">
+        <source>&amp;Ruler Units</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-scale">
+        <source>&amp;Level Scale</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-snap">
+        <source>S&amp;nap to</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-show-overview">
+        <source>Show O&amp;verview</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-show-markers">
+        <source>Show &amp;Markers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-full-screen">
+        <source>F&amp;ull Screen</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="waveform-hint-edge">
+        <source>Drag to move this edge of the selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="waveform-hint-track">
+        <source>Drag to select on %1 only</source>
+        <extracomment>%1 is the name of a track</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="scroll-bar-name">
+        <source>Scroll position</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="waveform-name">
+        <source>Waveform</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="waveform-description">
+        <source>Drag to select. Arrow keys move the insertion point, with Shift they change the selection.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="waveform-empty">
+        <source>Drop a sound file here, or choose File &gt; Open</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save-anyway">
+        <source>Save Anyway</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-slider-name">
+        <source>Zoom</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-slider-tip">
+        <source>%1 samples per pixel</source>
+        <extracomment>Tool tip of the zoom slider</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+</TS>
