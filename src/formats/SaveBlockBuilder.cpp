@@ -119,12 +119,31 @@ std::span<const float> SaveBlockBuilder::buildFloats(int64_t frame, int64_t numF
     mInterleaved.resize(static_cast<size_t>(numFrames * mNumTracks));
     const std::span<float> samples = floatsOf(numFrames);
     for (int32_t index = 0; index < mNumTracks; ++index) {
-        track(index).readSamples(frame, samples);
+        readTrack(index, frame, samples);
         float* out = mInterleaved.data() + index;
         for (size_t i = 0; i < samples.size(); ++i)
             out[i * static_cast<size_t>(mNumTracks)] = samples[i];
     }
     return mInterleaved;
+}
+
+/// Silence beyond the track's end.
+void SaveBlockBuilder::readTrack(int32_t index, int64_t frame, std::span<float> out)
+{
+    const ClipList& clips = track(index).clips();
+    size_t done = 0;
+    const auto add = [&](const AudioClipPtr& clip, int64_t clipStart) {
+        const int64_t clipOffset = frame + static_cast<int64_t>(done) - clipStart;
+        const auto count = static_cast<size_t>(
+            std::clamp<int64_t>(clip->numFrames() - clipOffset, 0, std::ssize(out.subspan(done))));
+        if (clip->readSamples(clipOffset, out.subspan(done, count)) < static_cast<int64_t>(count))
+            mSourceWasShort = true;
+        done += count;
+        return done < out.size();
+    };
+    if (const ClipList::Position position = clips.find(frame); position.index >= 0)
+        clips.forEachFrom(position.index, add);
+    std::fill(out.begin() + static_cast<std::ptrdiff_t>(done), out.end(), 0.0F);
 }
 
 void SaveBlockBuilder::buildTrack(int32_t index, int64_t frame, int64_t numFrames, std::byte* out)

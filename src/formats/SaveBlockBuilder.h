@@ -62,6 +62,7 @@ private:
 
     const AudioTrack& track(int32_t index) const;
     int64_t chunkFramesAt(int64_t frame) const;
+    void readTrack(int32_t index, int64_t frame, std::span<float> out);
     void buildTrack(int32_t index, int64_t frame, int64_t numFrames, std::byte* out);
     void buildRun(const Run& run);
     void buildSilence(std::byte* out, int64_t numFrames);
