@@ -1,0 +1,191 @@
+#include "platform/hardware/PulseHardware.h"
+
+#include "platform/DispatchQueue.h"
+#include "platform/hardware/PulseStreams.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+// A question a moment after one that found no server gets the same answer.
+constexpr std::chrono::milliseconds kMinTimeBetweenAttempts(500);
+// A server that restarts is back within seconds; who starts one later asks for it.
+constexpr int kNumAttempts = 8;
+constexpr int kFirstDelayMs = 250;
+
+} // namespace
+
+PulseHardware::PulseHardware()
+    : mIsAlive(std::make_shared<bool>(true))
+{
+}
+
+PulseHardware::~PulseHardware()
+{
+    mIsAlive.reset();
+    disconnect();
+}
+
+void PulseHardware::postToSelf(std::function<void()> job)
+{
+    postToMainThread([alive = std::weak_ptr(mIsAlive), job = std::move(job)] {
+        if (alive.lock())
+            job();
+    });
+}
+
+void PulseHardware::disconnect()
+{
+    // Streams may still hold the connection; its thread ends with the last of them.
+    if (mConnection)
+        mConnection->close();
+    mConnection.reset();
+    mDevices.reset();
+}
+
+MaybeError PulseHardware::connect()
+{
+    MaybeError error;
+    mConnection = PulseConnection::open(*this, &error);
+    if (!mConnection)
+        return error;
+    const PulseConnection::Lock lock(*mConnection);
+    auto first = std::make_shared<std::optional<PulseDevices::Lists>>();
+    mDevices = std::make_unique<PulseDevices>(
+        *mConnection, mIDs, [this, first, connection = mConnection.get()](const PulseDevices::Lists& lists) {
+            if (!first->has_value())
+                *first = lists;
+            connection->signal();
+            postToSelf([this, lists] { install(lists); });
+        });
+    mDevices->gather();
+    mConnection->waitUntil(lock, [&] { return first->has_value() || mConnection->isLost(); });
+    if (!first->has_value())
+        return mConnection->lastError(QStringLiteral("The sound server does not tell its devices"));
+    mLists = **first;
+    return std::nullopt;
+}
+
+bool PulseHardware::ensureConnected()
+{
+    if (mConnection)
+        return true;
+    const auto now = Clock::now();
+    if (mLastAttempt && now - *mLastAttempt < kMinTimeBetweenAttempts)
+        return false;
+    mError = connect();
+    if (mError)
+        disconnect();
+    mLastAttempt = Clock::now();
+    return !mError;
+}
+
+void PulseHardware::install(const PulseDevices::Lists& lists)
+{
+    if (!mConnection)
+        return;
+    const HardwareState before = mLists.state;
+    mLists = lists;
+    tellDifferences(before, mLists.state);
+}
+
+void PulseHardware::serverDidChange()
+{
+    if (mDevices)
+        mDevices->gather();
+}
+
+void PulseHardware::serverWasLost()
+{
+    postToSelf([this] {
+        if (!mConnection)
+            return;
+        disconnect();
+        mError = Error{Error::Code::failed, QStringLiteral("The sound server went away.")};
+        mLastAttempt.reset();
+        const HardwareState before = std::exchange(mLists, {}).state;
+        tellDifferences(before, mLists.state);
+        lookForServerLater(0);
+    });
+}
+
+void PulseHardware::lookForServerLater(int attempt)
+{
+    if (!qApp || attempt == kNumAttempts)
+        return;
+    QTimer::singleShot(kFirstDelayMs << std::min(attempt, 4),
+                       [this, attempt, alive = std::weak_ptr(mIsAlive)] {
+                           if (!alive.lock() || mConnection)
+                               return;
+                           if (ensureConnected())
+                               tellDifferences({}, mLists.state);
+                           else
+                               lookForServerLater(attempt + 1);
+                       });
+}
+
+HardwareState PulseHardware::state()
+{
+    ensureConnected();
+    return mLists.state;
+}
+
+MaybeError PulseHardware::unavailable()
+{
+    return ensureConnected() ? std::nullopt : mError;
+}
+
+bool PulseHardware::setGain(uint32_t device, AudioDirection direction, uint32_t element, float gain)
+{
+    // The server offers one volume for all channels of a source; an output's is the desktop's affair.
+    if (!ensureConnected() || direction != AudioDirection::input || element != 0)
+        return false;
+    const auto found = mLists.inputs.find(device);
+    if (found == mLists.inputs.end())
+        return false;
+    const PulseLibrary& pulse = mConnection->pulse();
+    const PulseConnection::Lock lock(*mConnection);
+    pa_cvolume volume;
+    const auto level = static_cast<pa_volume_t>(std::clamp(gain, 0.0F, 1.0F) * float{PA_VOLUME_NORM});
+    pulse.pa_cvolume_set(&volume, found->second.sampleSpec.channels, level);
+    mConnection->forget(pulse.pa_context_set_source_volume_by_name(
+        mConnection->context(), found->second.pulseName.constData(), &volume, nullptr, nullptr));
+    for (HardwareDevice& changed : mLists.state.devices)
+        if (changed.id == device)
+            changed.input.gains[0].value = std::clamp(gain, 0.0F, 1.0F);
+    return true;
+}
+
+std::unique_ptr<OutputStream> PulseHardware::openOutput(const StreamRequest& request, OutputClient& client,
+                                                        MaybeError* error)
+{
+    const bool isConnected = ensureConnected();
+    const auto found = mLists.outputs.find(request.device);
+    if (isConnected && found != mLists.outputs.end())
+        return std::make_unique<PulseOutput>(mConnection, found->second, request, client);
+    if (error)
+        *error = isConnected ? Error{Error::Code::failed, QStringLiteral("There is no such output device.")}
+                             : mError;
+    return nullptr;
+}
+
+std::unique_ptr<InputStream> PulseHardware::openInput(const StreamRequest& request, InputClient& client,
+                                                      MaybeError* error)
+{
+    const bool isConnected = ensureConnected();
+    const auto found = mLists.inputs.find(request.device);
+    if (isConnected && found != mLists.inputs.end())
+        return std::make_unique<PulseInput>(mConnection, found->second, request, client);
+    if (error)
+        *error = isConnected ? Error{Error::Code::failed, QStringLiteral("There is no such input device.")}
+                             : mError;
+    return nullptr;
+}
+
+} // namespace velloria

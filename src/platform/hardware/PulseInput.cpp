@@ -1,0 +1,103 @@
+#include "platform/hardware/PulseStreams.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+// How much the server collects before it hands it over.
+constexpr double kFragmentSeconds = 0.02;
+
+} // namespace
+
+PulseInput::PulseInput(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
+                       const AudioHardware::StreamRequest& request, InputClient& client)
+    : PulseStream(std::move(connection), device, request)
+    , mSpec(device.sampleSpec)
+    , mClient(client)
+{
+    mSpec.format = PA_SAMPLE_FLOAT32NE;
+}
+
+void PulseInput::setChannels(std::span<const int32_t> channels)
+{
+    const auto last = static_cast<int32_t>(mSpec.channels) - 1;
+    for (size_t i = 0; i < std::min(channels.size(), mChannels.size()); ++i)
+        mChannels[i].store(std::clamp(channels[i], 0, last), std::memory_order_relaxed);
+    mNumChannels.store(channels.size() == 1 ? 1 : 2, std::memory_order_relaxed);
+}
+
+MaybeError PulseInput::start()
+{
+    if (mIsRunning)
+        return std::nullopt;
+    const PulseConnection::Lock lock(*mConnection);
+    mIsStarting = true;
+    finish(StopReason::requested);
+    if (!make(mSpec, mDevice.channelMap, "production"))
+        return mConnection->lastError(QStringLiteral("The audio device cannot be used"));
+    pulse().pa_stream_set_read_callback(
+        mStream, [](pa_stream*, size_t, void* self) { static_cast<PulseInput*>(self)->read(); }, this);
+    pulse().pa_stream_set_overflow_callback(
+        mStream,
+        [](pa_stream*, void* self) {
+            static_cast<PulseInput*>(self)->mNumGaps.fetch_add(1, std::memory_order_relaxed);
+        },
+        this);
+    const auto frameBytes = static_cast<uint32_t>(sizeof(float)) * mSpec.channels;
+    constexpr auto serversChoice = static_cast<uint32_t>(-1);
+    pa_buffer_attr buffer = {};
+    buffer.maxlength = serversChoice;
+    buffer.tlength = serversChoice;
+    buffer.prebuf = serversChoice;
+    buffer.minreq = serversChoice;
+    buffer.fragsize = static_cast<uint32_t>(mSpec.rate * kFragmentSeconds) * frameBytes;
+    const uint32_t flags =
+        PA_STREAM_ADJUST_LATENCY | PA_STREAM_NO_REMAP_CHANNELS | PA_STREAM_NO_REMIX_CHANNELS;
+    pulse().pa_stream_connect_record(mStream, mDevice.pulseName.constData(), &buffer,
+                                     static_cast<pa_stream_flags_t>(flags));
+    return waitUntilReady(lock);
+}
+
+void PulseInput::read()
+{
+    const size_t frameBytes = sizeof(float) * mSpec.channels;
+    while (mStream && pulse().pa_stream_readable_size(mStream) > 0) {
+        const void* data = nullptr;
+        size_t size = 0;
+        if (pulse().pa_stream_peek(mStream, &data, &size) < 0 || size == 0)
+            return;
+        if (data)
+            deliver(static_cast<const float*>(data), size / frameBytes);
+        else
+            mNumGaps.fetch_add(1, std::memory_order_relaxed);
+        pulse().pa_stream_drop(mStream);
+    }
+}
+
+void PulseInput::deliver(const float* frames, size_t numFrames)
+{
+    const auto numPicked = static_cast<size_t>(mNumChannels.load(std::memory_order_relaxed));
+    const size_t channels[] = {static_cast<size_t>(mChannels[0].load(std::memory_order_relaxed)),
+                               static_cast<size_t>(mChannels[1].load(std::memory_order_relaxed))};
+    while (numFrames > 0) {
+        const size_t count = std::min(numFrames, kMaxBlockFrames);
+        for (size_t frame = 0; frame < count; ++frame)
+            for (size_t i = 0; i < numPicked; ++i)
+                mPicked[frame * numPicked + i] = frames[frame * mSpec.channels + channels[i]];
+        mClient.capture(mPicked.data(), static_cast<uint32_t>(count));
+        frames += count * mSpec.channels;
+        numFrames -= count;
+    }
+}
+
+void PulseInput::stop()
+{
+    const PulseConnection::Lock lock(*mConnection);
+    finish(StopReason::requested);
+}
+
+} // namespace velloria

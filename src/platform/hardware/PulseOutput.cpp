@@ -1,0 +1,129 @@
+#include "platform/hardware/PulseStreams.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+// Long enough for a thread without priority on a busy machine, short enough to feel immediate.
+constexpr double kLatencySeconds = 0.1;
+// A sink that is suspended never says that it has played everything.
+constexpr std::chrono::milliseconds kDrainPatience(1500);
+
+} // namespace
+
+PulseOutput::PulseOutput(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
+                         const AudioHardware::StreamRequest& request, OutputClient& client)
+    : PulseStream(std::move(connection), device, request)
+    , mSpec(device.sampleSpec)
+    , mServerMap(device.channelMap)
+    , mClient(client)
+{
+    mSpec.format = PA_SAMPLE_FLOAT32NE;
+    if (mSpec.channels < 2) {
+        // The server folds two channels into a lone loudspeaker; half of the sound would be lost otherwise.
+        mSpec.channels = 2;
+        pulse().pa_channel_map_init_extend(&mServerMap, 2, PA_CHANNEL_MAP_DEFAULT);
+    }
+}
+
+MaybeError PulseOutput::start()
+{
+    if (mIsRunning)
+        return std::nullopt;
+    const PulseConnection::Lock lock(*mConnection);
+    mIsStarting = true;
+    finish(StopReason::requested);
+    if (!make(mSpec, mServerMap, "production"))
+        return mConnection->lastError(QStringLiteral("The audio device cannot be used"));
+    pulse().pa_stream_set_write_callback(
+        mStream,
+        [](pa_stream*, size_t numBytes, void* self) { static_cast<PulseOutput*>(self)->write(numBytes); },
+        this);
+    pulse().pa_stream_set_underflow_callback(
+        mStream,
+        [](pa_stream*, void* self) {
+            static_cast<PulseOutput*>(self)->mNumGaps.fetch_add(1, std::memory_order_relaxed);
+        },
+        this);
+    const auto frameBytes = static_cast<uint32_t>(sizeof(float)) * mSpec.channels;
+    constexpr auto serversChoice = static_cast<uint32_t>(-1);
+    pa_buffer_attr buffer = {};
+    buffer.maxlength = serversChoice;
+    buffer.tlength = static_cast<uint32_t>(mSpec.rate * kLatencySeconds) * frameBytes;
+    buffer.prebuf = serversChoice;
+    buffer.minreq = serversChoice;
+    buffer.fragsize = serversChoice;
+    uint32_t flags = PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING;
+    if (mDevice.channelMap.channels == mSpec.channels)
+        flags |= PA_STREAM_NO_REMAP_CHANNELS | PA_STREAM_NO_REMIX_CHANNELS;
+    pulse().pa_stream_connect_playback(mStream, mDevice.pulseName.constData(), &buffer,
+                                       static_cast<pa_stream_flags_t>(flags), nullptr, nullptr);
+    return waitUntilReady(lock);
+}
+
+void PulseOutput::noteLatency()
+{
+    pa_usec_t latency = 0;
+    int isNegative = 0;
+    if (pulse().pa_stream_get_latency(mStream, &latency, &isNegative) == 0 && !isNegative)
+        mLatencyFrames.store(static_cast<int64_t>(latency * mSpec.rate / 1000000), std::memory_order_relaxed);
+}
+
+void PulseOutput::write(size_t numBytes)
+{
+    const size_t frameBytes = sizeof(float) * mSpec.channels;
+    noteLatency();
+    while (numBytes >= frameBytes) {
+        void* data = nullptr;
+        size_t size = numBytes;
+        if (pulse().pa_stream_begin_write(mStream, &data, &size) < 0 || !data)
+            return;
+        const size_t numFrames = std::min(size, numBytes) / frameBytes;
+        if (numFrames == 0) {
+            pulse().pa_stream_cancel_write(mStream);
+            return;
+        }
+        mMap.render(mClient, static_cast<float*>(data), mSpec.channels, static_cast<uint32_t>(numFrames));
+        pulse().pa_stream_write(mStream, data, numFrames * frameBytes, nullptr, 0, PA_SEEK_RELATIVE);
+        numBytes -= numFrames * frameBytes;
+    }
+}
+
+void PulseOutput::drain()
+{
+    pulse().pa_stream_set_write_callback(mStream, nullptr, nullptr);
+    // That the device runs dry is now the point.
+    pulse().pa_stream_set_underflow_callback(mStream, nullptr, nullptr);
+    pa_operation* const operation = pulse().pa_stream_drain(
+        mStream,
+        [](pa_stream*, int, void* self) { static_cast<PulseOutput*>(self)->finish(StopReason::requested); },
+        this);
+    if (!operation) {
+        finish(StopReason::requested);
+        return;
+    }
+    mConnection->forget(operation);
+    mDrainAlarm = mConnection->callAfter(
+        kDrainPatience,
+        [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+            static_cast<PulseOutput*>(self)->finish(StopReason::requested);
+        },
+        static_cast<void*>(this));
+}
+
+void PulseOutput::stop(StopMode mode)
+{
+    const PulseConnection::Lock lock(*mConnection);
+    if (!mStream)
+        return;
+    if (mode == StopMode::atOnce)
+        finish(StopReason::requested);
+    else if (!mDrainAlarm)
+        drain();
+}
+
+} // namespace velloria

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "platform/hardware/AudioHardware.h"
+
+namespace velloria
+{
+
+class SimulatedOutput;
+class SimulatedInput;
+
+/// Devices that exist in memory only and move when they are told to, to the frame: the person at the controls
+/// says which devices there are, and when a device wants how many frames. For finding out what the engine
+/// does with odd block sizes, devices that go away and devices that refuse.
+class SimulatedHardware : public AudioHardware
+{
+public:
+    /// One stereo output and one stereo input at 44100 Hz, the defaults, with the UIDs "out" and "in".
+    SimulatedHardware();
+
+    static HardwareDevice outputDevice(uint32_t id, const QString& uid, double sampleRate,
+                                       uint32_t numChannels = 2);
+    static HardwareDevice inputDevice(uint32_t id, const QString& uid, double sampleRate,
+                                      uint32_t numChannels = 2);
+
+    /// Installs other devices and tells the observers what is different. Streams to devices that are gone
+    /// stop.
+    void setState(const HardwareState& state);
+    void unplug(const QString& uid);
+    /// From now on no stream opens; a null error lets them again.
+    void setOpenError(MaybeError error) { mOpenError = std::move(error); }
+    void setStartError(MaybeError error) { mStartError = std::move(error); }
+    const MaybeError& startError() const { return mStartError; }
+
+    /// The stream that was opened last and still is; null when there is none.
+    SimulatedOutput* output() const { return mOutputs.empty() ? nullptr : mOutputs.back(); }
+    SimulatedInput* input() const { return mInputs.empty() ? nullptr : mInputs.back(); }
+
+    HardwareState state() override { return mState; }
+    bool setGain(uint32_t device, AudioDirection direction, uint32_t element, float gain) override;
+    std::unique_ptr<OutputStream> openOutput(const StreamRequest& request, OutputClient& client,
+                                             MaybeError* error) override;
+    std::unique_ptr<InputStream> openInput(const StreamRequest& request, InputClient& client,
+                                           MaybeError* error) override;
+
+private:
+    friend class SimulatedOutput;
+    friend class SimulatedInput;
+
+    HardwareState mState;
+    MaybeError mOpenError;
+    MaybeError mStartError;
+    std::vector<SimulatedOutput*> mOutputs;
+    std::vector<SimulatedInput*> mInputs;
+};
+
+} // namespace velloria
