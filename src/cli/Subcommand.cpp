@@ -30,8 +30,9 @@ const OptionDescription* Subcommand::optionWithName(const QByteArray& option) co
 
 const std::vector<Subcommand>& subcommands()
 {
-    static const std::vector<Subcommand> all = {infoSubcommand(), decodeSubcommand(),   convertSubcommand(),
-                                                runSubcommand(),  waveformSubcommand(), commandsSubcommand()};
+    static const std::vector<Subcommand> all = {
+        infoSubcommand(),     decodeSubcommand(),   convertSubcommand(), runSubcommand(),
+        waveformSubcommand(), commandsSubcommand(), devicesSubcommand()};
     return all;
 }
 

@@ -64,5 +64,6 @@ Subcommand convertSubcommand();
 Subcommand runSubcommand();
 Subcommand waveformSubcommand();
 Subcommand commandsSubcommand();
+Subcommand devicesSubcommand();
 
 } // namespace velloria

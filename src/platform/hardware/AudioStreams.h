@@ -14,6 +14,7 @@ namespace velloria
 class OutputClient
 {
 public:
+    virtual ~OutputClient() = default;
     /// Called by the device's thread for the next frames, left and right, until the stream was stopped.
     /// Anything but 0 means that the buffers were not filled; the device then plays silence.
     ///
@@ -21,20 +22,15 @@ public:
     /// thread; write a log; open, read or write a file; call Qt; throw. It may: compute, use rings and fixed
     /// buffers, set and read atomics.
     virtual int32_t render(float* left, float* right, uint32_t numFrames) noexcept = 0;
-
-protected:
-    ~OutputClient() = default;
 };
 
 /// Who takes the frames that a device records.
 class InputClient
 {
 public:
+    virtual ~InputClient() = default;
     /// Called by the device's thread with interleaved frames of the channels that were asked for. REALTIME.
     virtual void capture(const float* frames, uint32_t numFrames) noexcept = 0;
-
-protected:
-    ~InputClient() = default;
 };
 
 enum class StopMode {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <chrono>
+#include <functional>
+
+namespace velloria::kit
+{
+
+/// Runs the event loop until something is so; false when it does not come to be, which takes a minute to
+/// find out.
+inline bool waitUntil(const std::function<bool()>& isSo)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!isSo() && std::chrono::steady_clock::now() < deadline)
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    return isSo();
+}
+
+} // namespace velloria::kit
