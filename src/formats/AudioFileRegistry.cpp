@@ -2,6 +2,7 @@
 
 #include "formats/AiffFile.h"
 #include "formats/AudioText.h"
+#include "formats/FLACFile.h"
 #include "formats/NeXTSunFile.h"
 #include "formats/WaveFile.h"
 #include "platform/Log.h"
@@ -60,7 +61,8 @@ std::vector<AudioFileType> describedTypes()
         fourCharCode("AIFC"));
     add("ADTS AAC Audio", "public.aac-audio", list("ADTS|ADTS AAC"), list("aac"), fourCharCode("ADTS"));
     add("CAF Audio", "com.apple.coreaudio-format", list("CAF"), list("caf"), fourCharCode("CAF "));
-    add("FLAC Audio", "org.videolan.flac", list("FLAC"), list("flac"), fourCharCode("fLaC"));
+    setFunctions<FLACFile>(
+        add("FLAC Audio", "org.videolan.flac", list("FLAC"), list("flac"), fourCharCode("fLaC")));
     add("AAC (m4a) Audio", "public.mpeg-4-audio.aac", list("AAC|M4A"), list("m4a"), fourCharCode("M4A "));
     add("Apple Lossless Audio", "public.mpeg-4-audio.apple-lossless", list("ALAC|Apple Lossless|Lossless"),
         list("m4a"), fourCharCode("M4A "));

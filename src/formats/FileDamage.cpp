@@ -13,6 +13,27 @@ QString soundCutShort(const QString& name)
     return QStringLiteral("“%1” ends before its sound does; what it holds was opened.").arg(name);
 }
 
+QString soundDamaged(const QString& name)
+{
+    return QStringLiteral("Some of the sound of “%1” is damaged; there is silence in its place, or it is "
+                          "missing.")
+        .arg(name);
+}
+
+QString soundChangesFormat(const QString& name)
+{
+    return QStringLiteral("“%1” goes on with another sample rate, sample size or number of channels; what "
+                          "comes before that was opened.")
+        .arg(name);
+}
+
+QString checksumWrong(const QString& name)
+{
+    return QStringLiteral(
+               "The sound of “%1” does not agree with the checksum in the file; it may be damaged.")
+        .arg(name);
+}
+
 QString headerNeverCompleted(const QString& name)
 {
     return QStringLiteral("The header of “%1” was never completed; everything up to the end of the file was "

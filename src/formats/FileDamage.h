@@ -15,6 +15,12 @@ namespace FileDamage
 Error unreadable(const QString& name, const QString& why);
 
 QString soundCutShort(const QString& name);
+/// Some of it is silence now.
+QString soundDamaged(const QString& name);
+/// It goes on with another rate, sample size or number of channels.
+QString soundChangesFormat(const QString& name);
+/// It decodes without an error, but not to what was encoded.
+QString checksumWrong(const QString& name);
 QString headerNeverCompleted(const QString& name);
 QString markersUnreadable(const QString& name);
 QString tagsUnreadable(const QString& name);

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/FileHandle.h"
+
+#include <FLAC/stream_decoder.h>
+#include <memory>
+
+namespace velloria
+{
+
+/// libFLAC's decoder over an open file: FLAC, also behind an ID3v2 tag, or FLAC in Ogg. Several may read one
+/// handle at once. One thread at a time; what the library finds is told to the client from within the calls.
+class FlacStreamDecoder
+{
+public:
+    /// Whoever takes what is decoded.
+    class Client
+    {
+    public:
+        virtual ~Client() = default;
+        /// channels[c] has frame.header.blocksize samples. False ends decoding.
+        virtual bool didDecode(const FLAC__Frame& frame, const FLAC__int32* const channels[]) = 0;
+        virtual void didReadMetadata(const FLAC__StreamMetadata&) {}
+        virtual void didFail(FLAC__StreamDecoderErrorStatus status) = 0;
+    };
+
+    enum class Container { native, ogg };
+
+    /// Whether the client is told of the metadata.
+    enum class Metadata { told, skipped };
+
+    /// Null, logged, when the library cannot be started. The client must outlive the decoder.
+    static std::unique_ptr<FlacStreamDecoder> open(std::shared_ptr<const FileHandle> handle,
+                                                   Container container, Metadata metadata, Client& client);
+
+    /// True when all metadata were read and the first frame comes next.
+    bool readMetadata();
+    /// Goes on by one frame or a piece of metadata; false at the end, or when the client ended it.
+    bool decodeNext();
+    /// Goes to a frame number: the first block that comes then begins with it. False when it is not found.
+    bool seek(int64_t frame);
+    /// Bytes of the file that were read so far.
+    int64_t position() const { return mPosition; }
+
+private:
+    struct Callbacks;
+    struct Deleter {
+        void operator()(FLAC__StreamDecoder* decoder) const { FLAC__stream_decoder_delete(decoder); }
+    };
+
+    FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, Client& client);
+    FLAC__StreamDecoderInitStatus start(Container container, Metadata metadata);
+
+    std::shared_ptr<const FileHandle> mHandle;
+    Client& mClient;
+    int64_t mPosition = 0;
+    int64_t mLength = 0;
+    /// Last, so that the library is gone before anything that it may call.
+    std::unique_ptr<FLAC__StreamDecoder, Deleter> mDecoder;
+};
+
+} // namespace velloria

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "formats/AudioMetadata.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QStringList>
+#include <string_view>
+
+namespace velloria
+{
+
+/// The tags of FLAC and Ogg files: entries "KEY=value" in UTF-8, whose keys are those of the metadata
+/// dictionary in upper case. On reading only such keys are known; of all other entries a person is told,
+/// since no save carries them over.
+class VorbisComments
+{
+public:
+    /// Takes in one entry of a file. One without a value says nothing; of several with the same key, the
+    /// values are joined.
+    void add(std::string_view entry);
+
+    bool isEmpty() const { return mDictionary.isEmpty(); }
+    const MetadataDictionary& dictionary() const { return mDictionary; }
+    /// Keys, in lower case and each once, of the entries that the metadata has no room for. What only names
+    /// the program that made the file counts as nothing.
+    const QStringList& keysNotKept() const { return mKeysNotKept; }
+    /// True when an entry holds a picture.
+    bool hasPicture() const { return mHasPicture; }
+
+    struct Entry {
+        QByteArray key;
+        QByteArray value;
+    };
+    /// What is written for a dictionary, in the order of its keys: texts and numbers, a numeric genre as its
+    /// name; pictures and empty texts are left out.
+    static QList<Entry> entriesOf(const MetadataDictionary& dictionary);
+
+private:
+    void noteKeyNotKept(const QString& key);
+
+    MetadataDictionary mDictionary;
+    QStringList mKeysNotKept;
+    bool mHasPicture = false;
+};
+
+} // namespace velloria
