@@ -402,12 +402,16 @@ QByteArray AiffFile::metadataChunk() const
     return tag.isEmpty() ? QByteArray() : chunkHeader(tagIdent, tag.size()) + tag;
 }
 
+int64_t AiffFile::soundDataLength() const
+{
+    // Compared by division: the product of absurd numbers need not fit 64 bits.
+    const bool isTooLarge = mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize());
+    return isTooLarge ? largestFile + 1 : mNumberOfFrames * frameSize();
+}
+
 /// The sizes of the whole and of the sound are 32-bit numbers.
 int64_t AiffFile::lengthWithFooter() const
 {
-    // Compared by division: the product of absurd numbers need not fit 64 bits.
-    if (mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize()))
-        return largestFile + 1;
     return mSoundDataOffset + soundDataLength() + metadataChunk().size();
 }
 

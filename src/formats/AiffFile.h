@@ -34,8 +34,8 @@ public:
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 
-    /// Bytes of sound, as they are being written.
-    virtual int64_t soundDataLength() const { return mNumberOfFrames * frameSize(); }
+    /// Bytes of sound, as they are being written; beyond 4 GB any number above that.
+    virtual int64_t soundDataLength() const;
 
     /// Logs every chunk's name and size, for looking into a file.
     void debugAllChunks() const;
@@ -54,12 +54,12 @@ protected:
 
     /// Of the first sample; what lies before it in the chunk is for aligning blocks.
     int64_t offsetOfSoundIn(const RiffChunk& chunk) const;
+    bool wasNeverCompleted(const RiffChunk& chunk) const;
     QString name() const;
 
 private:
     MaybeError readHeader();
     MaybeError readFormat();
-    bool wasNeverCompleted(const RiffChunk& chunk) const;
     QByteArray payloadOf(const RiffChunk& chunk) const;
     const RiffChunk* keptChunk(FourCharCode ident);
     void readMarkerChunk();

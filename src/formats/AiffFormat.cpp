@@ -94,6 +94,10 @@ QByteArray AiffFormat::payload() const
         stream.writeUInt32(*compressionType);
         stream.writeUInt8(static_cast<uint8_t>(name.size()));
         stream.appendData(name);
+        // The string takes an even number of bytes; the chunk's size counts them all, since some readers lose
+        // the sound behind a format chunk of odd size.
+        if (name.size() % 2 == 0)
+            stream.writeUInt8(0);
     }
     return stream.data();
 }
@@ -116,6 +120,11 @@ MaybeError AiffFormat::checked(const QString& name) const
                          .arg(bitsPerSample)};
     }
     return std::nullopt;
+}
+
+bool AiffFormat::isLinear() const
+{
+    return !compressionType || contains(integerTypes, *compressionType) || isFloat();
 }
 
 bool AiffFormat::isFloat() const

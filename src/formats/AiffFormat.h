@@ -35,6 +35,8 @@ struct AiffFormat {
     /// AIFF, its samples have a size that can be read in place.
     MaybeError checked(const QString& name) const;
 
+    /// True for integers and floats as they are, uncompressed.
+    bool isLinear() const;
     /// True for floats, by the compression type.
     bool isFloat() const;
     /// "24-bit integer", "32-bit floating point", "IMA 4:1", "encoding QDMC", ...

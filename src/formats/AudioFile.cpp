@@ -33,6 +33,13 @@ bool isBitRateTag(int tag)
     return tag >= 4000 && tag <= 1024000;
 }
 
+std::vector<std::shared_ptr<MutableAudioClip>> clipsWithoutSound(int32_t numChannels, double sampleRate)
+{
+    ClipWriter writer(numChannels, sampleRate);
+    writer.finish();
+    return writer.clips();
+}
+
 } // namespace
 
 AudioFile::AudioFile() = default;
@@ -238,6 +245,8 @@ std::vector<AudioClipPtr> AudioFile::pcmAudioClips(const std::shared_ptr<const A
 std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::convertedAudioClips(Progress& progress,
                                                                               MaybeError* error)
 {
+    if (mHoldsNoSound)
+        return clipsWithoutSound(static_cast<int32_t>(mNumberOfChannels), mSampleRate);
     const auto decoder = VLAudioFileDecompressor::forReadingFile(mFileHandle, fileFormatUTI(), error);
     if (!decoder)
         return {};
@@ -246,7 +255,12 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::convertedAudioClips(Pr
     mBitRate = decoder->bitRate();
     if (decoder->bitsPerSample() != 0)
         mBitsPerSample = decoder->bitsPerSample();
+    mIsFloat = decoder->isFloat();
+    if (mDataFormat == 0)
+        mDataFormat = decoder->dataFormat();
     ClipWriter writer(static_cast<int32_t>(mNumberOfChannels), mSampleRate);
+    for (const auto& clip : writer.clips())
+        clip->setIntegerBits(static_cast<int>(decoder->integerBits()));
     MaybeError failure;
     ClipWriter::Block block;
     while (!failure && decoder->convertOneBuffer(block) > 0) {

@@ -172,6 +172,8 @@ protected:
     FourCharCode mDataFormat = 0;
     bool mIsFloat = false;
     bool mRequiresConversion = false;
+    /// For a file that requires conversion: the header shows that there is nothing to decode.
+    bool mHoldsNoSound = false;
     bool mIsLittleEndian = false;
     bool mCanSaveMarkers = false;
     bool mCanSaveMetadata = false;

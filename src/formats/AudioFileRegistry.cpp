@@ -1,5 +1,6 @@
 #include "formats/AudioFileRegistry.h"
 
+#include "formats/AifcFile.h"
 #include "formats/AiffFile.h"
 #include "formats/AudioText.h"
 #include "formats/FLACFile.h"
@@ -57,8 +58,8 @@ std::vector<AudioFileType> describedTypes()
 
     setFunctions<AiffFile>(
         add("AIFF Audio", "public.aiff-audio", list("AIFF|AIF"), list("aif|aiff"), fourCharCode("AIFF")));
-    add("AIFF-C Audio", "public.aifc-audio", list("AIFF-C|AIFC"), list("aifc|aiff|aif"),
-        fourCharCode("AIFC"));
+    setFunctions<AifcFile>(add("AIFF-C Audio", "public.aifc-audio", list("AIFF-C|AIFC"),
+                               list("aifc|aiff|aif"), fourCharCode("AIFC")));
     add("ADTS AAC Audio", "public.aac-audio", list("ADTS|ADTS AAC"), list("aac"), fourCharCode("ADTS"));
     add("CAF Audio", "com.apple.coreaudio-format", list("CAF"), list("caf"), fourCharCode("CAF "));
     setFunctions<FLACFile>(

@@ -179,7 +179,9 @@ void NeXTSunFile::readSoundDataSize(int64_t numBytes)
         numBytes = numBytesThere;
         mWarnings.append(FileDamage::soundCutShort(name()));
     }
-    if (!requiresConversion())
+    if (requiresConversion())
+        mHoldsNoSound = numBytes == 0;
+    else
         mNumberOfFrames = numBytes / frameSize();
 }
 

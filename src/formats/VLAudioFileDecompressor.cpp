@@ -4,6 +4,7 @@
 #include "platform/codec/AudioFormats.h"
 
 #include <algorithm>
+#include <array>
 
 namespace velloria
 {
@@ -35,6 +36,15 @@ bool isAac(FourCharCode dataFormat)
 {
     return dataFormat == DataFormat::kAac || dataFormat == DataFormat::kHeAac ||
            dataFormat == DataFormat::kHeAacV2;
+}
+
+/// Companded and adaptive encodings, those of WAVE files too (their codes are "ms" and a number).
+bool decodesTo16Bits(FourCharCode dataFormat)
+{
+    constexpr std::array encodings = {DataFormat::kALaw,    DataFormat::kMuLaw,   DataFormat::kIma4,
+                                      fourCharCode("MAC3"), fourCharCode("MAC6"), fourCharCode("agsm")};
+    return dataFormat >> 16 == fourCharCode("ms\0\0") >> 16 ||
+           std::find(encodings.begin(), encodings.end(), dataFormat) != encodings.end();
 }
 
 std::unique_ptr<VLAudioFileDecompressor> failed(const QString& line, const MaybeError& failure,
@@ -72,9 +82,10 @@ VLAudioFileDecompressor::forReadingFile(const std::shared_ptr<FileHandle>& handl
         return failed(QStringLiteral("VLAudioFileDecompressor: AudioConverterNew() error %1"), failure,
                       error);
     const StreamDescription& description = decoder->mReader->streamDescription();
-    decoder->mBitsPerSample = description.formatID() == DataFormat::kAppleLossless
-                                  ? appleLosslessBits(description.formatFlags())
-                                  : description.bitsPerChannel();
+    if (description.formatID() == DataFormat::kAppleLossless)
+        decoder->mBitsPerSample = appleLosslessBits(description.formatFlags());
+    else if (description.isLinearPcm())
+        decoder->mBitsPerSample = description.bitsPerChannel();
     decoder->setUpPriming();
     logLine(QStringLiteral("Bit rate: %1").arg(decoder->bitRate()));
     decoder->mChannels.resize(description.channelsPerFrame());
@@ -102,6 +113,13 @@ bool VLAudioFileDecompressor::isFloat() const
 {
     const StreamDescription& description = mReader->streamDescription();
     return description.isLinearPcm() && (description.formatFlags() & FormatFlag::kFloat);
+}
+
+uint32_t VLAudioFileDecompressor::integerBits() const
+{
+    if (mBitsPerSample != 0)
+        return isFloat() ? 0 : mBitsPerSample;
+    return decodesTo16Bits(dataFormat()) ? 16 : 0;
 }
 
 int64_t VLAudioFileDecompressor::convertOneBuffer(std::vector<std::vector<float>>& planar)

@@ -30,6 +30,8 @@ public:
     uint32_t numberOfChannels() const { return mReader->streamDescription().channelsPerFrame(); }
     /// The stored width of linear PCM and Apple Lossless; 0 for encodings that have none.
     uint32_t bitsPerSample() const { return mBitsPerSample; }
+    /// Bits of the integers that the encoding holds or decodes to, at most 32; 0 where they are none.
+    uint32_t integerBits() const;
     /// True for linear PCM of floating-point samples.
     bool isFloat() const;
     /// The encoding as a four-character code; "lpcm" for linear PCM of any width.

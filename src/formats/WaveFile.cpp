@@ -177,6 +177,8 @@ void WaveFile::readSoundDataChunk(const RiffChunk& data)
     }
     if (mFormat.isPCM())
         mNumberOfFrames = numBytes / frameSize();
+    else
+        mHoldsNoSound = numBytes <= 0;
 }
 
 QByteArray WaveFile::payloadOf(const RiffChunk& chunk) const

@@ -43,6 +43,50 @@ protected:
         return TrackDocument(tracks, file->sampleRate());
     }
 
+    /// A document of a file that has to be decoded; the test fails when that does.
+    static TrackDocument decoded(AudioFile& file)
+    {
+        SilentProgress progress;
+        MaybeError error;
+        std::vector<ClipList> tracks;
+        for (const auto& clip : file.convertedAudioClips(progress, &error))
+            tracks.emplace_back(clip);
+        EXPECT_FALSE(error) << error->message.toStdString();
+        return TrackDocument(tracks, file.sampleRate());
+    }
+
+    /// All frames of a document, interleaved.
+    static FloatBuffer framesOf(const TrackDocument& document)
+    {
+        return document.interleavedDataAtOffset(0, document.numberOfFrames(), 0, document.trackCount());
+    }
+
+    /// The frames of a file of the test, decoded by us and interleaved.
+    FloatBuffer decodedFrames(const std::string& name) const
+    {
+        const auto file = opened(name);
+        return file ? framesOf(file->requiresConversion() ? decoded(*file) : documentOf(file))
+                    : FloatBuffer();
+    }
+
+    /// The same, decoded by FFmpeg.
+    FloatBuffer framesByFfmpeg(const std::string& name) const
+    {
+        const QByteArray floats = run("ffmpeg", {"-v", "error", "-i", argument(name), "-f", "f32le", "-"});
+        FloatBuffer samples(static_cast<size_t>(floats.size()) / sizeof(float));
+        std::memcpy(samples.data(), floats.data(), samples.size() * sizeof(float));
+        return samples;
+    }
+
+    /// A different noise in each track.
+    static TrackDocument noiseDocument(size_t numFrames, size_t numChannels, double sampleRate = 44100.0)
+    {
+        std::vector<ClipList> tracks;
+        for (size_t c = 0; c < numChannels; ++c)
+            tracks.emplace_back(floatClip(noise(numFrames, static_cast<unsigned>(c) + 1)));
+        return TrackDocument(tracks, sampleRate);
+    }
+
     static TrackDocument silence(int64_t numFrames, size_t numChannels = 1)
     {
         return TrackDocument(
