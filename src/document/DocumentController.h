@@ -19,6 +19,11 @@ public:
     virtual void markersDidChange() = 0;
     virtual void metadataDidChange() {}
 
+    /// Playing began, moved or failed to begin.
+    virtual void transportDidChange() {}
+    /// The device stands still again.
+    virtual void playbackDidStop() {}
+
     /// The selection before and after a step, kept with the step so that undo and redo restore it.
     virtual std::optional<SoundSelection> selectionForUndo() const { return std::nullopt; }
     virtual void restoreSelection(const SoundSelection&) {}

@@ -1,6 +1,7 @@
 #include "document/SoundDocument.h"
 
 #include "document/DocumentStep.h"
+#include "document/DocumentTransport.h"
 #include "platform/UserDefaults.h"
 
 #include <algorithm>
@@ -43,6 +44,7 @@ SoundDocument::SoundDocument()
 SoundDocument::SoundDocument(ForLoading)
     : mAudioTracks(std::make_shared<const std::vector<AudioTrackPtr>>())
     , mAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>())
+    , mTransport(std::make_unique<DocumentTransport>(*this))
 {
 }
 

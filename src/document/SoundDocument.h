@@ -19,6 +19,7 @@ namespace velloria
 {
 
 class DocumentStep;
+class DocumentTransport;
 
 enum class SaveOperation { save, saveAs, saveTo };
 
@@ -125,6 +126,10 @@ public:
     void recalculateNumFrames();
     void reload();
 
+    /// Plays it.
+    DocumentTransport& transport() { return *mTransport; }
+    const DocumentTransport& transport() const { return *mTransport; }
+
     // Saving.
     /// What writing so would lose, one sentence each: chunks, tags, markers or artwork that the format does
     /// not carry, precision, channels, hard links. Empty when nothing is lost.
@@ -175,6 +180,8 @@ private:
     std::unique_ptr<DocumentStep> mOpenStep;
     int mGroupDepth = 0;
     QSet<QString> mActionNames;
+    // Last: it reads the tracks until it is gone.
+    std::unique_ptr<DocumentTransport> mTransport;
 };
 
 } // namespace velloria

@@ -1,0 +1,106 @@
+#include "Classes/CoreAudio/PlaybackFeed.h"
+
+#include <algorithm>
+#include <cmath>
+#include <thread>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr size_t kBytesPerFrame = 2 * sizeof(float);
+// So many empty calls are waited for after the end, so that what the stages and the device still hold is
+// heard.
+constexpr int32_t kEmptyRenderGrace = 5;
+
+void raise(std::atomic<float>& peak, float value)
+{
+    // Whoever reads the peak sets it to 0; a block's peak may get lost there, or come twice.
+    if (value > peak.load(std::memory_order_relaxed))
+        peak.store(value, std::memory_order_relaxed);
+}
+
+} // namespace
+
+PlaybackFeed::PlaybackFeed(int32_t numFramesInRing, uint32_t maxFramesPerSlice)
+    : ring(numFramesInRing, RingMessages::When::later)
+    , mScratch(maxFramesPerSlice * kBytesPerFrame)
+    , mScratchFrames(static_cast<int32_t>(mScratch.size() / kBytesPerFrame))
+{
+}
+
+int32_t PlaybackFeed::consume(int32_t numFrames) noexcept
+{
+    // Acquire and release: who flushes sees the ring as this left it, and the other way round.
+    if (mHasConsumer.exchange(true, std::memory_order_acquire))
+        return -1;
+    const int32_t count = std::min({ring.framesAvailableToConsume(), mScratchFrames, numFrames});
+    if (count > 0) {
+        ring.consumeFloats(static_cast<float*>(mScratch.data()), count);
+        numConsumed.fetch_add(count, std::memory_order_relaxed);
+    }
+    mHasConsumer.store(false, std::memory_order_release);
+    return count;
+}
+
+void PlaybackFeed::noteEmpty(int32_t numFrames) noexcept
+{
+    if (numFrames >= 0 && ring.framesAvailableToConsume() == 0 &&
+        emptyRenderCount.fetch_add(1, std::memory_order_relaxed) >= kEmptyRenderGrace)
+        mStopWanted.store(true, std::memory_order_relaxed);
+}
+
+int32_t PlaybackFeed::render(float* left, float* right, uint32_t numFrames) noexcept
+{
+    if (!left || !right)
+        return kErrorTooFewBuffers;
+    if (!running.load(std::memory_order_relaxed))
+        return kErrorNotRunning;
+    const int32_t taken = consume(static_cast<int32_t>(numFrames));
+    const auto count = static_cast<uint32_t>(std::max(0, taken));
+    const auto* const pairs = static_cast<const float*>(mScratch.data());
+    const float factor = gain.load(std::memory_order_relaxed);
+    float leftPeak = 0.0F;
+    float rightPeak = 0.0F;
+    for (uint32_t i = 0; i < count; ++i) {
+        const float a = pairs[2 * size_t{i}];
+        const float b = pairs[2 * size_t{i} + 1];
+        leftPeak = std::max(leftPeak, std::abs(a));
+        rightPeak = std::max(rightPeak, std::abs(b));
+        left[i] = a * factor;
+        right[i] = b * factor;
+    }
+    raise(mLeftPeak, leftPeak);
+    raise(mRightPeak, rightPeak);
+    if (!sourceExhausted.load(std::memory_order_relaxed))
+        mFillWanted.store(true, std::memory_order_relaxed);
+    else
+        noteEmpty(taken);
+    std::fill(left + count, left + numFrames, 0.0F);
+    std::fill(right + count, right + numFrames, 0.0F);
+    return 0;
+}
+
+PlaybackFeed::ConsumeTurn::ConsumeTurn(PlaybackFeed& feed)
+    : mFeed(feed)
+{
+    // A render call has the turn for the time of one copy.
+    while (mFeed.mHasConsumer.exchange(true, std::memory_order_acquire))
+        std::this_thread::yield();
+}
+
+PlaybackFeed::ConsumeTurn::~ConsumeTurn()
+{
+    mFeed.mHasConsumer.store(false, std::memory_order_release);
+}
+
+void PlaybackFeed::ConsumeTurn::discardAll()
+{
+    const int32_t held = mFeed.ring.framesAvailableToConsume();
+    mFeed.ring.consumeFloats(nullptr, held);
+    mFeed.numConsumed.fetch_add(held, std::memory_order_relaxed);
+}
+
+} // namespace velloria

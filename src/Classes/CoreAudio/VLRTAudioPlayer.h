@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Classes/CoreAudio/VLRTAudioPlayerCore.h"
+#include "platform/NotificationCenter.h"
+
+namespace velloria
+{
+
+class VLRTAudioPlayer;
+
+/// What a player plays. It outlives the player or takes itself away first.
+class VLRTAudioPlayerDelegate
+{
+public:
+    /// Up to numFrames frames, none at the end. On a queue of the player's.
+    virtual PlaybackBlock audioDataForAudioPlayback(VLRTAudioPlayer& player, int64_t numFrames) = 0;
+    /// Main thread; the player may be destroyed from here.
+    virtual void audioPlaybackDidStop(VLRTAudioPlayer& player) = 0;
+
+protected:
+    ~VLRTAudioPlayerDelegate() = default;
+};
+
+/// Plays what its delegate gives on the device that the preferences name, else the default one, and follows
+/// the volume and channel preferences while it plays. Main thread.
+class VLRTAudioPlayer final : private PlayerCoreDelegate
+{
+public:
+    VLRTAudioPlayer(double sampleRate, uint32_t numberOfFramesInBuffer, VLRTAudioPlayerDelegate* delegate,
+                    const QString& streamName = QStringLiteral("Velloria"));
+    ~VLRTAudioPlayer();
+    VLRTAudioPlayer(const VLRTAudioPlayer&) = delete;
+    VLRTAudioPlayer& operator=(const VLRTAudioPlayer&) = delete;
+
+    /// Registers the defaults of the preferences read here.
+    static void registerDefaults();
+    /// What the preferences name when it is there, else the default output; 0 when there is none.
+    static uint32_t selectedOutputDevice();
+    /// About two seconds, a multiple of 1024.
+    static uint32_t numberOfFramesForPlaying(double sampleRate);
+    static float gainFromDecibels(double decibels);
+
+    MaybeError start();
+    void stop();
+    bool isRunning() const { return mCore.isRunning(); }
+
+    /// The document frame that is heard now, to within a slot of the ring; -1 before the first.
+    int64_t playbackTimestamp() const { return mCore.timestamp(); }
+    /// Drops what is buffered and goes on with what the delegate gives after `moveSource` has run.
+    void reloadAudio(const std::function<void()>& moveSource);
+    /// The same, where the delegate goes on from the frame being heard, which `moveSource` is given.
+    void reloadFromHeardFrame(const std::function<void(int64_t)>& moveSource);
+
+    /// Largest absolute sample before the gain since it was last asked for.
+    float leftPeak() { return mCore.feed().takeLeftPeak(); }
+    float rightPeak() { return mCore.feed().takeRightPeak(); }
+
+    /// Tempo at constant pitch; speed with pitch. Live.
+    void setPlaybackRate(double tempo) { mCore.setPlaybackRate(tempo); }
+    void setVarispeedRate(double speed) { mCore.setVarispeedRate(speed); }
+
+    VLRTAudioPlayerCore& core() { return mCore; }
+    /// Why it stopped.
+    StopReason stopReason() const { return mStopReason; }
+
+private:
+    PlaybackBlock audioDataWithNumberOfFrames(int64_t numFrames) override;
+    void audioPlaybackDidStop(StopReason reason) override;
+    void configurationDidChange();
+    void playbackVolumeDidChange();
+
+    VLRTAudioPlayerDelegate* mDelegate;
+    StopReason mStopReason = StopReason::requested;
+    VLRTAudioPlayerCore mCore;
+    NotificationCenter::Token mConfigurationToken;
+    NotificationCenter::Token mVolumeToken;
+};
+
+} // namespace velloria

@@ -1,0 +1,134 @@
+#include "document/DocumentTransport.h"
+
+#include "document/SoundDocument.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+DocumentTransport::DocumentTransport(SoundDocument& document)
+    : mDocument(document)
+{
+}
+
+DocumentTransport::~DocumentTransport()
+{
+    // Before the source that it reads.
+    mPlayer.reset();
+}
+
+MaybeError DocumentTransport::playSelection(const SoundSelection& selection, double cueTime)
+{
+    if (!(selection.duration() > 0.0)) {
+        tellDidChange();
+        return std::nullopt;
+    }
+    SoundSelection played = selection;
+    played.numTracks = std::min(played.numTracks, mDocument.trackCount());
+    const int64_t frame = frameAtTime(cueTime, mDocument.sampleRate());
+    MaybeError error;
+    if (isPlaying())
+        moveCue(frame);
+    else
+        error = startPlaying(played, frame);
+    tellDidChange();
+    return error;
+}
+
+void DocumentTransport::moveCue(int64_t frame)
+{
+    mCueStart = frame;
+    mPlayer->reloadAudio([this, frame] {
+        mSource->setMark(frame);
+        mSource->setLooping(mLoops);
+    });
+}
+
+MaybeError DocumentTransport::startPlaying(const SoundSelection& selection, int64_t frame)
+{
+    // One that plays its last frames is cut off.
+    mPlayer.reset();
+    // The source must not keep its owner alive.
+    const std::shared_ptr<const FrameSource> document(std::shared_ptr<void>(), &mDocument);
+    mSource = std::make_unique<DocumentSource>(document, selection);
+    mSource->setMark(frame);
+    mSource->setLooping(mLoops);
+    mCueStart = frame;
+    const double rate = mDocument.sampleRate();
+    mPlayer = std::make_unique<VLRTAudioPlayer>(rate, VLRTAudioPlayer::numberOfFramesForPlaying(rate), this,
+                                                mDocument.displayName());
+    mPlayer->setPlaybackRate(mSpeed);
+    MaybeError error = mPlayer->start();
+    if (error) {
+        mPlayer.reset();
+        mSource.reset();
+    }
+    return error;
+}
+
+void DocumentTransport::stopSound()
+{
+    if (isPlaying())
+        mPlayer->stop();
+}
+
+bool DocumentTransport::isPaused() const
+{
+    return mPlayer && !mPlayer->isRunning();
+}
+
+double DocumentTransport::cueTime() const
+{
+    return mPlayer ? static_cast<double>(mPlayer->playbackTimestamp()) / mDocument.sampleRate() : -1.0;
+}
+
+void DocumentTransport::setAudioPlaybackLoops(bool loops, std::optional<int64_t> loopStart,
+                                              std::optional<int64_t> loopEnd)
+{
+    mLoops = loops;
+    if (!isPlaying())
+        return;
+    const auto apply = [&] {
+        if (loopStart)
+            mSource->setLoopStart(*loopStart);
+        if (loopEnd)
+            mSource->setLoopEnd(*loopEnd);
+        mSource->setLooping(loops);
+    };
+    mPlayer->reloadFromHeardFrame([&](int64_t heard) {
+        apply();
+        mSource->setMark(heard);
+    });
+}
+
+void DocumentTransport::setPlaybackSpeed(double speed)
+{
+    mSpeed = speed;
+    if (mPlayer)
+        mPlayer->setPlaybackRate(speed);
+}
+
+PlaybackBlock DocumentTransport::audioDataForAudioPlayback(VLRTAudioPlayer&, int64_t numFrames)
+{
+    PlaybackBlock block;
+    readPlaybackBlock(*mSource, static_cast<uint64_t>(numFrames), mScratch, block);
+    return block;
+}
+
+void DocumentTransport::audioPlaybackDidStop(VLRTAudioPlayer& player)
+{
+    mStopReason = player.stopReason();
+    mPlayer.reset();
+    mSource.reset();
+    for (DocumentController* controller : std::vector(mDocument.controllers()))
+        controller->playbackDidStop();
+}
+
+void DocumentTransport::tellDidChange() const
+{
+    for (DocumentController* controller : std::vector(mDocument.controllers()))
+        controller->transportDidChange();
+}
+
+} // namespace velloria
