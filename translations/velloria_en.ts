@@ -314,6 +314,11 @@
         <extracomment>%1 is the name of a file</extracomment>
         <translation type="unfinished"></translation>
     </message>
+    <message id="opening-bar">
+        <source>Opening</source>
+        <extracomment>A file is being opened; shown beside a progress bar</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
     <message id="overview-name">
         <source>Overview</source>
         <translation type="unfinished"></translation>

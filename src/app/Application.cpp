@@ -124,6 +124,8 @@ void Application::openFile(const std::filesystem::path& path)
         return;
     auto* job = new OpenJob(path, this);
     mJobs.push_back(job);
+    connect(job, &OpenJob::decodingBegan, this,
+            [this, job](const DecodingStart& start) { showDecoding(*job, start); });
     job->start([this, job](std::shared_ptr<SoundDocument> document, const MaybeError& error) {
         didOpen(job, std::move(document), error);
     });
@@ -138,31 +140,51 @@ void Application::takeJobOff(OpenJob* job)
 void Application::didOpen(OpenJob* job, std::shared_ptr<SoundDocument> document, const MaybeError& error)
 {
     const std::filesystem::path path = job->path();
+    DocumentWindow* const window = windowShowing(*job);
     takeJobOff(job);
     if (document) {
         RecentFiles::add(path);
-        showDocument(std::move(document));
+        showDocument(std::move(document), window);
         return;
     }
+    if (window)
+        window->closeWithoutAsking();
     if (mWindows.empty() && mJobs.empty())
         newDocument();
     if (error && !error->isUserCancelled())
         showOpenError(path, *error);
 }
 
-void Application::showDocument(std::shared_ptr<SoundDocument> document)
+void Application::showDecoding(OpenJob& job, const DecodingStart& start)
 {
-    const QStringList warnings = document->openWarnings();
-    DocumentWindow* window = nullptr;
+    windowFor(SoundDocument::whileDecoding(job.path(), start))->beginOpening(job);
+}
+
+DocumentWindow* Application::windowShowing(const OpenJob& job) const
+{
+    const auto found = std::find_if(mWindows.begin(), mWindows.end(),
+                                    [&job](const DocumentWindow* window) { return window->shows(job); });
+    return found == mWindows.end() ? nullptr : *found;
+}
+
+DocumentWindow* Application::windowFor(std::shared_ptr<SoundDocument> document)
+{
     const auto pristine = std::find_if(mWindows.begin(), mWindows.end(),
                                        [](DocumentWindow* candidate) { return candidate->isPristine(); });
-    if (pristine != mWindows.end() && !BusyState::shared().isBusy()) {
-        window = *pristine;
-        window->replaceDocument(std::move(document));
-        window->bringToFront();
-    } else {
-        window = addWindow(std::move(document));
-    }
+    if (pristine == mWindows.end() || BusyState::shared().isBusy())
+        return addWindow(std::move(document));
+    (*pristine)->replaceDocument(std::move(document));
+    (*pristine)->bringToFront();
+    return *pristine;
+}
+
+void Application::showDocument(std::shared_ptr<SoundDocument> document, DocumentWindow* window)
+{
+    const QStringList warnings = document->openWarnings();
+    if (window)
+        window->endOpening(std::move(document));
+    else
+        window = windowFor(std::move(document));
     if (!warnings.isEmpty())
         QMetaObject::invokeMethod(
             window, [window, warnings] { window->alerts().showWarning(warnings.join(u'\n')); },

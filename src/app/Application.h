@@ -52,8 +52,12 @@ Q_SIGNALS:
 private:
     DocumentWindow* addWindow(std::shared_ptr<SoundDocument> document);
     void openFile(const std::filesystem::path& path);
+    void showDecoding(OpenJob& job, const DecodingStart& start);
     void didOpen(OpenJob* job, std::shared_ptr<SoundDocument> document, const MaybeError& error);
-    void showDocument(std::shared_ptr<SoundDocument> document);
+    DocumentWindow* windowShowing(const OpenJob& job) const;
+    /// A pristine window that the document took over, or a new one.
+    DocumentWindow* windowFor(std::shared_ptr<SoundDocument> document);
+    void showDocument(std::shared_ptr<SoundDocument> document, DocumentWindow* window);
     void showOpenError(const std::filesystem::path& path, const Error& error);
     void windowClosed(DocumentWindow* window);
     void finishIfIdle();

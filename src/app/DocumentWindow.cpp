@@ -10,6 +10,8 @@
 #include "app/HelpActions.h"
 #include "app/HistoryDock.h"
 #include "app/LevelScale.h"
+#include "app/OpenJob.h"
+#include "app/OpeningBar.h"
 #include "app/ProgressSheet.h"
 #include "app/RulerWidget.h"
 #include "app/Settings.h"
@@ -31,6 +33,7 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <utility>
 
 namespace velloria
 {
@@ -107,6 +110,62 @@ void DocumentWindow::replaceDocument(std::shared_ptr<SoundDocument> document)
     updateActivity();
 }
 
+void DocumentWindow::beginOpening(OpenJob& job)
+{
+    mJob = &job;
+    mOpeningBar = new OpeningBar(this);
+    auto* const layout = static_cast<QVBoxLayout*>(centralWidget()->layout());
+    layout->insertWidget(0, mOpeningBar);
+    mOpeningBar->show();
+    connect(mOpeningBar, &OpeningBar::cancelRequested, this, &DocumentWindow::cancelOpening);
+    connect(&job, &OpenJob::progressed, this, [this](double value, const QString& remaining) {
+        if (!mOpeningBar)
+            return;
+        mOpeningBar->showProgress(value, remaining);
+        setNeedsDisplayWithFrameOffset(0, document().numberOfFrames());
+    });
+    enableEditing(false);
+    updateState();
+}
+
+void DocumentWindow::endOpening(std::shared_ptr<SoundDocument> document)
+{
+    mJob = nullptr;
+    delete std::exchange(mOpeningBar, nullptr);
+    enableEditing(true);
+    WaveformViewGeometry& geometry = mView->context().geometry();
+    const bool wasFitted = mView->context().isFitted();
+    const double zoom = geometry.zoom();
+    const double scrollPosition = geometry.scrollPosition();
+    const SoundSelection selection = mController->selection();
+    const double cue = mController->cueTime();
+    replaceDocument(std::move(document));
+    if (!wasFitted) {
+        geometry.setZoom(zoom);
+        geometry.setScrollPosition(scrollPosition);
+    }
+    mController->setSelection(selection);
+    mController->setCueTime(cue);
+}
+
+bool DocumentWindow::shows(const OpenJob& job) const
+{
+    return mJob == &job;
+}
+
+void DocumentWindow::cancelOpening()
+{
+    // The job's owner closes this window, which may be handling an event of its own just now.
+    if (mJob)
+        QMetaObject::invokeMethod(mJob, &OpenJob::cancel, Qt::QueuedConnection);
+}
+
+void DocumentWindow::enableEditing(bool isEnabled)
+{
+    for (QAction* const menu : {mEditMenu, mEffectsMenu})
+        menu->setEnabled(isEnabled);
+}
+
 void DocumentWindow::buildView()
 {
     auto* const central = new QWidget(this);
@@ -133,9 +192,12 @@ void DocumentWindow::buildHistory()
 void DocumentWindow::buildMenus()
 {
     mFileActions = std::make_unique<FileActions>(*this, *menuBar());
+    const auto lastMenu = [this] { return menuBar()->actions().constLast(); };
     mEditActions = std::make_unique<EditActions>(*this, *menuBar(), *mHistory->toggleViewAction());
+    mEditMenu = lastMenu();
     mViewActions = std::make_unique<ViewActions>(*this, *menuBar());
     mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
+    mEffectsMenu = lastMenu();
     mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
     mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
     connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
@@ -332,6 +394,11 @@ void DocumentWindow::closeWithoutAsking()
 
 void DocumentWindow::closeEvent(QCloseEvent* event)
 {
+    if (!mClosesWithoutAsking && isOpening()) {
+        cancelOpening();
+        event->ignore();
+        return;
+    }
     if (!mClosesWithoutAsking && !prepareToClose()) {
         event->ignore();
         return;

@@ -5,6 +5,7 @@
 #include "controllers/SoundController.h"
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QTimer>
 #include <memory>
 
@@ -16,6 +17,8 @@ class EditActions;
 class EffectActions;
 class FileActions;
 class HelpActions;
+class OpeningBar;
+class OpenJob;
 class StatusLine;
 class ViewActions;
 class WaveformView;
@@ -45,6 +48,14 @@ public:
     bool isPristine() const;
     /// Puts another document in this one's place, with a history of its own.
     void replaceDocument(std::shared_ptr<SoundDocument> document);
+    /// Until endOpening() the document is what a job has decoded so far: it can be looked at, but not changed
+    /// nor saved. Escape, Cancel and closing the window cancel the job, whose owner then closes the window.
+    void beginOpening(OpenJob& job);
+    /// Installs the complete document; view, cue and selection stay where they are.
+    void endOpening(std::shared_ptr<SoundDocument> document);
+    bool isOpening() const { return mOpeningBar != nullptr; }
+    /// Whether the document is what this job decodes.
+    bool shows(const OpenJob& job) const;
     /// Puts dialogs away and offers to save; false when the window must stay: a question on it is open, or
     /// the person decided so.
     bool prepareToClose();
@@ -85,6 +96,8 @@ private:
     void updateFormat();
     void updateActivity();
     void settingsDidChange();
+    void cancelOpening();
+    void enableEditing(bool isEnabled);
     bool confirmClosing();
     /// True while a dialog on this window waits for an answer.
     bool hasQuestion() const;
@@ -101,6 +114,10 @@ private:
     std::unique_ptr<ViewActions> mViewActions;
     std::unique_ptr<EffectActions> mEffectActions;
     std::unique_ptr<HelpActions> mHelpActions;
+    QPointer<OpenJob> mJob;
+    OpeningBar* mOpeningBar = nullptr;
+    QAction* mEditMenu = nullptr;
+    QAction* mEffectsMenu = nullptr;
     QTimer mActivityTimer;
     int mSettingsToken = 0;
     bool mWasShown = false;

@@ -90,10 +90,10 @@ void FileActions::addSaving(QMenu& menu)
 void FileActions::update()
 {
     const SoundDocument& document = mWindow.document();
-    const bool hasSound = document.numberOfFrames() > 0;
+    const bool hasSound = document.numberOfFrames() > 0 && !mWindow.isOpening();
     mSave->setEnabled(hasSound && (document.isDocumentEdited() || document.filePath().empty()));
     mSaveAs->setEnabled(hasSound);
-    mSaveSelection->setEnabled(!mWindow.controller().isSelectionEmpty());
+    mSaveSelection->setEnabled(hasSound && !mWindow.controller().isSelectionEmpty());
     mRevert->setEnabled(document.isDocumentEdited() && !document.filePath().empty());
     mRecent->setEnabled(!RecentFiles::paths().empty());
 }

@@ -6,6 +6,8 @@
 
 #include <QCoreApplication>
 #include <atomic>
+#include <mutex>
+#include <optional>
 #include <thread>
 
 namespace velloria
@@ -16,17 +18,33 @@ namespace
 
 constexpr int kProgressMilliseconds = 83;
 constexpr qint64 kShownAfterMilliseconds = 1000;
+// What is done sooner is shown at once when it is complete.
+constexpr qint64 kDecodingShownAfterMilliseconds = 250;
 
 } // namespace
 
 /// What the reading thread and the job share; the thread may outlive the job.
-struct OpenJob::Shared : public Progress {
+struct OpenJob::Shared : public Progress, public DecodingWatcher {
     void setProgressValue(double newValue) override { value = newValue; }
     bool isCancelled() const override { return wasCancelled; }
+    void decodingDidBegin(const DecodingStart& start) override
+    {
+        const std::lock_guard lock(mutex);
+        decoding = start;
+    }
+    std::optional<DecodingStart> takeDecoding()
+    {
+        const std::lock_guard lock(mutex);
+        return std::exchange(decoding, std::nullopt);
+    }
 
     std::atomic<double> value = 0;
     std::atomic<bool> wasCancelled = false;
     OpenJob* job = nullptr; ///< main thread; null when it is gone
+
+private:
+    std::mutex mutex;
+    std::optional<DecodingStart> decoding;
 };
 
 OpenJob::OpenJob(const std::filesystem::path& path, QObject* parent)
@@ -46,7 +64,7 @@ void OpenJob::start(Handler handler)
     std::thread([shared = mShared, path = mPath] {
         MaybeError error;
         std::shared_ptr<SoundDocument> document =
-            SoundDocument::readFromPath(path, QString(), *shared, &error);
+            SoundDocument::readFromPath(path, QString(), *shared, &error, shared.get());
         postToMainThread([shared, document = std::move(document), error = std::move(error)]() mutable {
             if (shared->job)
                 shared->job->finish(std::move(document), std::move(error));
@@ -62,6 +80,19 @@ OpenJob::~OpenJob()
 
 void OpenJob::showProgress()
 {
+    ProgressClock clock;
+    const ProgressClock::Display display =
+        clock.update(static_cast<double>(mElapsed.elapsed()) / 1000, mShared->value);
+    if (!mToldDecoding && !mPanel && mElapsed.elapsed() >= kDecodingShownAfterMilliseconds) {
+        const std::optional<DecodingStart> decoding = mShared->takeDecoding();
+        mToldDecoding = decoding && decoding->expectedFrames > 0 && !decoding->clips.empty();
+        if (mToldDecoding)
+            Q_EMIT decodingBegan(*decoding);
+    }
+    if (mToldDecoding) {
+        Q_EMIT progressed(display.value, display.remaining);
+        return;
+    }
     if (mElapsed.elapsed() < kShownAfterMilliseconds)
         return;
     if (!mPanel) {
@@ -71,8 +102,7 @@ void OpenJob::showProgress()
         mPanel->setAttribute(Qt::WA_QuitOnClose, false);
         connect(mPanel.get(), &ProgressPanel::cancelRequested, this, &OpenJob::cancel);
     }
-    ProgressClock clock;
-    mPanel->show(clock.update(static_cast<double>(mElapsed.elapsed()) / 1000, mShared->value));
+    mPanel->show(display);
 }
 
 void OpenJob::cancel()
@@ -95,7 +125,8 @@ void OpenJob::finish(std::shared_ptr<SoundDocument> document, MaybeError error)
         error = Error::cancelled();
     mShared->job = nullptr;
     const Handler handler = std::move(mHandler);
-    handler(std::move(document), std::move(error));
+    if (handler)
+        handler(std::move(document), std::move(error));
 }
 
 } // namespace velloria

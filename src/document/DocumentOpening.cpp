@@ -1,6 +1,7 @@
 #include "document/SoundDocument.h"
 
 #include "formats/AudioFileRegistry.h"
+#include "formats/DecodingWatcher.h"
 #include "platform/Log.h"
 
 #include <QCoreApplication>
@@ -63,7 +64,7 @@ std::vector<AudioClipPtr> clipsOfFile(const std::shared_ptr<AudioFile>& file, Pr
 
 std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem::path& path,
                                                            const QString& typeName, Progress& progress,
-                                                           MaybeError* error)
+                                                           MaybeError* error, DecodingWatcher* watcher)
 {
     const std::shared_ptr<AudioFile> file = openFile(path, typeName, error);
     if (!file)
@@ -72,11 +73,31 @@ std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem
     document->mAudioFile = file;
     document->mFilePath = path;
     document->mFileTypeUTI = file->fileFormatUTI();
-    if (!document->finishLoadingFileWithAudioClips(clipsOfFile(file, progress, error)))
+    file->setDecodingWatcher(watcher);
+    const std::vector<AudioClipPtr> clips = clipsOfFile(file, progress, error);
+    file->setDecodingWatcher(nullptr);
+    if (!document->finishLoadingFileWithAudioClips(clips))
         return nullptr;
     // The history's signals belong to the main thread, wherever the file was read.
     if (QCoreApplication::instance())
         document->mUndoStack.moveToThread(QCoreApplication::instance()->thread());
+    return document;
+}
+
+std::shared_ptr<SoundDocument> SoundDocument::whileDecoding(const std::filesystem::path& path,
+                                                            const DecodingStart& start)
+{
+    std::shared_ptr<SoundDocument> document(new SoundDocument(ForLoading()));
+    document->mFilePath = path;
+    document->mSampleRate = start.sampleRate;
+    document->mSampleSize = start.bitsPerSample == 0 ? 16 : start.bitsPerSample;
+    std::vector<AudioTrackPtr> tracks;
+    for (const auto& clip : start.clips)
+        tracks.push_back(
+            std::make_shared<AudioTrack>(ClipList(clip->clipWithPromisedLength(start.expectedFrames))));
+    document->storeTracks(std::make_shared<const std::vector<AudioTrackPtr>>(std::move(tracks)));
+    document->updateTrackPanning();
+    document->recalculateNumFrames();
     return document;
 }
 

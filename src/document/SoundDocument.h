@@ -18,8 +18,10 @@
 namespace velloria
 {
 
+class DecodingWatcher;
 class DocumentStep;
 class DocumentTransport;
+struct DecodingStart;
 
 enum class SaveOperation { save, saveAs, saveTo };
 
@@ -53,7 +55,11 @@ public:
     /// extension and header decide.
     static std::shared_ptr<SoundDocument> readFromPath(const std::filesystem::path& path,
                                                        const QString& typeName, Progress& progress,
-                                                       MaybeError* error);
+                                                       MaybeError* error, DecodingWatcher* watcher = nullptr);
+    /// What a file that is still being decoded shows: its tracks at their full length, the sound as far as it
+    /// is there. To be looked at only; the document that readFromPath() gives takes its place. Main thread.
+    static std::shared_ptr<SoundDocument> whileDecoding(const std::filesystem::path& path,
+                                                        const DecodingStart& start);
 
     // What is shown.
     int64_t numberOfFrames() const override { return mNumberOfFrames.load(std::memory_order_relaxed); }

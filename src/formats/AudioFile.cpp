@@ -4,6 +4,7 @@
 #include "document/clips/AudioData.h"
 #include "document/clips/ClipWriter.h"
 #include "formats/AudioFileRegistry.h"
+#include "formats/DecodingWatcher.h"
 #include "formats/SaveLoop.h"
 #include "formats/VLAudioFileDecompressor.h"
 #include "platform/Log.h"
@@ -261,6 +262,7 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::convertedAudioClips(Pr
     ClipWriter writer(static_cast<int32_t>(mNumberOfChannels), mSampleRate);
     for (const auto& clip : writer.clips())
         clip->setIntegerBits(static_cast<int>(decoder->integerBits()));
+    tellDecodingDidBegin(writer.clips(), decoder->numberOfFrames());
     MaybeError failure;
     ClipWriter::Block block;
     while (!failure && decoder->convertOneBuffer(block) > 0) {
@@ -276,6 +278,13 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::convertedAudioClips(Pr
     if (failure && error)
         *error = failure;
     return failure ? std::vector<std::shared_ptr<MutableAudioClip>>() : writer.clips();
+}
+
+void AudioFile::tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
+                                     int64_t expectedFrames) const
+{
+    if (mDecodingWatcher)
+        mDecodingWatcher->decodingDidBegin({mSampleRate, mBitsPerSample, expectedFrames, clips});
 }
 
 bool AudioFile::storesSamplesLike(const AudioFile& source) const

@@ -18,6 +18,7 @@
 namespace velloria
 {
 
+class DecodingWatcher;
 struct SaveRange;
 
 /// One entry of a format's option list in the save panel: a sample size in bits or a bit rate in bits/s.
@@ -147,6 +148,9 @@ public:
     virtual std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
                                                                                MaybeError* error);
 
+    /// Who hears of the clips of convertedAudioClips() while they grow; null for nobody. Not owned.
+    void setDecodingWatcher(DecodingWatcher* watcher) { mDecodingWatcher = watcher; }
+
     /// True when the sample bytes in this (written) file are laid out as in `source`, so that runs can be
     /// copied from one to the other without looking at them.
     virtual bool storesSamplesLike(const AudioFile& source) const;
@@ -161,6 +165,10 @@ protected:
     /// Writes the samples of a range that was checked, with all that stands before and after them: the
     /// header, the save loop and the footer, unless a format does it another way.
     virtual MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress);
+    /// For every implementation of convertedAudioClips(): to be called once the rate, the sample size and
+    /// the frames that the file declares (0: none) are known, before the first sample is appended.
+    void tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
+                              int64_t expectedFrames) const;
     void setSourceWasShort(bool wasShort) { mSourceWasShort = wasShort; }
 
     double mSampleRate = 44100.0;
@@ -190,6 +198,7 @@ private:
     MaybeError checkSaveRange(const FrameSource& document, const SaveRange& range) const;
 
     bool mSourceWasShort = false;
+    DecodingWatcher* mDecodingWatcher = nullptr;
 };
 
 } // namespace velloria

@@ -68,10 +68,10 @@ inline void keepPicture(QWidget& widget, const QString& name)
         widget.grab().save(QDir(folder).filePath(name + QStringLiteral(".png")));
 }
 
-/// Handles events until the condition holds; false after five seconds.
+/// Handles events until the condition holds; false after a minute, which only a failing test takes.
 inline bool waitUntil(const std::function<bool()>& condition)
 {
-    return QTest::qWaitFor(condition, 5000);
+    return QTest::qWaitFor(condition, 60000);
 }
 
 /// Answers the next modal dialog of a kind, as soon as it is there. Several can wait for one after the other.
@@ -113,6 +113,21 @@ protected:
                         }));
     }
 
+    /// Silent stereo of any length that takes no room on the disk.
+    std::filesystem::path makeLongSound(const std::string& name, int64_t numFrames) const
+    {
+        QByteArray header = waveBytes(0, 2, 44100, {});
+        const auto dataBytes = static_cast<uint32_t>(4 * numFrames);
+        for (const auto& [offset, value] : {std::pair{4, 36 + dataBytes}, std::pair{40, dataBytes}}) {
+            QByteArray size;
+            appendLittle<uint32_t>(size, value);
+            header.replace(offset, 4, size);
+        }
+        const std::filesystem::path file = makeFile(name, header);
+        std::filesystem::resize_file(file, 44 + uint64_t{dataBytes});
+        return file;
+    }
+
     /// Opens a file and waits for its window to be drawn.
     DocumentWindow* open(const std::filesystem::path& file)
     {
@@ -120,7 +135,7 @@ protected:
         DocumentWindow* found = nullptr;
         const bool isOpen = waitUntil([&] {
             for (DocumentWindow* const window : editor.windows()) {
-                if (window->document().filePath() == file)
+                if (window->document().filePath() == file && !window->isOpening())
                     found = window;
             }
             return found && !editor.isOpening() && found->controller().waveformRenderProgress() >= 1;

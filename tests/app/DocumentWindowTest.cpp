@@ -149,8 +149,8 @@ TEST_F(DocumentWindowTest, AClickInTheHistoryGoesThere)
 
 TEST_F(DocumentWindowTest, ALongEffectIsCancelledAndLeavesTheDocument)
 {
-    // Too long to be done before somebody can press a key.
-    DocumentWindow* const window = open(makeSound("long.wav", 44100 * 120));
+    // Half an hour: no machine is done with it before the key is pressed.
+    DocumentWindow* const window = open(makeLongSound("long.wav", int64_t{44100} * 1800));
     window->controller().selectAll();
     QTimer cancel;
     QObject::connect(&cancel, &QTimer::timeout, window,
@@ -240,7 +240,8 @@ TEST_F(DocumentWindowTest, RevertingAsksAndBringsTheFileBack)
             }
         });
         window->fileActions().revert();
-        EXPECT_EQ(waitUntil([window] { return !window->isWindowModified(); }), agrees);
+        EXPECT_TRUE(waitUntil([this] { return !editor.isOpening(); }));
+        EXPECT_EQ(window->isWindowModified(), !agrees);
         EXPECT_EQ(window->document().numberOfFrames() == 44100, agrees);
     }
     EXPECT_FALSE(window->document().undoManager().canUndo());
@@ -323,7 +324,8 @@ TEST_F(DocumentWindowTest, EveryFileHasOneWindowAndTheFirstTakesThePlaceOfTheEmp
     DocumentWindow* const second = open(makeSound("second.wav"));
     EXPECT_NE(first, second);
     editor.openFiles({path("first.wav"), path("./first.wav")});
-    EXPECT_FALSE(waitUntil([this] { return editor.windows().size() > 2; }));
+    EXPECT_TRUE(waitUntil([this] { return !editor.isOpening(); }));
+    EXPECT_EQ(editor.windows().size(), 2U);
 }
 
 TEST_F(DocumentWindowTest, DroppedFilesAreOpened)

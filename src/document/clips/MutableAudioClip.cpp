@@ -103,4 +103,12 @@ AudioClipPtr MutableAudioClip::subdataWithOffset(int64_t offset, int64_t numFram
     return std::make_shared<MutableAudioClip>(*this, offset, numFrames);
 }
 
+AudioClipPtr MutableAudioClip::clipWithPromisedLength(int64_t numFrames) const
+{
+    auto clip = std::make_shared<MutableAudioClip>(*this, 0, 0);
+    clip->_numFrames.store(numFrames, std::memory_order_relaxed);
+    clip->_waveformCache = _waveformCache.subdataWithOffset(0, numFrames);
+    return clip;
+}
+
 } // namespace velloria

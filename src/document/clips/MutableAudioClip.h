@@ -43,6 +43,10 @@ public:
     FloatBuffer sampleDataAtOffset(int64_t offset, int64_t numFrames) const override;
     AudioClipPtr subdataWithOffset(int64_t offset, int64_t numFrames) const override;
 
+    /// This clip as it will be when numFrames frames are there: for showing sound that is still being
+    /// written. What is not there yet reads as silence and has no summary.
+    AudioClipPtr clipWithPromisedLength(int64_t numFrames) const;
+
 private:
     /// The scratch file and what its producer knows of it.
     struct Scratch : Origin {
