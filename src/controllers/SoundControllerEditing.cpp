@@ -147,30 +147,20 @@ void SoundController::pasteMarkers(const ClipboardClip& clip, const FrameRange& 
 {
     const std::vector<AudioMarkerPtr> pasted = clip.markersAtSampleRate(mDocument->sampleRate());
     const int64_t shift = numFrames - replaced.length();
-    bool hasChange = !pasted.empty();
-    std::vector<AudioMarkerPtr> markers;
-    markers.reserve(mDocument->audioMarkers()->size() + pasted.size());
+    MarkerEdit edit(*mDocument->audioMarkers());
     for (const AudioMarkerPtr& marker : *mDocument->audioMarkers()) {
-        const bool isBehind = marker->position() >= replaced.end;
-        if (!isBehind && marker->position() >= replaced.start) {
-            hasChange = true;
-            continue;
-        }
-        markers.push_back(marker);
-        if (!isBehind || shift == 0)
-            continue;
-        // Installed markers are the history's, too.
-        hasChange = true;
-        markers.back() = AudioMarker::markerWithMarker(*marker);
-        markers.back()->setPosition(marker->position() + shift);
+        if (marker->position() >= replaced.end)
+            edit.moveTo(marker, marker->position() + shift);
+        else if (marker->position() >= replaced.start)
+            edit.drop(marker);
+        else
+            edit.moveTo(marker, marker->position());
     }
     for (const AudioMarkerPtr& marker : pasted) {
         marker->setPosition(marker->position() + replaced.start);
-        markers.push_back(marker);
+        edit.add(marker);
     }
-    if (hasChange)
-        mDocument->undoableSetAudioMarkers(
-            std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(markers)));
+    mDocument->undoableEditAudioMarkers(std::move(edit));
 }
 
 void SoundController::replaceSelection(const SoundSelection& selection, const AudioClipPtr& clip)

@@ -61,29 +61,20 @@ void SoundDocument::replaceDataAndMarkersAtOffset(int64_t offset, int64_t length
 void SoundDocument::scaleMarkersAtOffset(int64_t offset, int64_t length, int64_t newLength)
 {
     const double scale = length == 0 ? 0.0 : static_cast<double>(newLength) / static_cast<double>(length);
-    std::vector<AudioMarkerPtr> scaled;
-    scaled.reserve(mAudioMarkers->size());
-    bool hasChange = false;
+    MarkerEdit edit(*mAudioMarkers);
     for (const AudioMarkerPtr& marker : *mAudioMarkers) {
         const int64_t distance = marker->position() - offset;
-        int64_t position = marker->position();
         if (distance >= length)
-            position += newLength - length;
-        else if (distance >= 0 && newLength == 0) {
-            hasChange = true;
-            continue;
-        } else if (distance >= 0)
-            position = std::llround(static_cast<double>(distance) * scale + static_cast<double>(offset));
-        scaled.push_back(marker);
-        if (position == marker->position())
-            continue;
-        // A copy: the installed marker is the history's, too.
-        hasChange = true;
-        scaled.back() = AudioMarker::markerWithMarker(*marker);
-        scaled.back()->setPosition(position);
+            edit.moveTo(marker, marker->position() + newLength - length);
+        else if (distance < 0)
+            edit.moveTo(marker, marker->position());
+        else if (newLength == 0)
+            edit.drop(marker);
+        else
+            edit.moveTo(marker, std::llround(static_cast<double>(distance) * scale +
+                                             static_cast<double>(offset)));
     }
-    if (hasChange)
-        undoableSetAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(scaled)));
+    undoableEditAudioMarkers(std::move(edit));
 }
 
 void SoundDocument::cropFrom(double startTime, double endTime, int32_t firstTrack, int32_t numTracks)
@@ -99,18 +90,17 @@ void SoundDocument::cropFrom(double startTime, double endTime, int32_t firstTrac
         if (count >= 2)
             tracks.back()->setPan(i % 2 == 0 ? -1.0 : 1.0);
     }
-    std::vector<AudioMarkerPtr> markers;
+    MarkerEdit markers(*mAudioMarkers);
     for (const AudioMarkerPtr& marker : *mAudioMarkers) {
         if (marker->position() < start || marker->position() >= end)
-            continue;
-        markers.push_back(AudioMarker::markerWithMarker(*marker));
-        markers.back()->setPosition(marker->position() - start);
+            markers.drop(marker);
+        else
+            markers.moveTo(marker, marker->position() - start);
     }
 
     const UndoGroup group(*this);
     undoableSetAudioTracks(trackList(std::move(tracks)));
-    if (!mAudioMarkers->empty())
-        undoableSetAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(markers)));
+    undoableEditAudioMarkers(std::move(markers));
 }
 
 void SoundDocument::setNumTracks(int32_t numTracks)
@@ -175,11 +165,18 @@ std::vector<AudioMarkerPtr> SoundDocument::orderedMarkers() const
 
 void SoundDocument::addMarker(const AudioMarkerPtr& marker)
 {
+    addMarkers({marker}, QStringLiteral("Add Marker"));
+}
+
+void SoundDocument::addMarkers(const std::vector<AudioMarkerPtr>& added, const QString& actionName)
+{
+    if (added.empty())
+        return;
     std::vector<AudioMarkerPtr> markers;
-    markers.reserve(mAudioMarkers->size() + 1);
+    markers.reserve(mAudioMarkers->size() + added.size());
     markers = *mAudioMarkers;
-    markers.push_back(marker);
-    const UndoGroup group(*this, QStringLiteral("Add Marker"));
+    markers.insert(markers.end(), added.begin(), added.end());
+    const UndoGroup group(*this, actionName);
     undoableSetAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(markers)));
 }
 

@@ -28,10 +28,16 @@ void DocumentStep::willReplaceTracks(const TrackList& tracks)
         mTracks = tracks;
 }
 
-void DocumentStep::willReplaceMarkers(const MarkerList& markers)
+MarkerChanges& DocumentStep::markerChanges()
 {
-    if (!mMarkers)
-        mMarkers = markers;
+    if (!mMarkerChanges)
+        mMarkerChanges = std::make_unique<MarkerChanges>();
+    return *mMarkerChanges;
+}
+
+void DocumentStep::willReplaceMarkers(const MarkerList& next, MarkerDifference difference)
+{
+    markerChanges().addDifference(mDocument.mAudioMarkers, next, std::move(difference));
 }
 
 void DocumentStep::willReplaceMetadata(const AudioMetadata& metadata)
@@ -46,30 +52,32 @@ void DocumentStep::willReplaceSampleRate(double sampleRate)
         rare().sampleRate = sampleRate;
 }
 
+void DocumentStep::willReplaceSampleSize(int64_t sampleSize)
+{
+    if (!rare().sampleSize)
+        rare().sampleSize = sampleSize;
+}
+
 void DocumentStep::willChangeMarker(const AudioMarkerPtr& marker)
 {
-    for (const MarkerState& state : rare().markerStates)
-        if (state.marker == marker)
-            return;
-    rare().markerStates.push_back({marker, marker->name(), marker->position()});
+    markerChanges().addState(*mDocument.mAudioMarkers, marker);
 }
 
 void DocumentStep::forgetUnchanged()
 {
     if (mTracks == mDocument.mAudioTracks)
         mTracks = nullptr;
-    if (mMarkers == mDocument.mAudioMarkers)
-        mMarkers = nullptr;
+    if (mMarkerChanges && !mMarkerChanges->finish(mDocument.mAudioMarkers))
+        mMarkerChanges.reset();
     if (!mRare)
         return;
     if (mRare->metadata == mDocument.mAudioMetadata)
         mRare->metadata.reset();
     if (mRare->sampleRate == mDocument.sampleRate())
         mRare->sampleRate.reset();
-    std::erase_if(mRare->markerStates, [](const MarkerState& state) {
-        return state.name == state.marker->name() && state.position == state.marker->position();
-    });
-    if (!mRare->metadata && !mRare->sampleRate && mRare->markerStates.empty())
+    if (mRare->sampleSize == mDocument.mSampleSize)
+        mRare->sampleSize.reset();
+    if (!mRare->metadata && !mRare->sampleRate && !mRare->sampleSize)
         mRare.reset();
 }
 
@@ -77,11 +85,13 @@ bool DocumentStep::finish()
 {
     forgetUnchanged();
     mSelectionAfter = presentSelection();
-    return mTracks || mMarkers || mRare;
+    return mTracks || mMarkerChanges || mRare;
 }
 
 void DocumentStep::undo()
 {
+    if (mMarkerChanges)
+        mDocument.mAudioMarkers = mMarkerChanges->undone(std::move(mDocument.mAudioMarkers));
     exchange();
     tellControllers(mSelectionBefore);
 }
@@ -92,6 +102,8 @@ void DocumentStep::redo()
         mIsTakenOver = true;
         return;
     }
+    if (mMarkerChanges)
+        mDocument.mAudioMarkers = mMarkerChanges->redone(std::move(mDocument.mAudioMarkers));
     exchange();
     tellControllers(mSelectionAfter);
 }
@@ -103,8 +115,6 @@ void DocumentStep::exchange()
         mDocument.storeTracks(std::move(mTracks));
         mTracks = std::move(present);
     }
-    if (mMarkers)
-        std::swap(mMarkers, mDocument.mAudioMarkers);
     if (mRare)
         exchangeRare();
 }
@@ -115,20 +125,16 @@ void DocumentStep::exchangeRare()
         std::swap(*mRare->metadata, mDocument.mAudioMetadata);
     if (mRare->sampleRate)
         mRare->sampleRate = mDocument.mSampleRate.exchange(*mRare->sampleRate);
-    for (MarkerState& state : mRare->markerStates) {
-        const MarkerState present = {state.marker, state.marker->name(), state.marker->position()};
-        state.marker->setName(state.name);
-        state.marker->setPosition(state.position);
-        state = present;
-    }
+    if (mRare->sampleSize)
+        std::swap(*mRare->sampleSize, mDocument.mSampleSize);
 }
 
 void DocumentStep::tellControllers(const std::optional<SoundSelection>& selection)
 {
     // Everything is in place before the first controller looks.
-    if (mTracks || (mRare && mRare->sampleRate))
+    if (mTracks || (mRare && (mRare->sampleRate || mRare->sampleSize)))
         mDocument.reload();
-    if (mMarkers || (mRare && !mRare->markerStates.empty()))
+    if (mMarkerChanges)
         mDocument.tellMarkersDidChange();
     if (mRare && mRare->metadata)
         mDocument.tellMetadataDidChange();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/MarkerChanges.h"
 #include "document/SoundDocument.h"
 
 #include <QUndoCommand>
@@ -10,7 +11,8 @@ namespace velloria
 
 /// One step of a document's history. It holds the other state of just those things that the step changed;
 /// undoing and redoing both exchange it with the document's. Of several changes of one thing only the value
-/// before the first is kept, so a step stays small: a hundred thousand of them take some twenty megabytes.
+/// before the first is kept, and of marker lists only how they differ, so a step stays small: a hundred
+/// thousand of them take some twenty megabytes.
 class DocumentStep : public QUndoCommand
 {
 public:
@@ -19,9 +21,10 @@ public:
 
     // Called before each change with the value that is about to be replaced.
     void willReplaceTracks(const TrackList& tracks);
-    void willReplaceMarkers(const MarkerList& markers);
+    void willReplaceMarkers(const MarkerList& next, MarkerDifference difference);
     void willReplaceMetadata(const AudioMetadata& metadata);
     void willReplaceSampleRate(double sampleRate);
+    void willReplaceSampleSize(int64_t sampleSize);
     void willChangeMarker(const AudioMarkerPtr& marker);
 
     /// Ends recording: forgets what came back to its first value, notes the selection. False when the step
@@ -33,28 +36,24 @@ public:
     void redo() override;
 
 private:
-    struct MarkerState {
-        AudioMarkerPtr marker;
-        QString name;
-        int64_t position;
-    };
     /// What few steps change, apart so that the others need no room for it.
     struct Rare {
         std::optional<AudioMetadata> metadata;
         std::optional<double> sampleRate;
-        std::vector<MarkerState> markerStates;
+        std::optional<int64_t> sampleSize;
     };
 
     Rare& rare();
     void forgetUnchanged();
+    MarkerChanges& markerChanges();
     void exchange();
     void exchangeRare();
     void tellControllers(const std::optional<SoundSelection>& selection);
     std::optional<SoundSelection> presentSelection() const;
 
     SoundDocument& mDocument;
-    TrackList mTracks;   ///< null when the step changes no tracks
-    MarkerList mMarkers; ///< null when the step changes no marker list
+    TrackList mTracks; ///< null when the step changes no tracks
+    std::unique_ptr<MarkerChanges> mMarkerChanges;
     std::unique_ptr<Rare> mRare;
     std::optional<SoundSelection> mSelectionBefore;
     std::optional<SoundSelection> mSelectionAfter;

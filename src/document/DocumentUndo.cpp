@@ -64,7 +64,18 @@ void SoundDocument::undoableSetAudioMarkers(MarkerList markers)
     if (markers == mAudioMarkers)
         return;
     const UndoGroup group(*this);
-    mOpenStep->willReplaceMarkers(mAudioMarkers);
+    mOpenStep->willReplaceMarkers(markers, MarkerDifference::between(*mAudioMarkers, *markers));
+    mAudioMarkers = std::move(markers);
+    tellMarkersDidChange();
+}
+
+void SoundDocument::undoableEditAudioMarkers(MarkerEdit edit)
+{
+    if (!edit.hasChange())
+        return;
+    const UndoGroup group(*this);
+    MarkerList markers = edit.takeList();
+    mOpenStep->willReplaceMarkers(markers, edit.takeDifference());
     mAudioMarkers = std::move(markers);
     tellMarkersDidChange();
 }
@@ -86,6 +97,16 @@ void SoundDocument::undoableSetSampleRate(double newRate)
     const UndoGroup group(*this);
     mOpenStep->willReplaceSampleRate(sampleRate());
     mSampleRate = newRate;
+    reload();
+}
+
+void SoundDocument::undoableSetSampleSize(int64_t sampleSize)
+{
+    if (sampleSize == mSampleSize)
+        return;
+    const UndoGroup group(*this);
+    mOpenStep->willReplaceSampleSize(mSampleSize);
+    mSampleSize = sampleSize;
     reload();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "document/DocumentController.h"
+#include "document/MarkerEdit.h"
 #include "document/clips/FrameSource.h"
 #include "document/clips/SoundSelection.h"
 #include "formats/AudioFile.h"
@@ -108,6 +109,10 @@ public:
     void undoableSetAudioMarkers(MarkerList markers);
     void undoableSetAudioMetadata(const AudioMetadata& metadata);
     void undoableSetSampleRate(double sampleRate);
+    /// Bits a sample that a plain save writes.
+    void undoableSetSampleSize(int64_t sampleSize);
+    /// Installs what became of the present list; costs the history less than a whole new list does.
+    void undoableEditAudioMarkers(MarkerEdit edit);
 
     // Editing; frames and track indexes.
     void replaceDataAtOffset(int64_t offset, int64_t length, int32_t track, const ClipList& clips);
@@ -122,6 +127,8 @@ public:
     void removeFromTracksAtIndex(int32_t index);
     void constrainSelection(SoundSelection& selection) const;
     void addMarker(const AudioMarkerPtr& marker);
+    /// All as one step.
+    void addMarkers(const std::vector<AudioMarkerPtr>& markers, const QString& actionName);
     void removeAudioMarker(const AudioMarkerPtr& marker);
     /// Renames or moves the marker itself, with an undo step when that changes something.
     void setName(const QString& name, const AudioMarkerPtr& marker);

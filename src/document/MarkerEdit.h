@@ -1,0 +1,70 @@
+#pragma once
+
+#include "document/clips/AudioMarker.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace velloria
+{
+
+/// How one marker list became another, told in little: runs of markers that both have, all moved by the same
+/// number of frames, and the markers that only one of them has. A history keeps these in place of lists, so
+/// an edit that pushes a hundred thousand markers to the right costs a few bytes of it. Either list can be
+/// made from the other. What only one list has is kept as the marker that was in it when it was left, since
+/// a name that is taken back in place may be that of a copy.
+class MarkerDifference
+{
+public:
+    MarkerList after(const std::vector<AudioMarkerPtr>& before);
+    MarkerList before(const std::vector<AudioMarkerPtr>& after);
+    /// The difference between any two lists: what stands at both ends of both is shared.
+    static MarkerDifference between(const std::vector<AudioMarkerPtr>& before,
+                                    const std::vector<AudioMarkerPtr>& after);
+
+private:
+    friend class MarkerEdit;
+
+    enum class Kind : int8_t { shared, dropped, added };
+    struct Run {
+        int64_t count;
+        int64_t shift;
+        Kind kind;
+    };
+
+    void append(Kind kind, int64_t shift);
+    /// What only one of two lists has.
+    struct OneSided {
+        Kind kind;
+        std::vector<AudioMarkerPtr>& markers;
+    };
+    MarkerList otherList(const std::vector<AudioMarkerPtr>& list, OneSided left, OneSided taken, int sign);
+
+    std::vector<Run> mRuns;
+    std::vector<AudioMarkerPtr> mDropped;
+    std::vector<AudioMarkerPtr> mAdded;
+};
+
+/// Makes a new marker list out of an installed one: every marker of that list, in order, is either left where
+/// it is, moved or dropped; new ones may come in between and behind. Markers are moved as copies, for the
+/// installed list stays as it is.
+class MarkerEdit
+{
+public:
+    explicit MarkerEdit(const std::vector<AudioMarkerPtr>& before);
+
+    void moveTo(const AudioMarkerPtr& marker, int64_t position);
+    void drop(const AudioMarkerPtr& marker);
+    void add(const AudioMarkerPtr& marker);
+
+    bool hasChange() const { return mHasChange; }
+    MarkerList takeList();
+    MarkerDifference takeDifference() { return std::move(mDifference); }
+
+private:
+    std::vector<AudioMarkerPtr> mMarkers;
+    MarkerDifference mDifference;
+    bool mHasChange = false;
+};
+
+} // namespace velloria
