@@ -72,6 +72,10 @@ public:
     void setSelection(const SoundSelection& selection);
     void selectAll();
     void selectNone();
+    /// From the start of the document to the selection's end, and from its start to the document's end; with
+    /// nothing selected, to and from the cue.
+    void selectToStart();
+    void selectToEnd();
     double cueTime() const { return mCueTime; }
     void setCueTime(double seconds);
     /// Everything, when the selection is empty; else the selection.
@@ -81,9 +85,11 @@ public:
     // nothing when the selection is empty.
     void copy();
     void cut(const QString& actionName);
-    /// False when there is nothing on the clipboard, or it comes from a document of another rate and the
-    /// conversion is not possible; `error` says why.
+    /// Sound of another rate is converted on the way, with progress; cancelled, what was converted until then
+    /// is pasted. False when there is nothing on the clipboard or the conversion fails; `error` says why.
     bool paste(const QString& actionName, MaybeError* error);
+    /// At the selection's start, on its tracks; the silence is selected then.
+    MaybeError insertSilence(double seconds, const QString& actionName);
     void deleteSelection(const QString& actionName);
     void clear(const QString& actionName);
     void crop(const QString& actionName);
@@ -102,10 +108,33 @@ public:
     std::shared_ptr<SoundDocument> documentForCopyingFrom(const std::filesystem::path& path,
                                                           MaybeError* error);
 
+    /// What is wrong with making the document longer by so much, if anything.
+    MaybeError checkRoomFor(double seconds) const;
+    /// The clip's tracks at the document's rate, with a progress face where they must be converted.
+    std::vector<AudioTrackPtr> tracksOfClip(const ClipboardClip& clip, int32_t numTracks,
+                                            const QString& title, MaybeError* error);
+
+    // Tracks and format. An error leaves the document as it was; what was done until the person cancelled
+    // stays.
+    MaybeError mixdown(int numChannels, const QString& actionName);
+    /// Without a duration the sound lasts as long as before.
+    MaybeError resample(double sampleRate, std::optional<double> totalTime, const QString& actionName);
+    /// Rate and bits as they stand in the file: another rate plays the same samples faster or slower.
+    MaybeError setProperties(double sampleRate, int64_t sampleSize, const QString& actionName);
+    void addTrack(const QString& actionName);
+    /// All but one, when all are selected.
+    void removeSelectedTracks(const QString& actionName);
+
     // Markers. Those of one marker (setName, setPosition, removeAudioMarker) are the document's.
     /// One marker at an empty selection, else one at its start and one at its end.
-    void insertMarker();
+    MaybeError insertMarker();
     void deleteAllMarkers(const QString& actionName);
+    /// Before every passage that is loud after at least 1.9 seconds of quiet.
+    MaybeError insertMarkersInGaps(const QString& actionName);
+    /// At every grid line (seconds) of the document; an error for a grid of 0 or of too many lines.
+    MaybeError insertMarkersAtGridlines(double offset, double spacing, const QString& actionName);
+    /// Adds them as one step, unless the document would have too many then.
+    MaybeError addMarkers(const std::vector<AudioMarkerPtr>& markers, const QString& actionName);
 
     // Effects.
     /// Gives the effect a source over the selection (everything, when it is empty; the selection then
@@ -159,6 +188,11 @@ private:
     /// What the tracks hold of a selection's frames.
     static FrameRange framesOfSelection(const SoundDocument& document, const SoundSelection& selection);
     void replaceSelection(const SoundSelection& selection, const AudioClipPtr& clip);
+    /// What is wrong with so many more markers, if anything.
+    MaybeError checkMarkerCount(int64_t numAdded) const;
+    bool completeWaveform();
+    std::vector<float> peaks(double secondsPerBin) const;
+    void installPasted(const ClipboardClip& clip, const std::vector<AudioTrackPtr>& tracks);
     void pasteMarkers(const ClipboardClip& clip, const FrameRange& replaced, int64_t numFrames);
     SampleCloseUp& closeUpOfTrack(int32_t track) const;
 

@@ -104,43 +104,51 @@ void SoundController::cut(const QString& actionName)
 
 bool SoundController::canPaste() const
 {
-    const std::shared_ptr<ClipboardClip>& clip = AudioClipboard::clipboard().contents();
-    return clip && clip->sampleRate() == mDocument->sampleRate();
+    return AudioClipboard::clipboard().hasContent();
 }
 
 bool SoundController::paste(const QString& actionName, MaybeError* error)
 {
     const std::shared_ptr<ClipboardClip> clip = AudioClipboard::clipboard().contents();
-    if (!canPaste()) {
-        const QString reason =
-            clip ? QStringLiteral(
-                       "The copied sound has %1 Hz and this document %2 Hz; Velloria cannot convert "
-                       "between the two yet.")
-                       .arg(clip->sampleRate())
-                       .arg(mDocument->sampleRate())
-                 : QStringLiteral("There is nothing to paste: nothing was copied.");
+    MaybeError failure;
+    if (!clip)
+        failure =
+            Error{Error::Code::failed, QStringLiteral("There is nothing to paste: nothing was copied.")};
+    if (!failure)
+        failure = checkRoomFor(clip->duration());
+    if (!failure)
+        failure = checkMarkerCount(clip->numMarkers());
+    std::vector<AudioTrackPtr> tracks;
+    if (!failure)
+        tracks = tracksOfClip(*clip, clip->numTracks(), QStringLiteral("Pasting Audio"), &failure);
+    if (failure) {
         if (error)
-            *error = Error{clip ? Error::Code::unsupported : Error::Code::failed, reason};
+            *error = failure;
         return false;
     }
+    const UndoGroup group(*mDocument, actionName);
+    installPasted(*clip, tracks);
+    return true;
+}
+
+void SoundController::installPasted(const ClipboardClip& clip, const std::vector<AudioTrackPtr>& tracks)
+{
     const SoundSelection selection = normalizedSelection();
     const double rate = mDocument->sampleRate();
     const FrameRange range = {frameAtTime(selection.startTime, rate), frameAtTime(selection.endTime, rate)};
     // Tracks beyond the document's last are dropped.
-    const int32_t numPasted = std::min(clip->numTracks(), mDocument->trackCount() - selection.firstTrack);
-
-    const UndoGroup group(*mDocument, actionName);
+    const int32_t numPasted =
+        std::min(static_cast<int32_t>(tracks.size()), mDocument->trackCount() - selection.firstTrack);
     int64_t numFrames = 0;
     for (int32_t i = 0; i < numPasted; ++i) {
-        const AudioTrack& track = *clip->tracks()[static_cast<size_t>(i)];
+        const AudioTrack& track = *tracks[static_cast<size_t>(i)];
         mDocument->replaceDataAtOffset(range.start, range.length(), selection.firstTrack + i, track.clips());
         numFrames = track.length();
     }
     if (selection.firstTrack == 0)
-        pasteMarkers(*clip, range, numFrames);
+        pasteMarkers(clip, range, numFrames);
     setSelection({selection.startTime, selection.startTime + static_cast<double>(numFrames) / rate,
                   selection.firstTrack, std::max(0, numPasted)});
-    return true;
 }
 
 void SoundController::pasteMarkers(const ClipboardClip& clip, const FrameRange& replaced, int64_t numFrames)

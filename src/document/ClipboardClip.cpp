@@ -1,5 +1,7 @@
 #include "document/ClipboardClip.h"
 
+#include "document/TrackRateConversion.h"
+
 #include <algorithm>
 
 namespace velloria
@@ -41,6 +43,16 @@ int64_t ClipboardClip::length() const
 double ClipboardClip::duration() const
 {
     return static_cast<double>(length()) / mSampleRate;
+}
+
+std::vector<AudioTrackPtr> ClipboardClip::tracks(int32_t numTracks, double sampleRate, Progress& progress,
+                                                 MaybeError* error) const
+{
+    if (sampleRate == mSampleRate)
+        return mTracks;
+    const auto count = static_cast<ptrdiff_t>(std::clamp(numTracks, 0, this->numTracks()));
+    return TrackRateConversion(mSampleRate, sampleRate)
+        .convert({mTracks.begin(), mTracks.begin() + count}, progress, error);
 }
 
 std::vector<AudioMarkerPtr> ClipboardClip::markersAtSampleRate(double sampleRate) const

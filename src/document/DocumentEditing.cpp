@@ -71,8 +71,8 @@ void SoundDocument::scaleMarkersAtOffset(int64_t offset, int64_t length, int64_t
         else if (newLength == 0)
             edit.drop(marker);
         else
-            edit.moveTo(marker, std::llround(static_cast<double>(distance) * scale +
-                                             static_cast<double>(offset)));
+            edit.moveTo(marker,
+                        std::llround(static_cast<double>(distance) * scale + static_cast<double>(offset)));
     }
     undoableEditAudioMarkers(std::move(edit));
 }

@@ -32,8 +32,8 @@ MarkerDifference MarkerDifference::between(const std::vector<AudioMarkerPtr>& be
     const auto isSame = [](const AudioMarkerPtr& a, const AudioMarkerPtr& b) { return a == b; };
     const auto firstEnds = std::mismatch(before.begin(), before.begin() + shorter, after.begin(), isSame);
     const int64_t numFirst = firstEnds.first - before.begin();
-    const auto lastEnds = std::mismatch(before.rbegin(), before.rbegin() + (shorter - numFirst),
-                                        after.rbegin(), isSame);
+    const auto lastEnds =
+        std::mismatch(before.rbegin(), before.rbegin() + (shorter - numFirst), after.rbegin(), isSame);
     const int64_t numLast = lastEnds.first - before.rbegin();
 
     MarkerDifference difference;

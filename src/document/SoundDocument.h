@@ -62,6 +62,10 @@ public:
     static std::shared_ptr<SoundDocument> whileDecoding(const std::filesystem::path& path,
                                                         const DecodingStart& start);
 
+    /// Markers that a document can hold. Commands that would add beyond it refuse: a script that copies and
+    /// pastes everything over and over doubles its markers each time.
+    static constexpr int64_t maximumNumberOfMarkers = 1'000'000;
+
     // What is shown.
     int64_t numberOfFrames() const override { return mNumberOfFrames.load(std::memory_order_relaxed); }
     double sampleRate() const override { return mSampleRate.load(std::memory_order_relaxed); }
@@ -133,6 +137,14 @@ public:
     /// Renames or moves the marker itself, with an undo step when that changes something.
     void setName(const QString& name, const AudioMarkerPtr& marker);
     void setPosition(int64_t position, const AudioMarkerPtr& marker);
+
+    // Conversions, with the progress of a face that can cancel: what was done until then is installed. After
+    // an error (a full disk) the document is as it was.
+    /// Nothing when there is one track already.
+    MaybeError mixdownToMono(Progress& progress);
+    MaybeError mixdownToStereo(Progress& progress);
+    /// The present sound in `totalTime` seconds at another rate; markers stay with the sound.
+    MaybeError resampleTo(double newRate, double totalTime, Progress& progress);
 
     void updateTrackPanning();
     static double defaultPanForTrackIndex(int32_t index);

@@ -24,6 +24,7 @@ const std::vector<CommandDescription>& commands()
     static const std::vector<CommandDescription> all = [] {
         std::vector<CommandDescription> list;
         CommandGroups::appendEditCommands(list);
+        CommandGroups::appendConversionCommands(list);
         CommandGroups::appendMarkerCommands(list);
         CommandGroups::appendDocumentCommands(list);
         CommandGroups::appendEffectCommands(list);

@@ -10,6 +10,8 @@ namespace CommandGroups
 {
 /// select, copy, cut, paste, delete, clear, crop, undo, redo.
 void appendEditCommands(std::vector<CommandDescription>& commands);
+/// insert silence, mix paste, mixdown, resample, set format, add track, remove tracks.
+void appendConversionCommands(std::vector<CommandDescription>& commands);
 void appendMarkerCommands(std::vector<CommandDescription>& commands);
 /// set tracks, set metadata, save.
 void appendDocumentCommands(std::vector<CommandDescription>& commands);

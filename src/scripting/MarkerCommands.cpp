@@ -15,6 +15,8 @@ const QString kPosition = QStringLiteral("Position");
 const QString kFrame = QStringLiteral("Frame");
 const QString kName = QStringLiteral("Name");
 const QString kIndex = QStringLiteral("Index");
+const QString kSpacing = QStringLiteral("Spacing");
+const QString kOffset = QStringLiteral("Offset");
 
 CommandParameter positionParameter(const QString& summary)
 {
@@ -109,8 +111,7 @@ CommandDescription insertMarkerCommand()
     command.run = [](SoundController& controller, const QVariantMap& arguments) -> MaybeError {
         SoundDocument& document = controller.document();
         if (!hasPosition(arguments) && !arguments.contains(kName)) {
-            controller.insertMarker();
-            return std::nullopt;
+            return controller.insertMarker();
         }
         MaybeError error;
         const std::optional<int64_t> frame =
@@ -122,8 +123,7 @@ CommandDescription insertMarkerCommand()
         const QString name =
             arguments.value(kName, QStringLiteral("New Marker %1").arg(document.audioMarkers()->size() + 1))
                 .toString();
-        document.addMarker(std::make_shared<AudioMarker>(0, *frame, name));
-        return std::nullopt;
+        return controller.addMarkers({std::make_shared<AudioMarker>(0, *frame, name)}, {});
     };
     return command;
 }
@@ -204,6 +204,40 @@ CommandDescription deleteMarkerCommand()
     return command;
 }
 
+CommandDescription insertMarkersInGapsCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("insert markers in gaps");
+    command.summary =
+        QStringLiteral("Adds a marker before each loud passage that 1.9 seconds of quiet precede.");
+    command.run = [](SoundController& controller, const QVariantMap&) {
+        return controller.insertMarkersInGaps({});
+    };
+    return command;
+}
+
+CommandDescription insertMarkersAtGridlinesCommand()
+{
+    const QString seconds = QStringLiteral("s");
+    CommandDescription command;
+    command.name = QStringLiteral("insert markers at gridlines");
+    command.summary = QStringLiteral("Adds a marker at each line of a grid, named by bar and beat (001-1).");
+    command.parameters = {
+        makeParameter(kSpacing, Type::number, seconds, 0, {}, {}, QStringLiteral("From line to line.")),
+        makeParameter(kOffset, Type::number, seconds, {}, {}, 0, QStringLiteral("Where one line lies."))};
+    command.check = [](const QVariantMap& arguments) {
+        if (!arguments.contains(kSpacing))
+            return QStringLiteral("Spacing= is missing");
+        return arguments.value(kSpacing).toDouble() > 0.0 ? QString()
+                                                          : QStringLiteral("Spacing= must be above 0");
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        return controller.insertMarkersAtGridlines(arguments.value(kOffset).toDouble(),
+                                                   arguments.value(kSpacing).toDouble(), {});
+    };
+    return command;
+}
+
 } // namespace
 
 void CommandGroups::appendMarkerCommands(std::vector<CommandDescription>& commands)
@@ -220,6 +254,8 @@ void CommandGroups::appendMarkerCommands(std::vector<CommandDescription>& comman
         return MaybeError();
     };
     commands.push_back(deleteAll);
+    commands.push_back(insertMarkersInGapsCommand());
+    commands.push_back(insertMarkersAtGridlinesCommand());
 }
 
 } // namespace velloria

@@ -92,11 +92,16 @@ TEST_F(RunTest, StopsAtTheFirstCommandThatFails)
     EXPECT_EQ(bytesOf("in.wav"), before);
 }
 
-TEST_F(RunTest, RefusesToMixSampleRates)
+TEST_F(RunTest, ConvertsBetweenSampleRates)
 {
     makeNoise("in.wav", 1000);
     makeFile("fast.wav", test::wave({1, 2, 96000, 16}, test::noiseBytes(400, 1)));
-    expectFailure({"run", "in.wav", "copy File=fast.wav", "paste", "save"}, 1, "96000 Hz");
+    EXPECT_EQ(
+        cli({"run", "in.wav", "copy File=fast.wav", "paste", "resample Rate=22050", "-o", "out.wav"}).status,
+        0);
+    // ceil(100 x 44100 / 96000) frames are pasted over everything, half as many are saved.
+    EXPECT_EQ(infoOf("out.wav")[QStringLiteral("frames")].toInt(), 23);
+    EXPECT_EQ(infoOf("out.wav")[QStringLiteral("sampleRate")].toInt(), 22'050);
 }
 
 TEST_F(RunTest, GetsThroughTenThousandCommands)

@@ -81,13 +81,25 @@ TEST_F(EditCommandsTest, SaysWhyItCannotPaste)
     EXPECT_FALSE(window.controller.paste({}, &error));
     EXPECT_TRUE(error->message.contains(QStringLiteral("nothing was copied")));
 
-    Window other({kit::ramp(100, 1)});
-    other.document->undoableSetSampleRate(48000.0);
-    other.select(0, 50);
-    other.controller.copy();
-    EXPECT_FALSE(window.controller.paste({}, &error));
-    EXPECT_TRUE(error->message.contains(QStringLiteral("48000 Hz")));
     EXPECT_FALSE(window.document->isDocumentEdited());
+}
+
+TEST_F(EditCommandsTest, ConvertsWhatComesFromADocumentOfAnotherRate)
+{
+    Window source({kit::noise(44'101, 1), kit::noise(44'101, 2)});
+    kit::setMarkers(*source.document, {101});
+    source.select(0, 44'101);
+    source.controller.copy();
+    Window target({kit::ramp(1000, 1), kit::ramp(1000, 1)});
+    target.document->undoableSetSampleRate(22'050.0);
+    target.select(100, 200);
+    EXPECT_TRUE(target.controller.paste(QStringLiteral("Paste"), nullptr));
+    EXPECT_TRUE(target.host.calls.contains(QStringLiteral("progress Pasting Audio")));
+    EXPECT_EQ(target.document->numberOfFrames(), 900 + 22'051);
+    EXPECT_EQ(target.markers(), (Positions{150}));
+    EXPECT_EQ(target.selectedFrames(), std::pair(int64_t{100}, int64_t{22'151}));
+    target.controller.undo();
+    EXPECT_EQ(kit::samplesOf(*target.document), (kit::TrackSamples{kit::ramp(1000, 1), kit::ramp(1000, 1)}));
 }
 
 TEST_F(EditCommandsTest, ListsCopiedMarkersAsTheRulerTellsTime)

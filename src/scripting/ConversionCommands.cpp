@@ -1,0 +1,190 @@
+#include "controllers/MixPasteController.h"
+#include "document/AudioClipboard.h"
+#include "scripting/CommandGroups.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+using Type = CommandParameter::Type;
+
+const QString kDuration = QStringLiteral("Duration");
+const QString kExisting = QStringLiteral("Existing");
+const QString kPasteboard = QStringLiteral("Pasteboard");
+const QString kInto = QStringLiteral("Into");
+const QString kChannels = QStringLiteral("Channels");
+const QString kRate = QStringLiteral("Rate");
+const QString kBits = QStringLiteral("Bits");
+constexpr int kLowestRate = 100;
+constexpr int kHighestRate = 1000000;
+
+std::optional<double> number(const QVariantMap& arguments, const QString& key)
+{
+    return arguments.contains(key) ? std::optional(arguments.value(key).toDouble()) : std::nullopt;
+}
+
+CommandParameter durationParameter(const QString& summary)
+{
+    return makeParameter(kDuration, Type::number, QStringLiteral("s"), 0, {}, {}, summary);
+}
+
+CommandParameter rateParameter(const QString& summary)
+{
+    return makeParameter(kRate, Type::number, QStringLiteral("Hz"), kLowestRate, kHighestRate, {}, summary);
+}
+
+QString checkRate(const QVariantMap& arguments)
+{
+    const std::optional<double> rate = number(arguments, kRate);
+    return !rate || (*rate >= kLowestRate && *rate <= kHighestRate)
+               ? QString()
+               : QStringLiteral("Rate= must be from %1 to %2").arg(kLowestRate).arg(kHighestRate);
+}
+
+CommandDescription insertSilenceCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("insert silence");
+    command.summary =
+        QStringLiteral("Inserts silence at the selection's start, on its tracks, and selects it.");
+    command.parameters = {durationParameter(QStringLiteral("Left out, as long as the selection."))};
+    command.check = [](const QVariantMap& arguments) {
+        return number(arguments, kDuration).value_or(0.0) < 0.0
+                   ? QStringLiteral("Duration= must not be negative")
+                   : QString();
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        const double duration =
+            number(arguments, kDuration).value_or(controller.normalizedSelection().duration());
+        return controller.insertSilence(duration, {});
+    };
+    return command;
+}
+
+CommandDescription mixPasteCommand()
+{
+    const QString decibels = QStringLiteral("dB");
+    CommandDescription command;
+    command.name = QStringLiteral("mix paste");
+    command.summary = QStringLiteral("Mixes what was copied into the document at the selection's start and "
+                                     "selects the result.");
+    command.parameters = {
+        makeParameter(kExisting, Type::number, decibels, {}, {}, 0,
+                      QStringLiteral("Level of the sound that is there.")),
+        makeParameter(kPasteboard, Type::number, decibels, {}, {}, 0,
+                      QStringLiteral("Level of the sound that was copied.")),
+        makeParameter(kInto, Type::boolean, {}, 0, 1, 0,
+                      QStringLiteral("1 keeps within the selection, 0 takes all that was copied.")),
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        if (!AudioClipboard::clipboard().hasContent()) {
+            controller.host().alerts().showWarning(QStringLiteral("mix paste: nothing was copied yet."));
+            return MaybeError();
+        }
+        MixPasteController mix(controller);
+        mix.setExisting(number(arguments, kExisting).value_or(0.0));
+        mix.setPasteboard(number(arguments, kPasteboard).value_or(0.0));
+        mix.setPasteInto(arguments.value(kInto).toInt() != 0);
+        return mix.performMixPaste({});
+    };
+    return command;
+}
+
+CommandDescription mixdownCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("mixdown");
+    command.summary = QStringLiteral("Mixes all tracks down to one (mono) or two (stereo).");
+    command.parameters = {
+        makeParameter(kChannels, Type::integer, {}, 1, 2, {}, QStringLiteral("Tracks to mix down to."))};
+    command.check = [](const QVariantMap& arguments) {
+        const qlonglong channels = arguments.value(kChannels).toLongLong();
+        return channels == 1 || channels == 2 ? QString() : QStringLiteral("Channels= must be 1 or 2");
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        return controller.mixdown(arguments.value(kChannels).toInt(), {});
+    };
+    return command;
+}
+
+CommandDescription resampleCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("resample");
+    command.summary = QStringLiteral("Converts the sound to another sample rate, or to another duration, "
+                                     "which changes its pitch.");
+    command.parameters = {rateParameter(QStringLiteral("Left out, the document's.")),
+                          durationParameter(QStringLiteral("Left out, as long as before."))};
+    command.check = [](const QVariantMap& arguments) {
+        if (arguments.isEmpty())
+            return QStringLiteral("Rate= or Duration= is missing");
+        if (number(arguments, kDuration).value_or(1.0) <= 0.0)
+            return QStringLiteral("Duration= must be above 0");
+        return checkRate(arguments);
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        return controller.resample(number(arguments, kRate).value_or(controller.document().sampleRate()),
+                                   number(arguments, kDuration), {});
+    };
+    return command;
+}
+
+CommandDescription setFormatCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("set format");
+    command.summary = QStringLiteral("Sets what a save writes. Another rate plays the same samples faster or "
+                                     "slower; see resample to convert them.");
+    command.parameters = {
+        rateParameter(QStringLiteral("Left out, the rate stays.")),
+        makeParameter(kBits, Type::integer, QStringLiteral("bits"), 8, 32, {},
+                      QStringLiteral("Size of a sample: 8, 16, 24 or 32; left out, it stays."))};
+    command.check = [](const QVariantMap& arguments) {
+        if (arguments.isEmpty())
+            return QStringLiteral("Rate= or Bits= is missing");
+        const qlonglong bits = arguments.value(kBits, 8).toLongLong();
+        if (bits < 8 || bits > 32 || bits % 8 != 0)
+            return QStringLiteral("Bits= must be 8, 16, 24 or 32");
+        return checkRate(arguments);
+    };
+    command.run = [](SoundController& controller, const QVariantMap& arguments) {
+        const SoundDocument& document = controller.document();
+        return controller.setProperties(number(arguments, kRate).value_or(document.sampleRate()),
+                                        arguments.value(kBits, qlonglong{document.sampleSize()}).toLongLong(),
+                                        {});
+    };
+    return command;
+}
+
+CommandDescription trackCommand(const char* name, const char* summary,
+                                void (SoundController::*change)(const QString&))
+{
+    CommandDescription command;
+    command.name = QString::fromLatin1(name);
+    command.summary = QString::fromLatin1(summary);
+    command.run = [change](SoundController& controller, const QVariantMap&) {
+        (controller.*change)({});
+        return MaybeError();
+    };
+    return command;
+}
+
+} // namespace
+
+void CommandGroups::appendConversionCommands(std::vector<CommandDescription>& commands)
+{
+    commands.push_back(insertSilenceCommand());
+    commands.push_back(mixPasteCommand());
+    commands.push_back(mixdownCommand());
+    commands.push_back(resampleCommand());
+    commands.push_back(setFormatCommand());
+    commands.push_back(
+        trackCommand("add track", "Adds a silent track behind the others.", &SoundController::addTrack));
+    commands.push_back(trackCommand("remove tracks",
+                                    "Removes the selected tracks; one stays when all are selected.",
+                                    &SoundController::removeSelectedTracks));
+}
+
+} // namespace velloria

@@ -1,0 +1,139 @@
+#include "document/ClipboardClip.h"
+#include "document/DocumentKit.h"
+#include "document/TrackRateConversion.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace velloria
+{
+
+namespace
+{
+
+FloatBuffer sine(double frequency, double rate, int64_t numFrames)
+{
+    FloatBuffer samples(static_cast<size_t>(numFrames));
+    for (size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<float>(
+            0.5 * std::sin(2 * std::numbers::pi * frequency * static_cast<double>(i) / rate));
+    return samples;
+}
+
+} // namespace
+
+TEST(DocumentConversions, MixesDownWithVolumesAndPans)
+{
+    SilentProgress progress;
+    const FloatBuffer left = kit::noise(40'000, 1);
+    const FloatBuffer right = kit::noise(30'000, 2);
+    const auto mono = kit::documentOf({left, right});
+    (*mono->audioTracks())[1]->setScalarVolume(0.5);
+    EXPECT_FALSE(mono->mixdownToMono(progress));
+    ASSERT_EQ(mono->trackCount(), 1);
+    const FloatBuffer mixed = kit::samplesOf(*mono, 0);
+    ASSERT_EQ(mixed.size(), left.size());
+    for (size_t i = 0; i < mixed.size(); ++i)
+        ASSERT_FLOAT_EQ(mixed[i], left[i] * 0.5F + (i < right.size() ? right[i] * 0.25F : 0.0F));
+    EXPECT_EQ(kit::pansOf(*mono), std::vector<double>{0.0});
+
+    const auto stereo = kit::documentOf({left, right, left});
+    (*stereo->audioTracks())[0]->setPan(-1.0);
+    (*stereo->audioTracks())[1]->setPan(0.5);
+    EXPECT_FALSE(stereo->mixdownToStereo(progress));
+    EXPECT_EQ(kit::pansOf(*stereo), (std::vector<double>{-1.0, 1.0}));
+    const kit::TrackSamples sides = kit::samplesOf(*stereo);
+    for (size_t i = 0; i < right.size(); ++i) {
+        ASSERT_FLOAT_EQ(sides[0][i], left[i] + right[i] * 0.5F + left[i]);
+        ASSERT_FLOAT_EQ(sides[1][i], right[i] + left[i]);
+    }
+}
+
+TEST(DocumentConversions, ACancelledMixdownKeepsWhatWasMixed)
+{
+    const auto document = kit::documentOf({kit::ramp(50'000, 0), kit::ramp(50'000, 0)});
+    kit::ProgressRecorder progress(2);
+    EXPECT_FALSE(document->mixdownToMono(progress));
+    EXPECT_EQ(kit::samplesOf(*document, 0), kit::ramp(2 * 16384, 0));
+    document->undoManager().undo();
+    EXPECT_EQ(document->trackCount(), 2);
+}
+
+TEST(DocumentConversions, ResamplesWithMarkersPansAndRateAsOneStep)
+{
+    const auto document = kit::documentOf({sine(441, 44100, 44'101), sine(1000, 44100, 22'050)});
+    document->updateTrackPanning();
+    (*document->audioTracks())[1]->setScalarVolume(0.25);
+    kit::setMarkers(*document, {0, 147, 22'050, 44'101});
+    document->undoManager().clear();
+    const kit::TrackSamples before = kit::samplesOf(*document);
+
+    SilentProgress progress;
+    EXPECT_FALSE(document->resampleTo(48'000, document->totalTime(), progress));
+    EXPECT_EQ(document->sampleRate(), 48'000);
+    EXPECT_EQ(kit::positionsOf(*document->audioMarkers()), (std::vector<int64_t>{0, 160, 24'000, 48'001}));
+    EXPECT_EQ(kit::pansOf(*document), (std::vector<double>{-1.0, 1.0}));
+    EXPECT_EQ((*document->audioTracks())[1]->scalarVolume(), 0.25);
+    EXPECT_EQ((*document->audioTracks())[0]->length(), 48'002);
+    EXPECT_EQ((*document->audioTracks())[1]->length(), 24'000);
+    const FloatBuffer converted = kit::samplesOf(*document, 0);
+    const FloatBuffer expected = sine(441, 48'000, 48'002);
+    for (size_t i = 2000; i < 46'000; ++i)
+        ASSERT_NEAR(converted[i], expected[i], 1e-5);
+
+    document->undoManager().undo();
+    EXPECT_EQ(document->sampleRate(), 44'100);
+    EXPECT_EQ(kit::samplesOf(*document), before);
+    EXPECT_EQ(kit::positionsOf(*document->audioMarkers()), (std::vector<int64_t>{0, 147, 22'050, 44'101}));
+}
+
+TEST(DocumentConversions, AnotherDurationAtTheRateThatItAmountsToMovesNoSample)
+{
+    const auto document = kit::documentOf({kit::ramp(44'100, 0)});
+    SilentProgress progress;
+    // 44100 frames in two seconds are 22050 Hz.
+    EXPECT_FALSE(document->resampleTo(22'050, 2.0, progress));
+    EXPECT_EQ(document->sampleRate(), 22'050);
+    EXPECT_EQ(kit::samplesOf(*document, 0), kit::ramp(44'100, 0));
+}
+
+TEST(DocumentConversions, ACancelledConversionEndsWithTheTrackThatItStoodIn)
+{
+    const std::vector<AudioTrackPtr> tracks(4, kit::trackOf(kit::noise(400'000, 1)));
+    kit::ProgressRecorder progress(1);
+    MaybeError error;
+    const auto converted = TrackRateConversion(44'100, 22'050).convert(tracks, progress, &error);
+    EXPECT_FALSE(error);
+    ASSERT_EQ(converted.size(), 1);
+    EXPECT_EQ(converted.front()->length(), 65'536);
+}
+
+TEST(DocumentConversions, AFullDiskLeavesTheDocumentAsItWas)
+{
+    const auto document = kit::documentOf({kit::noise(300'000, 1), kit::noise(300'000, 2)});
+    const TrackList before = document->audioTracks();
+    SilentProgress progress;
+    const kit::FileSizeLimit limit(100'000);
+    EXPECT_TRUE(document->resampleTo(48'000, document->totalTime(), progress));
+    EXPECT_TRUE(document->mixdownToMono(progress));
+    EXPECT_EQ(document->audioTracks(), before);
+    EXPECT_EQ(document->sampleRate(), 44'100);
+    EXPECT_EQ(document->undoManager().count(), 0);
+}
+
+TEST(DocumentConversions, HalvesFramesRoundedUpAndMarkersTruncated)
+{
+    ClipboardClip clip(44'100);
+    clip.addTrack(kit::trackOf(kit::noise(1001, 1)));
+    clip.addTrack(kit::trackOf(kit::noise(10, 2)));
+    clip.addMarkers({kit::markerAt(7)});
+    SilentProgress progress;
+    const auto converted = clip.tracks(2, 22'050, progress, nullptr);
+    ASSERT_EQ(converted.size(), 2);
+    EXPECT_EQ(converted[0]->length(), 501);
+    EXPECT_EQ(converted[1]->length(), 5);
+    EXPECT_EQ(kit::positionsOf(clip.markersAtSampleRate(22'050)), (std::vector<int64_t>{3}));
+    EXPECT_EQ(clip.tracks(2, 44'100, progress, nullptr), clip.tracks());
+}
+
+} // namespace velloria
