@@ -63,6 +63,7 @@ Subcommand decodeSubcommand();
 Subcommand convertSubcommand();
 Subcommand runSubcommand();
 Subcommand waveformSubcommand();
+Subcommand splitSubcommand();
 Subcommand commandsSubcommand();
 Subcommand devicesSubcommand();
 

@@ -1,4 +1,5 @@
 #include "controllers/SoundController.h"
+#include "document/MarkerSplitter.h"
 #include "scripting/CommandGroups.h"
 #include "scripting/SaveArguments.h"
 #include "scripting/ScriptText.h"
@@ -15,6 +16,8 @@ const QString kCount = QStringLiteral("Count");
 const QString kPath = QStringLiteral("Path");
 const QString kType = QStringLiteral("Type");
 const QString kOption = QStringLiteral("Option");
+const QString kFolder = QStringLiteral("Folder");
+const QString kPrefix = QStringLiteral("Prefix");
 // What the formats that hold most of them can count.
 constexpr int kMaxTracks = 65535;
 
@@ -140,6 +143,55 @@ CommandDescription saveCommand()
     return command;
 }
 
+QString checkSplit(const QVariantMap& arguments)
+{
+    if (arguments.value(kFolder).toString().isEmpty())
+        return QStringLiteral("Folder= is missing");
+    if (arguments.value(kType).toString().isEmpty())
+        return QStringLiteral("Type= is missing");
+    QString problem;
+    const AudioFileType* type = SaveArguments::type(arguments.value(kType).toString(), {}, &problem);
+    if (!type || !arguments.contains(kOption))
+        return problem;
+    const std::optional<int> tag = SaveArguments::optionTag(arguments.value(kOption).toString());
+    return tag ? SaveArguments::optionProblem(type->uti, *tag)
+               : QStringLiteral("Option=%1 is neither a number nor a four-character code")
+                     .arg(arguments.value(kOption).toString());
+}
+
+MaybeError split(SoundController& controller, const QVariantMap& arguments)
+{
+    MarkerSplitter::Request request;
+    request.folder = ScriptText::toPath(arguments.value(kFolder).toString());
+    request.uti = SaveArguments::type(arguments.value(kType).toString(), {}, nullptr)->uti;
+    request.addPrefix = arguments.value(kPrefix).toInt() != 0;
+    if (arguments.contains(kOption))
+        request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
+    request.metadata = MarkerSplitter::metadataForPieces(controller.document());
+    const std::unique_ptr<Progress> progress =
+        controller.host().beginProgress(QStringLiteral("Splitting at markers"));
+    return MarkerSplitter(controller.document(), request).run(*progress).error;
+}
+
+CommandDescription splitCommand()
+{
+    CommandDescription command;
+    command.name = QStringLiteral("split");
+    command.summary = QStringLiteral("Writes a file for each region between two markers.");
+    command.parameters = {
+        makeParameter(kFolder, Type::path, {}, {}, {}, {}, QStringLiteral("Folder for the files.")),
+        makeParameter(kType, Type::string, {}, {}, {}, {}, QStringLiteral("Their file type.")),
+        makeParameter(kOption, Type::string, {}, {}, {}, {},
+                      QStringLiteral("Sample size in bits or bit rate, from the type's list.")),
+        makeParameter(kPrefix, Type::boolean, {}, 0, 1, 0,
+                      QStringLiteral("1 puts the track number before each name.")),
+    };
+    command.check = checkSplit;
+    command.run = split;
+    command.makesStep = false;
+    return command;
+}
+
 } // namespace
 
 void CommandGroups::appendDocumentCommands(std::vector<CommandDescription>& commands)
@@ -147,6 +199,7 @@ void CommandGroups::appendDocumentCommands(std::vector<CommandDescription>& comm
     commands.push_back(setTracksCommand());
     commands.push_back(setMetadataCommand());
     commands.push_back(saveCommand());
+    commands.push_back(splitCommand());
 }
 
 } // namespace velloria

@@ -104,6 +104,28 @@ TEST_F(RunTest, ConvertsBetweenSampleRates)
     EXPECT_EQ(infoOf("out.wav")[QStringLiteral("sampleRate")].toInt(), 22'050);
 }
 
+TEST_F(RunTest, SplitsAtTheMarkersThatItPut)
+{
+    makeNoise("in.wav", 44'100);
+    std::filesystem::create_directory(path("pieces"));
+    const auto none = cli({"split", "in.wav", "--to", "pieces", "--type", "AIFF"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_TRUE(none.errors.contains("no markers"));
+    EXPECT_EQ(cli({"run", "in.wav", "insert markers at gridlines Spacing=0.25",
+                   "split Folder=pieces Type=AIFF", "save"})
+                  .status,
+              0);
+    EXPECT_EQ(infoOf("pieces/001-4.aif")[QStringLiteral("frames")].toInt(), 11'025);
+    const auto outcome =
+        cli({"split", "in.wav", "--to", "pieces", "--type", "WAVE", "--option", "24", "--prefix"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_EQ(outcome.output.count('\n'), 4);
+    EXPECT_EQ(infoOf("pieces/03 001-3.wav")[QStringLiteral("bitsPerSample")].toInt(), 24);
+    expectFailure({"split", "in.wav", "--to", "gone", "--type", "WAVE"}, 1, "gone");
+    expectFailure({"split", "in.wav", "--to", "pieces", "--type", "none"}, 2, "none");
+    expectFailure({"split", "in.wav", "--to", "pieces"}, 2, "--type");
+}
+
 TEST_F(RunTest, GetsThroughTenThousandCommands)
 {
     makeNoise("in.wav", 441'000);
