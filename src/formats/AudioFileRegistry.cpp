@@ -5,6 +5,7 @@
 #include "formats/AudioText.h"
 #include "formats/FLACFile.h"
 #include "formats/NeXTSunFile.h"
+#include "formats/OggVorbisFile.h"
 #include "formats/WaveFile.h"
 #include "platform/Log.h"
 
@@ -70,8 +71,8 @@ std::vector<AudioFileType> describedTypes()
     setFunctions<NeXTSunFile>(add("NeXT/Sun Audio", "public.ulaw-audio", list("au|Sun|NeXT|ulaw"),
                                   list("au|snd|ulw"), fourCharCode("au  ")));
     add("MP3 Audio", "public.mp3", list("mp3|mpeg3"), list("mp3|mpg3|mpg|mpeg|mp2"), fourCharCode("MPG3"));
-    add("Ogg Vorbis Audio", "org.videolan.ogg-audio", list("ogg|vorbis|ogg vorbis"), list("ogg"),
-        fourCharCode("ogg "));
+    setFunctions<OggVorbisFile>(add("Ogg Vorbis Audio", "org.videolan.ogg-audio",
+                                    list("ogg|vorbis|ogg vorbis"), list("ogg"), fourCharCode("ogg ")));
     add("Tab-delimited Text", "public.plain-text", list("text|txt"), list("txt"), fourCharCode("TEXT"))
         .create = creator<AudioText>();
     setFunctions<WaveFile>(add("WAVE Audio", "com.microsoft.waveform-audio", list("wave|wav|bwf"),

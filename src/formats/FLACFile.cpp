@@ -77,7 +77,9 @@ void FLACFile::takeDescription(FlacDescription description)
         mMetadata.setValuesWithDictionary(description.comments.dictionary());
     mTagsNotKept = description.comments.keysNotKept();
     mChunksNotKept = description.blocksNotKept;
-    if (description.container == FlacStreamDecoder::Container::ogg)
+    if (description.comments.hasPictureNotKept())
+        mChunksNotKept.append(QStringLiteral("picture"));
+    if (description.container.isOgg)
         mChunksNotKept.prepend(QStringLiteral("the Ogg container"));
     mDescription = std::make_unique<const FlacDescription>(std::move(description));
 }

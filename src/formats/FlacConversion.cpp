@@ -1,6 +1,8 @@
 #include "formats/FlacConversion.h"
 
 #include "formats/FileDamage.h"
+#include "formats/FlacSectionDecoder.h"
+#include "formats/SectionRing.h"
 
 #include <algorithm>
 
@@ -12,6 +14,13 @@ namespace
 
 // Samples decoded at a time: enough that handing them over costs nothing, few enough to stay in the cache.
 constexpr int64_t samplesPerBlock = int64_t{1} << 17;
+// Going to a section's start costs some frames that are decoded in vain, so sections are longer.
+constexpr int64_t samplesPerSection = int64_t{1} << 20;
+
+int64_t perChannel(int64_t numSamples, const FlacFormat& format)
+{
+    return numSamples / std::max<int64_t>(1, format.numChannels);
+}
 
 } // namespace
 
@@ -28,15 +37,30 @@ FlacConversion::~FlacConversion()
     mChecksumGroup->wait();
 }
 
+/// A decoder for each lane and a block for each slot.
+struct FlacConversion::Sections {
+    explicit Sections(size_t numLanes)
+        : decoders(numLanes)
+        , blocks(SectionRing::numSlots(numLanes))
+        , areSound(blocks.size())
+    {
+    }
+
+    std::vector<std::unique_ptr<FlacSectionDecoder>> decoders;
+    std::vector<FlacBlock> blocks;
+    /// Not of bool, whose elements would share bytes.
+    std::vector<char> areSound;
+};
+
 MaybeError FlacConversion::run(Progress& progress)
 {
-    const auto decoder = FlacDecoder::open(mHandle, mDescription);
-    if (!decoder)
-        return Error{Error::Code::failed, QStringLiteral("The FLAC decoder could not be started.")};
-    if (MaybeError error = decodeInOrder(*decoder, progress))
+    MaybeError error;
+    if (!decodeSections(progress, &error)) {
+        startAgain();
+        error = decodeInOrder(progress);
+    }
+    if (error)
         return error;
-    mIsDamaged = decoder->isDamaged();
-    mHasChangedFormat = decoder->hasChangedFormat();
     if (mNumFrames == 0 && mDescription.numFrames > 0)
         return FileDamage::unreadable(displayName(mHandle->path()),
                                       QStringLiteral("none of its sound can be decoded"));
@@ -45,11 +69,64 @@ MaybeError FlacConversion::run(Progress& progress)
     return mWriter->finish();
 }
 
-MaybeError FlacConversion::decodeInOrder(FlacDecoder& decoder, Progress& progress)
+/// False when the file cannot be decoded that way: it is short, does not know its length, or is damaged.
+bool FlacConversion::decodeSections(Progress& progress, MaybeError* error)
+{
+    const size_t numLanes = SectionRing::numLanesWorthwhile();
+    const int64_t numFrames = mDescription.numFrames;
+    const int64_t sectionFrames = perChannel(samplesPerSection, mFormat);
+    const int64_t numSections = (numFrames + sectionFrames - 1) / sectionFrames;
+    if (numLanes < 2 || numSections < 3)
+        return false;
+    Sections sections(numLanes);
+    const bool isChecking = !mDescription.md5.isEmpty();
+    const auto decodeSection = [&](size_t lane, size_t slot, int64_t section) {
+        std::unique_ptr<FlacSectionDecoder>& decoder = sections.decoders[lane];
+        if (!decoder)
+            decoder = FlacSectionDecoder::open(mHandle, mDescription);
+        const int64_t first = section * sectionFrames;
+        sections.areSound[slot] =
+            decoder && decoder->decode(first, std::min(sectionFrames, numFrames - first), isChecking,
+                                       sections.blocks[slot]);
+    };
+    SectionRing ring(numLanes, numSections, decodeSection);
+    while (const auto slot = ring.next()) {
+        if (!sections.areSound[*slot])
+            return false;
+        *error = take(sections.blocks[*slot]);
+        progress.setProgressValue(static_cast<double>(mNumFrames) / static_cast<double>(numFrames));
+        mChecksumGroup->wait();
+        if (!*error && progress.isCancelled())
+            *error = Error::cancelled();
+        if (*error)
+            return true;
+    }
+    return true;
+}
+
+void FlacConversion::startAgain()
+{
+    mNumFrames = 0;
+    mWriter.reset();
+    mChecksum.reset();
+}
+
+MaybeError FlacConversion::decodeInOrder(Progress& progress)
+{
+    const auto decoder = FlacDecoder::open(mHandle, mDescription);
+    if (!decoder)
+        return Error{Error::Code::failed, QStringLiteral("The FLAC decoder could not be started.")};
+    const MaybeError error = takeInOrder(*decoder, progress);
+    mChecksumGroup->wait();
+    mIsDamaged = decoder->isDamaged();
+    mHasChangedFormat = decoder->hasChangedFormat();
+    return error;
+}
+
+MaybeError FlacConversion::takeInOrder(FlacDecoder& decoder, Progress& progress)
 {
     const bool isChecking = !mDescription.md5.isEmpty();
-    const int64_t framesPerBlock =
-        samplesPerBlock / std::max<int64_t>(1, static_cast<int64_t>(mFormat.numChannels));
+    const int64_t framesPerBlock = perChannel(samplesPerBlock, mFormat);
     for (size_t filling = 0; decoder.decode(framesPerBlock, isChecking, mBlocks[filling]); filling ^= 1) {
         // The other block's sum must be complete before it is filled again.
         mChecksumGroup->wait();
@@ -59,7 +136,6 @@ MaybeError FlacConversion::decodeInOrder(FlacDecoder& decoder, Progress& progres
         if (progress.isCancelled())
             return Error::cancelled();
     }
-    mChecksumGroup->wait();
     return std::nullopt;
 }
 

@@ -10,8 +10,9 @@
 namespace velloria
 {
 
-/// Decodes a whole FLAC file into new clips, one a channel. Writing the scratch files and checking the sum of
-/// the samples go on while the next frames are decoded. Used once, on one thread; progress is told there.
+/// Decodes a whole FLAC file into new clips, one a channel: a sound one in sections on all cores, any other
+/// from start to end. Writing the scratch files and checking the sum of the samples go on meanwhile. Used
+/// once, on one thread; progress is told there.
 class FlacConversion
 {
 public:
@@ -31,8 +32,13 @@ public:
     QStringList warnings(const QString& name) const;
 
 private:
-    MaybeError decodeInOrder(FlacDecoder& decoder, Progress& progress);
+    struct Sections;
+
+    bool decodeSections(Progress& progress, MaybeError* error);
+    MaybeError decodeInOrder(Progress& progress);
+    MaybeError takeInOrder(FlacDecoder& decoder, Progress& progress);
     MaybeError take(const FlacBlock& block);
+    void startAgain();
     void tellProgress(const FlacDecoder& decoder, Progress& progress) const;
     bool isChecksumWrong() const;
 

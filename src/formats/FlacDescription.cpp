@@ -1,6 +1,7 @@
 #include "formats/FlacDescription.h"
 
 #include "formats/ChunkNames.h"
+#include "formats/OggStreams.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@ namespace
 {
 
 constexpr int64_t id3HeaderLength = 10;
-constexpr int64_t oggPageHeaderLength = 28;
 constexpr uint32_t narrowestSample = 8;
 
 /// The length of the ID3v2 tag that a file begins with; 0 when there is none.
@@ -51,7 +51,7 @@ public:
         case FLAC__METADATA_TYPE_VORBIS_COMMENT:
             return takeComments(block.data.vorbis_comment);
         case FLAC__METADATA_TYPE_PICTURE:
-            return note(QStringLiteral("picture"));
+            return takePicture(block.data.picture);
         case FLAC__METADATA_TYPE_CUESHEET:
             return note(QStringLiteral("cue sheet"));
         case FLAC__METADATA_TYPE_APPLICATION:
@@ -82,8 +82,15 @@ private:
             if (entry.entry)
                 mDescription.comments.add({reinterpret_cast<const char*>(entry.entry), entry.length});
         }
-        if (mDescription.comments.hasPicture())
-            note(QStringLiteral("picture"));
+    }
+
+    void takePicture(const FLAC__StreamMetadata_Picture& picture)
+    {
+        const auto* const data = reinterpret_cast<const char*>(picture.data);
+        mDescription.comments.addPicture(
+            picture.type, picture.mime_type ? picture.mime_type : "",
+            picture.description ? reinterpret_cast<const char*>(picture.description) : "",
+            QByteArray(data, static_cast<qsizetype>(picture.data_length)));
     }
 
     void noteApplication(const FLAC__byte (&id)[4])
@@ -116,12 +123,10 @@ QString reasonToRefuse(const FlacFormat& format)
 std::optional<FlacStreamDecoder::Container> FlacDescription::containerOf(const FileHandle& handle)
 {
     if (handle.readAt(lengthOfId3Tag(handle), 4) == "fLaC")
-        return FlacStreamDecoder::Container::native;
-    // The first page of a stream holds one packet and so has one lacing value.
-    const QByteArray page = handle.readAt(0, oggPageHeaderLength + 5);
-    if (page.startsWith("OggS") && page.mid(oggPageHeaderLength) == "\x7F"
-                                                                    "FLAC")
-        return FlacStreamDecoder::Container::ogg;
+        return FlacStreamDecoder::Container();
+    const auto stream = OggStreams::startWith(OggStreams::startsIn(handle), OggStreams::flacStart);
+    if (stream)
+        return FlacStreamDecoder::Container{true, static_cast<int32_t>(stream->serialNumber)};
     return std::nullopt;
 }
 

@@ -19,7 +19,7 @@ struct FlacFormat {
 
 /// What the metadata of a FLAC file say.
 struct FlacDescription {
-    FlacStreamDecoder::Container container = FlacStreamDecoder::Container::native;
+    FlacStreamDecoder::Container container;
     FlacFormat format;
     /// 0 when the program that wrote the file did not know.
     int64_t numFrames = 0;

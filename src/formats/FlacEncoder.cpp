@@ -10,11 +10,6 @@ namespace velloria
 namespace
 {
 
-// The library hands out a few kilobytes at a time.
-constexpr size_t bytesPerWrite = size_t{1} << 20;
-// What the disk is given to write at a time.
-constexpr int64_t bytesPerSync = int64_t{8} << 20;
-
 FLAC__StreamMetadata_VorbisComment_Entry commentEntry(QByteArray& text)
 {
     return {static_cast<FLAC__uint32>(text.size()), reinterpret_cast<FLAC__byte*>(text.data())};
@@ -29,22 +24,21 @@ struct FlacEncoder::Callbacks {
     static FLAC__StreamEncoderWriteStatus write(const FLAC__StreamEncoder*, const FLAC__byte buffer[],
                                                 size_t numBytes, uint32_t, uint32_t, void* client)
     {
-        self(client).write(std::as_bytes(std::span(buffer, numBytes)));
-        return self(client).mWriteError ? FLAC__STREAM_ENCODER_WRITE_STATUS_FATAL_ERROR
-                                        : FLAC__STREAM_ENCODER_WRITE_STATUS_OK;
+        self(client).mWriter.write(std::as_bytes(std::span(buffer, numBytes)));
+        return self(client).mWriter.error() ? FLAC__STREAM_ENCODER_WRITE_STATUS_FATAL_ERROR
+                                            : FLAC__STREAM_ENCODER_WRITE_STATUS_OK;
     }
 
     static FLAC__StreamEncoderSeekStatus seek(const FLAC__StreamEncoder*, FLAC__uint64 offset, void* client)
     {
-        self(client).writeOut();
-        self(client).mSaveFileOffset = static_cast<int64_t>(offset);
-        return self(client).mWriteError ? FLAC__STREAM_ENCODER_SEEK_STATUS_ERROR
-                                        : FLAC__STREAM_ENCODER_SEEK_STATUS_OK;
+        self(client).mWriter.setPosition(static_cast<int64_t>(offset));
+        return self(client).mWriter.error() ? FLAC__STREAM_ENCODER_SEEK_STATUS_ERROR
+                                            : FLAC__STREAM_ENCODER_SEEK_STATUS_OK;
     }
 
     static FLAC__StreamEncoderTellStatus tell(const FLAC__StreamEncoder*, FLAC__uint64* offset, void* client)
     {
-        *offset = static_cast<FLAC__uint64>(self(client).mSaveFileOffset);
+        *offset = static_cast<FLAC__uint64>(self(client).mWriter.position());
         return FLAC__STREAM_ENCODER_TELL_STATUS_OK;
     }
 };
@@ -55,12 +49,11 @@ void FlacEncoder::MetadataDeleter::operator()(FLAC__StreamMetadata* block) const
 }
 
 FlacEncoder::FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames)
-    : mHandle(std::move(handle))
+    : mWriter(std::move(handle))
     , mFormat(format)
     , mNumFrames(numFrames)
     , mEncoder(FLAC__stream_encoder_new())
 {
-    mPending.reserve(bytesPerWrite);
 }
 
 /// Null when there is nothing to say.
@@ -123,39 +116,17 @@ MaybeError FlacEncoder::encode(std::span<const int32_t* const> channels, int64_t
 MaybeError FlacEncoder::finish()
 {
     const bool isFinished = mEncoder && FLAC__stream_encoder_finish(mEncoder.get());
-    writeOut();
-    return isFinished && !mWriteError ? std::nullopt : MaybeError(failure());
+    return isFinished && !mWriter.finish() ? std::nullopt : MaybeError(failure());
 }
 
 Error FlacEncoder::failure() const
 {
-    if (mWriteError)
-        return *mWriteError;
+    if (mWriter.error())
+        return *mWriter.error();
     return {Error::Code::failed, QStringLiteral("FLAC files cannot hold %1 channels of %2 bits at %3 Hz.")
                                      .arg(mFormat.numChannels)
                                      .arg(mFormat.bitsPerSample)
                                      .arg(mFormat.sampleRate)};
-}
-
-void FlacEncoder::write(std::span<const std::byte> bytes)
-{
-    mPending.insert(mPending.end(), bytes.begin(), bytes.end());
-    mSaveFileOffset += static_cast<int64_t>(bytes.size());
-    if (mPending.size() >= bytesPerWrite)
-        writeOut();
-}
-
-void FlacEncoder::writeOut()
-{
-    const auto numBytes = static_cast<int64_t>(mPending.size());
-    if (numBytes > 0 && !mWriteError)
-        mWriteError = mHandle->writeAt(mSaveFileOffset - numBytes, mPending);
-    mPending.clear();
-    // Saving ends with the file on the disk, so the disk starts meanwhile.
-    if (mSaveFileOffset - mNumBytesSyncing >= bytesPerSync) {
-        mHandle->startSync(mNumBytesSyncing, mSaveFileOffset - mNumBytesSyncing);
-        mNumBytesSyncing = mSaveFileOffset;
-    }
 }
 
 } // namespace velloria

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/BufferedWriter.h"
 #include "formats/FlacDescription.h"
 
 #include <FLAC/stream_encoder.h>
@@ -34,19 +35,11 @@ private:
 
     static Metadata encoderMetadata(const QList<VorbisComments::Entry>& comments);
     FLAC__StreamEncoderInitStatus initialise(bool isStreamable);
-    void write(std::span<const std::byte> bytes);
-    void writeOut();
     Error failure() const;
 
-    const std::shared_ptr<FileHandle> mHandle;
+    BufferedWriter mWriter;
     const FlacFormat mFormat;
     const int64_t mNumFrames;
-    /// Where the library writes next.
-    int64_t mSaveFileOffset = 0;
-    /// The last bytes before that, not written yet.
-    std::vector<std::byte> mPending;
-    int64_t mNumBytesSyncing = 0;
-    MaybeError mWriteError;
     /// Outlives the encoder, which refers to it.
     Metadata mMetadata;
     std::unique_ptr<FLAC__StreamEncoder, EncoderDeleter> mEncoder;

@@ -95,8 +95,10 @@ FLAC__StreamDecoderInitStatus FlacStreamDecoder::start(Container container, Meta
         FLAC__stream_decoder_set_metadata_ignore_all(mDecoder.get());
     // Whoever wants the checksum computes it, also where several decoders share a file.
     FLAC__stream_decoder_set_md5_checking(mDecoder.get(), false);
+    if (container.isOgg)
+        FLAC__stream_decoder_set_ogg_serial_number(mDecoder.get(), container.serialNumber);
     auto* const init =
-        container == Container::ogg ? FLAC__stream_decoder_init_ogg_stream : FLAC__stream_decoder_init_stream;
+        container.isOgg ? FLAC__stream_decoder_init_ogg_stream : FLAC__stream_decoder_init_stream;
     return init(mDecoder.get(), Callbacks::read, Callbacks::seek, Callbacks::tell, Callbacks::length,
                 Callbacks::isAtEnd, Callbacks::write, Callbacks::metadata, Callbacks::error, this);
 }

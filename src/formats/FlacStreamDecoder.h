@@ -24,7 +24,11 @@ public:
         virtual void didFail(FLAC__StreamDecoderErrorStatus status) = 0;
     };
 
-    enum class Container { native, ogg };
+    struct Container {
+        bool isOgg = false;
+        /// Of the stream in an Ogg file.
+        long serialNumber = 0;
+    };
 
     /// Whether the client is told of the metadata.
     enum class Metadata { told, skipped };

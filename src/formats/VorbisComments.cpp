@@ -1,6 +1,6 @@
 #include "formats/VorbisComments.h"
 
-#include <array>
+#include <QtEndian>
 
 namespace velloria
 {
@@ -14,10 +14,7 @@ constexpr qsizetype mostKeysShown = 100;
 
 const QString separator = QStringLiteral("; ");
 
-bool isPicture(const QString& key)
-{
-    return key == QLatin1String("metadata_block_picture") || key == QLatin1String("coverart");
-}
+constexpr qsizetype largestPicture = qsizetype{16} << 20;
 
 bool tellsOfTheFileItself(const QString& key)
 {
@@ -45,8 +42,12 @@ void VorbisComments::add(std::string_view entry)
         return;
     const QString key = textOf(entry.substr(0, equals)).toLower();
     // A picture can have many megabytes, so its value is never made a text.
-    if (isPicture(key)) {
-        mHasPicture = true;
+    if (key == QLatin1String("metadata_block_picture")) {
+        addPictureBlock(entry.substr(equals + 1));
+        return;
+    }
+    if (key == QLatin1String("coverart")) {
+        mHasPictureNotKept = true;
         return;
     }
     if (!isKnown(key)) {
@@ -60,6 +61,63 @@ void VorbisComments::add(std::string_view entry)
     else if (!joined.split(separator).contains(value))
         joined += separator + value;
     mDictionary.insert(key, joined);
+}
+
+/// A picture block as FLAC has it, in base64: https://www.rfc-editor.org/rfc/rfc9639#section-8.8
+void VorbisComments::addPictureBlock(std::string_view base64)
+{
+    constexpr qsizetype mostBase64 = largestPicture / 3 * 4;
+    const auto size = static_cast<qsizetype>(base64.size());
+    const QByteArray block = size > mostBase64
+                                 ? QByteArray()
+                                 : QByteArray::fromBase64(QByteArray::fromRawData(base64.data(), size));
+    qsizetype offset = 0;
+    const auto number = [&]() -> qsizetype {
+        offset += 4;
+        return offset <= block.size() ? qFromBigEndian<quint32>(block.constData() + offset - 4) : 0;
+    };
+    const auto bytes = [&] {
+        const qsizetype length = number();
+        const QByteArray found = block.mid(offset, length);
+        offset += length;
+        return found;
+    };
+    const auto type = static_cast<uint32_t>(number());
+    const QByteArray mimeType = bytes();
+    const QByteArray description = bytes();
+    constexpr qsizetype dimensions = 16;
+    offset += dimensions;
+    const QByteArray data = bytes();
+    const bool isWhole = offset <= block.size();
+    addPicture(type, std::string_view(mimeType), std::string_view(description),
+               isWhole ? data : QByteArray());
+}
+
+void VorbisComments::addPicture(uint32_t type, std::string_view mimeType, std::string_view description,
+                                const QByteArray& data)
+{
+    QString format = textOf(mimeType).toLower();
+    if (format == QLatin1String("image/jpg"))
+        format = QStringLiteral("image/jpeg");
+    const bool isKnownFormat = format == QLatin1String("image/jpeg") || format == QLatin1String("image/png");
+    auto picture = isKnownFormat && data.size() <= largestPicture ? AttachedPicture::withPictureData(data)
+                                                                  : std::nullopt;
+    if (!picture) {
+        mHasPictureNotKept = true;
+        return;
+    }
+    picture->setImageFormat(format);
+    picture->setPictureType(type);
+    picture->setPictureDescription(textOf(description));
+    mPictures.append(*picture);
+}
+
+MetadataDictionary VorbisComments::dictionary() const
+{
+    MetadataDictionary dictionary = mDictionary;
+    if (!mPictures.isEmpty())
+        dictionary.insert(MetadataKey::attachedPictures, QVariant::fromValue(mPictures));
+    return dictionary;
 }
 
 void VorbisComments::noteKeyNotKept(const QString& key)

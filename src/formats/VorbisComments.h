@@ -20,13 +20,18 @@ public:
     /// values are joined.
     void add(std::string_view entry);
 
-    bool isEmpty() const { return mDictionary.isEmpty(); }
-    const MetadataDictionary& dictionary() const { return mDictionary; }
+    /// Takes in a picture that stands elsewhere in the file. One that is neither JPEG nor PNG, or too large
+    /// for a picture, counts as not kept.
+    void addPicture(uint32_t type, std::string_view mimeType, std::string_view description,
+                    const QByteArray& data);
+
+    bool isEmpty() const { return mDictionary.isEmpty() && mPictures.isEmpty(); }
+    MetadataDictionary dictionary() const;
     /// Keys, in lower case and each once, of the entries that the metadata has no room for. What only names
     /// the program that made the file counts as nothing.
     const QStringList& keysNotKept() const { return mKeysNotKept; }
-    /// True when an entry holds a picture.
-    bool hasPicture() const { return mHasPicture; }
+    /// True when there is a picture that could not be taken in.
+    bool hasPictureNotKept() const { return mHasPictureNotKept; }
 
     struct Entry {
         QByteArray key;
@@ -37,11 +42,13 @@ public:
     static QList<Entry> entriesOf(const MetadataDictionary& dictionary);
 
 private:
+    void addPictureBlock(std::string_view base64);
     void noteKeyNotKept(const QString& key);
 
     MetadataDictionary mDictionary;
     QStringList mKeysNotKept;
-    bool mHasPicture = false;
+    QList<AttachedPicture> mPictures;
+    bool mHasPictureNotKept = false;
 };
 
 } // namespace velloria

@@ -1,5 +1,6 @@
 #include "formats/VorbisComments.h"
 
+#include <QtEndian>
 #include <gtest/gtest.h>
 
 namespace velloria
@@ -20,7 +21,44 @@ TEST(VorbisCommentsTest, EntriesBecomeTheDictionary)
                                          {"genre", QString(QChar(0xFFFD)) + "x"}};
     EXPECT_EQ(comments.dictionary(), expected);
     EXPECT_EQ(comments.keysNotKept(), QStringList("date"));
-    EXPECT_TRUE(comments.hasPicture());
+    EXPECT_TRUE(comments.hasPictureNotKept());
+}
+
+TEST(VorbisCommentsTest, PicturesAreTakenInWhenTheyAreWhole)
+{
+    const auto number = [](quint32 value) {
+        QByteArray bytes(4, Qt::Uninitialized);
+        qToBigEndian(value, bytes.data());
+        return bytes;
+    };
+    const QByteArray image = "\x89PNGdata";
+    const auto block = [&](const QByteArray& mimeType, quint32 size) {
+        return number(3) + number(static_cast<quint32>(mimeType.size())) + mimeType + number(6) + "Hülle" +
+               QByteArray(16, '\0') + number(size) + image;
+    };
+    const struct {
+        QByteArray block;
+        bool isKept;
+    } cases[] = {{block("image/png", 8), true},
+                 {block("image/gif", 8), false},
+                 {block("image/png", 9), false},
+                 {block("image/png", 0xFFFFFFFF), false},
+                 {block("image/png", 8).left(20), false},
+                 {number(3) + number(0xFFFFFFF0), false},
+                 {"", false}};
+    for (const auto& c : cases) {
+        VorbisComments comments;
+        comments.add("METADATA_BLOCK_PICTURE=" + c.block.toBase64().toStdString() + "=");
+        EXPECT_EQ(comments.hasPictureNotKept(), !c.isKept);
+        const auto pictures = attachedPictures(comments.dictionary());
+        ASSERT_EQ(pictures.size(), c.isKept ? 1 : 0);
+        if (!c.isKept)
+            continue;
+        EXPECT_EQ(pictures[0].pictureData(), image);
+        EXPECT_EQ(pictures[0].imageFormat(), "image/png");
+        EXPECT_EQ(pictures[0].pictureType(), 3U);
+        EXPECT_EQ(pictures[0].pictureDescription(), "Hülle");
+    }
 }
 
 TEST(VorbisCommentsTest, ManyAndLongKeysAreNotAllListed)

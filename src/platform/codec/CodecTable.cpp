@@ -89,7 +89,7 @@ const char* decoderNames()
     static const std::string theNames = [] {
         std::string names;
         for (const CodecEntry& entry : kCodecs)
-            names += (names.empty() ? "" : ",") + std::string(entry.decoderName);
+            names.append(names.empty() ? "" : ",").append(entry.decoderName);
         return names;
     }();
     return theNames.c_str();
