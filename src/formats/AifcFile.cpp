@@ -2,6 +2,7 @@
 
 #include "formats/FileDamage.h"
 #include "formats/PacketSaver.h"
+#include "formats/SampleBytesSink.h"
 #include "platform/codec/AudioFormats.h"
 
 #include <algorithm>
@@ -53,41 +54,6 @@ StreamDescription descriptionOf(FourCharCode format, double sampleRate, uint32_t
     description.useAudioFormatToValidateDescription();
     return description;
 }
-
-/// The sound in the file's chunk, which comes last but for the tags.
-class SoundChunkSink : public PacketSink
-{
-public:
-    explicit SoundChunkSink(AudioFile& file)
-        : mFile(file)
-    {
-    }
-
-    MaybeError begin(const PacketEncoder&) override { return std::nullopt; }
-    MaybeError writePacket(AVPacket& packet) override
-    {
-        mBytes.append(reinterpret_cast<const char*>(packet.data), packet.size);
-        return mBytes.size() < bytesPerWrite ? std::nullopt : flush();
-    }
-    MaybeError finish(const PacketTable&) override { return flush(); }
-
-    int64_t numBytesWritten() const { return mNumBytesWritten; }
-
-private:
-    static constexpr qsizetype bytesPerWrite = 65536;
-
-    MaybeError flush()
-    {
-        MaybeError error = mFile.writeRawData(mBytes, mFile.soundDataOffset() + mNumBytesWritten);
-        mNumBytesWritten += mBytes.size();
-        mBytes.clear();
-        return error;
-    }
-
-    AudioFile& mFile;
-    QByteArray mBytes;
-    int64_t mNumBytesWritten = 0;
-};
 
 } // namespace
 
@@ -225,7 +191,7 @@ MaybeError AifcFile::writePackets(const FrameSource& document, const SaveRange& 
     PacketSaver::Options options;
     options.format = descriptionOf(mDataFormat, mSampleRate, mNumberOfChannels);
     PacketSaver saver(document, range, options);
-    SoundChunkSink sink(*this);
+    SampleBytesSink sink(*this);
     MaybeError error = saver.run(sink, progress);
     mSoundDataLength = sink.numBytesWritten();
     setSourceWasShort(saver.sourceWasShort());

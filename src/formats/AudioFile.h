@@ -138,6 +138,9 @@ public:
     /// False for a format that takes floats in order (text): the save loop then calls writeFloatData() block
     /// by block, else writeAudioData() with integers of bitsPerSample() in any order.
     virtual bool storesIntegers() const { return true; }
+    /// False for a format whose floats all have their place, so that the save loop may hand them over in any
+    /// order and on several threads at once.
+    virtual bool needsFramesInOrder() const { return !storesIntegers(); }
 
     // Clips.
     /// One clip per channel that reads this file in place. `file` must be this object.

@@ -6,6 +6,7 @@
 #include "formats/FLACFile.h"
 #include "formats/NeXTSunFile.h"
 #include "formats/OggVorbisFile.h"
+#include "formats/VLAFCoreAudioFile.h"
 #include "formats/WaveFile.h"
 #include "platform/Log.h"
 
@@ -62,7 +63,8 @@ std::vector<AudioFileType> describedTypes()
     setFunctions<AifcFile>(add("AIFF-C Audio", "public.aifc-audio", list("AIFF-C|AIFC"),
                                list("aifc|aiff|aif"), fourCharCode("AIFC")));
     add("ADTS AAC Audio", "public.aac-audio", list("ADTS|ADTS AAC"), list("aac"), fourCharCode("ADTS"));
-    add("CAF Audio", "com.apple.coreaudio-format", list("CAF"), list("caf"), fourCharCode("CAF "));
+    setFunctions<VLAFCoreAudioFile>(
+        add("CAF Audio", "com.apple.coreaudio-format", list("CAF"), list("caf"), fourCharCode("CAF ")));
     setFunctions<FLACFile>(
         add("FLAC Audio", "org.videolan.flac", list("FLAC"), list("flac"), fourCharCode("fLaC")));
     add("AAC (m4a) Audio", "public.mpeg-4-audio.aac", list("AAC|M4A"), list("m4a"), fourCharCode("M4A "));

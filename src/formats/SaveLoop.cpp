@@ -61,7 +61,7 @@ SaveLoop::Pass SaveLoop::passAt(int64_t index) const
 MaybeError SaveLoop::run(Progress& progress)
 {
     const int64_t numPasses = (mRange.numFrames + framesPerPass - 1) / framesPerPass;
-    const int64_t batchSize = mFile.storesIntegers() ? passesPerBatch : 1;
+    const int64_t batchSize = mFile.needsFramesInOrder() ? 1 : passesPerBatch;
     std::array<MaybeError, passesPerBatch> errors;
     for (int64_t first = 0; first < numPasses; first += batchSize) {
         const auto count = static_cast<int>(std::min(batchSize, numPasses - first));
@@ -88,7 +88,7 @@ void SaveLoop::startSync(int64_t numFramesWritten)
 {
     const int64_t frameSize = mFile.frameSize();
     const int64_t numBytes = (numFramesWritten - mNumFramesSyncing) * frameSize;
-    if (numBytes < bytesPerSync || !mFile.storesIntegers())
+    if (numBytes < bytesPerSync || mFile.needsFramesInOrder())
         return;
     mFile.fileHandle()->startSync(mFile.soundDataOffset() + mNumFramesSyncing * frameSize, numBytes);
     mNumFramesSyncing = numFramesWritten;

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "document/clips/AudioMarker.h"
+
+#include <QByteArray>
+
+namespace velloria
+{
+
+/// Markers of CAF files: positions and numbers in the "mark" chunk, names in the "strg" chunk. The position
+/// is not the format's big-endian float but one of our own: the frame number as an unsigned 64-bit integer,
+/// its bytes reversed, its value as a float of the machine's byte order. Both are read: they do not overlap.
+namespace CafMarkers
+{
+
+/// The payload of "mark": SMPTE type and count (32 bits each), then 28 bytes a marker.
+QByteArray markerPayload(const std::vector<AudioMarkerPtr>& markers);
+/// The payload of "strg": count, a number and an offset a name, then the names, each ended by a zero.
+QByteArray stringsPayload(const std::vector<AudioMarkerPtr>& markers);
+
+struct Result {
+    std::vector<AudioMarkerPtr> markers;
+    /// False when the chunks end before what they announce.
+    bool isComplete = true;
+};
+/// Markers without a name are called "Marker".
+Result markersOfPayloads(const QByteArray& markerPayload, const QByteArray& stringsPayload);
+
+} // namespace CafMarkers
+
+} // namespace velloria

@@ -1,0 +1,28 @@
+#include "formats/SampleBytesSink.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+// Packets are small; what is written at a time.
+constexpr qsizetype bytesPerWrite = 65536;
+
+} // namespace
+
+MaybeError SampleBytesSink::writePacket(AVPacket& packet)
+{
+    mBytes.append(reinterpret_cast<const char*>(packet.data), packet.size);
+    return mBytes.size() < bytesPerWrite ? std::nullopt : flush();
+}
+
+MaybeError SampleBytesSink::flush()
+{
+    MaybeError error = mFile.writeRawData(mBytes, mFile.soundDataOffset() + mNumBytesWritten);
+    mNumBytesWritten += mBytes.size();
+    mBytes.clear();
+    return error;
+}
+
+} // namespace velloria
