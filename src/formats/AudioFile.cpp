@@ -249,30 +249,41 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::convertedAudioClips(Pr
     if (mHoldsNoSound)
         return clipsWithoutSound(static_cast<int32_t>(mNumberOfChannels), mSampleRate);
     const auto decoder = VLAudioFileDecompressor::forReadingFile(mFileHandle, fileFormatUTI(), error);
-    if (!decoder)
-        return {};
-    mNumberOfChannels = decoder->numberOfChannels();
-    mSampleRate = decoder->sampleRate();
-    mBitRate = decoder->bitRate();
-    if (decoder->bitsPerSample() != 0)
-        mBitsPerSample = decoder->bitsPerSample();
-    mIsFloat = decoder->isFloat();
+    return decoder ? decodedClips(*decoder, progress, error)
+                   : std::vector<std::shared_ptr<MutableAudioClip>>();
+}
+
+void AudioFile::takeShapeOf(const VLAudioFileDecompressor& decoder)
+{
+    mNumberOfChannels = decoder.numberOfChannels();
+    mSampleRate = decoder.sampleRate();
+    mBitRate = decoder.bitRate();
+    mNumberOfFrames = decoder.numberOfFrames();
+    if (decoder.bitsPerSample() != 0)
+        mBitsPerSample = decoder.bitsPerSample();
+    mIsFloat = decoder.isFloat();
     if (mDataFormat == 0)
-        mDataFormat = decoder->dataFormat();
+        mDataFormat = decoder.dataFormat();
+}
+
+std::vector<std::shared_ptr<MutableAudioClip>>
+AudioFile::decodedClips(VLAudioFileDecompressor& decoder, Progress& progress, MaybeError* error)
+{
+    takeShapeOf(decoder);
     ClipWriter writer(static_cast<int32_t>(mNumberOfChannels), mSampleRate);
     for (const auto& clip : writer.clips())
-        clip->setIntegerBits(static_cast<int>(decoder->integerBits()));
-    tellDecodingDidBegin(writer.clips(), decoder->numberOfFrames());
+        clip->setIntegerBits(static_cast<int>(decoder.integerBits()));
+    tellDecodingDidBegin(writer.clips(), decoder.numberOfFrames());
     MaybeError failure;
     ClipWriter::Block block;
-    while (!failure && decoder->convertOneBuffer(block) > 0) {
+    while (!failure && decoder.convertOneBuffer(block) > 0) {
         failure = writer.append(block);
-        progress.setProgressValue(static_cast<double>(decoder->convertedFrameCount()) /
-                                  static_cast<double>(decoder->numberOfFrames()));
+        progress.setProgressValue(static_cast<double>(decoder.convertedFrameCount()) /
+                                  static_cast<double>(decoder.numberOfFrames()));
         if (!failure && progress.isCancelled())
             failure = Error::cancelled();
     }
-    mNumberOfFrames = decoder->convertedFrameCount();
+    mNumberOfFrames = decoder.convertedFrameCount();
     if (!failure)
         failure = writer.finish();
     if (failure && error)

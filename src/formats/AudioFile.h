@@ -19,6 +19,7 @@ namespace velloria
 {
 
 class DecodingWatcher;
+class VLAudioFileDecompressor;
 struct SaveRange;
 
 /// One entry of a format's option list in the save panel: a sample size in bits or a bit rate in bits/s.
@@ -173,6 +174,12 @@ protected:
     void tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
                               int64_t expectedFrames) const;
     void setSourceWasShort(bool wasShort) { mSourceWasShort = wasShort; }
+
+    /// Takes over channels, rate, length, bit rate and sample width of what a decoder gives.
+    void takeShapeOf(const VLAudioFileDecompressor& decoder);
+    /// What convertedAudioClips() does, with a decoder that is open and has given nothing yet.
+    std::vector<std::shared_ptr<MutableAudioClip>> decodedClips(VLAudioFileDecompressor& decoder,
+                                                                Progress& progress, MaybeError* error);
 
     double mSampleRate = 44100.0;
     int64_t mBitRate = 0;

@@ -4,6 +4,7 @@
 #include "formats/AiffFile.h"
 #include "formats/AudioText.h"
 #include "formats/FLACFile.h"
+#include "formats/Mp3File.h"
 #include "formats/NeXTSunFile.h"
 #include "formats/OggVorbisFile.h"
 #include "formats/VLAFCoreAudioFile.h"
@@ -20,6 +21,7 @@ namespace
 {
 
 const QString aacUTI = QStringLiteral("public.mpeg-4-audio.aac");
+const QString mp3UTI = QStringLiteral("public.mp3");
 const QString quickTimeUTI = QStringLiteral("com.apple.quicktime-movie");
 
 // The order in which a file that its name does not explain is looked at; the last ones take almost anything.
@@ -35,10 +37,15 @@ template <typename File> auto creator()
     };
 }
 
-template <typename File> void setFunctions(AudioFileType& type)
+template <typename File> void setReader(AudioFileType& type)
 {
     type.validateFileHeader = File::validateFileHeader;
     type.open = File::open;
+}
+
+template <typename File> void setFunctions(AudioFileType& type)
+{
+    setReader<File>(type);
     type.create = creator<File>();
 }
 
@@ -72,7 +79,8 @@ std::vector<AudioFileType> describedTypes()
         list("m4a"), fourCharCode("M4A "));
     setFunctions<NeXTSunFile>(add("NeXT/Sun Audio", "public.ulaw-audio", list("au|Sun|NeXT|ulaw"),
                                   list("au|snd|ulw"), fourCharCode("au  ")));
-    add("MP3 Audio", "public.mp3", list("mp3|mpeg3"), list("mp3|mpg3|mpg|mpeg|mp2"), fourCharCode("MPG3"));
+    setReader<Mp3File>(add("MP3 Audio", "public.mp3", list("mp3|mpeg3"), list("mp3|mpg3|mpg|mpeg|mp2"),
+                              fourCharCode("MPG3")));
     setFunctions<OggVorbisFile>(add("Ogg Vorbis Audio", "org.videolan.ogg-audio",
                                     list("ogg|vorbis|ogg vorbis"), list("ogg"), fourCharCode("ogg ")));
     add("Tab-delimited Text", "public.plain-text", list("text|txt"), list("txt"), fourCharCode("TEXT"))
@@ -116,11 +124,13 @@ std::shared_ptr<AudioFile> openFile(const AudioFileType* type, const std::filesy
     MaybeError failure;
     std::shared_ptr<AudioFile> file;
     if (const std::shared_ptr<FileHandle> handle = FileHandle::openForReading(path, &failure)) {
-        if (type && type->open)
+        // A type without a header of its own comes after all others, whatever the name says.
+        const bool hasHeader = !type || type->uti != mp3UTI;
+        if (type && type->open && hasHeader)
             file = type->open(handle, &failure);
         if (!file) {
             const AudioFileType* recognised = typeRecognisedIn(*handle);
-            if (recognised && recognised != type && recognised->open)
+            if (recognised && (recognised != type || !hasHeader) && recognised->open)
                 file = recognised->open(handle, &failure);
         }
         if (!file && !failure)

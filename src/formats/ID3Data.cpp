@@ -2,7 +2,6 @@
 
 #include "formats/Id3Parser.h"
 #include "formats/Id3Writer.h"
-#include "platform/FileHandle.h"
 
 namespace velloria
 {
@@ -15,15 +14,20 @@ ID3Data::ID3Data(QByteArray tagData, MetadataDictionary dictionary)
 
 std::optional<ID3Data> ID3Data::id3DataWithFile(const std::filesystem::path& path)
 {
-    constexpr int64_t shortestFile = 128;
     const auto file = FileHandle::openForReading(path);
-    if (!file || file->length() < shortestFile)
+    return file ? id3DataWithFile(*file) : std::nullopt;
+}
+
+std::optional<ID3Data> ID3Data::id3DataWithFile(const FileHandle& file)
+{
+    constexpr int64_t shortestFile = 128;
+    if (file.length() < shortestFile)
         return std::nullopt;
-    const QByteArray header = file->readAt(0, id3HeaderLength);
+    const QByteArray header = file.readAt(0, id3HeaderLength);
     if (header.size() < id3HeaderLength || !header.startsWith("ID3"))
         return std::nullopt;
     const int64_t length = id3HeaderLength + intFromSynchSafe(QByteArrayView(header).sliced(6, 4));
-    return id3DataWithData(file->readAt(0, length));
+    return id3DataWithData(file.readAt(0, length));
 }
 
 ID3Data ID3Data::id3DataWithData(const QByteArray& tagData)

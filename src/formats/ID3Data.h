@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/MetadataDictionary.h"
+#include "platform/FileHandle.h"
 
 #include <QByteArray>
 #include <cstdint>
@@ -18,6 +19,7 @@ public:
     /// Reads the tag at the start of a file; nothing when there is none. A tag that claims more than the
     /// file holds ends with the file. A tag that cannot be read still has its bytes and length.
     static std::optional<ID3Data> id3DataWithFile(const std::filesystem::path& path);
+    static std::optional<ID3Data> id3DataWithFile(const FileHandle& file);
 
     /// Reads a tag's bytes; the dictionary is empty when they are none.
     static ID3Data id3DataWithData(const QByteArray& tagData);

@@ -1,6 +1,7 @@
 #include "platform/codec/Demuxer.h"
 
 #include "platform/codec/CodecTable.h"
+#include "platform/codec/ElementaryStreams.h"
 
 #include <algorithm>
 #include <array>
@@ -41,23 +42,6 @@ bool isAllowed(const AVInputFormat& format)
                        [&format](std::string_view name) { return listContains(format.name, name); });
 }
 
-/// Where the file begins behind any ID3v2 tags.
-int64_t lengthOfLeadingTags(const FileHandle& handle)
-{
-    constexpr int64_t headerBytes = 10;
-    int64_t offset = 0;
-    for (int i = 0; i < 16; ++i) {
-        const QByteArray header = handle.readAt(offset, headerBytes);
-        if (header.size() < headerBytes || !header.startsWith("ID3"))
-            break;
-        int64_t size = 0;
-        for (int k = 6; k < 10; ++k)
-            size = (size << 7) | (header[k] & 0x7F);
-        offset += size + headerBytes;
-    }
-    return offset;
-}
-
 struct Guess {
     const AVInputFormat* format = nullptr;
     int score = 0;
@@ -79,7 +63,7 @@ Guess guessFormat(const FileHandle& handle, int64_t offset, int64_t numBytes)
 /// What the bytes say; where they say little, what the hint says.
 const AVInputFormat* formatOf(const FileHandle& handle, FourCharCode typeHint)
 {
-    const int64_t offset = lengthOfLeadingTags(handle);
+    const int64_t offset = ElementaryStreams::lengthOfLeadingTags(handle);
     Guess guess = guessFormat(handle, offset, kFirstLookBytes);
     if (!guess.format || guess.score < AVPROBE_SCORE_RETRY)
         guess = guessFormat(handle, offset, kProbeBytes);

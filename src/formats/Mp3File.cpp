@@ -1,0 +1,117 @@
+#include "formats/Mp3File.h"
+
+#include "formats/FileDamage.h"
+#include "formats/ID3Data.h"
+#include "formats/Id3Intake.h"
+#include "formats/VLAudioFileDecompressor.h"
+#include "platform/codec/ElementaryStreams.h"
+
+#include <cmath>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr FourCharCode layer1 = fourCharCode(".mp1");
+constexpr FourCharCode layer2 = fourCharCode(".mp2");
+
+bool isMpegAudioFormat(FourCharCode dataFormat)
+{
+    return dataFormat == DataFormat::kMp3 || dataFormat == layer2 || dataFormat == layer1;
+}
+
+} // namespace
+
+Mp3File::Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+    : AudioFile(sampleRate, sampleSize, numChannels)
+{
+    mCanSaveMetadata = true;
+    mCanSaveArtwork = true;
+    mDataFormat = DataFormat::kMp3;
+}
+
+Mp3File::Mp3File(std::shared_ptr<FileHandle> handle)
+    : AudioFile(std::move(handle))
+{
+    mCanSaveMetadata = true;
+    mCanSaveArtwork = true;
+    mRequiresConversion = true;
+}
+
+Mp3File::~Mp3File() = default;
+
+bool Mp3File::validateFileHeader(const FileHandle& handle)
+{
+    return ElementaryStreams::isMpegAudio(handle);
+}
+
+std::shared_ptr<AudioFile> Mp3File::open(std::shared_ptr<FileHandle> handle, MaybeError* error)
+{
+    if (!validateFileHeader(*handle))
+        return nullptr;
+    const std::shared_ptr<Mp3File> file(new Mp3File(std::move(handle)));
+    const MaybeError failure = file->openDecoder();
+    if (!failure)
+        return file;
+    if (error)
+        *error = failure;
+    return nullptr;
+}
+
+MaybeError Mp3File::openDecoder()
+{
+    MaybeError failure;
+    mDecoder = VLAudioFileDecompressor::forReadingFile(fileHandle(), fileFormatUTI(), &failure);
+    if (!mDecoder || !isMpegAudioFormat(mDecoder->dataFormat()))
+        return failure ? failure
+                       : FileDamage::unreadable(displayName(filePath()),
+                                                QStringLiteral("its MPEG audio is damaged"));
+    mDataFormat = mDecoder->dataFormat();
+    takeShapeOf(*mDecoder);
+    readTag();
+    return std::nullopt;
+}
+
+/// Sets the bit rate to the average over everything that is no tag.
+void Mp3File::readTag()
+{
+    const auto tag = ID3Data::id3DataWithFile(*fileHandle());
+    const int64_t tagLength = tag ? tag->length() : 0;
+    if (mNumberOfFrames > 0) {
+        const double seconds = static_cast<double>(mNumberOfFrames) / mSampleRate;
+        mBitRate = std::llround(static_cast<double>(lengthOfFile() - tagLength) / seconds * 8.0);
+    }
+    if (!tag)
+        return;
+    if (const auto keysNotKept = takeInId3Tag(tag->tagData(), mMetadata))
+        mTagsNotKept += *keysNotKept;
+    else
+        mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
+}
+
+QString Mp3File::fileFormatUTI() const
+{
+    return QStringLiteral("public.mp3");
+}
+
+QString Mp3File::encodingDescription() const
+{
+    const int layer = mDataFormat == layer1 ? 1 : mDataFormat == layer2 ? 2 : 3;
+    return QStringLiteral("MPEG Layer %1").arg(layer);
+}
+
+std::vector<std::shared_ptr<MutableAudioClip>> Mp3File::convertedAudioClips(Progress& progress,
+                                                                            MaybeError* error)
+{
+    if (!mDecoder)
+        return {};
+    const int64_t bitRate = mBitRate;
+    auto clips = decodedClips(*mDecoder, progress, error);
+    mDecoder.reset();
+    mBitRate = bitRate;
+    return clips;
+}
+
+} // namespace velloria

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "formats/AudioFile.h"
+
+namespace velloria
+{
+
+class VLAudioFileDecompressor;
+
+/// MP3 files, and the older layers of MPEG audio. There is no header to go by: whatever no other type claims
+/// is looked through for a row of MPEG packets. Opening counts the frames, of which silence that the encoder
+/// put before and after the sound is no part where the file tells it; the sound is then decoded as a whole.
+/// Tags and pictures are those of the ID3v2 tag at the start of the file.
+class Mp3File : public AudioFile
+{
+public:
+    /// For writing.
+    Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
+    ~Mp3File() override;
+
+    static bool validateFileHeader(const FileHandle& handle);
+
+    /// Null without an error for a file of another type; null with one for MPEG audio that cannot be read.
+    static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
+
+    QString fileFormatUTI() const override;
+    QString encodingDescription() const override;
+
+    std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
+                                                                       MaybeError* error) override;
+
+private:
+    explicit Mp3File(std::shared_ptr<FileHandle> handle);
+
+    MaybeError openDecoder();
+    void readTag();
+
+    /// Of an opened file until it is decoded.
+    std::unique_ptr<VLAudioFileDecompressor> mDecoder;
+};
+
+} // namespace velloria

@@ -1,0 +1,148 @@
+#include "platform/codec/ElementaryStreams.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace velloria::ElementaryStreams
+{
+
+namespace
+{
+
+constexpr int64_t kMaxJunkBytes = int64_t{1} << 20;
+// How many heads in a row are proof. By chance, two turn up in some megabytes, three in some terabytes.
+constexpr int kNumHeadsInRow = 3;
+
+/// What all heads of a stream have in common, and how long the packet of this one is.
+struct Head {
+    uint32_t kind = 0;
+    int64_t packetBytes = 0;
+};
+
+uint32_t bigEndian32(const uint8_t* bytes)
+{
+    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// kbit/s by index (ISO 11172-3 and 13818-3, 2.4.2.3).
+using BitRates = std::array<int, 15>;
+constexpr BitRates kRates1Layer1 = {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448};
+constexpr BitRates kRates1Layer2 = {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384};
+constexpr BitRates kRates1Layer3 = {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320};
+constexpr BitRates kRates2Layer1 = {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256};
+constexpr BitRates kRates2Layer23 = {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160};
+constexpr std::array kSampleRates = {44100, 48000, 32000};
+
+const BitRates& bitRatesOf(bool isVersion1, uint32_t layer)
+{
+    if (layer == 1)
+        return isVersion1 ? kRates1Layer1 : kRates2Layer1;
+    if (!isVersion1)
+        return kRates2Layer23;
+    return layer == 2 ? kRates1Layer2 : kRates1Layer3;
+}
+
+/// Packets of free format, whose length no head tells, are not known here.
+std::optional<Head> mpegHead(const uint8_t* bytes)
+{
+    const uint32_t head = bigEndian32(bytes);
+    const uint32_t version = head >> 19 & 3; // 0 is version 2.5, 1 is none, 2 is version 2, 3 is version 1
+    const uint32_t layer = 4 - (head >> 17 & 3);
+    const uint32_t bitRateIndex = head >> 12 & 15;
+    const uint32_t sampleRateIndex = head >> 10 & 3;
+    if (head >> 21 != 0x7FF || version == 1 || layer == 4 || bitRateIndex == 0 || bitRateIndex == 15 ||
+        sampleRateIndex == 3)
+        return std::nullopt;
+    const bool isVersion1 = version == 3;
+    const int sampleRate = kSampleRates[sampleRateIndex] >> (isVersion1 ? 0 : version == 2 ? 1 : 2);
+    const int bitRate = 1000 * bitRatesOf(isVersion1, layer)[bitRateIndex];
+    const int padding = head >> 9 & 1;
+    const int framesPerByte = layer == 1 ? 48 : layer == 3 && !isVersion1 ? 72 : 144;
+    const int64_t packetBytes = layer == 1 ? 4 * (12 * bitRate / sampleRate + padding)
+                                           : int64_t{framesPerByte} * bitRate / sampleRate + padding;
+    constexpr uint32_t commonBits = 0xFFFE0C00; // version, layer, sample rate
+    return Head{head & commonBits, packetBytes};
+}
+
+std::optional<Head> adtsHead(const uint8_t* bytes)
+{
+    constexpr int64_t shortestPacket = 7;
+    const uint32_t head = bigEndian32(bytes);
+    const int64_t packetBytes = bigEndian32(bytes + 2) >> 5 & 0x1FFF;
+    const bool isSynchronised = head >> 20 == 0xFFF && (head >> 17 & 3) == 0;
+    const bool hasSampleRate = (head >> 10 & 15) < 13;
+    if (!isSynchronised || !hasSampleRate || packetBytes < shortestPacket)
+        return std::nullopt;
+    constexpr uint32_t commonBits = 0xFFFFFDC0; // all but "private" and what follows the channels
+    return Head{head & commonBits, packetBytes};
+}
+
+using HeadReader = std::optional<Head> (*)(const uint8_t*);
+constexpr int64_t kHeadBytes = 6;
+
+bool isTrailingTag(const QByteArray& bytes)
+{
+    return bytes.startsWith("TAG") || bytes.startsWith("APETAG") || bytes.startsWith("LYRICS") ||
+           bytes.startsWith("ID3");
+}
+
+/// True for heads in a row from `offset` on. Fewer than the full number do where the file, or its sound, ends;
+/// a single one then must be that of a whole packet.
+bool isRowAt(const FileHandle& handle, int64_t offset, HeadReader headOf)
+{
+    const int64_t length = handle.length();
+    uint32_t kind = 0;
+    for (int i = 0; i < kNumHeadsInRow; ++i) {
+        const QByteArray bytes = handle.readAt(offset, kHeadBytes);
+        if (i > 0 && (bytes.size() < kHeadBytes || isTrailingTag(bytes)))
+            return i > 1 || offset <= length;
+        if (bytes.size() < kHeadBytes)
+            return false;
+        const auto head = headOf(reinterpret_cast<const uint8_t*>(bytes.constData()));
+        if (!head || (i > 0 && head->kind != kind))
+            return false;
+        kind = head->kind;
+        offset += head->packetBytes;
+    }
+    return true;
+}
+
+} // namespace
+
+int64_t lengthOfLeadingTags(const FileHandle& handle)
+{
+    constexpr int64_t headerBytes = 10;
+    int64_t offset = 0;
+    for (int i = 0; i < 16; ++i) {
+        const QByteArray header = handle.readAt(offset, headerBytes);
+        if (header.size() < headerBytes || !header.startsWith("ID3"))
+            break;
+        int64_t size = 0;
+        for (int k = 6; k < 10; ++k)
+            size = (size << 7) | (header[k] & 0x7F);
+        offset += size + headerBytes;
+    }
+    return offset;
+}
+
+bool isMpegAudio(const FileHandle& handle)
+{
+    // A tag that claims more than there is may still be followed by sound.
+    const int64_t behindTags = lengthOfLeadingTags(handle);
+    const int64_t start = behindTags < handle.length() ? behindTags : 0;
+    const QByteArray bytes = handle.readAt(start, kMaxJunkBytes);
+    const auto* const data = reinterpret_cast<const uint8_t*>(bytes.constData());
+    for (int64_t i = 0; i + kHeadBytes <= bytes.size(); ++i) {
+        if (data[i] == 0xFF && mpegHead(data + i) && isRowAt(handle, start + i, mpegHead))
+            return true;
+    }
+    return false;
+}
+
+bool isAdts(const FileHandle& handle)
+{
+    return isRowAt(handle, lengthOfLeadingTags(handle), adtsHead);
+}
+
+} // namespace velloria::ElementaryStreams

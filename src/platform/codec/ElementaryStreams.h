@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/FileHandle.h"
+
+namespace velloria
+{
+
+/// Sound streams that stand in a file without a container around them: packets one after the other, each with
+/// a head that begins with a synchronisation word. A head alone proves nothing, as its bits turn up by chance
+/// in any data; what is looked for is a row of heads that agree, each where the packet before it ends.
+namespace ElementaryStreams
+{
+
+/// Where the file begins behind any ID3v2 tags.
+int64_t lengthOfLeadingTags(const FileHandle& handle);
+
+/// True when the file holds MPEG audio (Layer I, II or III), behind tags or up to a megabyte of anything else.
+bool isMpegAudio(const FileHandle& handle);
+
+/// True when the file begins, behind any tags, with AAC in ADTS packets.
+bool isAdts(const FileHandle& handle);
+
+} // namespace ElementaryStreams
+
+} // namespace velloria
