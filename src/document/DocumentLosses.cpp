@@ -144,6 +144,7 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
                       .arg(type)
                       .arg(maximum)
                       .arg(writer->numberOfChannels());
+    losses += writer->soundLosses();
     if (const QString loss = markerLoss(*writer, type); !loss.isEmpty())
         losses += loss;
     losses += tagLosses(*writer, type);

@@ -266,8 +266,8 @@ void AudioFile::takeShapeOf(const VLAudioFileDecompressor& decoder)
         mDataFormat = decoder.dataFormat();
 }
 
-std::vector<std::shared_ptr<MutableAudioClip>>
-AudioFile::decodedClips(VLAudioFileDecompressor& decoder, Progress& progress, MaybeError* error)
+std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::decodedClips(VLAudioFileDecompressor& decoder,
+                                                                       Progress& progress, MaybeError* error)
 {
     takeShapeOf(decoder);
     ClipWriter writer(static_cast<int32_t>(mNumberOfChannels), mSampleRate);

@@ -118,6 +118,8 @@ public:
     virtual void validateAndCorrectParameters();
     /// Channels that the format can hold.
     virtual uint32_t maximumNumberOfChannels() const { return 65535; }
+    /// What a save does to the sound beside encoding it, one sentence each: tracks mixed, rate converted, ...
+    virtual QStringList soundLosses() const { return {}; }
     /// Markers that the format can hold; the first ones are written.
     virtual int64_t maximumNumberOfMarkers() const { return std::numeric_limits<int64_t>::max(); }
 

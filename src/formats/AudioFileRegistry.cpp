@@ -79,7 +79,7 @@ std::vector<AudioFileType> describedTypes()
         list("m4a"), fourCharCode("M4A "));
     setFunctions<NeXTSunFile>(add("NeXT/Sun Audio", "public.ulaw-audio", list("au|Sun|NeXT|ulaw"),
                                   list("au|snd|ulw"), fourCharCode("au  ")));
-    setReader<Mp3File>(add("MP3 Audio", "public.mp3", list("mp3|mpeg3"), list("mp3|mpg3|mpg|mpeg|mp2"),
+    setFunctions<Mp3File>(add("MP3 Audio", "public.mp3", list("mp3|mpeg3"), list("mp3|mpg3|mpg|mpeg|mp2"),
                               fourCharCode("MPG3")));
     setFunctions<OggVorbisFile>(add("Ogg Vorbis Audio", "org.videolan.ogg-audio",
                                     list("ogg|vorbis|ogg vorbis"), list("ogg"), fourCharCode("ogg ")));

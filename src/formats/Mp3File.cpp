@@ -3,9 +3,11 @@
 #include "formats/FileDamage.h"
 #include "formats/ID3Data.h"
 #include "formats/Id3Intake.h"
+#include "formats/Mp3Saver.h"
 #include "formats/VLAudioFileDecompressor.h"
 #include "platform/codec/ElementaryStreams.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace velloria
@@ -16,6 +18,9 @@ namespace
 
 constexpr FourCharCode layer1 = fourCharCode(".mp1");
 constexpr FourCharCode layer2 = fourCharCode(".mp2");
+
+constexpr int64_t defaultBitRate = 128000;
+constexpr double highestSampleRate = 48000.0;
 
 bool isMpegAudioFormat(FourCharCode dataFormat)
 {
@@ -44,7 +49,7 @@ Mp3File::~Mp3File() = default;
 
 bool Mp3File::validateFileHeader(const FileHandle& handle)
 {
-    return ElementaryStreams::isMpegAudio(handle);
+    return ElementaryStreams::startOfMpegAudio(handle).has_value();
 }
 
 std::shared_ptr<AudioFile> Mp3File::open(std::shared_ptr<FileHandle> handle, MaybeError* error)
@@ -89,6 +94,68 @@ void Mp3File::readTag()
         mTagsNotKept += *keysNotKept;
     else
         mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
+}
+
+bool Mp3File::isLameInstalled()
+{
+    return Mp3Encoder::isLameInstalled();
+}
+
+const std::vector<int64_t>& Mp3File::validBitRates()
+{
+    static const std::vector<int64_t> rates = {8000,   16000,  24000,  32000,  40000,  48000,
+                                               56000,  64000,  80000,  96000,  112000, 128000,
+                                               160000, 192000, 224000, 256000, 320000};
+    return rates;
+}
+
+int64_t Mp3File::closestValidBitRate(int64_t bitRate)
+{
+    const std::vector<int64_t>& rates = validBitRates();
+    return *std::min_element(rates.begin(), rates.end(), [bitRate](int64_t a, int64_t b) {
+        return std::abs(a - bitRate) < std::abs(b - bitRate);
+    });
+}
+
+FileOptions Mp3File::fileOptions() const
+{
+    FileOptions options;
+    options.label = QStringLiteral("Bit Rate:");
+    for (const int64_t rate : validBitRates())
+        options.items.push_back({static_cast<int>(rate), QStringLiteral("%1 kbps").arg(rate / 1000)});
+    options.selectedTag = static_cast<int>(closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate));
+    return options;
+}
+
+void Mp3File::validateAndCorrectParameters()
+{
+    AudioFile::validateAndCorrectParameters();
+    mBitRate = closestValidBitRate(mBitRate);
+    mDataFormat = DataFormat::kMp3;
+}
+
+QStringList Mp3File::soundLosses() const
+{
+    QStringList losses;
+    if (mNumberOfChannels > 2)
+        losses += QStringLiteral("The %1 tracks are mixed to stereo.").arg(mNumberOfChannels);
+    if (mSampleRate > highestSampleRate)
+        losses +=
+            QStringLiteral("Sound of %1 Hz is converted to %2 Hz.").arg(mSampleRate).arg(highestSampleRate);
+    return losses;
+}
+
+MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    const QByteArray tag = mMetadata.id3Data();
+    if (MaybeError error = writeRawData(tag, 0))
+        return error;
+    mBitRate = closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate);
+    mSoundDataOffset = tag.size();
+    Mp3Saver saver(document, range, mBitRate);
+    MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress);
+    setSourceWasShort(saver.sourceWasShort());
+    return error;
 }
 
 QString Mp3File::fileFormatUTI() const

@@ -10,7 +10,9 @@ class VLAudioFileDecompressor;
 /// MP3 files, and the older layers of MPEG audio. There is no header to go by: whatever no other type claims
 /// is looked through for a row of MPEG packets. Opening counts the frames, of which silence that the encoder
 /// put before and after the sound is no part where the file tells it; the sound is then decoded as a whole.
-/// Tags and pictures are those of the ID3v2 tag at the start of the file.
+/// Tags and pictures are those of the ID3v2 tag at the start of the file. Files are written by LAME with a
+/// constant bit rate: the tag, a packet that tells the encoder's delay, the sound. What has more than two
+/// tracks is mixed to stereo as it plays.
 class Mp3File : public AudioFile
 {
 public:
@@ -23,11 +25,26 @@ public:
     /// Null without an error for a file of another type; null with one for MPEG audio that cannot be read.
     static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
 
+    /// True when MP3 files can be written.
+    static bool isLameInstalled();
+    /// The bit rates that MP3 files can have, in bits per second, the lowest first.
+    static const std::vector<int64_t>& validBitRates();
+    /// The valid bit rate nearest to another one; the lower of two that are equally near.
+    static int64_t closestValidBitRate(int64_t bitRate);
+
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
 
     std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
                                                                        MaybeError* error) override;
+
+    FileOptions fileOptions() const override;
+    void validateAndCorrectParameters() override;
+    bool storesIntegers() const override { return false; }
+    QStringList soundLosses() const override;
+
+protected:
+    MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
 
 private:
     explicit Mp3File(std::shared_ptr<FileHandle> handle);

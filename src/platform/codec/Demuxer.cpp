@@ -76,6 +76,16 @@ const AVInputFormat* formatOf(const FileHandle& handle, FourCharCode typeHint)
     return isUsable ? guess.format : nullptr;
 }
 
+/// What FFmpeg is shown of MPEG audio: not what stands before the first packet, where it would lose packets
+/// until it is sure of itself, and more than a single packet, behind which it would look for a second one.
+FileIoContext::Window windowOnMpegAudio(const FileHandle& handle)
+{
+    constexpr int64_t numZeros = 131072;
+    const auto start =
+        ElementaryStreams::startOfMpegAudio(handle).value_or(ElementaryStreams::MpegAudioStart());
+    return {start.offset, start.isSinglePacket ? numZeros : 0};
+}
+
 bool hasMpegAudioHead(const AVPacket& packet)
 {
     if (packet.size < 4)
@@ -113,8 +123,8 @@ int refuseToOpen(AVFormatContext* /*format*/, AVIOContext** /*io*/, const char* 
 
 } // namespace
 
-Demuxer::Demuxer(const std::shared_ptr<FileHandle>& handle)
-    : mIo(handle, FileIoContext::Mode::reading)
+Demuxer::Demuxer(const std::shared_ptr<FileHandle>& handle, const FileIoContext::Window& window)
+    : mIo(handle, window)
 {
 }
 
@@ -130,8 +140,10 @@ std::unique_ptr<Demuxer> Demuxer::open(const std::shared_ptr<FileHandle>& handle
     const FFmpegLibraries* av = FFmpegLibraries::load(error);
     if (!av)
         return nullptr;
-    std::unique_ptr<Demuxer> demuxer(new Demuxer(handle));
     const AVInputFormat* const format = formatOf(*handle, typeHint);
+    const bool isMpegAudio = format && listContains(format->name, "mp3");
+    std::unique_ptr<Demuxer> demuxer(
+        new Demuxer(handle, isMpegAudio ? windowOnMpegAudio(*handle) : FileIoContext::Window()));
     MaybeError failure = format ? demuxer->openInput(format) : notSound();
     if (!failure)
         failure = demuxer->chooseStream();

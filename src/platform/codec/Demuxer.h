@@ -44,7 +44,7 @@ public:
     bool seekToFrame(int64_t frame);
 
 private:
-    explicit Demuxer(const std::shared_ptr<FileHandle>& handle);
+    Demuxer(const std::shared_ptr<FileHandle>& handle, const FileIoContext::Window& window);
     MaybeError openInput(const AVInputFormat* format);
     MaybeError chooseStream();
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
 namespace velloria::ElementaryStreams
 {
@@ -87,25 +86,25 @@ bool isTrailingTag(const QByteArray& bytes)
            bytes.startsWith("ID3");
 }
 
-/// True for heads in a row from `offset` on. Fewer than the full number do where the file, or its sound, ends;
-/// a single one then must be that of a whole packet.
-bool isRowAt(const FileHandle& handle, int64_t offset, HeadReader headOf)
+/// The number of heads in a row from `offset` on, up to as many as are proof; 0 when they are none. Fewer do
+/// where the file, or its sound, ends; a single one then must be that of a whole packet.
+int numHeadsInRowAt(const FileHandle& handle, int64_t offset, HeadReader headOf)
 {
     const int64_t length = handle.length();
     uint32_t kind = 0;
     for (int i = 0; i < kNumHeadsInRow; ++i) {
         const QByteArray bytes = handle.readAt(offset, kHeadBytes);
         if (i > 0 && (bytes.size() < kHeadBytes || isTrailingTag(bytes)))
-            return i > 1 || offset <= length;
+            return i > 1 || offset <= length ? i : 0;
         if (bytes.size() < kHeadBytes)
-            return false;
+            return 0;
         const auto head = headOf(reinterpret_cast<const uint8_t*>(bytes.constData()));
         if (!head || (i > 0 && head->kind != kind))
-            return false;
+            return 0;
         kind = head->kind;
         offset += head->packetBytes;
     }
-    return true;
+    return kNumHeadsInRow;
 }
 
 } // namespace
@@ -126,7 +125,7 @@ int64_t lengthOfLeadingTags(const FileHandle& handle)
     return offset;
 }
 
-bool isMpegAudio(const FileHandle& handle)
+std::optional<MpegAudioStart> startOfMpegAudio(const FileHandle& handle)
 {
     // A tag that claims more than there is may still be followed by sound.
     const int64_t behindTags = lengthOfLeadingTags(handle);
@@ -134,15 +133,17 @@ bool isMpegAudio(const FileHandle& handle)
     const QByteArray bytes = handle.readAt(start, kMaxJunkBytes);
     const auto* const data = reinterpret_cast<const uint8_t*>(bytes.constData());
     for (int64_t i = 0; i + kHeadBytes <= bytes.size(); ++i) {
-        if (data[i] == 0xFF && mpegHead(data + i) && isRowAt(handle, start + i, mpegHead))
-            return true;
+        if (data[i] != 0xFF || !mpegHead(data + i))
+            continue;
+        if (const int numHeads = numHeadsInRowAt(handle, start + i, mpegHead))
+            return MpegAudioStart{start + i, numHeads == 1};
     }
-    return false;
+    return std::nullopt;
 }
 
 bool isAdts(const FileHandle& handle)
 {
-    return isRowAt(handle, lengthOfLeadingTags(handle), adtsHead);
+    return numHeadsInRowAt(handle, lengthOfLeadingTags(handle), adtsHead) > 0;
 }
 
 } // namespace velloria::ElementaryStreams

@@ -2,6 +2,8 @@
 
 #include "platform/FileHandle.h"
 
+#include <optional>
+
 namespace velloria
 {
 
@@ -14,8 +16,14 @@ namespace ElementaryStreams
 /// Where the file begins behind any ID3v2 tags.
 int64_t lengthOfLeadingTags(const FileHandle& handle);
 
-/// True when the file holds MPEG audio (Layer I, II or III), behind tags or up to a megabyte of anything else.
-bool isMpegAudio(const FileHandle& handle);
+struct MpegAudioStart {
+    int64_t offset = 0;
+    /// The first packet is the only one.
+    bool isSinglePacket = false;
+};
+/// Where MPEG audio (Layer I, II or III) begins, behind tags or up to a megabyte of anything else; nothing
+/// when there is none.
+std::optional<MpegAudioStart> startOfMpegAudio(const FileHandle& handle);
 
 /// True when the file begins, behind any tags, with AAC in ADTS packets.
 bool isAdts(const FileHandle& handle);

@@ -1,5 +1,6 @@
 #include "platform/codec/FileIoContext.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -17,6 +18,20 @@ FileIoContext::FileIoContext(std::shared_ptr<FileHandle> handle, Mode mode)
     : mHandle(std::move(handle))
     , mIsWriting(mode == Mode::writing)
     , mLengthWhenOpened(mHandle->length())
+{
+    createContext();
+}
+
+FileIoContext::FileIoContext(std::shared_ptr<FileHandle> handle, const Window& window)
+    : mHandle(std::move(handle))
+    , mIsWriting(false)
+    , mWindow(window)
+    , mLengthWhenOpened(mHandle->length())
+{
+    createContext();
+}
+
+void FileIoContext::createContext()
 {
     const FFmpegLibraries& av = FFmpegLibraries::loaded();
     auto* buffer = static_cast<unsigned char*>(av.av_malloc(kBufferBytes));
@@ -42,9 +57,13 @@ int FileIoContext::read(void* self, uint8_t* buffer, int numBytes)
 {
     auto& io = *static_cast<FileIoContext*>(self);
     const std::span out(reinterpret_cast<std::byte*>(buffer), static_cast<size_t>(numBytes));
-    const int64_t numRead = io.mHandle->readAt(io.mPosition, out);
-    if (numRead <= 0)
-        return AVERROR_EOF;
+    int64_t numRead = io.mHandle->readAt(io.mWindow.start + io.mPosition, out);
+    if (numRead <= 0) {
+        numRead = std::min<int64_t>(numBytes, io.endOfFile() - io.mPosition);
+        if (io.mWindow.numZerosBehind == 0 || numRead <= 0)
+            return AVERROR_EOF;
+        std::fill_n(out.begin(), numRead, std::byte());
+    }
     io.mPosition += numRead;
     return static_cast<int>(numRead);
 }
@@ -64,7 +83,7 @@ int FileIoContext::write(void* self, uint8_t* buffer, int numBytes)
 
 int64_t FileIoContext::endOfFile() const
 {
-    return mIsWriting ? mHandle->length() : mLengthWhenOpened;
+    return mIsWriting ? mHandle->length() : mLengthWhenOpened - mWindow.start + mWindow.numZerosBehind;
 }
 
 int64_t FileIoContext::seek(void* self, int64_t offset, int whence)

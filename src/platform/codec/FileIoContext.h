@@ -16,7 +16,15 @@ class FileIoContext
 public:
     enum class Mode { reading, writing };
 
+    /// The part of a file that is read: what FFmpeg takes for position 0, and how many zeros it finds behind
+    /// the end.
+    struct Window {
+        int64_t start = 0;
+        int64_t numZerosBehind = 0;
+    };
+
     FileIoContext(std::shared_ptr<FileHandle> handle, Mode mode);
+    FileIoContext(std::shared_ptr<FileHandle> handle, const Window& window);
     ~FileIoContext();
     FileIoContext(const FileIoContext&) = delete;
     FileIoContext& operator=(const FileIoContext&) = delete;
@@ -30,10 +38,12 @@ private:
     static int read(void* self, uint8_t* buffer, int numBytes);
     static int write(void* self, uint8_t* buffer, int numBytes);
     static int64_t seek(void* self, int64_t offset, int whence);
+    void createContext();
     int64_t endOfFile() const;
 
     std::shared_ptr<FileHandle> mHandle;
     bool mIsWriting;
+    Window mWindow;
     int64_t mLengthWhenOpened;
     int64_t mPosition = 0;
     MaybeError mWriteError;
