@@ -2,9 +2,12 @@
 
 #include "formats/AifcFile.h"
 #include "formats/AiffFile.h"
+#include "formats/AudioDataTransportStreamAACFile.h"
 #include "formats/AudioText.h"
 #include "formats/FLACFile.h"
 #include "formats/Mp3File.h"
+#include "formats/Mpeg4AACFile.h"
+#include "formats/Mpeg4AppleLosslessFile.h"
 #include "formats/NeXTSunFile.h"
 #include "formats/OggVorbisFile.h"
 #include "formats/VLAFCoreAudioFile.h"
@@ -25,10 +28,12 @@ const QString mp3UTI = QStringLiteral("public.mp3");
 const QString quickTimeUTI = QStringLiteral("com.apple.quicktime-movie");
 
 // The order in which a file that its name does not explain is looked at; the last ones take almost anything.
-constexpr std::array<std::u16string_view, 9> recognitionOrder = {
-    u"public.aiff-audio",       u"public.aifc-audio",      u"com.apple.coreaudio-format",
-    u"org.videolan.flac",       u"public.ulaw-audio",      u"com.microsoft.waveform-audio",
-    u"public.mpeg-4-audio.aac", u"org.videolan.ogg-audio", u"public.mp3"};
+constexpr std::array<std::u16string_view, 10> recognitionOrder = {
+    u"public.aiff-audio",          u"public.aifc-audio",
+    u"com.apple.coreaudio-format", u"org.videolan.flac",
+    u"public.ulaw-audio",          u"com.microsoft.waveform-audio",
+    u"public.mpeg-4-audio.aac",    u"org.videolan.ogg-audio",
+    u"public.aac-audio",           u"public.mp3"};
 
 template <typename File> auto creator()
 {
@@ -69,14 +74,17 @@ std::vector<AudioFileType> describedTypes()
         add("AIFF Audio", "public.aiff-audio", list("AIFF|AIF"), list("aif|aiff"), fourCharCode("AIFF")));
     setFunctions<AifcFile>(add("AIFF-C Audio", "public.aifc-audio", list("AIFF-C|AIFC"),
                                list("aifc|aiff|aif"), fourCharCode("AIFC")));
-    add("ADTS AAC Audio", "public.aac-audio", list("ADTS|ADTS AAC"), list("aac"), fourCharCode("ADTS"));
+    setFunctions<AudioDataTransportStreamAACFile>(
+        add("ADTS AAC Audio", "public.aac-audio", list("ADTS|ADTS AAC"), list("aac"), fourCharCode("ADTS")));
     setFunctions<VLAFCoreAudioFile>(
         add("CAF Audio", "com.apple.coreaudio-format", list("CAF"), list("caf"), fourCharCode("CAF ")));
     setFunctions<FLACFile>(
         add("FLAC Audio", "org.videolan.flac", list("FLAC"), list("flac"), fourCharCode("fLaC")));
-    add("AAC (m4a) Audio", "public.mpeg-4-audio.aac", list("AAC|M4A"), list("m4a"), fourCharCode("M4A "));
-    add("Apple Lossless Audio", "public.mpeg-4-audio.apple-lossless", list("ALAC|Apple Lossless|Lossless"),
-        list("m4a"), fourCharCode("M4A "));
+    setFunctions<Mpeg4AACFile>(add("AAC (m4a) Audio", "public.mpeg-4-audio.aac", list("AAC|M4A"), list("m4a"),
+                                   fourCharCode("M4A ")));
+    setFunctions<Mpeg4AppleLosslessFile>(add("Apple Lossless Audio", "public.mpeg-4-audio.apple-lossless",
+                                             list("ALAC|Apple Lossless|Lossless"), list("m4a"),
+                                             fourCharCode("M4A ")));
     setFunctions<NeXTSunFile>(add("NeXT/Sun Audio", "public.ulaw-audio", list("au|Sun|NeXT|ulaw"),
                                   list("au|snd|ulw"), fourCharCode("au  ")));
     setFunctions<Mp3File>(add("MP3 Audio", "public.mp3", list("mp3|mpeg3"), list("mp3|mpg3|mpg|mpeg|mp2"),

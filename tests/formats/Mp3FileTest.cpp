@@ -1,48 +1,13 @@
 #include "formats/Mp3File.h"
 
-#include "formats/AudioFileRegistry.h"
-#include "formats/SavingTestKit.h"
-#include "platform/codec/CodecKit.h"
+#include "formats/CompressedFileKit.h"
 
 namespace velloria::test
 {
 
-namespace
-{
-
-/// Interleaved floats of clips.
-Sound soundOf(const std::vector<std::shared_ptr<MutableAudioClip>>& clips, double sampleRate)
-{
-    Sound sound{sampleRate, std::max<size_t>(1, clips.size()), {}};
-    for (size_t c = 0; c < clips.size(); ++c) {
-        const FloatBuffer channel = clips[c]->sampleDataAtOffset(0, clips[c]->numFrames());
-        sound.samples.resize(channel.size() * clips.size());
-        for (size_t i = 0; i < channel.size(); ++i)
-            sound.samples[i * clips.size() + c] = channel[i];
-    }
-    return sound;
-}
-
-} // namespace
-
-class Mp3FileTest : public CodecTest
+class Mp3FileTest : public CompressedFileTest
 {
 protected:
-    std::shared_ptr<AudioFile> open(const std::string& name) const
-    {
-        MaybeError error;
-        auto file = AudioFileRegistry::audioFileWithPath(path(name), &error);
-        EXPECT_TRUE(file) << name << ": " << (error ? error->message.toStdString() : "");
-        return file;
-    }
-    Sound decoded(AudioFile& file) const
-    {
-        SilentProgress progress;
-        MaybeError error;
-        const auto clips = file.convertedAudioClips(progress, &error);
-        EXPECT_FALSE(clips.empty()) << (error ? error->message.toStdString() : "");
-        return soundOf(clips, file.sampleRate());
-    }
     /// An MP3 file of `numFrames` frames by the lame program.
     void makeMp3(const std::string& name, const Sound& sound, const QString& options = "-b 128") const
     {
@@ -220,27 +185,8 @@ TEST_F(Mp3FileTest, OffersTheBitRatesOfTheFormatAndTakesTheNearest)
     EXPECT_EQ(file.bitRate(), 128000);
 }
 
-/// Saves a sound with tags in a picture and reads the file again.
 class Mp3SavingTest : public Mp3FileTest
 {
-protected:
-    void save(const std::string& name, const Sound& sound, Mp3File& writer,
-              const SoundSelection* selection = nullptr) const
-    {
-        std::vector<ClipList> tracks;
-        for (size_t c = 0; c < sound.numChannels; ++c)
-            tracks.emplace_back(floatClip(sound.channel(c)));
-        const TrackDocument document(tracks, sound.sampleRate);
-        for (size_t c = 0; c < sound.numChannels && sound.numChannels > 1; ++c)
-            (*document.audioTracks())[c]->setPan(c % 2 == 0 ? -1.0 : 1.0);
-        writer.setFileHandle(newFile(name));
-        writer.setFilePath(path(name));
-        writer.validateAndCorrectParameters();
-        SilentProgress progress;
-        MaybeError error;
-        EXPECT_TRUE(writer.saveDocument(document, selection, progress, &error))
-            << error->message.toStdString();
-    }
 };
 
 TEST_F(Mp3SavingTest, KeepsLengthPlaceAndLevelAtEveryShape)

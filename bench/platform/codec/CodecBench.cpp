@@ -35,10 +35,13 @@ StreamDescription compressed(FourCharCode formatID)
 std::shared_ptr<FileHandle> encoded(FourCharCode formatID, const std::vector<float>& sound)
 {
     auto handle = FileHandle::adopt(::memfd_create("bench", 0), "bench");
-    const auto writer = ContainerWriter::create(handle, ContainerType::kMpeg4, compressed(formatID),
-                                                {192000, kNumFrames}, nullptr);
-    writer->writeFloats(sound);
-    writer->finish();
+    const auto encoder = PacketEncoder::create(compressed(formatID), 192000, nullptr);
+    ContainerWriter writer(handle, ContainerType::kMpeg4, {kNumFrames, 0});
+    const auto sink = [&writer](AVPacket& packet) { return writer.writePacket(packet); };
+    writer.begin(*encoder);
+    encoder->encode(sound, sink);
+    encoder->finish(sink);
+    writer.finish({kNumFrames, encoder->primingFrames(), 0});
     return handle;
 }
 

@@ -69,18 +69,35 @@ QByteArray aifc(const StreamDescription& format, const QByteArray& sound)
 class ContainerWriterTest : public CodecTest
 {
 protected:
+    struct Options {
+        int64_t bitRate = 0;
+        int64_t numFrames = 0;
+    };
+
     PacketTable write(const std::string& name, FourCharCode type, const StreamDescription& format,
-                      const Sound& sound, ContainerWriter::Options options) const
+                      const Sound& sound, const Options& options) const
     {
         MaybeError error;
-        const auto writer = ContainerWriter::create(newFile(name), type, format, options, &error);
-        EXPECT_TRUE(writer) << (error ? error->message.toStdString() : "");
+        const auto encoder = PacketEncoder::create(format, options.bitRate, &error);
+        EXPECT_TRUE(encoder) << (error ? error->message.toStdString() : "");
+        ContainerWriter writer(newFile(name), type, {options.numFrames, 0});
+        EXPECT_FALSE(writer.begin(*encoder));
+        int64_t numPackets = 0;
+        const auto sink = [&](AVPacket& packet) {
+            ++numPackets;
+            return writer.writePacket(packet);
+        };
         const std::span<const float> samples(sound.samples);
         const size_t step = 1001 * sound.numChannels;
         for (size_t at = 0; at < samples.size(); at += step)
-            EXPECT_FALSE(writer->writeFloats(samples.subspan(at, std::min(step, samples.size() - at))));
-        EXPECT_FALSE(writer->finish());
-        return writer->packetTable();
+            EXPECT_FALSE(encoder->encode(samples.subspan(at, std::min(step, samples.size() - at)), sink));
+        EXPECT_FALSE(encoder->finish(sink));
+        PacketTable table{sound.numFrames(), encoder->primingFrames(), 0};
+        if (format.formatID() == DataFormat::kAac)
+            table.remainderFrames =
+                numPackets * encoder->framesPerPacket() - table.primingFrames - table.numberOfValidFrames;
+        EXPECT_FALSE(writer.finish(table));
+        return table;
     }
     QString probe(const QString& name, const QString& entries) const
     {
@@ -135,42 +152,43 @@ TEST_F(ContainerWriterTest, GivesAacBackInPlaceAndAtItsLength)
     }
 }
 
-TEST_F(ContainerWriterTest, PutsTheSoundOfAdtsWhereReadersLookForIt)
+TEST_F(ContainerWriterTest, WritesAdtsBehindTheDelayOfTheEncoder)
 {
     const Sound sound = testSound(50000, 1);
     const PacketTable table =
         write("x.aac", ContainerType::kAdts, compressed(DataFormat::kAac, sound), sound, {128000, 0});
-    EXPECT_EQ(table.primingFrames, 2112);
-    EXPECT_EQ(table.numberOfValidFrames, 50000);
     const std::vector<float> judged = floatsFromFfmpeg("x.aac");
-    EXPECT_EQ(lagOf(judged, sound.samples), 2112);
-    EXPECT_EQ(static_cast<int64_t>(judged.size()), 2112 + 50000 + table.remainderFrames);
+    EXPECT_EQ(lagOf(judged, sound.samples), table.primingFrames);
+    EXPECT_EQ(static_cast<int64_t>(judged.size()), table.primingFrames + 50000 + table.remainderFrames);
     EXPECT_LT(table.remainderFrames, 1024);
 }
 
-TEST_F(ContainerWriterTest, SaysWhatItCannotWrite)
+TEST_F(ContainerWriterTest, SaysThatAFileCannotBeWrittenTo)
+{
+    const Sound sound = testSound(30000, 2);
+    writeBytes("readonly.m4a", "");
+    const auto encoder = PacketEncoder::create(compressed(DataFormat::kAppleLossless, sound, 24), 0, nullptr);
+    ContainerWriter writer(FileHandle::openForReading(path("readonly.m4a")), ContainerType::kMpeg4, {});
+    MaybeError error = writer.begin(*encoder);
+    const auto sink = [&writer](AVPacket& packet) { return writer.writePacket(packet); };
+    if (!error)
+        error = encoder->encode(sound.samples, sink);
+    if (!error)
+        error = encoder->finish(sink);
+    if (!error)
+        error = writer.finish({sound.numFrames(), 0, 0});
+    EXPECT_TRUE(error);
+}
+
+TEST_F(ContainerWriterTest, SaysWhatCannotBeEncoded)
 {
     for (const double rate : {12345.0, 192000.0, 44100.5}) {
         const Sound sound{rate, 2, {}};
         MaybeError error;
-        EXPECT_FALSE(ContainerWriter::create(newFile("x.m4a"), ContainerType::kMpeg4,
-                                             compressed(DataFormat::kAac, sound), {}, &error));
+        EXPECT_FALSE(PacketEncoder::create(compressed(DataFormat::kAac, sound), 0, &error));
         ASSERT_TRUE(error);
         EXPECT_TRUE(error->message.contains("AAC cannot hold 2 channels at")) << error->message.toStdString();
     }
-    // A file that cannot be written to.
-    const Sound sound = testSound(30000, 2);
-    writeBytes("readonly.m4a", "");
-    const auto handle = FileHandle::openForReading(path("readonly.m4a"));
-    MaybeError error;
-    const auto writer = ContainerWriter::create(
-        handle, ContainerType::kMpeg4, compressed(DataFormat::kAppleLossless, sound, 24), {}, &error);
-    if (writer) {
-        error = writer->writeFloats(sound.samples);
-        if (!error)
-            error = writer->finish();
-    }
-    EXPECT_TRUE(error);
 }
 
 TEST_F(ContainerWriterTest, TakesWildSamplesForWhatTheyAre)

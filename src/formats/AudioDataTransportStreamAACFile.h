@@ -1,0 +1,45 @@
+#pragma once
+
+#include "formats/AudioFile.h"
+
+namespace velloria
+{
+
+class VLAudioFileDecompressor;
+
+/// AAC packets one after the other, each with a head of its own (ADTS, .aac). Such a file tells nothing of
+/// the encoder's delay, so 2112 frames at the start are left out on reading, and as many are put there on
+/// writing. It has no place for markers, tags or pictures.
+class AudioDataTransportStreamAACFile : public AudioFile
+{
+public:
+    /// For writing.
+    AudioDataTransportStreamAACFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
+    ~AudioDataTransportStreamAACFile() override;
+
+    static bool validateFileHeader(const FileHandle& handle);
+
+    /// Null without an error for a file of another type; null with one for a file that cannot be read.
+    static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
+
+    QString fileFormatUTI() const override;
+    QString encodingDescription() const override;
+    std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
+                                                                       MaybeError* error) override;
+
+    FileOptions fileOptions() const override;
+    void validateAndCorrectParameters() override;
+    bool storesIntegers() const override { return false; }
+    uint32_t maximumNumberOfChannels() const override { return 8; }
+
+protected:
+    MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+
+private:
+    explicit AudioDataTransportStreamAACFile(std::shared_ptr<FileHandle> handle);
+
+    /// Of an opened file until it is decoded.
+    std::unique_ptr<VLAudioFileDecompressor> mDecoder;
+};
+
+} // namespace velloria
