@@ -8,6 +8,12 @@ Error unreadable(const QString& name, const QString& why)
     return {Error::Code::corruptFile, QStringLiteral("“%1” cannot be read: %2.").arg(name, why)};
 }
 
+Error noSoundToSave(const QString& typeName)
+{
+    return {Error::Code::unsupported,
+            QStringLiteral("%1 files cannot be empty, and there is no sound to save.").arg(typeName)};
+}
+
 QString soundCutShort(const QString& name)
 {
     return QStringLiteral("“%1” ends before its sound does; what it holds was opened.").arg(name);

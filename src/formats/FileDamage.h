@@ -14,6 +14,9 @@ namespace FileDamage
 /// “name” cannot be read: <why>.
 Error unreadable(const QString& name, const QString& why);
 
+/// For a type whose files must hold some sound.
+Error noSoundToSave(const QString& typeName);
+
 QString soundCutShort(const QString& name);
 /// Some of it is silence now.
 QString soundDamaged(const QString& name);

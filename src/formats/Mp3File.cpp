@@ -147,6 +147,8 @@ QStringList Mp3File::soundLosses() const
 
 MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
+    if (range.numFrames == 0)
+        return FileDamage::noSoundToSave(displayTypeName());
     const QByteArray tag = mMetadata.id3Data();
     if (MaybeError error = writeRawData(tag, 0))
         return error;

@@ -131,9 +131,7 @@ StreamDescription Mpeg4File::fileDataFormat() const
 MaybeError Mpeg4File::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
     if (range.numFrames == 0)
-        return Error{
-            Error::Code::unsupported,
-            QStringLiteral("%1 files cannot be empty; there is no sound to save.").arg(displayTypeName())};
+        return FileDamage::noSoundToSave(displayTypeName());
     Mpeg4Extras extras;
     extras.markers = mMarkers;
     extras.sampleRate = static_cast<uint32_t>(std::lround(mSampleRate));

@@ -56,13 +56,13 @@ TEST_F(Mpeg4ChaptersTest, AreSeenByOtherPrograms)
         const auto& [position, name] = markers[static_cast<size_t>(i)];
         EXPECT_NEAR(chapter["start_time"].toString().toDouble(), static_cast<double>(position) / 44100.0,
                     1e-4);
-        EXPECT_EQ(chapter["tags"]["title"].toString(), name);
+        EXPECT_EQ(chapter["tags"].toObject()["title"].toString(), name);
     }
-    const QByteArray listed =
-        run("/usr/bin/python3", {"-c", "import mutagen.mp4 as m; f = m.MP4(\"a.m4a\"); "
-                                       "[print(\"%.4f\" % c.start, len(c.title)) for c in f.chapters]"});
     // The list holds at most 255 bytes, whole characters of two bytes each.
-    EXPECT_EQ(listed, "0.0100 3\n0.5000 127\n0.6803 5\n");
+    const QByteArray lengths =
+        run("/usr/bin/python3", {"-c", "import mutagen.mp4 as m; f = m.MP4(\"a.m4a\"); "
+                                       "print([len(c.title) for c in f.chapters])"});
+    EXPECT_EQ(lengths.trimmed().toStdString(), "[3, 127, 5]");
 }
 
 TEST_F(Mpeg4ChaptersTest, OfOtherProgramsAreRead)

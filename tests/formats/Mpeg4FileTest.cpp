@@ -42,7 +42,7 @@ TEST_F(Mpeg4FileTest, GivesAacBackAtItsLengthPlaceAndLevel)
         int64_t numFrames;
     } cases[] = {{44100.0, 2, 160000, 70001},
                  {48000.0, 1, 96000, 50000},
-                 {22050.0, 2, 64000, 30001},
+                 {22050.0, 2, 96000, 30001},
                  {44100.0, 1, 0, 1}};
     for (const auto& each : cases) {
         SCOPED_TRACE(testing::Message() << each.sampleRate << " " << each.numFrames);
@@ -77,8 +77,9 @@ TEST_F(Mpeg4FileTest, KeepsEveryTagAndOthersReadThem)
     const MetadataDictionary expected = metadata.dictionary();
     const MetadataDictionary got = file->metadata().dictionary();
     for (const QString& key : AudioMetadata::dictionaryKeys()) {
-        if (key != MetadataKey::attachedPictures)
-            EXPECT_EQ(got.value(key).toString(), expected.value(key).toString()) << key.toStdString();
+        if (key == MetadataKey::attachedPictures)
+            continue;
+        EXPECT_EQ(got.value(key).toString(), expected.value(key).toString()) << key.toStdString();
     }
     ASSERT_EQ(file->metadata().artwork().size(), 2);
     for (qsizetype i = 0; i < 2; ++i) {
@@ -91,10 +92,11 @@ TEST_F(Mpeg4FileTest, KeepsEveryTagAndOthersReadThem)
         run("/usr/bin/python3",
             {"-c", "import mutagen.mp4 as m; f = m.MP4(\"a.m4a\"); t = f.tags; "
                    "print(t[\"\\xa9nam\"][0], t[\"trkn\"][0], t[\"disk\"][0], t[\"tmpo\"][0], t[\"cpil\"], "
-                   "t[\"pgap\"], t[\"pcst\"], [c.imageformat.name for c in t[\"covr\"]], sep=\"|\")"});
+                   "t[\"pgap\"], t[\"pcst\"], [int(c.imageformat) for c in t[\"covr\"]], sep=\"|\")"});
     EXPECT_EQ(QString::fromUtf8(seen).trimmed(),
-              QStringLiteral("title – Ünï 音楽 שלום|(3, 12)|(1, 2)|127|True|True|True|['PNG', 'JPEG']"));
-    EXPECT_EQ(probed("a.m4a")["format"]["tags"]["album_artist"].toString(), "album artist – Ünï 音楽 שלום");
+              QStringLiteral("title – Ünï 音楽 שלום|(3, 12)|(1, 2)|127|True|True|True|[14, 13]"));
+    EXPECT_EQ(probed("a.m4a")["format"].toObject()["tags"].toObject()["album_artist"].toString(),
+              "album artist – Ünï 音楽 שלום");
 }
 
 TEST_F(Mpeg4FileTest, ReadsTagsOfOthersAndTellsThoseItCannotKeep)

@@ -77,13 +77,13 @@ const AVInputFormat* formatOf(const FileHandle& handle, FourCharCode typeHint)
 }
 
 /// What FFmpeg is shown of MPEG audio: not what stands before the first packet, where it would lose packets
-/// until it is sure of itself, and more than a single packet, behind which it would look for a second one.
+/// until it is sure of itself, and more than one or two packets, behind which it would look for another.
 FileIoContext::Window windowOnMpegAudio(const FileHandle& handle)
 {
     constexpr int64_t numZeros = 131072;
     const auto start =
         ElementaryStreams::startOfMpegAudio(handle).value_or(ElementaryStreams::MpegAudioStart());
-    return {start.offset, start.isSinglePacket ? numZeros : 0};
+    return {start.offset, start.isShort ? numZeros : 0};
 }
 
 bool hasMpegAudioHead(const AVPacket& packet)

@@ -136,7 +136,7 @@ std::optional<MpegAudioStart> startOfMpegAudio(const FileHandle& handle)
         if (data[i] != 0xFF || !mpegHead(data + i))
             continue;
         if (const int numHeads = numHeadsInRowAt(handle, start + i, mpegHead))
-            return MpegAudioStart{start + i, numHeads == 1};
+            return MpegAudioStart{start + i, numHeads < kNumHeadsInRow};
     }
     return std::nullopt;
 }

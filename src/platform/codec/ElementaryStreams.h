@@ -18,8 +18,8 @@ int64_t lengthOfLeadingTags(const FileHandle& handle);
 
 struct MpegAudioStart {
     int64_t offset = 0;
-    /// The first packet is the only one.
-    bool isSinglePacket = false;
+    /// There are one or two packets.
+    bool isShort = false;
 };
 /// Where MPEG audio (Layer I, II or III) begins, behind tags or up to a megabyte of anything else; nothing
 /// when there is none.
