@@ -66,5 +66,6 @@ Subcommand waveformSubcommand();
 Subcommand splitSubcommand();
 Subcommand commandsSubcommand();
 Subcommand devicesSubcommand();
+Subcommand playSubcommand();
 
 } // namespace velloria

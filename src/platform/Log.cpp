@@ -12,6 +12,7 @@ namespace
 std::mutex gLogMutex;
 int gNumCaptures = 0;
 bool gIsLogEnabled = true;
+bool gIsPrintEnabled = true;
 QStringList gLogged;
 QStringList gPrinted;
 
@@ -44,7 +45,13 @@ void setLogEnabled(bool enabled)
 
 void printLine(const QString& line)
 {
-    write(line, gPrinted, stdout, true);
+    write(line, gPrinted, stdout, gIsPrintEnabled);
+}
+
+void setPrintEnabled(bool enabled)
+{
+    const std::lock_guard lock(gLogMutex);
+    gIsPrintEnabled = enabled;
 }
 
 LogCapture::LogCapture()

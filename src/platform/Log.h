@@ -16,6 +16,9 @@ void setLogEnabled(bool enabled);
 /// Writes one line to standard output. Any thread.
 void printLine(const QString& line);
 
+/// Whether printLine() writes; the same for a program whose standard output is its user's.
+void setPrintEnabled(bool enabled);
+
 /// Collects the lines of logLine() and printLine() instead of writing them, for as long as it lives.
 /// Captures do not nest: the newest one gets the lines.
 class LogCapture

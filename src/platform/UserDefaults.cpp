@@ -27,7 +27,8 @@ void UserDefaults::registerDefault(const QString& key, const QVariant& value)
 
 QVariant UserDefaults::value(const QString& key) const
 {
-    return mSettings->value(key, mRegistered.value(key));
+    const auto found = mOverrides.constFind(key);
+    return found != mOverrides.constEnd() ? *found : mSettings->value(key, mRegistered.value(key));
 }
 
 bool UserDefaults::isSet(const QString& key) const

@@ -22,11 +22,13 @@ public:
     /// What value() answers for a key that was never set.
     void registerDefault(const QString& key, const QVariant& value);
 
-    /// The set value, else the registered default, else an invalid QVariant.
+    /// The overriding value, else the set one, else the registered default, else an invalid QVariant.
     QVariant value(const QString& key) const;
     bool isSet(const QString& key) const;
     void setValue(const QString& key, const QVariant& value);
     void removeValue(const QString& key);
+    /// Stands before the set value for as long as this process runs, and is not kept.
+    void overrideValue(const QString& key, const QVariant& value) { mOverrides.insert(key, value); }
 
     double doubleValue(const QString& key) const { return value(key).toDouble(); }
     int integerValue(const QString& key) const { return value(key).toInt(); }
@@ -36,6 +38,7 @@ public:
 private:
     std::unique_ptr<QSettings> mSettings;
     QMap<QString, QVariant> mRegistered;
+    QMap<QString, QVariant> mOverrides;
 };
 
 } // namespace velloria

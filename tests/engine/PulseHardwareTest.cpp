@@ -1,4 +1,5 @@
 #include "platform/hardware/PulseHardware.h"
+#include "engine/Capture.h"
 #include "engine/EventLoop.h"
 #include "engine/PulseServer.h"
 #include "platform/hardware/HardwareCodes.h"
@@ -27,27 +28,6 @@ public:
 
 private:
     float mNext = 0;
-};
-
-/// Keeps what comes in, up to a number of frames.
-class Keeper : public InputClient
-{
-public:
-    explicit Keeper(size_t numFrames)
-        : frames(2 * numFrames)
-    {
-    }
-    void capture(const float* block, uint32_t numFrames) noexcept override
-    {
-        const size_t at = numKept.load();
-        const size_t count = std::min<size_t>(numFrames, frames.size() / 2 - at);
-        std::copy_n(block, 2 * count, frames.data() + 2 * at);
-        numKept.store(at + count);
-    }
-    bool isFull() const { return numKept.load() == frames.size() / 2; }
-
-    std::vector<float> frames;
-    std::atomic<size_t> numKept{0};
 };
 
 QStringList uidsOf(const HardwareState& state)
@@ -144,7 +124,7 @@ TEST(PulseHardware, PlaysAndRecordsEveryFrameUnchanged)
     // A machine under load may starve the server itself, which then says so; then this says nothing.
     for (int attempt = 0; attempt < 10 && !isUnbroken; ++attempt) {
         Counter counter;
-        Keeper keeper(30000);
+        kit::Keeper keeper(30000);
         const auto input = hardware.openInput(
             {state.deviceWithUID(QStringLiteral("two48.monitor"))->id, QStringLiteral("Test"), {}}, keeper,
             nullptr);
