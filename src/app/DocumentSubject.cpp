@@ -82,6 +82,21 @@ std::vector<AudioMarkerPtr> DocumentSubject::markers() const
     return mController->document().orderedMarkers();
 }
 
+void DocumentSubject::setMarkerName(const AudioMarkerPtr& marker, const QString& name)
+{
+    mController->document().setName(name, marker);
+}
+
+void DocumentSubject::setMarkerPosition(const AudioMarkerPtr& marker, int64_t position)
+{
+    mController->document().setPosition(position, marker);
+}
+
+void DocumentSubject::removeMarker(const AudioMarkerPtr& marker)
+{
+    mController->document().removeAudioMarker(marker);
+}
+
 double DocumentSubject::nearestZeroCrossing(double within, double to, int32_t track) const
 {
     return mController->nearestZeroCrossingWithin(within, to, track);

@@ -30,6 +30,9 @@ public:
     double cueTime() const override;
     void setCueTime(double seconds) override;
     std::vector<AudioMarkerPtr> markers() const override;
+    void setMarkerName(const AudioMarkerPtr& marker, const QString& name) override;
+    void setMarkerPosition(const AudioMarkerPtr& marker, int64_t position) override;
+    void removeMarker(const AudioMarkerPtr& marker) override;
     double nearestZeroCrossing(double within, double to, int32_t track) const override;
 
 private:

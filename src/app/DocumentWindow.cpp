@@ -10,11 +10,14 @@
 #include "app/HelpActions.h"
 #include "app/HistoryDock.h"
 #include "app/LevelScale.h"
+#include "app/MarkerActions.h"
+#include "app/MarkerListDock.h"
 #include "app/OpenJob.h"
 #include "app/OpeningBar.h"
 #include "app/ProgressSheet.h"
 #include "app/RulerWidget.h"
 #include "app/Settings.h"
+#include "app/SoundActions.h"
 #include "app/StatusLine.h"
 #include "app/TrackNames.h"
 #include "app/ViewActions.h"
@@ -45,6 +48,7 @@ constexpr QSize kDefaultSize(1120, 560);
 constexpr int kActivityMilliseconds = 200;
 constexpr int kIconSize = 20;
 constexpr int kHistoryWidth = 200;
+constexpr int kMarkerListWidth = 260;
 
 } // namespace
 
@@ -57,6 +61,7 @@ DocumentWindow::DocumentWindow(std::shared_ptr<SoundDocument> document, Applicat
     adopt(std::move(document));
     buildView();
     buildHistory();
+    buildMarkerList();
     buildMenus();
     buildToolBar();
     const QSize size = UserDefaults::standard().value(Settings::windowSize).toSize();
@@ -103,6 +108,7 @@ void DocumentWindow::replaceDocument(std::shared_ptr<SoundDocument> document)
     mHistory->setStack(nullptr);
     adopt(std::move(document));
     mHistory->setStack(&this->document().undoManager());
+    mMarkerList->setDocument(mController->sharedDocument());
     mView->context().documentDidReload();
     mView->context().cueDidChange();
     mView->context().zoomToDefault();
@@ -162,7 +168,7 @@ void DocumentWindow::cancelOpening()
 
 void DocumentWindow::enableEditing(bool isEnabled)
 {
-    for (QAction* const menu : {mEditMenu, mEffectsMenu})
+    for (QAction* const menu : {mEditMenu, mMarkersMenu, mSoundMenu, mEffectsMenu})
         menu->setEnabled(isEnabled);
 }
 
@@ -189,6 +195,19 @@ void DocumentWindow::buildHistory()
     mHistory->hide();
 }
 
+void DocumentWindow::buildMarkerList()
+{
+    mMarkerList = new MarkerListDock(this);
+    mMarkerList->setDocument(mController->sharedDocument());
+    addDockWidget(Qt::RightDockWidgetArea, mMarkerList);
+    resizeDocks({mMarkerList}, {kMarkerListWidth}, Qt::Horizontal);
+    mMarkerList->hide();
+    connect(mMarkerList, &MarkerListDock::markerChosen, this, [this](double seconds) {
+        mView->context().placeCue(seconds);
+        revealSelection();
+    });
+}
+
 void DocumentWindow::buildMenus()
 {
     mFileActions = std::make_unique<FileActions>(*this, *menuBar());
@@ -196,6 +215,10 @@ void DocumentWindow::buildMenus()
     mEditActions = std::make_unique<EditActions>(*this, *menuBar(), *mHistory->toggleViewAction());
     mEditMenu = lastMenu();
     mViewActions = std::make_unique<ViewActions>(*this, *menuBar());
+    mMarkerActions = new MarkerActions(*this, *menuBar(), *mMarkerList->toggleViewAction());
+    mMarkersMenu = lastMenu();
+    mSoundActions = new SoundActions(*this, *menuBar());
+    mSoundMenu = lastMenu();
     mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
     mEffectsMenu = lastMenu();
     mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
@@ -248,6 +271,8 @@ void DocumentWindow::updateState()
     mEditActions->update();
     mViewActions->update();
     mEffectActions->update();
+    mMarkerActions->update();
+    mSoundActions->update();
 }
 
 void DocumentWindow::updateTitle()
@@ -287,6 +312,7 @@ void DocumentWindow::updateActivity()
 void DocumentWindow::settingsDidChange()
 {
     mView->context().reloadSettings();
+    mMarkerList->model().refresh();
     updateState();
 }
 
@@ -320,12 +346,15 @@ void DocumentWindow::cueDidChange()
 void DocumentWindow::documentDidReload()
 {
     mView->context().documentDidReload();
+    mMarkerList->model().refresh();
     updateState();
 }
 
 void DocumentWindow::markersDidChange()
 {
     mView->context().markersDidChange();
+    mMarkerList->model().refresh();
+    mMarkerActions->update();
 }
 
 void DocumentWindow::setNeedsDisplayWithFrameOffset(int64_t offset, int64_t length)

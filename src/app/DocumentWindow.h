@@ -43,6 +43,7 @@ public:
     EditActions& editActions() { return *mEditActions; }
     EffectActions& effectActions() { return *mEffectActions; }
     ViewActions& viewActions() { return *mViewActions; }
+    class MarkerListDock& markerList() { return *mMarkerList; }
 
     /// New, empty and untouched: opening a file may take its place.
     bool isPristine() const;
@@ -92,6 +93,7 @@ private:
     void buildMenus();
     void buildToolBar();
     void buildHistory();
+    void buildMarkerList();
     void updateTitle();
     void updateFormat();
     void updateActivity();
@@ -109,6 +111,10 @@ private:
     WaveformView* mView = nullptr;
     StatusLine* mStatusLine = nullptr;
     class HistoryDock* mHistory = nullptr;
+    class MarkerListDock* mMarkerList = nullptr;
+    // Both belong to the menu bar.
+    class MarkerActions* mMarkerActions = nullptr;
+    class SoundActions* mSoundActions = nullptr;
     std::unique_ptr<FileActions> mFileActions;
     std::unique_ptr<EditActions> mEditActions;
     std::unique_ptr<ViewActions> mViewActions;
@@ -117,6 +123,8 @@ private:
     QPointer<OpenJob> mJob;
     OpeningBar* mOpeningBar = nullptr;
     QAction* mEditMenu = nullptr;
+    QAction* mMarkersMenu = nullptr;
+    QAction* mSoundMenu = nullptr;
     QAction* mEffectsMenu = nullptr;
     QTimer mActivityTimer;
     int mSettingsToken = 0;

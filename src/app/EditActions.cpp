@@ -3,6 +3,7 @@
 #include "app/Application.h"
 #include "app/Commands.h"
 #include "app/DocumentWindow.h"
+#include "app/EditSheets.h"
 #include "app/TrackNames.h"
 #include "app/WaveformView.h"
 #include "document/AudioClipboard.h"
@@ -37,8 +38,6 @@ EditActions::EditActions(DocumentWindow& window, QMenuBar& menuBar, QAction& his
     addClipboard(menu);
     menu.addSeparator();
     addSelection(menu);
-    menu.addSeparator();
-    addMarkers(menu);
     menu.addSeparator();
     //% "Pre&ferences…"
     QAction* const preferences =
@@ -80,6 +79,10 @@ void EditActions::addClipboard(QMenu& menu)
     mCopy = Commands::add(menu, qtTrId("edit-copy"), {QKeySequence::Copy}, [this] { copy(); });
     //% "&Paste"
     mPaste = Commands::add(menu, qtTrId("edit-paste"), {QKeySequence::Paste}, [this] { paste(); });
+    //% "Mi&x Paste…"
+    mMixPaste =
+        Commands::add(menu, qtTrId("edit-mix-paste"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V)},
+                      [this] { EditSheets::mixPaste(mWindow); });
     //% "&Delete"
     mDelete = Commands::add(menu, qtTrId("edit-delete"), {Qt::Key_Delete, Qt::Key_Backspace},
                             [this] { mWindow.controller().deleteSelection(Commands::plainName(*mDelete)); });
@@ -104,20 +107,15 @@ void EditActions::addSelection(QMenu& menu)
     //% "Select &None"
     Commands::add(menu, qtTrId("edit-select-none"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A)},
                   [this] { mWindow.controller().selectNone(); });
+    //% "Select to Start"
+    Commands::add(menu, qtTrId("edit-select-to-start"), {QKeySequence(Qt::CTRL | Qt::Key_BracketLeft)},
+                  [this] { mWindow.controller().selectToStart(); });
+    //% "Select to End"
+    Commands::add(menu, qtTrId("edit-select-to-end"), {QKeySequence(Qt::CTRL | Qt::Key_BracketRight)},
+                  [this] { mWindow.controller().selectToEnd(); });
     //% "Select &Tracks"
     mTracks = menu.addMenu(qtTrId("edit-select-tracks"));
     connect(mTracks, &QMenu::aboutToShow, this, &EditActions::fillTracks);
-}
-
-void EditActions::addMarkers(QMenu& menu)
-{
-    //% "Insert &Marker"
-    Commands::add(menu, qtTrId("edit-insert-marker"), Commands::letter(Qt::Key_M),
-                  [this] { mWindow.controller().insertMarker(); });
-    //% "Delete All Markers"
-    mDeleteMarkers = Commands::add(menu, qtTrId("edit-delete-markers"), {}, [this] {
-        mWindow.controller().deleteAllMarkers(Commands::plainName(*mDeleteMarkers));
-    });
 }
 
 void EditActions::fillTracks()
@@ -163,8 +161,8 @@ void EditActions::update()
     for (QAction* const action : {mCut, mCopy, mDelete, mClear, mCrop})
         action->setEnabled(hasSelection);
     mPaste->setEnabled(AudioClipboard::clipboard().hasContent());
+    mMixPaste->setEnabled(AudioClipboard::clipboard().hasContent());
     mTracks->setEnabled(mWindow.document().trackCount() > 1);
-    mDeleteMarkers->setEnabled(!mWindow.document().audioMarkers()->empty());
 }
 
 void EditActions::copy()

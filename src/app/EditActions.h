@@ -12,7 +12,7 @@ namespace velloria
 
 class DocumentWindow;
 
-/// The Edit menu: history, clipboard, selection, markers. Steps are named after the menu's items.
+/// The Edit menu: history, clipboard, selection. Steps are named after the menu's items.
 class EditActions : public QObject
 {
     Q_OBJECT
@@ -35,7 +35,6 @@ private:
     void addHistory(QMenu& menu, QAction& historyToggle);
     void addClipboard(QMenu& menu);
     void addSelection(QMenu& menu);
-    void addMarkers(QMenu& menu);
     void fillTracks();
     void selectTracks(int32_t firstTrack, int32_t numTracks);
     void copy();
@@ -49,10 +48,10 @@ private:
     QAction* mCut = nullptr;
     QAction* mCopy = nullptr;
     QAction* mPaste = nullptr;
+    QAction* mMixPaste = nullptr;
     QAction* mDelete = nullptr;
     QAction* mClear = nullptr;
     QAction* mCrop = nullptr;
-    QAction* mDeleteMarkers = nullptr;
     QMenu* mTracks = nullptr;
     int mClipboardToken = 0;
 };

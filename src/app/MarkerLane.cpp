@@ -5,12 +5,18 @@
 #include "display/TimeFormatter.h"
 #include "platform/UserDefaults.h"
 
+#include <QApplication>
+#include <QContextMenuEvent>
 #include <QHelpEvent>
+#include <QLineEdit>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QShortcut>
 #include <QToolTip>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace velloria
 {
@@ -54,7 +60,14 @@ void MarkerLane::reload()
 
 double MarkerLane::timeOf(const AudioMarkerPtr& marker) const
 {
+    if (mDragTime && marker == mPressed)
+        return *mDragTime;
     return marker->secondsWithSampleRate(mContext.subject().sampleRate());
+}
+
+bool MarkerLane::isLocked() const
+{
+    return UserDefaults::standard().boolValue(Settings::locksMarkers);
 }
 
 std::vector<MarkerLane::Flag> MarkerLane::visibleFlags() const
@@ -137,8 +150,80 @@ void MarkerLane::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton)
         return;
-    if (const AudioMarkerPtr marker = markerAt(event->position().x()))
-        mContext.placeCue(timeOf(marker));
+    mPressed = markerAt(event->position().x());
+    mPressX = event->position().x();
+    mDragTime.reset();
+    if (mPressed)
+        mContext.placeCue(timeOf(mPressed));
+}
+
+void MarkerLane::mouseMoveEvent(QMouseEvent* event)
+{
+    if (mPressed && !isLocked() &&
+        (mDragTime || std::abs(event->position().x() - mPressX) >= QApplication::startDragDistance()))
+        dragTo(*event);
+}
+
+void MarkerLane::dragTo(const QMouseEvent& event)
+{
+    const double grabbed = mPressed->secondsWithSampleRate(mContext.subject().sampleRate());
+    const WaveformViewGeometry& geometry = mContext.geometry();
+    const double time = grabbed + geometry.secondsFromPixels(event.position().x() - mPressX);
+    mDragTime = event.modifiers().testFlag(Qt::ControlModifier) ? mContext.clampedTime(time)
+                                                                : mContext.snappedMarkerTime(time, mPressed);
+    update();
+}
+
+void MarkerLane::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    const AudioMarkerPtr marker = std::move(mPressed);
+    const std::optional<double> time = std::exchange(mDragTime, std::nullopt);
+    mPressed = nullptr;
+    if (marker && time)
+        mContext.subject().setMarkerPosition(marker, frameAtTime(*time, mContext.subject().sampleRate()));
+    update();
+}
+
+void MarkerLane::contextMenuEvent(QContextMenuEvent* event)
+{
+    const AudioMarkerPtr marker = markerAt(event->pos().x());
+    if (!marker)
+        return;
+    QMenu menu(this);
+    //% "Rename"
+    menu.addAction(qtTrId("marker-rename"), this, [this, marker] { rename(marker); });
+    //% "Delete"
+    menu.addAction(qtTrId("marker-delete"), this, [this, marker] { mContext.subject().removeMarker(marker); })
+        ->setEnabled(!isLocked());
+    menu.exec(event->globalPos());
+}
+
+void MarkerLane::rename(const AudioMarkerPtr& marker)
+{
+    constexpr int fieldWidth = 160;
+    auto* const field = new QLineEdit(marker->name(), this);
+    field->setAccessibleName(qtTrId("marker-rename"));
+    const auto x = static_cast<int>(mContext.geometry().xAtTime(timeOf(marker)));
+    field->setGeometry(std::clamp(x, 0, std::max(0, width() - fieldWidth)), 0, fieldWidth, height());
+    field->selectAll();
+    field->show();
+    field->setFocus();
+    connect(field, &QLineEdit::editingFinished, this, [this, field, marker] {
+        // Hiding a field that has the focus ends its editing once more.
+        field->disconnect(this);
+        field->deleteLater();
+        mContext.subject().setMarkerName(marker, field->text());
+    });
+    auto* const giveUp = new QShortcut(Qt::Key_Escape, field);
+    giveUp->setContext(Qt::WidgetShortcut);
+    connect(giveUp, &QShortcut::activated, field, [this, field] {
+        field->disconnect(this);
+        field->deleteLater();
+    });
+    // What moves under the field ends the editing, and keeps what was typed.
+    connect(&mContext, &WaveformContext::viewChanged, field, [field] { field->clearFocus(); });
 }
 
 void MarkerLane::mouseDoubleClickEvent(QMouseEvent* event)

@@ -20,6 +20,8 @@ void Settings::registerDefaults()
     defaults.registerDefault(levelScaleInDecibels, true);
     defaults.registerDefault(showsOverview, true);
     defaults.registerDefault(showsMarkers, true);
+    defaults.registerDefault(locksMarkers, false);
+    defaults.registerDefault(showsGrid, false);
     defaults.registerDefault(snapsToMarkers, snap.snapsToMarkers);
     defaults.registerDefault(snapsToGrid, snap.snapsToGrid);
     defaults.registerDefault(snapsToZeroCrossings, static_cast<int>(snap.snapsToZeroCrossings));

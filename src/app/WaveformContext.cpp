@@ -57,6 +57,17 @@ double WaveformContext::snappedTime(double time, int32_t track) const
     return clampedTime(mSnapper.applySnapsWithInitialTime(clampedTime(time), std::max(0, track)));
 }
 
+double WaveformContext::snappedMarkerTime(double time, const AudioMarkerPtr& marker) const
+{
+    std::vector<int64_t> others;
+    for (const AudioMarkerPtr& other : mSubject.markers())
+        if (other != marker)
+            others.push_back(other->position());
+    TimeSnapper snapper = mSnapper;
+    snapper.setMarkerPositions(std::move(others));
+    return clampedTime(snapper.applySnapsWithInitialTime(clampedTime(time), 0));
+}
+
 double WaveformContext::selectionAnchor() const
 {
     // The anchor outlives changes of the selection that did not come from the mouse or the keys.

@@ -40,6 +40,8 @@ public:
     /// so, and within the document.
     double snappedTime(double time, int32_t track) const;
     double clampedTime(double time) const;
+    /// The same for a marker that is dragged: it does not snap to where it was.
+    double snappedMarkerTime(double time, const AudioMarkerPtr& marker) const;
 
     /// The end of the selection that stays put when it is extended.
     double selectionAnchor() const;

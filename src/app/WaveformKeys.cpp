@@ -1,5 +1,6 @@
 #include "app/WaveformKeys.h"
 
+#include "app/Settings.h"
 #include "app/WaveformContext.h"
 #include "app/WaveformWidget.h"
 
@@ -25,7 +26,12 @@ bool WaveformKeys::press(const QKeyEvent& event)
     case Qt::Key_Left:
     case Qt::Key_Right: {
         const int direction = event.key() == Qt::Key_Left ? -1 : 1;
-        goTo(jumps ? jumpedTime(from, direction) : steppedTime(from, direction), extends);
+        const bool isAlt = event.modifiers().testFlag(Qt::AltModifier);
+        const double target = isAlt && jumps ? nextZeroCrossing(from, direction)
+                              : isAlt        ? nextGridLine(from, direction)
+                              : jumps        ? jumpedTime(from, direction)
+                                             : steppedTime(from, direction);
+        goTo(target, extends);
         return true;
     }
     case Qt::Key_Home:
@@ -74,6 +80,38 @@ double WaveformKeys::jumpedTime(double from, int direction) const
     }
     const auto next = std::lower_bound(stops.begin(), stops.end(), from);
     return next == stops.begin() ? from : *std::prev(next);
+}
+
+double WaveformKeys::nextGridLine(double from, int direction) const
+{
+    constexpr double tolerance = 1e-9;
+    const SnapSettings settings = Settings::snapSettings();
+    const double spacing = settings.gridSpacing(mContext.subject().sampleRate());
+    const double offset = settings.gridOffset(mContext.subject().sampleRate());
+    if (!(spacing > 0.0) || !std::isfinite(spacing) || !std::isfinite(offset))
+        return from;
+    const double line = (from - offset) / spacing;
+    const double next = direction > 0 ? std::floor(line + tolerance) + 1 : std::ceil(line - tolerance) - 1;
+    return next * spacing + offset;
+}
+
+double WaveformKeys::nextZeroCrossing(double from, int direction) const
+{
+    // Looks into one short stretch after the other, so that the first one found is near.
+    constexpr double reachSeconds = 1.0;
+    constexpr double framesPerStretch = 8;
+    const double rate = mContext.subject().sampleRate();
+    const double half = framesPerStretch / 2 / rate;
+    const int32_t track = std::max(0, mContext.selection().firstTrack);
+    const double start = std::round(from * rate) / rate + direction * 0.5 / rate;
+    for (double distance = half; distance < reachSeconds; distance += 2 * half) {
+        const double middle = start + direction * distance;
+        // A frame more than the stretch: a crossing lies between two of them.
+        const double found = mContext.subject().nearestZeroCrossing(half + 1 / rate, middle, track);
+        if (found != middle && std::abs(found - from) * rate >= 0.5)
+            return found;
+    }
+    return from;
 }
 
 void WaveformKeys::goTo(double time, bool extends)

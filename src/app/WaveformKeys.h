@@ -9,7 +9,8 @@ class WaveformContext;
 class WaveformWidget;
 
 /// What the keys do in the waveform that are no menu commands: arrows move the cue by a pixel (with Ctrl to
-/// the next marker or edge of the selection), Home and End go to the ends, with Shift all of them change the
+/// the next marker or edge of the selection, with Alt to the next grid line, with both to the next zero
+/// crossing), Home and End go to the ends, with Shift all of them change the
 /// selection; Page Up and Page Down scroll.
 class WaveformKeys
 {
@@ -23,6 +24,8 @@ private:
     double head() const;
     double steppedTime(double from, int direction) const;
     double jumpedTime(double from, int direction) const;
+    double nextGridLine(double from, int direction) const;
+    double nextZeroCrossing(double from, int direction) const;
     void goTo(double time, bool extends);
     void reveal(double time);
 

@@ -37,6 +37,10 @@ public:
 
     /// In the order of their positions.
     virtual std::vector<AudioMarkerPtr> markers() const = 0;
+    // Each is one undo step.
+    virtual void setMarkerName(const AudioMarkerPtr&, const QString&) {}
+    virtual void setMarkerPosition(const AudioMarkerPtr&, int64_t) {}
+    virtual void removeMarker(const AudioMarkerPtr&) {}
     virtual double nearestZeroCrossing(double within, double to, int32_t track) const = 0;
 };
 

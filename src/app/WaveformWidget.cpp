@@ -1,8 +1,10 @@
 #include "app/WaveformWidget.h"
 
+#include "app/Settings.h"
 #include "app/WaveformContext.h"
 #include "app/WaveformKeys.h"
 #include "app/WaveformMouse.h"
+#include "platform/UserDefaults.h"
 
 #include <QEvent>
 #include <QPaintEvent>
@@ -170,12 +172,37 @@ void WaveformWidget::paintGrid(QPainter& painter, const QRect& dirty) const
         if (x >= sound.left() && x < sound.right())
             painter.fillRect(QRectF(x, 0, 1, height()), theme.grid);
     }
+    paintEditGrid(painter, sound & QRectF(dirty));
     const LaneLayout layout = layoutOfLanes();
     const QRectF row(sound.left(), 0, sound.width(), 1);
     for (int32_t track = 0; track < layout.numTracks; ++track) {
         painter.fillRect(row.translated(0, std::floor(layout.laneMiddle(track))), theme.axis);
         for (const double level : {0.5, -0.5})
             painter.fillRect(row.translated(0, std::floor(layout.yOfLevel(track, level))), theme.grid);
+    }
+}
+
+/// The grid that times snap to. Where its lines would be closer than a person could tell apart there are
+/// none.
+void WaveformWidget::paintEditGrid(QPainter& painter, const QRectF& area) const
+{
+    if (!UserDefaults::standard().boolValue(Settings::showsGrid) || area.isEmpty())
+        return;
+    constexpr double closestLines = 4;
+    const SnapSettings settings = Settings::snapSettings();
+    const double rate = mContext.subject().sampleRate();
+    const double spacing = settings.gridSpacing(rate);
+    const double offset = settings.gridOffset(rate);
+    const WaveformViewGeometry& geometry = mContext.geometry();
+    if (!(spacing > 0.0) || !std::isfinite(offset) || geometry.pixelsFromSeconds(spacing) < closestLines)
+        return;
+    QColor color = mContext.theme().selectionEdge;
+    color.setAlpha(90);
+    for (double line = std::ceil((geometry.timeAtX(area.left()) - offset) / spacing);; line += 1) {
+        const double x = std::round(geometry.xAtTime(line * spacing + offset));
+        if (x > area.right())
+            break;
+        painter.fillRect(QRectF(x, 0, 1, height()), color);
     }
 }
 

@@ -56,6 +56,7 @@ private:
     WaveformRaster::View rasterView() const;
     void paintLanes(QPainter& painter, const QRect& dirty) const;
     void paintGrid(QPainter& painter, const QRect& dirty) const;
+    void paintEditGrid(QPainter& painter, const QRectF& area) const;
     void paintSelection(QPainter& painter) const;
     void paintSound(QPainter& painter, const QRect& dirty);
     void paintLines(QPainter& painter, const QRect& dirty) const;

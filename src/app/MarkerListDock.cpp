@@ -1,0 +1,65 @@
+#include "app/MarkerListDock.h"
+
+#include "document/UndoGroup.h"
+
+#include <QCoreApplication>
+#include <QHeaderView>
+#include <QShortcut>
+#include <QTableView>
+
+namespace velloria
+{
+
+MarkerListDock::MarkerListDock(QWidget* parent)
+    : QDockWidget(parent)
+    , mModel(new MarkerListModel(this))
+    , mList(new QTableView(this))
+{
+    //% "Marker List"
+    setWindowTitle(qtTrId("marker-list"));
+    setObjectName(QStringLiteral("markers"));
+    setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+    mList->setModel(mModel);
+    mList->setAccessibleName(windowTitle());
+    mList->setFrameShape(QFrame::NoFrame);
+    mList->setShowGrid(false);
+    mList->setSelectionBehavior(QAbstractItemView::SelectRows);
+    mList->setAlternatingRowColors(true);
+    mList->verticalHeader()->hide();
+    mList->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
+    mList->horizontalHeader()->setStretchLastSection(true);
+    mList->horizontalHeader()->setHighlightSections(false);
+    mList->setColumnWidth(MarkerListModel::timeColumn,
+                          fontMetrics().horizontalAdvance(QStringLiteral("00:00'00.0000")) + 24);
+    setWidget(mList);
+    connect(mList, &QTableView::clicked, this, &MarkerListDock::choose);
+    auto* const shortcut = new QShortcut(Qt::Key_Delete, mList);
+    shortcut->setContext(Qt::WidgetShortcut);
+    connect(shortcut, &QShortcut::activated, this, &MarkerListDock::deleteChosen);
+}
+
+void MarkerListDock::setDocument(std::shared_ptr<SoundDocument> document)
+{
+    mDocument = document;
+    mModel->setDocument(std::move(document));
+}
+
+void MarkerListDock::choose(const QModelIndex& index)
+{
+    if (const AudioMarkerPtr marker = mModel->markerAtRow(index.row()))
+        Q_EMIT markerChosen(marker->secondsWithSampleRate(mDocument->sampleRate()));
+}
+
+void MarkerListDock::deleteChosen()
+{
+    std::vector<AudioMarkerPtr> chosen;
+    for (const QModelIndex& index : mList->selectionModel()->selectedRows())
+        chosen.push_back(mModel->markerAtRow(index.row()));
+    //: The name of an undo step
+    //% "Delete Markers"
+    const UndoGroup group(*mDocument, qtTrId("marker-list-delete"));
+    for (const AudioMarkerPtr& marker : chosen)
+        mDocument->removeAudioMarker(marker);
+}
+
+} // namespace velloria

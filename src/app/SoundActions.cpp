@@ -1,0 +1,60 @@
+#include "app/SoundActions.h"
+
+#include "app/Commands.h"
+#include "app/DocumentWindow.h"
+#include "app/EditSheets.h"
+
+#include <QMenu>
+#include <QMenuBar>
+
+namespace velloria
+{
+
+SoundActions::SoundActions(DocumentWindow& window, QMenuBar& menuBar)
+    : QObject(&menuBar)
+    , mWindow(window)
+{
+    //% "&Sound"
+    QMenu& menu = *menuBar.addMenu(qtTrId("menu-sound"));
+    //% "Insert &Silence…"
+    Commands::add(menu, qtTrId("sound-silence"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_I)},
+                  [this] { EditSheets::insertSilence(mWindow); });
+    menu.addSeparator();
+    //% "&Add Track"
+    QAction* const add = menu.addAction(qtTrId("sound-add-track"));
+    connect(add, &QAction::triggered, this,
+            [this, add] { mWindow.controller().addTrack(Commands::plainName(*add)); });
+    //% "&Remove Selected Tracks"
+    mRemoveTracks = Commands::add(menu, qtTrId("sound-remove-tracks"), {}, [this] {
+        mWindow.controller().removeSelectedTracks(Commands::plainName(*mRemoveTracks));
+    });
+    //% "Mix Down to &Mono"
+    mMono = Commands::add(menu, qtTrId("sound-mono"), {}, [this] { mixdown(1, *mMono); });
+    //% "Mix Down to &Stereo"
+    mStereo = Commands::add(menu, qtTrId("sound-stereo"), {}, [this] { mixdown(2, *mStereo); });
+    menu.addSeparator();
+    //% "&Change Sample Rate…"
+    mResample = Commands::add(menu, qtTrId("sound-resample"), {}, [this] { EditSheets::resample(mWindow); });
+    //% "Document &Properties…"
+    Commands::add(menu, qtTrId("sound-properties"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_P)},
+                  [this] { EditSheets::documentProperties(mWindow); });
+}
+
+void SoundActions::mixdown(int numChannels, const QAction& action)
+{
+    const MaybeError error = mWindow.controller().mixdown(numChannels, Commands::plainName(action));
+    if (error)
+        mWindow.alerts().showError(error->message);
+}
+
+void SoundActions::update()
+{
+    const SoundDocument& document = mWindow.document();
+    const bool hasSound = document.numberOfFrames() > 0;
+    mRemoveTracks->setEnabled(document.trackCount() > 1);
+    mMono->setEnabled(hasSound && document.trackCount() > 1);
+    mStereo->setEnabled(hasSound);
+    mResample->setEnabled(hasSound);
+}
+
+} // namespace velloria
