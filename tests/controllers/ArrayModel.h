@@ -28,6 +28,8 @@ public:
     struct Content {
         TrackSamples tracks;
         std::vector<Marker> markers;
+        QString title;
+        double sampleRate = 44100.0;
         bool operator==(const Content&) const = default;
     };
 
@@ -97,7 +99,7 @@ public:
         if (selection.start == selection.end)
             return;
         const State before = beginStep();
-        Content cropped;
+        Content cropped = {{}, {}, content.title, content.sampleRate};
         for (int32_t i = 0; i < selection.numTracks; ++i) {
             const FloatBuffer& track = trackAt(selection.firstTrack + i);
             cropped.tracks.emplace_back(at(track, selection.start), at(track, selection.end));
@@ -151,6 +153,76 @@ public:
         const State before = beginStep();
         content.markers[index].name = name;
         endStep(before, !(content == before.content));
+    }
+
+    void insertSilence(int64_t numZeros)
+    {
+        const State before = beginStep();
+        const FloatBuffer zeros(static_cast<size_t>(numZeros));
+        for (int32_t i = 0; i < selection.numTracks; ++i)
+            replace(trackAt(selection.firstTrack + i), selection.start, selection.start, zeros);
+        for (Marker& marker : content.markers)
+            if (selection.firstTrack == 0 && marker.position >= selection.start)
+                marker.position += numZeros;
+        selection.end = selection.start + numZeros;
+        endStep(before, numZeros > 0);
+    }
+
+    void addTrack()
+    {
+        const State before = beginStep();
+        const bool isAll = selection.firstTrack == 0 && selection.numTracks == numTracks();
+        content.tracks.emplace_back();
+        selection.numTracks += isAll ? 1 : 0;
+        endStep(before, true);
+    }
+
+    void removeSelectedTracks()
+    {
+        const int32_t count = std::min(selection.numTracks, numTracks() - 1);
+        if (count < 1)
+            return;
+        const State before = beginStep();
+        const auto first = content.tracks.begin() + selection.firstTrack;
+        content.tracks.erase(first, first + count);
+        selection = {std::min(selection.start, numFrames()), std::min(selection.end, numFrames()), 0, numTracks()};
+        endStep(before, true);
+    }
+
+    void mixdownToMono()
+    {
+        if (numTracks() == 1)
+            return;
+        const State before = beginStep();
+        FloatBuffer sum(static_cast<size_t>(numFrames()));
+        for (const FloatBuffer& track : content.tracks)
+            for (size_t i = 0; i < track.size(); ++i)
+                sum[i] += track[i] * 0.5F;
+        const bool isAll = selection.firstTrack == 0 && selection.numTracks == numTracks();
+        content.tracks = {sum};
+        selection = {selection.start, selection.end, 0, isAll || selection.numTracks > 0 ? 1 : 0};
+        endStep(before, true);
+    }
+
+    void setSampleRate(double sampleRate)
+    {
+        const State before = beginStep();
+        content.sampleRate = sampleRate;
+        endStep(before, !(content == before.content));
+    }
+
+    void setTitle(const QString& title)
+    {
+        const State before = beginStep();
+        content.title = title;
+        endStep(before, !(content == before.content));
+    }
+
+    void deleteAllMarkers()
+    {
+        const State before = beginStep();
+        content.markers.clear();
+        endStep(before, !before.content.markers.empty());
     }
 
     void undo() { travel(mUndo, mRedo); }

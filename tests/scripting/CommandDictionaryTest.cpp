@@ -279,4 +279,27 @@ TEST_F(CommandDictionaryTest, PastingNothingIsOnlyWorthAWord)
     EXPECT_TRUE(window.host.calls.last().contains(QStringLiteral("nothing was copied")));
 }
 
+TEST_F(CommandDictionaryTest, ConvertsMixesAndSplits)
+{
+    ScriptedWindow window({FloatBuffer(100, 0.5F), FloatBuffer(100, 0.25F)});
+    for (const char* const command :
+         {"copy", "mix paste Existing=-6 Pasteboard=-6 Into=1", "insert silence Duration=0.01", "add track",
+          "mixdown Channels=2", "insert markers at gridlines Spacing=0.005", "insert markers in gaps",
+          "set format Rate=22050 Bits=24", "resample Rate=44100", "mixdown Channels=1", "remove tracks"})
+        EXPECT_EQ(window.run(command), QString()) << command;
+    EXPECT_EQ(window.document->trackCount(), 1);
+    EXPECT_EQ(window.document->numberOfFrames(), 2 * (100 + 441));
+    EXPECT_EQ(window.document->sampleSize(), 24);
+    // Copying makes no step, and the last command had nothing to remove.
+    EXPECT_EQ(window.document->undoManager().count(), 9);
+    window.document->undoManager().setIndex(0);
+    EXPECT_EQ(kit::samplesOf(*window.document), (kit::TrackSamples{FloatBuffer(100, 0.5F), FloatBuffer(100, 0.25F)}));
+    for (const char* const wrong :
+         {"mixdown", "mixdown Channels=3", "resample", "resample Rate=0", "resample Rate=nan", "resample Duration=0",
+          "insert silence Duration=-1", "insert silence Duration=inf", "insert markers at gridlines",
+          "insert markers at gridlines Spacing=0", "mix paste Existing=loud", "set format", "set format Bits=12",
+          "split Type=WAVE", "split Folder=x", "split Folder=x Type=none"})
+        EXPECT_TRUE(window.run(wrong).startsWith(QStringLiteral("parse: "))) << wrong;
+}
+
 } // namespace velloria
