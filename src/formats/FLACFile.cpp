@@ -92,20 +92,25 @@ QString FLACFile::fileFormatUTI() const
 std::vector<std::shared_ptr<MutableAudioClip>> FLACFile::convertedAudioClips(Progress& progress,
                                                                              MaybeError* error)
 {
-    FlacConversion conversion(mFileHandle, *mDescription);
-    if (MaybeError failure = conversion.run(progress)) {
+    std::unique_ptr<FlacConversion> conversion;
+    // The frames may tell otherwise than the description.
+    const auto takeFormat = [&] {
+        mSampleRate = conversion->format().sampleRate;
+        mNumberOfChannels = conversion->format().numChannels;
+        mBitsPerSample = conversion->format().bitsPerSample;
+        tellDecodingDidBegin(conversion->clips(), mDescription->numFrames);
+    };
+    conversion = std::make_unique<FlacConversion>(mFileHandle, *mDescription, takeFormat);
+    if (MaybeError failure = conversion->run(progress)) {
         if (error)
             *error = failure;
         return {};
     }
-    mSampleRate = conversion.format().sampleRate;
-    mNumberOfChannels = conversion.format().numChannels;
-    mBitsPerSample = conversion.format().bitsPerSample;
-    mNumberOfFrames = conversion.numFrames();
-    mWarnings = conversion.warnings(displayName(filePath()));
+    mNumberOfFrames = conversion->numFrames();
+    mWarnings = conversion->warnings(displayName(filePath()));
     if (!mWarnings.isEmpty())
         logLine(QStringLiteral("FLAC file may be corrupted."));
-    return conversion.clips();
+    return conversion->clips();
 }
 
 FileOptions FLACFile::fileOptions() const

@@ -77,6 +77,16 @@ void FlacBlock::appendSilence(size_t numFrames)
         growPacked(numFrames);
 }
 
+void FlacBlock::dropFirst(size_t numFrames)
+{
+    const auto count = static_cast<std::ptrdiff_t>(numFrames);
+    for (std::vector<float>& samples : mSamples)
+        samples.erase(samples.begin(), samples.begin() + count);
+    const auto frameSize = static_cast<std::ptrdiff_t>(mSamples.size() * ((mFormat.bitsPerSample + 7) / 8));
+    if (mIsPacking)
+        mPacked.erase(mPacked.begin(), mPacked.begin() + count * frameSize);
+}
+
 void FlacBlock::append(const FlacBlock& block)
 {
     for (size_t c = 0; c < mSamples.size(); ++c)

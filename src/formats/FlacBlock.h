@@ -17,6 +17,8 @@ public:
     /// Adds frames; `channels` has one pointer for each channel of the format.
     void append(const FLAC__int32* const channels[], size_t numFrames);
     void appendSilence(size_t numFrames);
+    /// Takes frames away from the start.
+    void dropFirst(size_t numFrames);
     /// Adds another block of the same format.
     void append(const FlacBlock& block);
 

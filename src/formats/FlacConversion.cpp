@@ -24,9 +24,11 @@ int64_t perChannel(int64_t numSamples, const FlacFormat& format)
 
 } // namespace
 
-FlacConversion::FlacConversion(std::shared_ptr<const FileHandle> handle, const FlacDescription& description)
+FlacConversion::FlacConversion(std::shared_ptr<const FileHandle> handle, const FlacDescription& description,
+                               std::function<void()> didBegin)
     : mHandle(std::move(handle))
     , mDescription(description)
+    , mDidBegin(std::move(didBegin))
     , mFormat(description.format)
     , mChecksumQueue(QStringLiteral("FlacConversion.checksum"))
 {
@@ -56,7 +58,7 @@ MaybeError FlacConversion::run(Progress& progress)
 {
     MaybeError error;
     if (!decodeSections(progress, &error)) {
-        startAgain();
+        mNumFramesToDrop = mNumFrames;
         error = decodeInOrder(progress);
     }
     if (error)
@@ -65,7 +67,7 @@ MaybeError FlacConversion::run(Progress& progress)
         return FileDamage::unreadable(displayName(mHandle->path()),
                                       QStringLiteral("none of its sound can be decoded"));
     if (!mWriter)
-        mWriter = std::make_unique<ClipWriter>(static_cast<int32_t>(mFormat.numChannels), mFormat.sampleRate);
+        begin();
     return mWriter->finish();
 }
 
@@ -104,13 +106,6 @@ bool FlacConversion::decodeSections(Progress& progress, MaybeError* error)
     return true;
 }
 
-void FlacConversion::startAgain()
-{
-    mNumFrames = 0;
-    mWriter.reset();
-    mChecksum.reset();
-}
-
 MaybeError FlacConversion::decodeInOrder(Progress& progress)
 {
     const auto decoder = FlacDecoder::open(mHandle, mDescription);
@@ -130,7 +125,11 @@ MaybeError FlacConversion::takeInOrder(FlacDecoder& decoder, Progress& progress)
     for (size_t filling = 0; decoder.decode(framesPerBlock, isChecking, mBlocks[filling]); filling ^= 1) {
         // The other block's sum must be complete before it is filled again.
         mChecksumGroup->wait();
-        if (MaybeError error = take(mBlocks[filling]))
+        FlacBlock& block = mBlocks[filling];
+        const auto numFramesToDrop = std::min<int64_t>(mNumFramesToDrop, std::ssize(block.samples().front()));
+        block.dropFirst(static_cast<size_t>(numFramesToDrop));
+        mNumFramesToDrop -= numFramesToDrop;
+        if (MaybeError error = take(block))
             return error;
         tellProgress(decoder, progress);
         if (progress.isCancelled())
@@ -139,13 +138,20 @@ MaybeError FlacConversion::takeInOrder(FlacDecoder& decoder, Progress& progress)
     return std::nullopt;
 }
 
+void FlacConversion::begin()
+{
+    mWriter = std::make_unique<ClipWriter>(static_cast<int32_t>(mFormat.numChannels), mFormat.sampleRate);
+    for (const auto& clip : mWriter->clips())
+        clip->setIntegerBits(static_cast<int>(mFormat.bitsPerSample));
+    if (mDidBegin)
+        mDidBegin();
+}
+
 MaybeError FlacConversion::take(const FlacBlock& block)
 {
     if (!mWriter) {
         mFormat = block.format();
-        mWriter = std::make_unique<ClipWriter>(static_cast<int32_t>(mFormat.numChannels), mFormat.sampleRate);
-        for (const auto& clip : mWriter->clips())
-            clip->setIntegerBits(static_cast<int>(mFormat.bitsPerSample));
+        begin();
     }
     mNumFrames += static_cast<int64_t>(block.numFrames());
     if (!block.packed().empty()) {

@@ -6,6 +6,7 @@
 
 #include <QCryptographicHash>
 #include <array>
+#include <functional>
 
 namespace velloria
 {
@@ -18,7 +19,9 @@ class FlacConversion
 public:
     using Clips = std::vector<std::shared_ptr<MutableAudioClip>>;
 
-    FlacConversion(std::shared_ptr<const FileHandle> handle, const FlacDescription& description);
+    /// `didBegin` is called once, in run(), when format() and the clips are there and before they grow.
+    FlacConversion(std::shared_ptr<const FileHandle> handle, const FlacDescription& description,
+                   std::function<void()> didBegin = {});
     ~FlacConversion();
 
     /// An error when it cannot go on (no room for scratch files), is cancelled or finds no sound where the
@@ -38,14 +41,17 @@ private:
     MaybeError decodeInOrder(Progress& progress);
     MaybeError takeInOrder(FlacDecoder& decoder, Progress& progress);
     MaybeError take(const FlacBlock& block);
-    void startAgain();
+    void begin();
     void tellProgress(const FlacDecoder& decoder, Progress& progress) const;
     bool isChecksumWrong() const;
 
     const std::shared_ptr<const FileHandle> mHandle;
     const FlacDescription& mDescription;
+    const std::function<void()> mDidBegin;
     FlacFormat mFormat;
     int64_t mNumFrames = 0;
+    /// Those that come again when the file turns out to be damaged and is decoded anew.
+    int64_t mNumFramesToDrop = 0;
     bool mIsDamaged = false;
     bool mHasChangedFormat = false;
     std::unique_ptr<ClipWriter> mWriter;

@@ -122,6 +122,7 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
     std::vector<std::shared_ptr<MutableAudioClip>> clips;
     if (stream) {
         VorbisConversion conversion(mFileHandle, *stream);
+        tellDecodingDidBegin(conversion.clips(), stream->numFrames());
         failure = conversion.run(progress);
         mNumberOfFrames = conversion.numFrames();
         const QString name = displayName(filePath());

@@ -52,24 +52,18 @@ struct VorbisConversion::Section {
 VorbisConversion::VorbisConversion(std::shared_ptr<const FileHandle> handle, VorbisStream& stream)
     : mHandle(std::move(handle))
     , mStream(stream)
+    , mWriter(static_cast<int32_t>(stream.numChannels()), stream.sampleRate())
 {
-    startAgain();
-}
-
-void VorbisConversion::startAgain()
-{
-    mNumFrames = 0;
-    mWriter = std::make_unique<ClipWriter>(static_cast<int32_t>(mStream.numChannels()), mStream.sampleRate());
 }
 
 MaybeError VorbisConversion::run(Progress& progress)
 {
     MaybeError error;
     if (!decodeSections(progress, &error)) {
-        startAgain();
+        mNumFramesToDrop = mNumFrames;
         error = decodeInOrder(progress);
     }
-    return error ? error : mWriter->finish();
+    return error ? error : mWriter.finish();
 }
 
 /// False when the file cannot be decoded that way: it is short or damaged, or its sections do not join.
@@ -142,11 +136,16 @@ bool VorbisConversion::decodeSection(VorbisStream& stream, Section& section) con
 MaybeError VorbisConversion::decodeInOrder(Progress& progress)
 {
     float** channels = nullptr;
+    int64_t nextFrame = 0;
     while (const int64_t count = mStream.read(&channels)) {
         MaybeError error;
-        const int64_t numMissing = mStream.framePosition() - mNumFrames;
-        if (mStream.isDamaged() && numMissing > 0)
-            error = takeSilence(std::min(numMissing, mStream.numFrames() - count - mNumFrames));
+        const int64_t numMissing = mStream.framePosition() - nextFrame;
+        if (mStream.isDamaged() && numMissing > 0) {
+            const int64_t silence = std::min(numMissing, mStream.numFrames() - count - nextFrame);
+            error = takeSilence(silence);
+            nextFrame += std::max<int64_t>(0, silence);
+        }
+        nextFrame += count;
         if (!error)
             error = take({channels, mStream.numChannels()}, count);
         if (!error)
@@ -173,11 +172,14 @@ MaybeError VorbisConversion::takeSilence(int64_t numFrames)
 /// `channels` in the order of the file.
 MaybeError VorbisConversion::take(std::span<const float* const> channels, int64_t numFrames)
 {
+    const int64_t numFramesToDrop = std::min(numFrames, mNumFramesToDrop);
+    mNumFramesToDrop -= numFramesToDrop;
+    numFrames -= numFramesToDrop;
     std::vector<const float*> tracks;
     for (size_t c = 0; c < channels.size(); ++c)
-        tracks.push_back(channels[vorbisChannel(c, channels.size())]);
+        tracks.push_back(channels[vorbisChannel(c, channels.size())] + numFramesToDrop);
     mNumFrames += numFrames;
-    return mWriter->append(tracks, static_cast<size_t>(numFrames));
+    return mWriter.append(tracks, static_cast<size_t>(numFrames));
 }
 
 /// The user-cancelled error when that was asked for.

@@ -22,7 +22,8 @@ public:
     /// pages are lost there is silence, as far as the positions in the file tell of it.
     MaybeError run(Progress& progress);
 
-    const Clips& clips() const { return mWriter->clips(); }
+    /// They grow in run().
+    const Clips& clips() const { return mWriter.clips(); }
     int64_t numFrames() const { return mNumFrames; }
     /// True when some sound could not be decoded.
     bool isDamaged() const { return mStream.isDamaged(); }
@@ -36,12 +37,13 @@ private:
     MaybeError takeSilence(int64_t numFrames);
     MaybeError take(std::span<const float* const> channels, int64_t numFrames);
     MaybeError tellProgress(Progress& progress) const;
-    void startAgain();
 
     const std::shared_ptr<const FileHandle> mHandle;
     VorbisStream& mStream;
     int64_t mNumFrames = 0;
-    std::unique_ptr<ClipWriter> mWriter;
+    /// Those that come again when the file turns out to be damaged and is decoded anew.
+    int64_t mNumFramesToDrop = 0;
+    ClipWriter mWriter;
 };
 
 } // namespace velloria
