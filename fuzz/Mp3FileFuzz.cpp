@@ -1,0 +1,31 @@
+#include "formats/Mp3File.h"
+#include "platform/Log.h"
+
+#include <cstdlib>
+#include <sys/mman.h>
+
+using namespace velloria;
+
+// Opens the bytes as an MP3 file, which looks for its packets, counts its frames and reads its tags, and
+// makes a tag of what it found.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const LogCapture quiet;
+    const std::shared_ptr<FileHandle> handle =
+        FileHandle::adopt(::memfd_create("mp3", MFD_CLOEXEC), "in.mp3");
+    handle->writeAt(0, std::as_bytes(std::span(data, size)));
+    MaybeError error;
+    const std::shared_ptr<AudioFile> file = Mp3File::open(handle, &error);
+    if (file && error)
+        std::abort();
+    if (!file)
+        return 0;
+    // The smallest packets are of 24 bytes and 1152 frames.
+    const auto mostFrames = static_cast<int64_t>(size / 24 + 1) * 1152;
+    if (file->numberOfChannels() < 1 || file->numberOfChannels() > 2 || !(file->sampleRate() >= 8000.0) ||
+        file->numberOfFrames() < 0 || file->numberOfFrames() > mostFrames || !file->requiresConversion())
+        std::abort();
+    AudioMetadata again;
+    again.setValuesWithID3Data(file->metadata().id3Data());
+    return 0;
+}
