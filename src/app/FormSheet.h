@@ -12,6 +12,8 @@ namespace velloria
 /// A small dialog on a window: rows of labels and fields, Cancel and one button that does it.
 class FormSheet : public QDialog
 {
+    Q_OBJECT
+
 public:
     FormSheet(const QString& title, const QString& okText, QWidget* parent);
 
