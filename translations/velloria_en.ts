@@ -152,7 +152,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="edit-delete-markers">
-        <source>Delete All Markers</source>
+        <source>&amp;Delete All Markers</source>
+        <oldsource>Delete All Markers</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="edit-all-tracks">
@@ -817,6 +818,276 @@
     <message id="zoom-slider-tip">
         <source>%1 samples per pixel</source>
         <extracomment>Tool tip of the zoom slider</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-mix-paste">
+        <source>Mi&amp;x Paste…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-select-to-start">
+        <source>Select to Start</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="edit-select-to-end">
+        <source>Select to End</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="suffix-decibels">
+        <source> dB</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-rate">
+        <source>Sample rate (Hz):</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-silence">
+        <source>Insert Silence</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-insert">
+        <source>Insert</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-length">
+        <source>Length:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-silence-note">
+        <source>At the start of the selection, on its tracks. What follows moves back.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-mix">
+        <source>Mix Paste</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-mix-ok">
+        <source>Mix</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-mix-existing">
+        <source>Existing sound:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-mix-pasted">
+        <source>Pasted sound:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-mix-all">
+        <source>From the selection’s start on, all that was copied</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-mix-into">
+        <source>Into the selection only</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-mix-where">
+        <source>Paste:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-resample">
+        <source>Change Sample Rate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-convert">
+        <source>Convert</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-duration">
+        <source>Duration:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-resample-note">
+        <source>The sound is converted. Another duration changes its pitch.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-properties">
+        <source>Document Properties</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-apply">
+        <source>Apply</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-properties-note">
+        <source>Another rate plays the same samples faster or slower; no sample changes. The sample size is what the next save writes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sheet-grid">
+        <source>Grid</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="grid-seconds">
+        <source>Seconds</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="grid-samples">
+        <source>Samples</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="grid-tempo">
+        <source>Beats per minute</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="grid-spacing">
+        <source>Spacing:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="grid-offset">
+        <source>Offset:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-markers">
+        <source>&amp;Markers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-split">
+        <source>&amp;Split at Markers…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-gaps">
+        <source>Insert Markers at &amp;Loud Passages</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-gridlines">
+        <source>Insert Markers at &amp;Grid Lines</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-previous">
+        <source>&amp;Previous Marker</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-next">
+        <source>&amp;Next Marker</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-lock">
+        <source>Loc&amp;k Markers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-snap-grid">
+        <source>Snap to G&amp;rid</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-show-grid">
+        <source>Show Gri&amp;d</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-grid-settings">
+        <source>Grid Settin&amp;gs…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-rename">
+        <source>Rename</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-delete">
+        <source>Delete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-list">
+        <source>Marker List</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-list-delete">
+        <source>Delete Markers</source>
+        <extracomment>The name of an undo step</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-list-time">
+        <source>Time</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="marker-list-name">
+        <source>Name</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-sound">
+        <source>&amp;Sound</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sound-silence">
+        <source>Insert &amp;Silence…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sound-add-track">
+        <source>&amp;Add Track</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sound-remove-tracks">
+        <source>&amp;Remove Selected Tracks</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sound-mono">
+        <source>Mix Down to &amp;Mono</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sound-stereo">
+        <source>Mix Down to &amp;Stereo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sound-resample">
+        <source>&amp;Change Sample Rate…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="sound-properties">
+        <source>Document &amp;Properties…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-title">
+        <source>Split at Markers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-ok">
+        <source>Split</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-prefix">
+        <source>Put the track number before each name</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-note">
+        <source>Files to be written, named after the markers: %1</source>
+        <extracomment>%1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-artist">
+        <source>Artist:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-album-artist">
+        <source>Album artist:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-album">
+        <source>Album:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-grouping">
+        <source>Grouping:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-composer">
+        <source>Composer:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-format">
+        <source>Format:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-option">
+        <source>Option:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-choose">
+        <source>Choose…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-folder">
+        <source>Folder:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="time-field-tip">
+        <source>In the ruler&apos;s units, or with a unit behind the number: 1.5 s, 250 ms, 2 min, 44100 samples</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -54,8 +54,8 @@ void accept(QDialog& dialog)
 void mouse(QWidget& widget, QEvent::Type type, QPointF position, Qt::KeyboardModifiers modifiers = {})
 {
     const bool isMove = type == QEvent::MouseMove;
-    QMouseEvent event(type, position, widget.mapToGlobal(position),
-                      isMove ? Qt::NoButton : Qt::LeftButton, Qt::LeftButton, modifiers);
+    QMouseEvent event(type, position, widget.mapToGlobal(position), isMove ? Qt::NoButton : Qt::LeftButton,
+                      Qt::LeftButton, modifiers);
     QApplication::sendEvent(&widget, &event);
 }
 
@@ -135,7 +135,7 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
     Settings::change(Settings::locksMarkers, 0);
     Settings::change(Settings::gridSpacingValue, 0.1);
     Settings::change(Settings::snapsToGrid, 1);
-    drag(0.1, {});
+    drag(0.155, {});
     EXPECT_EQ(markersOf(*window).front() % 4410, 0) << "snapped to the grid";
     window->controller().undo();
     EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{11'025, 22'050}));
@@ -149,10 +149,13 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
 
     MarkerListModel& model = window->markerList().model();
     ASSERT_EQ(model.rowCount(), 2);
-    EXPECT_TRUE(model.setData(model.index(1, MarkerListModel::timeColumn), QStringLiteral("750 ms"), Qt::EditRole));
-    EXPECT_TRUE(model.setData(model.index(1, MarkerListModel::nameColumn), QStringLiteral("End"), Qt::EditRole));
+    EXPECT_TRUE(
+        model.setData(model.index(1, MarkerListModel::timeColumn), QStringLiteral("750 ms"), Qt::EditRole));
+    EXPECT_TRUE(
+        model.setData(model.index(1, MarkerListModel::nameColumn), QStringLiteral("End"), Qt::EditRole));
     for (const char* const wrong : {"nan", "-1 s", "2 s", ""})
-        EXPECT_FALSE(model.setData(model.index(1, MarkerListModel::timeColumn), QString::fromUtf8(wrong), Qt::EditRole));
+        EXPECT_FALSE(model.setData(model.index(1, MarkerListModel::timeColumn), QString::fromUtf8(wrong),
+                                   Qt::EditRole));
     EXPECT_EQ(markersOf(*window).back(), 33'075);
     window->markerList().show();
     Settings::change(Settings::showsGrid, 1);

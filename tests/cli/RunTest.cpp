@@ -68,7 +68,7 @@ TEST_F(RunTest, WritesNothingUnlessAsked)
     EXPECT_EQ(cli({"run", "in.wav", "amplify Gain=-6", "reverse"}).status, 0);
     EXPECT_EQ(bytesOf("in.wav"), before);
     EXPECT_EQ(fileNames(), std::vector<std::string>{"in.wav"});
-    EXPECT_TRUE(scratchFiles().empty());
+    EXPECT_EQ(scratchFiles(), std::vector<std::filesystem::path>());
     EXPECT_EQ(cli({"run", "in.wav", "select StartFrame=10", "delete", "save"}).status, 0);
     EXPECT_EQ(decoded("in.wav").size(), 20U);
     EXPECT_EQ(cli({"run", "in.wav", "undo", "-o", "in.wav", "redo", "select StartFrame=5", "delete"}).status,

@@ -185,7 +185,8 @@ public:
         const State before = beginStep();
         const auto first = content.tracks.begin() + selection.firstTrack;
         content.tracks.erase(first, first + count);
-        selection = {std::min(selection.start, numFrames()), std::min(selection.end, numFrames()), 0, numTracks()};
+        selection = {std::min(selection.start, numFrames()), std::min(selection.end, numFrames()), 0,
+                     numTracks()};
         endStep(before, true);
     }
 

@@ -156,8 +156,8 @@ private:
     void insertSilence()
     {
         const int64_t numFrames = randomNumber(0, 300);
-        EXPECT_FALSE(mWindow.controller.insertSilence(
-            static_cast<double>(numFrames) / mModel.content.sampleRate, {}));
+        EXPECT_FALSE(
+            mWindow.controller.insertSilence(static_cast<double>(numFrames) / mModel.content.sampleRate, {}));
         if (numFrames > 0)
             mModel.insertSilence(numFrames);
     }

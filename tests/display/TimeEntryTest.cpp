@@ -11,9 +11,9 @@ TEST(TimeEntry, TakesAnyUnitWhateverTheFormattersIs)
         const char* text;
         double seconds;
     };
-    const Case cases[] = {{"1.5 s", 1.5},       {"1.5s", 1.5},      {"250 ms", 0.25},  {"2 min", 120},
-                          {"0.5 h", 1800},      {"4410 samples", 0.1}, {"441 smp", 0.01}, {"36 FF", 1.5},
-                          {" 2 Seconds ", 2},   {"-1 s", -1}};
+    const Case cases[] = {{"1.5 s", 1.5},     {"1.5s", 1.5},         {"250 ms", 0.25},  {"2 min", 120},
+                          {"0.5 h", 1800},    {"4410 samples", 0.1}, {"441 smp", 0.01}, {"36 FF", 1.5},
+                          {" 2 Seconds ", 2}, {"-1 s", -1}};
     TimeFormatter formatter((QLocale::c()));
     formatter.setSampleRate(44'100);
     for (int64_t units = kRulerUnitsMinutesAndSeconds; units <= kRulerUnitsFilmFrames; ++units) {

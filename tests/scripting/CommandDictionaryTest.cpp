@@ -293,12 +293,14 @@ TEST_F(CommandDictionaryTest, ConvertsMixesAndSplits)
     // Copying makes no step, and the last command had nothing to remove.
     EXPECT_EQ(window.document->undoManager().count(), 9);
     window.document->undoManager().setIndex(0);
-    EXPECT_EQ(kit::samplesOf(*window.document), (kit::TrackSamples{FloatBuffer(100, 0.5F), FloatBuffer(100, 0.25F)}));
+    EXPECT_EQ(kit::samplesOf(*window.document),
+              (kit::TrackSamples{FloatBuffer(100, 0.5F), FloatBuffer(100, 0.25F)}));
     for (const char* const wrong :
-         {"mixdown", "mixdown Channels=3", "resample", "resample Rate=0", "resample Rate=nan", "resample Duration=0",
-          "insert silence Duration=-1", "insert silence Duration=inf", "insert markers at gridlines",
-          "insert markers at gridlines Spacing=0", "mix paste Existing=loud", "set format", "set format Bits=12",
-          "split Type=WAVE", "split Folder=x", "split Folder=x Type=none"})
+         {"mixdown", "mixdown Channels=3", "resample", "resample Rate=0", "resample Rate=nan",
+          "resample Duration=0", "insert silence Duration=-1", "insert silence Duration=inf",
+          "insert markers at gridlines", "insert markers at gridlines Spacing=0", "mix paste Existing=loud",
+          "set format", "set format Bits=12", "split Type=WAVE", "split Folder=x",
+          "split Folder=x Type=none"})
         EXPECT_TRUE(window.run(wrong).startsWith(QStringLiteral("parse: "))) << wrong;
 }
 
