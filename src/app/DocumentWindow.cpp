@@ -27,7 +27,10 @@
 #include "platform/NotificationCenter.h"
 #include "platform/UserDefaults.h"
 
+#include <QApplication>
 #include <QCloseEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QLocale>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -454,6 +457,19 @@ void DocumentWindow::changeEvent(QEvent* event)
     if (event->type() == QEvent::ActivationChange && mEditActions)
         mEditActions->update();
     QMainWindow::changeEvent(event);
+}
+
+bool DocumentWindow::event(QEvent* event)
+{
+    // Return ends typing in a field; it is a command of the window only elsewhere.
+    if (event->type() == QEvent::ShortcutOverride && qobject_cast<QLineEdit*>(QApplication::focusWidget())) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            event->accept();
+            return true;
+        }
+    }
+    return QMainWindow::event(event);
 }
 
 void DocumentWindow::dragEnterEvent(QDragEnterEvent* event)

@@ -4,7 +4,7 @@
 
 #include <QCoreApplication>
 #include <QHeaderView>
-#include <QShortcut>
+#include <QKeyEvent>
 #include <QTableView>
 
 namespace velloria
@@ -33,15 +33,27 @@ MarkerListDock::MarkerListDock(QWidget* parent)
                           fontMetrics().horizontalAdvance(QStringLiteral("00:00'00.0000")) + 24);
     setWidget(mList);
     connect(mList, &QTableView::clicked, this, &MarkerListDock::choose);
-    auto* const shortcut = new QShortcut(Qt::Key_Delete, mList);
-    shortcut->setContext(Qt::WidgetShortcut);
-    connect(shortcut, &QShortcut::activated, this, &MarkerListDock::deleteChosen);
+    mList->installEventFilter(this);
 }
 
 void MarkerListDock::setDocument(std::shared_ptr<SoundDocument> document)
 {
     mDocument = document;
     mModel->setDocument(std::move(document));
+}
+
+bool MarkerListDock::eventFilter(QObject* object, QEvent* event)
+{
+    // Here Delete removes markers; a shortcut would quarrel with the window's own.
+    const bool isPress = event->type() == QEvent::KeyPress;
+    if ((isPress || event->type() == QEvent::ShortcutOverride) &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete) {
+        event->accept();
+        if (isPress)
+            deleteChosen();
+        return true;
+    }
+    return QDockWidget::eventFilter(object, event);
 }
 
 void MarkerListDock::choose(const QModelIndex& index)

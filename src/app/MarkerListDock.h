@@ -21,9 +21,13 @@ public:
 
     MarkerListModel& model() { return *mModel; }
     QTableView& list() { return *mList; }
+    void setDocument(std::shared_ptr<SoundDocument> document);
 
 Q_SIGNALS:
     void markerChosen(double seconds);
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
     void deleteChosen();
@@ -32,9 +36,6 @@ private:
     MarkerListModel* mModel;
     QTableView* mList;
     std::shared_ptr<SoundDocument> mDocument;
-
-public:
-    void setDocument(std::shared_ptr<SoundDocument> document);
 };
 
 } // namespace velloria
