@@ -88,12 +88,23 @@ void Mp3File::readTag()
         const double seconds = static_cast<double>(mNumberOfFrames) / mSampleRate;
         mBitRate = std::llround(static_cast<double>(lengthOfFile() - tagLength) / seconds * 8.0);
     }
-    if (!tag)
+    if (!tag) {
+        tellOfTrailingTag();
         return;
+    }
     if (const auto keysNotKept = takeInId3Tag(tag->tagData(), mMetadata))
         mTagsNotKept += *keysNotKept;
     else
         mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
+}
+
+/// The old tag of fixed length at the end of a file is not read, so a save would lose it.
+void Mp3File::tellOfTrailingTag()
+{
+    constexpr int64_t tagLength = 128;
+    const int64_t length = lengthOfFile();
+    if (length > tagLength && readRawDataAtOffset(length - tagLength, 3) == "TAG")
+        mChunksNotKept.append(QStringLiteral("ID3v1 tag"));
 }
 
 bool Mp3File::isLameInstalled()

@@ -51,6 +51,7 @@ private:
 
     MaybeError openDecoder();
     void readTag();
+    void tellOfTrailingTag();
 
     /// Of an opened file until it is decoded.
     std::unique_ptr<VLAudioFileDecompressor> mDecoder;

@@ -86,6 +86,8 @@ VLAudioFileDecompressor::forReadingFile(const std::shared_ptr<FileHandle>& handl
         decoder->mBitsPerSample = appleLosslessBits(description.formatFlags());
     else if (description.isLinearPcm())
         decoder->mBitsPerSample = description.bitsPerChannel();
+    else
+        decoder->mBitsPerSample = decoder->mReader->flacBits();
     decoder->setUpPriming();
     logLine(QStringLiteral("Bit rate: %1").arg(decoder->bitRate()));
     decoder->mChannels.resize(description.channelsPerFrame());

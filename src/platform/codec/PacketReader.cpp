@@ -323,6 +323,18 @@ void PacketReader::fillDescription(const PacketDecoder& decoder)
         filled.framesPerPacket = static_cast<uint32_t>(mFramesPerPacket);
 }
 
+uint32_t PacketReader::flacBits() const
+{
+    // In the STREAMINFO block (RFC 9639, 8.2), which is FFmpeg's extradata of FLAC, the five bits from bit
+    // 103 on hold the width less one.
+    constexpr int streamInfoLength = 34;
+    const AVCodecParameters& codec = codecParameters();
+    if (codec.codec_id != AV_CODEC_ID_FLAC || codec.extradata_size < streamInfoLength)
+        return 0;
+    const uint8_t* const info = codec.extradata;
+    return (static_cast<uint32_t>(info[12] & 1) << 4 | info[13] >> 4) + 1;
+}
+
 void PacketReader::countFrames(const Walk& walk)
 {
     const AVCodecID codec = codecParameters().codec_id;

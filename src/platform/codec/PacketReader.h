@@ -42,6 +42,8 @@ public:
     /// width (see appleLosslessBits()). Frames per packet is 0 where packets differ.
     const StreamDescription& streamDescription() const { return mDescription; }
     FourCharCode dataFormat() const { return mDescription.formatID(); }
+    /// The stored width of FLAC out of another container; 0 for all else.
+    uint32_t flacBits() const;
     /// What the decoder needs to know beside the packets; empty for most formats.
     const QByteArray& magicCookie() const { return mMagicCookie; }
     /// What the file says about priming and remainder; nothing when it says nothing.
