@@ -1,0 +1,10 @@
+#include "DecodedFileFuzz.h"
+#include "InPlaceFileFuzz.h"
+#include "formats/NeXTSunFile.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (!velloria::fuzz::openInPlace<velloria::NeXTSunFile>(data, size))
+        velloria::fuzz::openAndDecode<velloria::NeXTSunFile>(data, size);
+    return 0;
+}
