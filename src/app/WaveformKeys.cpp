@@ -99,13 +99,14 @@ double WaveformKeys::nextZeroCrossing(double from, int direction) const
 {
     // Looks into one short stretch after the other, so that the first one found is near.
     constexpr double reachSeconds = 1.0;
-    constexpr double framesPerStretch = 8;
+    constexpr int framesPerStretch = 8;
     const double rate = mContext.subject().sampleRate();
-    const double half = framesPerStretch / 2 / rate;
+    const double half = framesPerStretch / 2.0 / rate;
+    const auto numStretches = static_cast<int>(std::ceil(reachSeconds / (2 * half)));
     const int32_t track = std::max(0, mContext.selection().firstTrack);
     const double start = std::round(from * rate) / rate + direction * 0.5 / rate;
-    for (double distance = half; distance < reachSeconds; distance += 2 * half) {
-        const double middle = start + direction * distance;
+    for (int i = 0; i < numStretches; ++i) {
+        const double middle = start + direction * (2 * i + 1) * half;
         // A frame more than the stretch: a crossing lies between two of them.
         const double found = mContext.subject().nearestZeroCrossing(half + 1 / rate, middle, track);
         if (found != middle && std::abs(found - from) * rate >= 0.5)

@@ -92,8 +92,8 @@ MixPasteController::mixedClips(const std::vector<AudioTrackPtr>& pasted, const T
             FloatBuffer present(static_cast<size_t>(count));
             // A track that the document does not have yet is silent.
             if (target.firstTrack + k < document.trackCount())
-                (*tracks)[static_cast<size_t>(target.firstTrack + k)]->readSamples(target.start + done,
-                                                                                   present);
+                (*tracks)[static_cast<size_t>(target.firstTrack) + static_cast<size_t>(k)]->readSamples(
+                    target.start + done, present);
             block[static_cast<size_t>(k)] =
                 mixedData(present, pasted[static_cast<size_t>(k)]->sampleDataAtOffset(done, count));
         }

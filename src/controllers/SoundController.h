@@ -142,7 +142,7 @@ public:
     void setUpFilter(Filter& filter);
     /// Applies an effect that was set up, as one step named after it, and keeps it as the last filter.
     /// Nothing is answered when the person cancelled it, as Filter::apply() does.
-    MaybeError applyFilter(std::shared_ptr<Filter> filter);
+    MaybeError applyFilter(const std::shared_ptr<Filter>& filter);
     /// The same without keeping it.
     MaybeError runFilter(Filter& filter);
     /// The application-wide last filter, or null.

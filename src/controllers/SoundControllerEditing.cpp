@@ -56,7 +56,7 @@ std::shared_ptr<ClipboardClip> SoundController::clipWithSelection(const SoundDoc
                                                                   QString* markerListing)
 {
     const FrameRange range = framesOfSelection(document, selection);
-    const auto clip = ClipboardClip::clipWithSampleRate(document.sampleRate());
+    auto clip = ClipboardClip::clipWithSampleRate(document.sampleRate());
     if (selection.numTracks < 1)
         logLine(QStringLiteral("SoundController copy: number of tracks in selection is less than one."));
     for (int32_t i = 0; i < selection.numTracks; ++i)

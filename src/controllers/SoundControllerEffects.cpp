@@ -46,7 +46,7 @@ MaybeError SoundController::runFilter(Filter& filter)
     return error;
 }
 
-MaybeError SoundController::applyFilter(std::shared_ptr<Filter> filter)
+MaybeError SoundController::applyFilter(const std::shared_ptr<Filter>& filter)
 {
     rememberFilter(filter);
     return runFilter(*filter);

@@ -12,7 +12,7 @@ namespace
 {
 
 // Fits the second-level cache, and is large enough that the calls cost nothing beside the work.
-constexpr int64_t kBlockBytes = 128 * 1024;
+constexpr int64_t kBlockBytes = int64_t{128} * 1024;
 
 } // namespace
 

@@ -67,8 +67,8 @@ private:
     int64_t mCursor = 0;
     uint32_t mNumWaiting = 0; ///< frames in mWaiting that the converter did not take yet
     uint32_t mWaitingStart = 0;
-    std::array<float, 2 * kBlockFrames> mWaiting{};
-    std::array<float, 2 * kBlockFrames> mConverted{};
+    std::array<float, size_t{2} * kBlockFrames> mWaiting{};
+    std::array<float, size_t{2} * kBlockFrames> mConverted{};
     std::array<float, TimeStretcher::kMaxInputFrames> mLeft{};
     std::array<float, TimeStretcher::kMaxInputFrames> mRight{};
     std::array<float, kBlockFrames> mBlockLeft{};

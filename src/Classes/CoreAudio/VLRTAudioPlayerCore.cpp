@@ -118,7 +118,7 @@ MaybeError VLRTAudioPlayerCore::start()
     }
     mFillQueue.sync([this] { fill(); });
     mFeed.running = true;
-    if (const MaybeError error = mStream->start()) {
+    if (MaybeError error = mStream->start()) {
         mFeed.running = false;
         sayError("AUGraphStart()", *error);
         return error;
