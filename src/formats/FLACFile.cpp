@@ -23,7 +23,7 @@ constexpr uint32_t narrowestSample = 8;
 constexpr uint32_t widestSample = 32;
 constexpr double highestRate = 4294967295.0;
 // Eight blocks of the file: handing them over costs nothing then, and cancelling is still heard at once.
-constexpr int64_t framesPerPass = 8 * 4096;
+constexpr int64_t framesPerPass = int64_t{8} * 4096;
 // Bytes of a file against those of its samples, for each bit of the sample size: what music comes to.
 constexpr double estimatedRatioPerBit = 0.03245192308;
 

@@ -111,7 +111,7 @@ MaybeError FlacConversion::decodeInOrder(Progress& progress)
     const auto decoder = FlacDecoder::open(mHandle, mDescription);
     if (!decoder)
         return Error{Error::Code::failed, QStringLiteral("The FLAC decoder could not be started.")};
-    const MaybeError error = takeInOrder(*decoder, progress);
+    MaybeError error = takeInOrder(*decoder, progress);
     mChecksumGroup->wait();
     mIsDamaged = decoder->isDamaged();
     mHasChangedFormat = decoder->hasChangedFormat();

@@ -18,7 +18,7 @@ std::vector<AudioTrack::StereoGains> gainsOf(const FrameSource& document, const 
     std::vector<AudioTrack::StereoGains> gains;
     const TrackList tracks = document.audioTracks();
     for (int32_t i = 0; i < range.numTracks; ++i) {
-        const AudioTrack& track = *(*tracks)[static_cast<size_t>(range.firstTrack + i)];
+        const AudioTrack& track = *(*tracks)[static_cast<size_t>(range.firstTrack) + static_cast<size_t>(i)];
         const auto volume = static_cast<float>(track.scalarVolume());
         gains.push_back(range.numTracks == 1 ? AudioTrack::StereoGains{volume, volume} : track.stereoGains());
     }

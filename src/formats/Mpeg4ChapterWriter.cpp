@@ -2,6 +2,7 @@
 #include "formats/streams/BigEndianOutputStream.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace velloria::Mpeg4Chapters
@@ -255,7 +256,7 @@ QByteArray list(const MarkerList& markers, double sampleRate)
         const QByteArray name = shortened(marker->name(), 255);
         const double seconds = static_cast<double>(std::max<int64_t>(0, marker->position())) / sampleRate;
         BigEndianOutputStream entry;
-        entry.writeSInt64(static_cast<int64_t>(seconds * unitsPerSecond + 0.5));
+        entry.writeSInt64(std::llround(seconds * unitsPerSecond));
         entry.writeUInt8(static_cast<uint8_t>(name.size()));
         bytes += entry.data() + name;
     }

@@ -15,7 +15,7 @@ constexpr qsizetype typeOffset = 5;
 constexpr qsizetype serialNumberOffset = 14;
 constexpr char firstPageFlag = 2;
 constexpr char lastPageFlag = 4;
-constexpr int64_t longestPage = int64_t{pageHeaderLength} + 255 + 255 * 255;
+constexpr int64_t longestPage = int64_t{pageHeaderLength} + 255 + int64_t{255} * 255;
 constexpr qsizetype firstBytesKept = 16;
 // More than any file has, fewer than a damaged one could claim.
 constexpr size_t mostStreams = 64;

@@ -68,6 +68,7 @@ void ClipNode::prefetchItems() const
         __builtin_prefetch(isLeaf() ? static_cast<const void*>(clip(i).get()) : child(i).get());
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the reference is taken over, and ends here
 void ClipNode::takeClips(ClipNodeRef node, AudioClipPtr* out)
 {
     // A node without another owner dies here, so that emptying it is seen by nobody.
@@ -79,6 +80,7 @@ void ClipNode::takeClips(ClipNodeRef node, AudioClipPtr* out)
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): as above
 void ClipNode::takeChildren(ClipNodeRef node, ClipNodeRef* out)
 {
     if (node->hasOneOwner()) {

@@ -58,7 +58,7 @@ std::optional<Head> mpegHead(const uint8_t* bytes)
     const int bitRate = 1000 * bitRatesOf(isVersion1, layer)[bitRateIndex];
     const int padding = head >> 9 & 1;
     const int framesPerByte = layer == 1 ? 48 : layer == 3 && !isVersion1 ? 72 : 144;
-    const int64_t packetBytes = layer == 1 ? 4 * (12 * bitRate / sampleRate + padding)
+    const int64_t packetBytes = layer == 1 ? int64_t{4} * (12 * bitRate / sampleRate + padding)
                                            : int64_t{framesPerByte} * bitRate / sampleRate + padding;
     constexpr uint32_t commonBits = 0xFFFE0C00; // version, layer, sample rate
     return Head{head & commonBits, packetBytes};
