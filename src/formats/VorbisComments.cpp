@@ -78,7 +78,7 @@ void VorbisComments::addPictureBlock(std::string_view base64)
     };
     const auto bytes = [&] {
         const qsizetype length = number();
-        const QByteArray found = block.mid(offset, length);
+        QByteArray found = block.mid(offset, length);
         offset += length;
         return found;
     };
