@@ -11,6 +11,10 @@ namespace velloria
 namespace
 {
 
+/// A last effect whose result would take more is computed as the file is written: through scratch files of
+/// that size the disk, not the processor, would set the pace.
+constexpr int64_t kMostScratchBytesBeforeSaving = int64_t{256} << 20;
+
 QString placeOf(size_t index, const QString& text)
 {
     return QStringLiteral("command %1 “%2”").arg(index + 1).arg(ScriptText::forDisplay(text));
@@ -33,9 +37,11 @@ std::optional<std::vector<ParsedCommand>> parseAll(const std::vector<QString>& t
     return commands;
 }
 
-bool runAll(const std::vector<ParsedCommand>& commands, SoundController& controller)
+bool runAll(const std::vector<ParsedCommand>& commands, SoundController& controller, bool savesAtEnd)
 {
     for (size_t i = 0; i < commands.size(); ++i) {
+        if (savesAtEnd && i + 1 == commands.size())
+            controller.setMostScratchBytes(kMostScratchBytesBeforeSaving);
         MaybeError error;
         if (Terminal::isInterrupted())
             error = Error::cancelled();
@@ -85,8 +91,8 @@ ExitStatus runCommands(const Arguments& arguments)
     CliHost host;
     SoundController controller(document, host);
     controller.selectAll();
-    const bool isDone =
-        runAll(*commands, controller) && (!outputType || saveAtEnd(controller, output, outputType->uti));
+    const bool isDone = runAll(*commands, controller, outputType != nullptr) &&
+                        (!outputType || saveAtEnd(controller, output, outputType->uti));
     // What was copied may hold scratch files, which must go before the program's own objects do.
     AudioClipboard::clipboard().setContents(nullptr);
     return isDone ? ExitStatus::done : ExitStatus::failed;

@@ -145,6 +145,8 @@ public:
     MaybeError applyFilter(const std::shared_ptr<Filter>& filter);
     /// The same without keeping it.
     MaybeError runFilter(Filter& filter);
+    /// Passed on to the effects run from now on; see Filter.
+    void setMostScratchBytes(int64_t numBytes) { mMostScratchBytes = numBytes; }
     /// The application-wide last filter, or null.
     static std::shared_ptr<Filter> lastFilter();
     MaybeError applyLastFilter();
@@ -202,6 +204,7 @@ private:
     double mCueTime = 0;
     int32_t mNumTracks = 0;
     std::unique_ptr<Progress> mFilterProgress;
+    int64_t mMostScratchBytes = INT64_MAX;
     RecentDocuments mRecentDocuments;
     mutable std::vector<std::unique_ptr<SampleCloseUp>> mCloseUps;
     std::unique_ptr<VLWaveformCacheRenderer> mRenderer;

@@ -41,6 +41,7 @@ void SoundController::setUpFilter(Filter& filter)
 MaybeError SoundController::runFilter(Filter& filter)
 {
     const UndoGroup group(*mDocument, filter.name());
+    filter.setMostScratchBytes(mMostScratchBytes);
     MaybeError error = filter.apply();
     mFilterProgress.reset();
     return error;

@@ -47,4 +47,13 @@ bool AmplifyVolume::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& bl
     return true;
 }
 
+ComputedClip::Function AmplifyVolume::outputOfTrack(const AudioTrackPtr& track, size_t) const
+{
+    const float factor = mAmpFactor.load(std::memory_order_relaxed);
+    return [track, factor, start = mSource->loopStart()](int64_t offset, std::span<float> out) {
+        track->readSamples(start + offset, out);
+        SampleArithmetic::scale(out, factor);
+    };
+}
+
 } // namespace velloria

@@ -20,6 +20,9 @@ public:
     void setParameterValue(size_t index, double value) override;
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
 
+protected:
+    ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const override;
+
 private:
     /// Relaxed: set by the dialog on the main thread while a preview reads it, and nothing hangs on it.
     std::atomic<float> mAmpFactor = 1.0F;

@@ -35,15 +35,29 @@ MaybeError Backwards::apply()
         mDelegate->filterDidReachProgress(*this, 0.0);
     mSource->setLooping(false);
     processingWillBegin();
-    MaybeError error = processFromEnd(writer, offset, total);
-    if (!error && !mWasCancelled)
-        error = writer.finish();
+    std::vector<AudioClipPtr> clips = computedClips();
+    MaybeError error;
+    if (clips.empty()) {
+        error = processFromEnd(writer, offset, total);
+        if (!error && !mWasCancelled)
+            error = writer.finish();
+        clips.assign(writer.clips().begin(), writer.clips().end());
+    }
     didFinishProgress();
     if (error || mWasCancelled)
         return error;
     processingFinished();
-    replaceSelectionWithClips(offset, total, writer.clips());
+    replaceSelectionWithClips(offset, total, clips);
     return std::nullopt;
+}
+
+ComputedClip::Function Backwards::outputOfTrack(const AudioTrackPtr& track, size_t) const
+{
+    const int64_t end = mSource->loopStart() + numFrames();
+    return [track, end](int64_t offset, std::span<float> out) {
+        track->readSamples(end - offset - static_cast<int64_t>(out.size()), out);
+        std::reverse(out.begin(), out.end());
+    };
 }
 
 MaybeError Backwards::processFromEnd(ClipWriter& writer, int64_t offset, int64_t total)

@@ -17,6 +17,9 @@ public:
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     MaybeError apply() override;
 
+protected:
+    ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const override;
+
 private:
     MaybeError processFromEnd(ClipWriter& writer, int64_t offset, int64_t total);
 };

@@ -146,16 +146,45 @@ MaybeError Filter::apply()
     }
     mSource->setLooping(false);
     processingWillBegin();
-    int64_t numDone = 0;
-    const auto blockNumFrames = static_cast<int64_t>(std::min<uint64_t>(mMaxBufferNumFrames, INT64_MAX));
-    MaybeError error = processBlocks(writer, blockNumFrames, numDone, total);
-    if (!error && !mWasCancelled)
-        error = writer.finish();
+    std::vector<AudioClipPtr> clips = computedClips();
+    MaybeError error;
+    if (clips.empty()) {
+        int64_t numDone = 0;
+        const auto blockNumFrames = static_cast<int64_t>(std::min<uint64_t>(mMaxBufferNumFrames, INT64_MAX));
+        error = processBlocks(writer, blockNumFrames, numDone, total);
+        if (!error && !mWasCancelled)
+            error = writer.finish();
+        clips.assign(writer.clips().begin(), writer.clips().end());
+    }
     didFinishProgress();
     processingFinished();
     if (!error && !mWasCancelled)
-        replaceSelectionWithClips(offset, total, writer.clips());
+        replaceSelectionWithClips(offset, total, clips);
     return error;
+}
+
+ComputedClip::Function Filter::outputOfTrack(const AudioTrackPtr&, size_t) const
+{
+    return {};
+}
+
+std::vector<AudioClipPtr> Filter::computedClips() const
+{
+    const int64_t start = mSource->loopStart();
+    const int64_t total = numFrames();
+    const TrackList tracks = mSource->document()->audioTracks();
+    const auto first = static_cast<size_t>(mSource->firstTrack());
+    const auto count = static_cast<size_t>(numTracks());
+    const int64_t numBytes = total * static_cast<int64_t>(sizeof(float)) * numTracks();
+    const bool isInside = start >= 0 && start + total <= mSource->limit() && first + count <= tracks->size();
+    std::vector<AudioClipPtr> clips;
+    for (size_t i = 0; i < count && isInside && numBytes > mMostScratchBytes; ++i) {
+        ComputedClip::Function output = outputOfTrack((*tracks)[first + i], i);
+        if (!output)
+            return {};
+        clips.push_back(std::make_shared<ComputedClip>(total, std::move(output)));
+    }
+    return clips;
 }
 
 MaybeError Filter::processBlocks(ClipWriter& writer, int64_t blockNumFrames, int64_t& numDone,
@@ -202,8 +231,7 @@ SoundDocument* Filter::document() const
     return const_cast<SoundDocument*>(dynamic_cast<const SoundDocument*>(mSource->document().get()));
 }
 
-void Filter::replaceSelectionWithClips(int64_t offset, int64_t length,
-                                       const std::vector<std::shared_ptr<MutableAudioClip>>& clips)
+void Filter::replaceSelectionWithClips(int64_t offset, int64_t length, const std::vector<AudioClipPtr>& clips)
 {
     SoundDocument* const target = document();
     if (!target || clips.empty())

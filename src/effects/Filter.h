@@ -3,6 +3,7 @@
 #include "Classes/CoreAudio/DataSource.h"
 #include "Classes/CoreAudio/DocumentSource.h"
 #include "document/clips/MutableAudioClip.h"
+#include "effects/ComputedClip.h"
 #include "effects/ParameterDescription.h"
 #include "platform/Error.h"
 
@@ -68,6 +69,10 @@ public:
     uint64_t maxBufferNumFrames() const { return mMaxBufferNumFrames; }
     void setMaxBufferNumFrames(uint64_t numFrames) { mMaxBufferNumFrames = numFrames; }
 
+    /// A result that would take more bytes of scratch files, and whose samples can be computed in any order,
+    /// is computed each time it is read instead. For a document that is read once more, to be saved.
+    void setMostScratchBytes(int64_t numBytes) { mMostScratchBytes = numBytes; }
+
     /// Resets state; an override calls the base version unless its description says otherwise.
     virtual void processingWillBegin();
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
@@ -96,9 +101,16 @@ protected:
     bool didReachProgress(int64_t numDone, int64_t numTotal);
     void didFinishProgress();
 
+    /// The effect's output for a track of the document, `offset` counted from the selection's start; nothing
+    /// for an effect whose samples hang on those before them. `index` counts the selection's tracks.
+    virtual ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const;
+
+    /// Clips that compute the result when they are read, one a track, where setMostScratchBytes() asks for
+    /// that; else none.
+    std::vector<AudioClipPtr> computedClips() const;
+
     /// Gives the clips to the document in place of the selection, as one undo step, and tells the delegate.
-    void replaceSelectionWithClips(int64_t offset, int64_t length,
-                                   const std::vector<std::shared_ptr<MutableAudioClip>>& clips);
+    void replaceSelectionWithClips(int64_t offset, int64_t length, const std::vector<AudioClipPtr>& clips);
 
     /// Pulls frames through requestDataWithNumFrames() in blocks of at most blockNumFrames and appends them
     /// to the writer's clips, until numDone, which counts what was asked for, reaches numTotal, the data end
@@ -116,6 +128,7 @@ private:
     QString mName;
     std::unique_ptr<ReadAhead> mReadAhead; ///< while processBlocks() runs
     bool mHasOptionsDialog = false;
+    int64_t mMostScratchBytes = INT64_MAX;
     uint64_t mMaxBufferNumFrames = 2048;
 };
 

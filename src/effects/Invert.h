@@ -15,6 +15,9 @@ public:
     }
 
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
+
+protected:
+    ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const override;
 };
 
 } // namespace velloria

@@ -100,18 +100,36 @@ MaybeError Normalize::apply()
     mSource->setMark(offset);
     const std::vector<double> levels = measureLevels(total);
     MaybeError error;
+    std::vector<AudioClipPtr> clips;
     if (!mWasCancelled) {
         setFactorsForLevels(levels);
         processingWillBegin();
-        int64_t numDone = total;
-        error = processBlocks(writer, kBlockNumFrames, numDone, 2 * total);
-        if (!error && !mWasCancelled)
-            error = writer.finish();
+        clips = computedClips();
+        if (clips.empty()) {
+            error = scaleInto(writer, total);
+            clips.assign(writer.clips().begin(), writer.clips().end());
+        }
     }
     didFinishProgress();
     if (!error && !mWasCancelled)
-        replaceSelectionWithClips(offset, total, writer.clips());
+        replaceSelectionWithClips(offset, total, clips);
     return error;
+}
+
+MaybeError Normalize::scaleInto(ClipWriter& writer, int64_t total)
+{
+    int64_t numDone = total;
+    MaybeError error = processBlocks(writer, kBlockNumFrames, numDone, 2 * total);
+    return error || mWasCancelled ? error : writer.finish();
+}
+
+ComputedClip::Function Normalize::outputOfTrack(const AudioTrackPtr& track, size_t index) const
+{
+    const float factor = mAmpFactors.at(index);
+    return [track, factor, start = mSource->loopStart()](int64_t offset, std::span<float> out) {
+        track->readSamples(start + offset, out);
+        SampleArithmetic::scale(out, factor);
+    };
 }
 
 std::vector<double> Normalize::measureLevels(int64_t total)

@@ -23,9 +23,13 @@ public:
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     MaybeError apply() override;
 
+protected:
+    ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const override;
+
 private:
     /// The largest block level of every track; progress runs from 0 to 0.5.
     std::vector<double> measureLevels(int64_t total);
+    MaybeError scaleInto(ClipWriter& writer, int64_t total);
     void setFactorsForLevels(const std::vector<double>& levels);
 
     std::vector<float> mAmpFactors;

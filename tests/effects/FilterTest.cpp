@@ -2,6 +2,7 @@
 #include "platform/Log.h"
 #include "platform/ScratchFolder.h"
 
+#include <cstring>
 #include <filesystem>
 
 using namespace velloria;
@@ -222,6 +223,58 @@ TEST(Filter, CancelledRunsLeaveNoScratchFiles)
         kit::FilterRecorder recorder(cancelAfter);
         kit::applyTo(document, filter, kit::everythingOf(*document), &recorder);
         EXPECT_EQ(count(), numBefore);
+    }
+}
+
+/// The document of differentTracks() after an effect on part of it, its tracks cut once more and read from
+/// the back in pieces.
+kit::TrackSamples resultReadBackwards(const EffectEntry& entry, int64_t mostScratchBytes)
+{
+    const auto document = documentOf(kit::differentTracks(30000));
+    const auto filter = entry.make(entry.menuTitle);
+    filter->setMostScratchBytes(mostScratchBytes);
+    EXPECT_FALSE(kit::applyTo(document, *filter, kit::framesOf(*document, 1000, 29000, 1, 2)));
+    kit::TrackSamples result;
+    for (int32_t track = 0; track < document->trackCount(); ++track) {
+        document->replaceDataAtOffset(5000, 100, track, nullptr);
+        result.emplace_back(static_cast<size_t>(document->numberOfFrames()));
+        for (size_t end = result.back().size(); end > 0;) {
+            const size_t start = end - std::min<size_t>(end, 777);
+            const std::span<float> piece(result.back().data() + start, end - start);
+            (*document->audioTracks())[static_cast<size_t>(track)]->readSamples(static_cast<int64_t>(start),
+                                                                                piece);
+            end = start;
+        }
+    }
+    return result;
+}
+
+TEST(Filter, ResultsComputedWhenReadAreThoseOfScratchFiles)
+{
+    for (const EffectEntry& entry : EffectRegistry::effects()) {
+        SCOPED_TRACE(entry.scriptName.toStdString());
+        const kit::TrackSamples written = resultReadBackwards(entry, INT64_MAX);
+        const kit::TrackSamples computed = resultReadBackwards(entry, 0);
+        ASSERT_EQ(computed.size(), written.size());
+        for (size_t track = 0; track < written.size(); ++track) {
+            ASSERT_EQ(computed[track].size(), written[track].size());
+            // Bytes: not-a-number is no equal of itself.
+            EXPECT_EQ(std::memcmp(computed[track].data(), written[track].data(), 4 * written[track].size()),
+                      0);
+        }
+    }
+}
+
+TEST(Filter, ResultsComputedWhenReadNeedNoScratchFile)
+{
+    const auto document = documentOf({ramp(30000, 0), ramp(30000, 1)});
+    const kit::FileSizeLimit nothingFits(10);
+    for (const char* const name : {"amplify", "normalize", "reverse", "invert"}) {
+        const auto filter = kit::effectNamed(QString::fromLatin1(name));
+        filter->setMostScratchBytes(30000 * 2 * 4 - 1);
+        EXPECT_FALSE(kit::applyTo(document, *filter, kit::everythingOf(*document))) << name;
+        filter->setMostScratchBytes(30000 * 2 * 4);
+        EXPECT_TRUE(kit::applyTo(document, *filter, kit::everythingOf(*document))) << name;
     }
 }
 

@@ -1,0 +1,34 @@
+#include "effects/ComputedClip.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+ComputedClip::ComputedClip(int64_t numFrames, Function function)
+    : AudioClip(std::make_shared<Computation>(std::move(function)))
+{
+    _numFrames.store(numFrames, std::memory_order_relaxed);
+    _waveformCache = WaveformCache::none();
+}
+
+ComputedClip::ComputedClip(const ComputedClip& whole, int64_t offset, int64_t numFrames)
+    : AudioClip(whole, offset, numFrames)
+{
+}
+
+int64_t ComputedClip::readSamples(int64_t offset, std::span<float> out) const
+{
+    const int64_t available = std::max<int64_t>(0, numFrames() - offset);
+    const auto count = std::min(out.size(), static_cast<size_t>(available));
+    static_cast<const Computation&>(*mOrigin).function(_sourceOffset + offset, out.first(count));
+    std::fill(out.begin() + static_cast<std::ptrdiff_t>(count), out.end(), 0.0F);
+    return static_cast<int64_t>(count);
+}
+
+AudioClipPtr ComputedClip::subdataWithOffset(int64_t offset, int64_t numFrames) const
+{
+    return std::make_shared<ComputedClip>(*this, offset, numFrames);
+}
+
+} // namespace velloria
