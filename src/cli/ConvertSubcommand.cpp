@@ -1,6 +1,6 @@
 #include "cli/DocumentFiles.h"
+#include "cli/TargetArguments.h"
 #include "cli/Terminal.h"
-#include "scripting/SaveArguments.h"
 
 namespace velloria
 {
@@ -45,40 +45,8 @@ struct Conversion {
     bool read(const Arguments& arguments)
     {
         input = ArgumentValues::path(arguments.words()[0]);
-        request.path = ArgumentValues::path(arguments.words()[1]);
-        request.operation = SaveOperation::saveTo;
         return ArgumentValues::readTimeRange(arguments, range) && readTracks(arguments, tracks) &&
-               readType(arguments) && readOption(arguments);
-    }
-
-private:
-    bool readType(const Arguments& arguments)
-    {
-        QString problem;
-        const std::optional<QByteArray> name = arguments.value("--type");
-        const AudioFileType* type =
-            name && name->isEmpty() ? nullptr
-                                    : SaveArguments::type(ArgumentValues::text(name.value_or(QByteArray())),
-                                                          request.path, &problem);
-        if (type)
-            request.uti = type->uti;
-        else
-            Terminal::say(problem.isEmpty() ? QStringLiteral("--type is empty") : problem);
-        return type != nullptr;
-    }
-
-    bool readOption(const Arguments& arguments)
-    {
-        const std::optional<QByteArray> value = arguments.value("--option");
-        if (!value)
-            return true;
-        const std::optional<int> tag = SaveArguments::optionTag(ArgumentValues::text(*value));
-        const QString problem = tag ? SaveArguments::optionProblem(request.uti, *tag)
-                                    : QStringLiteral("it is neither a number nor a four-character code");
-        request.optionTag = tag.value_or(0);
-        if (!problem.isEmpty())
-            Terminal::say(QStringLiteral("--option “%1”: %2").arg(ArgumentValues::text(*value), problem));
-        return problem.isEmpty();
+               TargetArguments::read(arguments, arguments.words()[1], request);
     }
 };
 
@@ -104,13 +72,8 @@ ExitStatus convert(const Arguments& arguments)
     if (!document)
         return ExitStatus::failed;
     SaveRequest& request = conversion.request;
-    if (arguments.has("--option")) {
-        const QString problem = SaveArguments::optionProblem(request.uti, request.optionTag, *document);
-        if (!problem.isEmpty()) {
-            Terminal::say(QStringLiteral("--option: ") + problem);
-            return ExitStatus::wrongArguments;
-        }
-    }
+    if (!TargetArguments::fits(arguments, request, *document))
+        return ExitStatus::wrongArguments;
     if (conversion.range.start || conversion.range.end || conversion.tracks) {
         request.selection = DocumentFiles::selection(*document, conversion.range);
         if (!request.selection ||
@@ -134,12 +97,7 @@ Subcommand convertSubcommand()
         "markers, precision) is said on standard error, one line each. A part of a sound is written "
         "without markers. IN and OUT may be the same file; OUT is replaced in one step once all is "
         "written.")};
-    subcommand.options = {
-        {"--type", QStringLiteral("NAME"),
-         QStringLiteral("File type of OUT, as “WAVE”; left out, the extension of OUT tells it.")},
-        {"--option", QStringLiteral("TAG"),
-         QStringLiteral(
-             "Sample size in bits or bit rate from the type's list, as a number or a four-character code.")}};
+    subcommand.options = TargetArguments::options();
     for (const OptionDescription& option : ArgumentValues::timeRangeOptions())
         subcommand.options.push_back(option);
     subcommand.options.push_back(

@@ -67,5 +67,6 @@ Subcommand splitSubcommand();
 Subcommand commandsSubcommand();
 Subcommand devicesSubcommand();
 Subcommand playSubcommand();
+Subcommand recordSubcommand();
 
 } // namespace velloria

@@ -23,6 +23,8 @@ public:
     virtual void transportDidChange() {}
     /// The device stands still again.
     virtual void playbackDidStop() {}
+    /// All that was recorded is in the document; why it ended is DocumentRecording::endError().
+    virtual void recordingDidStop() {}
 
     /// The selection before and after a step, kept with the step so that undo and redo restore it.
     virtual std::optional<SoundSelection> selectionForUndo() const { return std::nullopt; }

@@ -1,5 +1,6 @@
 #include "document/DocumentTransport.h"
 
+#include "document/DocumentRecording.h"
 #include "document/SoundDocument.h"
 
 #include <algorithm>
@@ -71,15 +72,20 @@ void DocumentTransport::stopSound()
 {
     if (isPlaying())
         mPlayer->stop();
+    mDocument.recording().stop();
 }
 
 bool DocumentTransport::isPaused() const
 {
-    return mPlayer && !mPlayer->isRunning();
+    if (mPlayer)
+        return !mPlayer->isRunning();
+    return mDocument.recording().isInProgress() && !mDocument.recording().isRecording();
 }
 
 double DocumentTransport::cueTime() const
 {
+    if (mDocument.recording().isInProgress())
+        return static_cast<double>(mDocument.recording().endFrame()) / mDocument.sampleRate();
     return mPlayer ? static_cast<double>(mPlayer->playbackTimestamp()) / mDocument.sampleRate() : -1.0;
 }
 

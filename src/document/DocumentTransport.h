@@ -26,16 +26,18 @@ public:
     /// already. Does nothing for an empty selection. Times are in seconds; the cue may lie outside of the
     /// selection.
     MaybeError playSelection(const SoundSelection& selection, double cueTime);
+    /// Ends a recording, too.
     void stopSound();
     /// Does nothing: who pauses stops, and plays from where that was.
     void pause() {}
     bool isPaused() const;
     bool isPlaying() const { return mPlayer && mPlayer->isRunning(); }
 
-    /// The time that is heard; -1 while nothing plays.
+    /// The time that is heard or recorded; -1 while neither is so.
     double cueTime() const;
     /// Document frame where the present run began.
     int64_t audioPlaybackRecordingCueStart() const { return mCueStart; }
+    void setAudioPlaybackRecordingCueStart(int64_t frame) { mCueStart = frame; }
 
     bool audioPlaybackLoops() const { return mLoops; }
     /// Loop mode, from now on and for what is played at the moment, whose loop becomes frames

@@ -1,3 +1,4 @@
+#include "document/DocumentRecording.h"
 #include "document/DocumentStep.h"
 #include "document/UndoGroup.h"
 
@@ -49,7 +50,7 @@ void SoundDocument::undoableSetAudioTracks(TrackList tracks)
 {
     if (!tracks)
         tracks = std::make_shared<const std::vector<AudioTrackPtr>>();
-    if (tracks == mAudioTracks)
+    if (tracks == mAudioTracks || mRecording->isInProgress())
         return;
     const UndoGroup group(*this);
     mOpenStep->willReplaceTracks(mAudioTracks);
@@ -92,7 +93,7 @@ void SoundDocument::undoableSetAudioMetadata(const AudioMetadata& metadata)
 
 void SoundDocument::undoableSetSampleRate(double newRate)
 {
-    if (newRate == sampleRate())
+    if (newRate == sampleRate() || mRecording->isInProgress())
         return;
     const UndoGroup group(*this);
     mOpenStep->willReplaceSampleRate(sampleRate());

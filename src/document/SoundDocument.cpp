@@ -1,5 +1,6 @@
 #include "document/SoundDocument.h"
 
+#include "document/DocumentRecording.h"
 #include "document/DocumentStep.h"
 #include "document/DocumentTransport.h"
 #include "platform/UserDefaults.h"
@@ -44,6 +45,7 @@ SoundDocument::SoundDocument()
 SoundDocument::SoundDocument(ForLoading)
     : mAudioTracks(std::make_shared<const std::vector<AudioTrackPtr>>())
     , mAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>())
+    , mRecording(std::make_unique<DocumentRecording>(*this))
     , mTransport(std::make_unique<DocumentTransport>(*this))
 {
 }

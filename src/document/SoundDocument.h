@@ -20,6 +20,7 @@ namespace velloria
 {
 
 class DecodingWatcher;
+class DocumentRecording;
 class DocumentStep;
 class DocumentTransport;
 struct DecodingStart;
@@ -108,7 +109,7 @@ public:
     void endUndoGroup();
     bool isDocumentEdited() const { return !mUndoStack.isClean(); }
 
-    // Undoable setters.
+    // Undoable setters. While something is recorded the tracks and the rate stay as they are.
     void undoableSetAudioTracks(TrackList tracks);
     void undoableSetAudioMarkers(MarkerList markers);
     void undoableSetAudioMetadata(const AudioMetadata& metadata);
@@ -154,6 +155,9 @@ public:
     /// Plays it.
     DocumentTransport& transport() { return *mTransport; }
     const DocumentTransport& transport() const { return *mTransport; }
+    /// Records into it.
+    DocumentRecording& recording() { return *mRecording; }
+    const DocumentRecording& recording() const { return *mRecording; }
 
     // Saving.
     /// What writing so would lose, one sentence each: chunks, tags, markers or artwork that the format does
@@ -205,6 +209,7 @@ private:
     std::unique_ptr<DocumentStep> mOpenStep;
     int mGroupDepth = 0;
     QSet<QString> mActionNames;
+    std::unique_ptr<DocumentRecording> mRecording;
     // Last: it reads the tracks until it is gone.
     std::unique_ptr<DocumentTransport> mTransport;
 };

@@ -25,6 +25,28 @@ inline QString playbackVolume()
 {
     return QStringLiteral("playbackVolume");
 }
+inline QString inputDevice()
+{
+    return QStringLiteral("audio.input.device");
+}
+inline QString inputLeftChannel()
+{
+    return QStringLiteral("audio.input.leftChannel");
+}
+inline QString inputRightChannel()
+{
+    return QStringLiteral("audio.input.rightChannel");
+}
+/// 1 while the input meters run.
+inline QString inputMetersActive()
+{
+    return QStringLiteral("audio.inputLevels.metersActive");
+}
+/// Whether the input is heard at the output.
+inline QString playthrough()
+{
+    return QStringLiteral("audioPlaythrough");
+}
 } // namespace AudioPreference
 
 /// What the engine announces and listens to.
@@ -41,6 +63,27 @@ inline QString outputConfigurationDidChange()
 inline QString playbackVolumeDidChange()
 {
     return QStringLiteral("playbackVolumeDidChange");
+}
+inline QString inputDeviceDidChange()
+{
+    return QStringLiteral("audioInputDeviceDidChange");
+}
+inline QString inputConfigurationDidChange()
+{
+    return QStringLiteral("audioInputDeviceConfigurationDidChange");
+}
+/// The sender is the InputLevels.
+inline QString inputLevelsDidChange()
+{
+    return QStringLiteral("inputLevelsDidChange");
+}
+inline QString inputGainDidChange()
+{
+    return QStringLiteral("inputGainDidChange");
+}
+inline QString metersActiveDidChange()
+{
+    return QStringLiteral("audioMetersActiveDidChange");
 }
 } // namespace AudioNotification
 

@@ -44,7 +44,8 @@ TempFile::TempFile(std::shared_ptr<FileHandle> handle)
 
 TempFile::~TempFile()
 {
-    deleteTempFile();
+    if (!mIsLeftBehind)
+        deleteTempFile();
 }
 
 void TempFile::deleteTempFile()

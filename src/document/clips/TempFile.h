@@ -29,6 +29,8 @@ public:
     /// Size in bytes, header included.
     int64_t length() const { return mLength.load(std::memory_order_acquire); }
     const std::filesystem::path& path() const;
+    /// It stays when nobody refers to it any more, for the next start to offer.
+    void leaveBehind() { mIsLeftBehind = true; }
     const std::shared_ptr<FileHandle>& fileHandle() const { return mFileHandle; }
 
     static std::filesystem::path tempPath();
@@ -42,6 +44,7 @@ private:
 
     std::shared_ptr<FileHandle> mFileHandle;
     std::atomic<int64_t> mLength{0};
+    std::atomic<bool> mIsLeftBehind{false};
 };
 
 } // namespace velloria

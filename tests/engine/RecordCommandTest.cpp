@@ -1,0 +1,244 @@
+#include "cli/CliKit.h"
+#include "engine/Capture.h"
+#include "engine/PulseServer.h"
+
+#include <QProcess>
+#include <deque>
+#include <sys/resource.h>
+
+using namespace velloria;
+
+namespace
+{
+
+constexpr int kPeriod = 1 << 20;
+
+/// Plays an endless sawtooth into a sink: frame i holds (i mod 2^20 + 1) / 2^21 and its negative, so that
+/// each frame tells its place, none is silent, and each fits 24 bits.
+class Sawtooth : public OutputClient
+{
+public:
+    explicit Sawtooth(const QString& sinkName, bool isSilent = false)
+        : mIsSilent(isSilent)
+    {
+        const HardwareState state = mHardware.state();
+        if (const HardwareDevice* const sink = state.deviceWithUID(sinkName))
+            mStream = mHardware.openOutput({sink->id, QStringLiteral("Test"), {}}, *this, nullptr);
+        mIsRunning = mStream && !mStream->start();
+    }
+    ~Sawtooth() override { mStream.reset(); }
+
+    int32_t render(float* left, float* right, uint32_t numFrames) noexcept override
+    {
+        for (uint32_t i = 0; i < numFrames; ++i, ++mNext) {
+            left[i] = mIsSilent ? 0.0F : static_cast<float>(mNext % kPeriod + 1) / (2.0F * kPeriod);
+            right[i] = -left[i];
+        }
+        return 0;
+    }
+    bool isRunning() const { return mIsRunning; }
+    void setSilent(bool isSilent) { mIsSilent = isSilent; }
+    uint64_t numGaps() const { return mStream->numUnderruns(); }
+
+private:
+    PulseHardware mHardware;
+    std::unique_ptr<OutputStream> mStream;
+    int64_t mNext = 0;
+    std::atomic<bool> mIsSilent;
+    bool mIsRunning = false;
+};
+
+/// The program velloria-cli, recording from the monitor of a null sink of the test's own server.
+class RecordCommandTest : public test::CliTest
+{
+protected:
+    std::unique_ptr<QProcess> start(const QStringList& arguments) const
+    {
+        auto process = std::make_unique<QProcess>();
+        process->setWorkingDirectory(QString::fromStdString(path("").native()));
+        process->start(QString::fromStdString(program()), QStringList{QStringLiteral("record")} + arguments);
+        return process;
+    }
+
+    static bool waitForEnd(const QProcess& process)
+    {
+        return kit::waitUntil([&] { return process.state() == QProcess::NotRunning; });
+    }
+
+    /// Frames that follow one another in the sawtooth, up to the end of its period.
+    static bool isSawtooth(const std::vector<float>& sound, int numChannels)
+    {
+        const auto step = static_cast<size_t>(numChannels);
+        int64_t previous = -1;
+        for (size_t i = 0; i < sound.size(); i += step) {
+            const auto place = static_cast<int64_t>(sound[i] * 2.0F * kPeriod) - 1;
+            if (place < 0 || (previous >= 0 && place != (previous + 1) % kPeriod))
+                return false;
+            if (numChannels == 2 && sound[i + 1] != -sound[i])
+                return false;
+            previous = place;
+        }
+        return true;
+    }
+
+    /// Waits until the scratch files hold some seconds of sound.
+    static bool waitForScratch(uintmax_t numBytes)
+    {
+        return kit::waitUntil([&] {
+            const auto files = scratchFiles();
+            std::error_code ignored;
+            return !files.empty() && std::filesystem::file_size(files.front(), ignored) > numBytes;
+        });
+    }
+};
+
+} // namespace
+
+TEST_F(RecordCommandTest, RecordsEveryFrameUnchanged)
+{
+    const kit::PulseServer server;
+    struct Case {
+        const char* sink;
+        const char* file;
+        int rate;
+        int numChannels;
+    };
+    for (const Case& c : {Case{"two44", "out.wav", 44100, 2},
+                          {"two48", "out.caf", 48000, 2},
+                          {"two96", "out.aif", 96000, 2},
+                          {"six48", "mono.wav", 48000, 1}}) {
+        SCOPED_TRACE(c.sink);
+        const Sawtooth source(QString::fromLatin1(c.sink));
+        ASSERT_TRUE(source.isRunning());
+        bool isExact = false;
+        // A machine under load may starve the server, which then plays silence in between.
+        for (int attempt = 0; attempt < 10 && !isExact; ++attempt) {
+            const test::Outcome outcome =
+                cli({"record", c.file, "--seconds", "1.25", "--device", std::string(c.sink) + ".monitor",
+                     "--channels", std::to_string(c.numChannels)});
+            ASSERT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+            EXPECT_TRUE(outcome.output.isEmpty());
+            const QJsonObject info = infoOf(c.file);
+            EXPECT_EQ(info[QStringLiteral("frames")].toInt(), c.rate * 5 / 4);
+            EXPECT_EQ(info[QStringLiteral("sampleRate")].toInt(), c.rate);
+            EXPECT_EQ(info[QStringLiteral("channels")].toInt(), c.numChannels);
+            isExact = isSawtooth(decoded(c.file), c.numChannels);
+        }
+        EXPECT_TRUE(isExact);
+    }
+}
+
+TEST_F(RecordCommandTest, RecordsAtTheRateThatIsAskedFor)
+{
+    const kit::PulseServer server({{"two48", 48000, 2}});
+    const Sawtooth source(QStringLiteral("two48"));
+    ASSERT_EQ(cli({"record", "out.wav", "--seconds", "0.5", "--rate", "44100"}).status, 0);
+    const QJsonObject info = infoOf("out.wav");
+    EXPECT_EQ(info[QStringLiteral("frames")].toInt(), 22050);
+    EXPECT_EQ(info[QStringLiteral("sampleRate")].toInt(), 44100);
+}
+
+TEST_F(RecordCommandTest, KeepsTheTakeWhenItIsToldToEnd)
+{
+    const kit::PulseServer server({{"two44", 44100, 2}});
+    const Sawtooth source(QStringLiteral("two44"));
+    for (const int signal : {SIGINT, SIGTERM}) {
+        std::filesystem::remove(path("out.wav"));
+        const auto process = start({QStringLiteral("out.wav")});
+        ASSERT_TRUE(waitForScratch(100000));
+        ::kill(static_cast<pid_t>(process->processId()), signal);
+        ASSERT_TRUE(waitForEnd(*process));
+        EXPECT_EQ(process->exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process->exitCode(), 0) << process->readAllStandardError().toStdString();
+        EXPECT_GT(infoOf("out.wav")[QStringLiteral("frames")].toInt(), 20000);
+        EXPECT_TRUE(scratchFiles().empty());
+    }
+}
+
+TEST_F(RecordCommandTest, KeepsTheTakeWhenTheServerGoesAway)
+{
+    kit::PulseServer server({{"two44", 44100, 2}});
+    const auto process = start({QStringLiteral("out.wav")});
+    ASSERT_TRUE(waitForScratch(100000));
+    server.stop();
+    ASSERT_TRUE(waitForEnd(*process));
+    EXPECT_EQ(process->exitCode(), 1);
+    EXPECT_EQ(process->readAllStandardError(),
+              "velloria-cli: Recording stopped. The sound server went away. What was recorded until then is "
+              "kept.\n");
+    EXPECT_GT(infoOf("out.wav")[QStringLiteral("frames")].toInt(), 20000);
+}
+
+TEST_F(RecordCommandTest, LeavesAReadableTakeWhenItIsKilled)
+{
+    const kit::PulseServer server({{"two44", 44100, 2}});
+    const auto process = start({QStringLiteral("out.wav")});
+    ASSERT_TRUE(waitForScratch(200000));
+    process->kill();
+    ASSERT_TRUE(waitForEnd(*process));
+    const auto files = scratchFiles();
+    ASSERT_EQ(files.size(), 2U);
+    for (const auto& file : files) {
+        EXPECT_GT(infoOf(file.native())[QStringLiteral("frames")].toInt(), 49000);
+        std::filesystem::remove(file);
+    }
+}
+
+TEST_F(RecordCommandTest, KeepsTheTakeWhereItCannotBeSaved)
+{
+    const kit::PulseServer server({{"two44", 44100, 2}});
+    makeFile("notes.txt", "precious");
+    const auto process = start({QStringLiteral("gone/out.wav")});
+    ASSERT_TRUE(waitForEnd(*process));
+    EXPECT_EQ(process->exitCode(), 1) << "before anything was recorded";
+
+    std::filesystem::create_directory(path("folder"));
+    const auto second = start({QStringLiteral("folder/out.wav")});
+    ASSERT_TRUE(waitForScratch(50000));
+    std::filesystem::remove(path("folder"));
+    ::kill(static_cast<pid_t>(second->processId()), SIGTERM);
+    ASSERT_TRUE(waitForEnd(*second));
+    EXPECT_EQ(second->exitCode(), 1);
+    EXPECT_TRUE(second->readAllStandardError().contains("What was recorded is kept in "));
+    const auto files = scratchFiles();
+    ASSERT_EQ(files.size(), 2U);
+    for (const auto& file : files)
+        std::filesystem::remove(file);
+}
+
+TEST_F(RecordCommandTest, StartsWithTheFirstLoudBlock)
+{
+    const kit::PulseServer server({{"two44", 44100, 2}});
+    Sawtooth source(QStringLiteral("two44"), true);
+    const auto process = start({QStringLiteral("out.wav"), QStringLiteral("--level"), QStringLiteral("-90"),
+                                QStringLiteral("--seconds"), QStringLiteral("0.5")});
+    {
+        // A second of silence, by the device's clock.
+        const kit::MonitorCapture clock(QStringLiteral("two44"), 44100);
+        ASSERT_TRUE(kit::waitUntil([&] { return clock.keeper.isFull(); }));
+    }
+    EXPECT_EQ(process->state(), QProcess::Running);
+    source.setSilent(false);
+    ASSERT_TRUE(waitForEnd(*process));
+    EXPECT_EQ(process->exitCode(), 0) << process->readAllStandardError().toStdString();
+    const std::vector<float> sound = decoded("out.wav");
+    ASSERT_EQ(sound.size(), 2U * 22050);
+    const auto first = std::find_if(sound.begin(), sound.end(), [](float sample) { return sample != 0.0F; });
+    EXPECT_LT(first - sound.begin(), 2 * 8820) << "one block before the sound";
+}
+
+TEST_F(RecordCommandTest, SaysWhatIsWrong)
+{
+    qputenv("PULSE_SERVER", "unix:/nonexistent/socket");
+    expectFailure({"record", "out.wav"}, 1, "No sound server can be reached");
+    expectFailure({"record", "out.xyz"}, 2, "xyz");
+    expectFailure({"record", "out.wav", "--channels", "3"}, 2, "--channels");
+    expectFailure({"record", "out.wav", "--seconds", "0"}, 2, "--seconds must be more than 0");
+    expectFailure({"record", "out.wav", "--rate", "7"}, 2, "--rate must be from 100 to 1000000");
+    expectFailure({"record", "out.wav", "--level", "3"}, 2, "--level must be from -200 to 0");
+    expectFailure({"record", "."}, 2, "");
+    const kit::PulseServer server({{"two44", 44100, 2}});
+    expectFailure({"record", "out.wav", "--device", "none"}, 1, "There is no input device \"none\".");
+    expectFailure({"record", "out.wav", "--device", "two44"}, 1, "There is no input device");
+    EXPECT_TRUE(fileNames().empty());
+}
