@@ -661,10 +661,6 @@
         <source>Units of the ruler and the times</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="status-cue">
-        <source>Cue</source>
-        <translation type="unfinished"></translation>
-    </message>
     <message id="status-selection">
         <source>Selection</source>
         <translation type="unfinished"></translation>
@@ -752,10 +748,6 @@
     </message>
     <message id="view-centre-end">
         <source>Centre on Selection E&amp;nd</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message id="view-return-to-zero">
-        <source>Return to &amp;Zero</source>
         <translation type="unfinished"></translation>
     </message>
     <message id="view-units">
@@ -1088,6 +1080,122 @@
     </message>
     <message id="time-field-tip">
         <source>In the ruler&apos;s units, or with a unit behind the number: 1.5 s, 250 ms, 2 min, 44100 samples</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="playback-failed">
+        <source>The sound cannot be played. %1</source>
+        <extracomment>%1 says why</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="playback-server-lost">
+        <source>The sound server went away. Playback is paused.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="playback-device-lost">
+        <source>The output device went away. Playback is paused.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="message-close">
+        <source>Close this message</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="output-level">
+        <source>Output level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="output-level-tip">
+        <source>Output level: %1 dB (a double-click sets 0)</source>
+        <extracomment>Tool tip; %1 is a number of decibels</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="cue-readout">
+        <source>Time of the cue</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-transport">
+        <source>&amp;Transport</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-play">
+        <source>&amp;Play</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-pause">
+        <source>Pa&amp;use</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-stop">
+        <source>&amp;Stop</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-loop">
+        <source>&amp;Loop</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-return-to-zero">
+        <source>Return to &amp;Zero</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-rewind">
+        <source>Re&amp;wind</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-forward">
+        <source>Fast &amp;Forward</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-speed">
+        <source>Sp&amp;eed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-percent">
+        <source>%1 %</source>
+        <extracomment>A speed; %1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-faster">
+        <source>&amp;Faster</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-slower">
+        <source>&amp;Slower</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-follow">
+        <source>Follow the &amp;Cue</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-follow-smoothly">
+        <source>Smoothly</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-follow-pages">
+        <source>Page by Page</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-follow-never">
+        <source>Not at All</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="output-meter-left">
+        <source>Output level, left</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="output-meter-right">
+        <source>Output level, right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-speed-tip">
+        <source>Speed at which it plays, at the same pitch</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="level-decibels">
+        <source>%1 dB</source>
+        <extracomment>A level; %1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="meter-tip">
+        <source>Click to put out the light that says that the level reached 0 dB</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

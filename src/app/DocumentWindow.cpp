@@ -12,14 +12,19 @@
 #include "app/LevelScale.h"
 #include "app/MarkerActions.h"
 #include "app/MarkerListDock.h"
+#include "app/MessageBar.h"
 #include "app/OpenJob.h"
 #include "app/OpeningBar.h"
+#include "app/OutputLevelSlider.h"
 #include "app/ProgressSheet.h"
 #include "app/RulerWidget.h"
 #include "app/Settings.h"
 #include "app/SoundActions.h"
 #include "app/StatusLine.h"
+#include "app/StereoMeter.h"
 #include "app/TrackNames.h"
+#include "app/TransportActions.h"
+#include "app/TransportBar.h"
 #include "app/ViewActions.h"
 #include "app/WaveformView.h"
 #include "app/WaveformWidget.h"
@@ -67,6 +72,7 @@ DocumentWindow::DocumentWindow(std::shared_ptr<SoundDocument> document, Applicat
     buildMarkerList();
     buildMenus();
     buildToolBar();
+    buildTransportBar();
     const QSize size = UserDefaults::standard().value(Settings::windowSize).toSize();
     resize(size.isValid() ? size : kDefaultSize);
     connect(&mActivityTimer, &QTimer::timeout, this, &DocumentWindow::updateActivity);
@@ -183,6 +189,8 @@ void DocumentWindow::buildView()
     layout->setSpacing(0);
     mView = new WaveformView(*mSubject, central);
     mStatusLine = new StatusLine(mView->context(), central);
+    mMessageBar = new MessageBar(central);
+    layout->addWidget(mMessageBar);
     layout->addWidget(mView, 1);
     layout->addWidget(mStatusLine);
     setCentralWidget(central);
@@ -224,6 +232,7 @@ void DocumentWindow::buildMenus()
     mSoundMenu = lastMenu();
     mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
     mEffectsMenu = lastMenu();
+    mTransportActions = new TransportActions(*this, *menuBar());
     mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
     mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
     connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
@@ -259,6 +268,18 @@ void DocumentWindow::buildToolBar()
     setContextMenuPolicy(Qt::NoContextMenu);
 }
 
+void DocumentWindow::buildTransportBar()
+{
+    auto* const layout = static_cast<QVBoxLayout*>(centralWidget()->layout());
+    mTransportBar = new TransportBar(*mTransportActions, mView->context(), centralWidget());
+    layout->insertWidget(layout->indexOf(mStatusLine), mTransportBar);
+    connect(&mTransportBar->levelSlider(), &OutputLevelSlider::decibelsAsked, this,
+            [this](double decibels) { mController->takeOutputGainValueFrom(decibels); });
+    connect(&mView->context(), &WaveformContext::viewChanged, this,
+            [this] { mController->didScrollHorizontally(); });
+    playbackVolumeDidChange();
+}
+
 bool DocumentWindow::isPristine() const
 {
     const SoundDocument& document = mController->document();
@@ -276,6 +297,7 @@ void DocumentWindow::updateState()
     mEffectActions->update();
     mMarkerActions->update();
     mSoundActions->update();
+    transportDidChange();
 }
 
 void DocumentWindow::updateTitle()
@@ -375,6 +397,50 @@ void DocumentWindow::constrainRevealed()
     mView->context().geometry().constrainRevealed();
 }
 
+WaveformViewGeometry* DocumentWindow::mainView()
+{
+    return mView ? &mView->context().geometry() : nullptr;
+}
+
+void DocumentWindow::transportDidChange()
+{
+    if (!mTransportBar)
+        return;
+    mTransportActions->update();
+    mTransportBar->showSpeed(mController->playbackSpeed());
+    // What kept it from playing is settled.
+    if (mController->isPlaying())
+        mMessageBar->hide();
+}
+
+void DocumentWindow::outputLevelsDidChange(double leftDB, double rightDB)
+{
+    if (mTransportBar)
+        mTransportBar->outputMeters().setLevels(leftDB, rightDB);
+}
+
+void DocumentWindow::playbackVolumeDidChange()
+{
+    if (mTransportBar)
+        mTransportBar->showOutputLevel(SoundController::outputGain());
+}
+
+void DocumentWindow::playbackFailed(const QString& message)
+{
+    //: %1 says why
+    //% "The sound cannot be played. %1"
+    mMessageBar->showMessage(qtTrId("playback-failed").arg(message));
+}
+
+void DocumentWindow::playbackWasInterrupted(StopReason reason)
+{
+    //% "The sound server went away. Playback is paused."
+    const QString serverLost = qtTrId("playback-server-lost");
+    //% "The output device went away. Playback is paused."
+    const QString deviceLost = qtTrId("playback-device-lost");
+    mMessageBar->showMessage(reason == StopReason::serverLost ? serverLost : deviceLost);
+}
+
 bool DocumentWindow::confirmClosing()
 {
     if (!document().isDocumentEdited())
@@ -438,6 +504,7 @@ void DocumentWindow::closeEvent(QCloseEvent* event)
     if (!isMaximized() && !isFullScreen())
         UserDefaults::standard().setValue(Settings::windowSize, size());
     mController->stopWaveformRender();
+    mController->stopAudio();
     Q_EMIT closed(this);
     event->accept();
 }
@@ -461,10 +528,10 @@ void DocumentWindow::changeEvent(QEvent* event)
 
 bool DocumentWindow::event(QEvent* event)
 {
-    // Return ends typing in a field; it is a command of the window only elsewhere.
+    // Return and Escape end typing in a field; they are commands of the window only elsewhere.
     if (event->type() == QEvent::ShortcutOverride && qobject_cast<QLineEdit*>(QApplication::focusWidget())) {
         const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+        if (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Escape) {
             event->accept();
             return true;
         }

@@ -17,9 +17,12 @@ class EditActions;
 class EffectActions;
 class FileActions;
 class HelpActions;
+class MessageBar;
 class OpeningBar;
 class OpenJob;
 class StatusLine;
+class TransportActions;
+class TransportBar;
 class ViewActions;
 class WaveformView;
 
@@ -44,6 +47,9 @@ public:
     EffectActions& effectActions() { return *mEffectActions; }
     ViewActions& viewActions() { return *mViewActions; }
     class MarkerListDock& markerList() { return *mMarkerList; }
+    TransportActions& transportActions() { return *mTransportActions; }
+    TransportBar& transportBar() { return *mTransportBar; }
+    MessageBar& messageBar() { return *mMessageBar; }
 
     /// New, empty and untouched: opening a file may take its place.
     bool isPristine() const;
@@ -76,6 +82,12 @@ public:
     void setNeedsDisplayWithFrameOffset(int64_t offset, int64_t length) override;
     void revealSelection() override;
     void constrainRevealed() override;
+    WaveformViewGeometry* mainView() override;
+    void transportDidChange() override;
+    void outputLevelsDidChange(double leftDB, double rightDB) override;
+    void playbackVolumeDidChange() override;
+    void playbackFailed(const QString& message) override;
+    void playbackWasInterrupted(StopReason reason) override;
 
 Q_SIGNALS:
     void closed(velloria::DocumentWindow* window);
@@ -93,6 +105,7 @@ private:
     void buildView();
     void buildMenus();
     void buildToolBar();
+    void buildTransportBar();
     void buildHistory();
     void buildMarkerList();
     void updateTitle();
@@ -111,11 +124,14 @@ private:
     std::unique_ptr<DocumentSubject> mSubject;
     WaveformView* mView = nullptr;
     StatusLine* mStatusLine = nullptr;
+    MessageBar* mMessageBar = nullptr;
+    TransportBar* mTransportBar = nullptr;
     class HistoryDock* mHistory = nullptr;
     class MarkerListDock* mMarkerList = nullptr;
-    // Both belong to the menu bar.
+    // These belong to the menu bar.
     class MarkerActions* mMarkerActions = nullptr;
     class SoundActions* mSoundActions = nullptr;
+    TransportActions* mTransportActions = nullptr;
     std::unique_ptr<FileActions> mFileActions;
     std::unique_ptr<EditActions> mEditActions;
     std::unique_ptr<ViewActions> mViewActions;

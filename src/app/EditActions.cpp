@@ -80,9 +80,9 @@ void EditActions::addClipboard(QMenu& menu)
     //% "&Paste"
     mPaste = Commands::add(menu, qtTrId("edit-paste"), {QKeySequence::Paste}, [this] { paste(); });
     //% "Mi&x Paste…"
-    mMixPaste =
-        Commands::add(menu, qtTrId("edit-mix-paste"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V)},
-                      [this] { EditSheets::mixPaste(mWindow); });
+    mMixPaste = Commands::add(menu, qtTrId("edit-mix-paste"),
+                              {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V), QKeySequence(Qt::Key_9)},
+                              [this] { EditSheets::mixPaste(mWindow); });
     //% "&Delete"
     mDelete = Commands::add(menu, qtTrId("edit-delete"), {Qt::Key_Delete, Qt::Key_Backspace},
                             [this] { mWindow.controller().deleteSelection(Commands::plainName(*mDelete)); });

@@ -44,7 +44,8 @@ MarkerActions::MarkerActions(DocumentWindow& window, QMenuBar& menuBar, QAction&
 void MarkerActions::addPutting(QMenu& menu)
 {
     //% "Insert &Marker"
-    Commands::add(menu, qtTrId("edit-insert-marker"), Commands::letter(Qt::Key_M),
+    Commands::add(menu, qtTrId("edit-insert-marker"),
+                  Commands::letter(Qt::Key_M) + QList<QKeySequence>{Qt::Key_Enter},
                   [this] { report(mWindow, mWindow.controller().insertMarker()); });
     //% "Insert Markers at &Loud Passages"
     mGaps = Commands::add(menu, qtTrId("marker-gaps"), {}, [this] { insertInGaps(); });

@@ -64,7 +64,11 @@ OverviewStrip::OverviewStrip(WaveformContext& context, QWidget* parent)
     connect(&mImageTimer, &QTimer::timeout, this, redraw);
     connect(&mContext, &WaveformContext::viewChanged, this, repaint);
     connect(&mContext, &WaveformContext::selectionChanged, this, repaint);
-    connect(&mContext, &WaveformContext::cueChanged, this, repaint);
+    // Only where the line was and where it is: this comes with every frame while something plays.
+    connect(&mContext, &WaveformContext::cueChanged, this, [this](double before) {
+        for (const double time : {before, mContext.cueTime()})
+            update(static_cast<int>(std::floor(xOfTime(time))) - 1, 0, 4, height());
+    });
     connect(&mContext, &WaveformContext::themeChanged, this, redraw);
     connect(&mContext, &WaveformContext::documentReloaded, this, redraw);
     connect(&mContext, &WaveformContext::framesChanged, this, [this] {
@@ -119,7 +123,7 @@ void OverviewStrip::updateImage()
                               {mContext.theme().waveform, mContext.theme().waveformPeak});
 }
 
-void OverviewStrip::paintEvent(QPaintEvent*)
+void OverviewStrip::paintEvent(QPaintEvent* event)
 {
     const Theme& theme = mContext.theme();
     QPainter painter(this);
@@ -132,12 +136,22 @@ void OverviewStrip::paintEvent(QPaintEvent*)
         const double selectedWidth = std::max(1.0, xOfTime(selection.endTime) - left);
         painter.fillRect(QRectF(left, 0, selectedWidth, height()), theme.selection);
     }
-    painter.drawImage(rect(), mImage);
+    paintSound(painter, event->rect());
     if (mContext.subject().numFrames() > 0) {
         paintFrame(painter);
         painter.fillRect(QRectF(std::round(xOfTime(mContext.cueTime())), 0, 1, height()), theme.cue);
     }
     painter.fillRect(QRect(0, height() - 1, width(), 1), theme.separator);
+}
+
+void OverviewStrip::paintSound(QPainter& painter, const QRect& dirty) const
+{
+    // The picture may be stretched, until the one for the present width is made.
+    const double xScale = static_cast<double>(mImage.width()) / std::max(1, width());
+    const double yScale = static_cast<double>(mImage.height()) / std::max(1, height());
+    painter.drawImage(
+        QRectF(dirty), mImage,
+        QRectF(dirty.x() * xScale, dirty.y() * yScale, dirty.width() * xScale, dirty.height() * yScale));
 }
 
 void OverviewStrip::paintFrame(QPainter& painter) const

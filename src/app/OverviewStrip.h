@@ -37,6 +37,7 @@ private:
     void updateImage();
     double xOfTime(double time) const;
     double timeOfX(double x) const;
+    void paintSound(QPainter& painter, const QRect& dirty) const;
     void paintFrame(QPainter& painter) const;
     void showCursorFor(Part part);
 

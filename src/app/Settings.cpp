@@ -1,6 +1,8 @@
 #include "app/Settings.h"
 
+#include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "app/Theme.h"
+#include "controllers/CueFollower.h"
 #include "display/TimeFormatter.h"
 #include "platform/NotificationCenter.h"
 #include "platform/UserDefaults.h"
@@ -12,6 +14,8 @@ void Settings::registerDefaults()
 {
     UserDefaults& defaults = UserDefaults::standard();
     const SnapSettings snap;
+    VLRTAudioPlayer::registerDefaults();
+    CueFollower::registerDefaults();
     defaults.registerDefault(sampleRate, 44100.0);
     defaults.registerDefault(sampleSize, 16);
     defaults.registerDefault(rulerUnits, static_cast<int>(kRulerUnitsMinutesAndSeconds));

@@ -28,8 +28,6 @@ StatusLine::StatusLine(WaveformContext& context, QWidget* parent)
     mUnits->setToolTip(qtTrId("status-units-tip"));
     mUnits->setAccessibleName(mUnits->toolTip());
     layout->addWidget(mUnits);
-    //% "Cue"
-    mCue = addField(qtTrId("status-cue"), qtTrId("status-cue"));
     //% "Selection"
     mSelection = addField(qtTrId("status-selection"), qtTrId("status-selection"));
     //% "Length"
@@ -46,7 +44,6 @@ StatusLine::StatusLine(WaveformContext& context, QWidget* parent)
 
     connect(&mContext, &WaveformContext::settingsChanged, this, &StatusLine::takeSettings);
     connect(&mContext, &WaveformContext::documentReloaded, this, &StatusLine::takeSettings);
-    connect(&mContext, &WaveformContext::cueChanged, this, &StatusLine::updateCue);
     connect(&mContext, &WaveformContext::selectionChanged, this, &StatusLine::updateSelection);
     takeSettings();
 }
@@ -77,16 +74,9 @@ void StatusLine::takeSettings()
     // As wide as the longest time, so that nothing moves while times change.
     const QString longest = textOf(std::max(mContext.subject().totalTime(), 599.0));
     const int timeWidth = fontMetrics().horizontalAdvance(longest) + 6;
-    mCue->setFixedWidth(timeWidth);
     mLength->setFixedWidth(timeWidth);
     mSelection->setFixedWidth(2 * timeWidth + fontMetrics().horizontalAdvance(QStringLiteral(" \u2013 ")));
-    updateCue();
     updateSelection();
-}
-
-void StatusLine::updateCue()
-{
-    mCue->setText(textOf(mContext.cueTime()));
 }
 
 void StatusLine::updateSelection()
@@ -126,11 +116,6 @@ void StatusLine::setHint(const QString& hint)
 void StatusLine::setUnitsMenu(QMenu* menu)
 {
     mUnits->setMenu(menu);
-}
-
-QString StatusLine::cueText() const
-{
-    return mCue->text();
 }
 
 QString StatusLine::selectionText() const

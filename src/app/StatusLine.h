@@ -12,7 +12,7 @@ namespace velloria
 
 class WaveformContext;
 
-/// The line under the waveform: cue, selection, what is going on, and the sound's format. Times are in the
+/// The line at the window's foot: selection, what is going on, and the sound's format. Times are in the
 /// ruler's units; the button at the left chooses them.
 class StatusLine : public QWidget
 {
@@ -29,7 +29,6 @@ public:
     void setHint(const QString& hint);
     void setUnitsMenu(QMenu* menu);
 
-    QString cueText() const;
     QString selectionText() const;
     QString lengthText() const;
     QString activityText() const;
@@ -37,7 +36,6 @@ public:
 private:
     QLabel* addField(const QString& caption, const QString& accessibleName);
     void takeSettings();
-    void updateCue();
     void updateSelection();
     void updateMessage();
     QString textOf(double time) const;
@@ -45,7 +43,6 @@ private:
     WaveformContext& mContext;
     TimeFormatter mFormatter;
     QToolButton* mUnits;
-    QLabel* mCue;
     QLabel* mSelection;
     QLabel* mLength;
     QLabel* mMessage;

@@ -89,11 +89,6 @@ void ViewActions::addScrolling(QMenu& menu)
     //% "Centre on Selection E&nd"
     Commands::add(menu, qtTrId("view-centre-end"), Commands::letter(Qt::Key_W),
                   [&context] { context.geometry().centerViewOnTime(context.selection().endTime); });
-    //% "Return to &Zero"
-    Commands::add(menu, qtTrId("view-return-to-zero"), {Qt::Key_Period, Qt::Key_Return}, [&context] {
-        context.placeCue(0);
-        context.geometry().setScrollPosition(-context.geometry().margin());
-    });
 }
 
 void ViewActions::addUnits(QMenu& menu)

@@ -120,7 +120,8 @@ void WaveformKeys::goTo(double time, bool extends)
     const double target = mContext.clampedTime(time);
     if (extends) {
         mContext.extendSelectionTo(target);
-        mContext.subject().setCueTime(mContext.selection().startTime);
+        if (!mContext.subject().isPlaying())
+            mContext.subject().setCueTime(mContext.selection().startTime);
     } else {
         mContext.placeCue(target);
     }

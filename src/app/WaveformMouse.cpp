@@ -111,7 +111,7 @@ void WaveformMouse::press(const QMouseEvent& event)
     mAnchor = timeAt(event.position().x(), event.modifiers());
     mContext.setSelectionAnchor(mAnchor);
     mContext.subject().setSelection({mAnchor, mAnchor, mTracks.first, mTracks.count});
-    mContext.subject().setCueTime(mAnchor);
+    setCue(mAnchor);
 }
 
 void WaveformMouse::move(const QMouseEvent& event)
@@ -137,7 +137,14 @@ void WaveformMouse::dragTo(double x, Qt::KeyboardModifiers modifiers)
     const double start = std::min(mAnchor, time);
     mContext.setSelectionAnchor(mAnchor);
     mContext.subject().setSelection({start, std::max(mAnchor, time), mTracks.first, mTracks.count});
-    mContext.subject().setCueTime(start);
+    setCue(start);
+}
+
+void WaveformMouse::setCue(double time)
+{
+    // Selecting does not disturb what is heard; a click does, when the button is let go.
+    if (!mContext.subject().isPlaying())
+        mContext.subject().setCueTime(time);
 }
 
 void WaveformMouse::autoScroll()
@@ -157,8 +164,11 @@ void WaveformMouse::release(const QMouseEvent& event)
 {
     if (event.button() != Qt::LeftButton)
         return;
+    const bool wasClick = mIsDragging && mContext.selection().duration() <= 0.0;
     mIsDragging = false;
     mAutoScroll.stop();
+    if (wasClick && mContext.subject().isPlaying())
+        mContext.subject().setCueTime(mAnchor);
     showPlace(placeAt(event.position(), event.modifiers()));
 }
 

@@ -55,6 +55,7 @@ private:
     std::optional<double> edgeOppositeTo(QPointF position, int32_t track) const;
     double timeAt(double x, Qt::KeyboardModifiers modifiers) const;
     void dragTo(double x, Qt::KeyboardModifiers modifiers);
+    void setCue(double time);
     void autoScroll();
     void showPlace(const Place& place);
     double farEdgeFrom(double time) const;

@@ -34,6 +34,8 @@ public:
     virtual void setSelection(const SoundSelection& selection) = 0;
     virtual double cueTime() const = 0;
     virtual void setCueTime(double seconds) = 0;
+    /// The cue moves by itself then, and setting it moves what is heard.
+    virtual bool isPlaying() const { return false; }
 
     /// In the order of their positions.
     virtual std::vector<AudioMarkerPtr> markers() const = 0;

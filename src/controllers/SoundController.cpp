@@ -1,5 +1,8 @@
 #include "controllers/SoundController.h"
 
+#include "Classes/CoreAudio/AudioPreferences.h"
+#include "document/DocumentTransport.h"
+
 #include <algorithm>
 
 namespace velloria
@@ -23,10 +26,16 @@ SoundController::SoundController(std::shared_ptr<SoundDocument> document, SoundC
 {
     mSelection.numTracks = mNumTracks;
     mDocument->addController(this);
+    mCueMainTimer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&mCueMainTimer, &QTimer::timeout, &mCueMainTimer, [this] { cueMainTimerFire(); });
+    mVolumeToken =
+        NotificationCenter::standard().addObserver(AudioNotification::playbackVolumeDidChange(),
+                                                   [this](const void*) { mHost.playbackVolumeDidChange(); });
 }
 
 SoundController::~SoundController()
 {
+    NotificationCenter::standard().removeObserver(mVolumeToken);
     mDocument->removeController(this);
     // The last filter outlives this document: it must neither call back nor keep the document's files open.
     const std::shared_ptr<Filter> last = lastFilter();
@@ -92,6 +101,14 @@ void SoundController::selectNone()
 
 void SoundController::setCueTime(double seconds)
 {
+    if (isPlaying())
+        moveCueWhilePlaying(clampedTime(seconds, mDocument->totalTime()));
+    else
+        showCueTime(seconds);
+}
+
+void SoundController::showCueTime(double seconds)
+{
     const double time = clampedTime(seconds, mDocument->totalTime());
     if (time == mCueTime)
         return;
@@ -114,7 +131,8 @@ void SoundController::setNumTracks(int32_t numTracks)
 
 void SoundController::reload()
 {
-    setCueTime(mCueTime);
+    mDocument->transport().documentDidChange();
+    showCueTime(mCueTime);
     mHost.documentDidReload();
 }
 

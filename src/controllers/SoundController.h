@@ -1,5 +1,7 @@
 #pragma once
 
+#include "controllers/CueFollower.h"
+#include "controllers/OutputDeviceWatch.h"
 #include "controllers/RecentDocuments.h"
 #include "display/SampleCloseUp.h"
 #include "display/VLWaveformCacheRenderer.h"
@@ -11,12 +13,15 @@
 #include "platform/Alerts.h"
 #include "platform/Progress.h"
 
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <vector>
 
 namespace velloria
 {
+
+class WaveformViewGeometry;
 
 /// What a window (or the command line) lends to its controller. Main thread; outlives the controller.
 class SoundControllerHost
@@ -40,6 +45,18 @@ public:
     virtual void revealSelection() {}
     /// Keep the view within the document after it became shorter.
     virtual void constrainRevealed() {}
+
+    /// Where the main waveform view is; null without one.
+    virtual WaveformViewGeometry* mainView() { return nullptr; }
+    /// Playing or recording began or ended, or loop mode or speed changed: show the buttons anew.
+    virtual void transportDidChange() {}
+    /// In dB, -100 where nothing plays.
+    virtual void outputLevelsDidChange(double /*leftDB*/, double /*rightDB*/) {}
+    virtual void playbackVolumeDidChange() {}
+    /// Playing could not begin. Said without a question: the person may be at work elsewhere.
+    virtual void playbackFailed(const QString& /*message*/) {}
+    /// Device or server went away while something played; the cue stands where that was.
+    virtual void playbackWasInterrupted(StopReason /*reason*/) {}
 };
 
 /// Frames start .. end - 1.
@@ -77,6 +94,7 @@ public:
     void selectToStart();
     void selectToEnd();
     double cueTime() const { return mCueTime; }
+    /// While the document plays, it goes on from there.
     void setCueTime(double seconds);
     /// Everything, when the selection is empty; else the selection.
     SoundSelection selectionOrAll() const;
@@ -126,8 +144,10 @@ public:
     void removeSelectedTracks(const QString& actionName);
 
     // Markers. Those of one marker (setName, setPosition, removeAudioMarker) are the document's.
-    /// One marker at an empty selection, else one at its start and one at its end.
+    /// One marker at an empty selection, else one at its start and one at its end; while something plays, one
+    /// at what is heard.
     MaybeError insertMarker();
+    MaybeError addCueMarker(double time);
     void deleteAllMarkers(const QString& actionName);
     /// Before every passage that is loud after at least 1.9 seconds of quiet.
     MaybeError insertMarkersInGaps(const QString& actionName);
@@ -150,6 +170,43 @@ public:
     /// The application-wide last filter, or null.
     static std::shared_ptr<Filter> lastFilter();
     MaybeError applyLastFilter();
+
+    // Transport (SoundControllerTransport.cpp). With a window the cue moves 60 times a second while something
+    // plays, and the main view follows it.
+    bool isPlaying() const;
+    bool isRecording() const { return false; }
+    /// From the cue, or goes on where playing is about to end; replays a selection whose end the cue has
+    /// reached.
+    void play();
+    void playOrStop();
+    void stopPlayback() { stopAudio(); }
+    void stopAudio();
+    void cancelOperation() { stopPlayback(); }
+    /// From a time to the selection's end, or, where that makes no sense, to the document's. Moves what plays
+    /// already.
+    void playFromTime(double time);
+    /// The keys of the transport: whether the cue goes back to the selection's start when playing ends.
+    void playReturning();
+    void playOrStopReturning();
+    void playStaying();
+    void returnToZero();
+    /// By a second; without a player only the view moves.
+    void rewind();
+    void fastForward();
+    void loop();
+    bool isLooping() const;
+    double playbackSpeed() const;
+    /// In percent; what is next to nothing is ignored.
+    void playbackSpeed(int percent);
+    void speedUpPlayback();
+    void slowDownPlayback();
+    /// In dB; from one side of 0 to the other only by way of 0.
+    void takeOutputGainValueFrom(double decibels);
+    static double outputGain();
+    void updateTransportButtons();
+    void updateOutputLevelMeters();
+    /// A person scrolled: the view does not follow the cue any more.
+    void didScrollHorizontally();
 
     // Saving.
     /// Says what writing so would lose and asks whether to go on; then writes, with a progress face. The
@@ -174,6 +231,8 @@ public:
     void markersDidChange() override;
     std::optional<SoundSelection> selectionForUndo() const override { return mSelection; }
     void restoreSelection(const SoundSelection& selection) override;
+    void transportDidChange() override { updateTransportButtons(); }
+    void playbackDidStop() override;
 
     // FilterDelegate
     void filterDidReachProgress(Filter& filter, double progress) override;
@@ -197,6 +256,16 @@ private:
     void installPasted(const ClipboardClip& clip, const std::vector<AudioTrackPtr>& tracks);
     void pasteMarkers(const ClipboardClip& clip, const FrameRange& replaced, int64_t numFrames);
     SampleCloseUp& closeUpOfTrack(int32_t track) const;
+    void showCueTime(double seconds);
+    double transportTime() const;
+    SoundSelection selectionToPlay(double& time) const;
+    void moveCueWhilePlaying(double time);
+    void skip(double seconds);
+    void scrollView(double seconds);
+    void startCueTimers();
+    void stopCueTimers();
+    void cueMainTimerFire();
+    void outputDeviceDidChange();
 
     std::shared_ptr<SoundDocument> mDocument;
     SoundControllerHost& mHost;
@@ -208,6 +277,18 @@ private:
     RecentDocuments mRecentDocuments;
     mutable std::vector<std::unique_ptr<SampleCloseUp>> mCloseUps;
     std::unique_ptr<VLWaveformCacheRenderer> mRenderer;
+
+    // Transport
+    QTimer mCueMainTimer;
+    CueFollower mCueFollower;
+    std::unique_ptr<OutputDeviceWatch> mDeviceWatch; ///< while something plays
+    NotificationCenter::Token mVolumeToken = 0;
+    bool mCueReturnsToStart = false;
+    bool mWasStopped = false;  ///< by a person, not by the end of the sound
+    bool mIsScrolling = false; ///< by this, not by a person
+    double mPlayedEnd = 0.0;
+    double mSeenZoom = 0.0;
+    double mSeenScrollPosition = 0.0;
 };
 
 } // namespace velloria

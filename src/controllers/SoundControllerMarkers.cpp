@@ -13,6 +13,8 @@ namespace velloria
 
 MaybeError SoundController::insertMarker()
 {
+    if (isPlaying() || isRecording())
+        return addCueMarker(transportTime());
     const SoundSelection selection = normalizedSelection();
     const double rate = mDocument->sampleRate();
     const auto markerAt = [rate](double time, const QString& name) {
@@ -27,6 +29,14 @@ MaybeError SoundController::insertMarker()
                    markerAt(selection.endTime, QStringLiteral("End Marker"))};
     }
     return addMarkers(markers, QStringLiteral("Add Marker"));
+}
+
+MaybeError SoundController::addCueMarker(double time)
+{
+    const size_t number = mDocument->audioMarkers()->size() + 1;
+    const int64_t frame = frameAtTime(std::clamp(time, 0.0, mDocument->totalTime()), mDocument->sampleRate());
+    return addMarkers({std::make_shared<AudioMarker>(0, frame, QStringLiteral("New Marker %1").arg(number))},
+                      QStringLiteral("Add Marker"));
 }
 
 void SoundController::deleteAllMarkers(const QString& actionName)

@@ -56,6 +56,11 @@ MaybeError DocumentTransport::startPlaying(const SoundSelection& selection, int6
     mSource->setMark(frame);
     mSource->setLooping(mLoops);
     mCueStart = frame;
+    return startPlayer();
+}
+
+MaybeError DocumentTransport::startPlayer()
+{
     const double rate = mDocument.sampleRate();
     mPlayer = std::make_unique<VLRTAudioPlayer>(rate, VLRTAudioPlayer::numberOfFramesForPlaying(rate), this,
                                                 mDocument.displayName());
@@ -66,6 +71,37 @@ MaybeError DocumentTransport::startPlaying(const SoundSelection& selection, int6
         mSource.reset();
     }
     return error;
+}
+
+MaybeError DocumentTransport::moveToSelectedDevice()
+{
+    if (!isPlaying())
+        return std::nullopt;
+    const int64_t heard = mPlayer->playbackTimestamp();
+    // Before its source is moved: it reads from it.
+    mPlayer.reset();
+    mSource->setMark(heard < 0 ? mCueStart : heard);
+    MaybeError error = startPlayer();
+    tellDidChange();
+    return error;
+}
+
+void DocumentTransport::documentDidChange()
+{
+    if (!isPlaying())
+        return;
+    if (mPlayer->core().sampleRate() != mDocument.sampleRate()) {
+        stopSound();
+        return;
+    }
+    const int64_t numFrames = mDocument.numberOfFrames();
+    mPlayer->reloadFromHeardFrame([&](int64_t heard) {
+        // Who plays to the end of the document goes on to its new one.
+        if (mSource->loopEnd() == mSource->limit())
+            mSource->setLoopEnd(numFrames);
+        mSource->setLimit(numFrames);
+        mSource->setMark(heard);
+    });
 }
 
 void DocumentTransport::stopSound()

@@ -49,6 +49,12 @@ public:
     double audioPlaybackSpeed() const { return mSpeed; }
     void setPlaybackSpeed(double speed);
 
+    /// What plays goes on, on the device that is selected now.
+    MaybeError moveToSelectedDevice();
+    /// What plays goes on with the tracks as they are now, from the frame being heard; it ends when the rate
+    /// is another one.
+    void documentDidChange();
+
     /// Null when nothing plays.
     VLRTAudioPlayer* audioPlayback() const { return mPlayer.get(); }
     DocumentSource* audioPlaybackSource() const { return mSource.get(); }
@@ -60,6 +66,7 @@ private:
     void audioPlaybackDidStop(VLRTAudioPlayer& player) override;
     void moveCue(int64_t frame);
     MaybeError startPlaying(const SoundSelection& selection, int64_t frame);
+    MaybeError startPlayer();
     void tellDidChange() const;
 
     SoundDocument& mDocument;

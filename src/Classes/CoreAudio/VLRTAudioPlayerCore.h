@@ -61,6 +61,7 @@ public:
     /// Document frame, see VLRTAudioPlayer.
     int64_t timestamp() const;
     double sampleRate() const { return mSettings.sampleRate; }
+    uint32_t device() const { return mSettings.device; }
     double deviceSampleRate() const { return mStream ? mStream->sampleRate() : 0.0; }
     PlaybackFeed& feed() { return mFeed; }
     const OutputStream* stream() const { return mStream.get(); }
