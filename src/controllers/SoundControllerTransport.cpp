@@ -36,12 +36,13 @@ bool SoundController::isPlaying() const
 
 double SoundController::transportTime() const
 {
-    const double time = mDocument->transport().cueTime();
-    if (time >= 0.0 || !mDocument->transport().audioPlayback())
+    const DocumentTransport& transport = mDocument->transport();
+    const double time = transport.cueTime();
+    const VLRTAudioPlayer* const player = transport.audioPlayback();
+    if (!player || (time >= 0.0 && !player->core().isMoveUnheard()))
         return time;
-    // Nothing is heard yet.
-    return static_cast<double>(mDocument->transport().audioPlaybackRecordingCueStart()) /
-           mDocument->sampleRate();
+    // Nothing is heard yet of where it goes on: two steps back are two, however quickly they are asked for.
+    return static_cast<double>(transport.audioPlaybackRecordingCueStart()) / mDocument->sampleRate();
 }
 
 void SoundController::play()

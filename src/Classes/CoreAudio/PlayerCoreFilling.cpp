@@ -115,6 +115,8 @@ void VLRTAudioPlayerCore::reload(const std::function<bool(std::optional<int64_t>
                 if (hasMore && numSkipped >= numFramesIn(staged))
                     return;
                 turn.discardAll();
+                if (!continues)
+                    mMovedAt = mFeed.numConsumed.load();
                 appendStaged(staged, numSkipped);
                 if (!hasMore)
                     mFeed.sourceExhausted.store(true, std::memory_order_relaxed);

@@ -60,6 +60,7 @@ public:
     void setVarispeedRate(double speed) { mCore.setVarispeedRate(speed); }
 
     VLRTAudioPlayerCore& core() { return mCore; }
+    const VLRTAudioPlayerCore& core() const { return mCore; }
     /// Why it stopped.
     StopReason stopReason() const { return mStopReason; }
 

@@ -155,11 +155,9 @@ void VLRTAudioPlayerCore::streamDidStop(StopReason reason)
         mDelegate->audioPlaybackDidStop(reason);
 }
 
-int64_t VLRTAudioPlayerCore::timestamp() const
+/// Frames of the document between the ring and the ear.
+int64_t VLRTAudioPlayerCore::numFramesAhead() const
 {
-    const int64_t stamp = mFeed.ring.currentTimestamp();
-    if (stamp < 0)
-        return stamp;
     const double framesPerDeviceFrame =
         mStream && mStream->sampleRate() > 0.0
             ? mSpeeds.inputRate / mStream->sampleRate() * mSpeeds.tempo * mSpeeds.varispeed
@@ -167,7 +165,20 @@ int64_t VLRTAudioPlayerCore::timestamp() const
     const int64_t inDevice =
         mStream ? static_cast<int64_t>(static_cast<double>(mStream->latencyFrames()) * framesPerDeviceFrame)
                 : 0;
-    const int64_t numAhead = (mChain ? mChain->numFramesAhead() : 0) + inDevice;
+    return (mChain ? mChain->numFramesAhead() : 0) + inDevice;
+}
+
+bool VLRTAudioPlayerCore::isMoveUnheard() const
+{
+    return mFeed.numConsumed.load() - numFramesAhead() <= mMovedAt;
+}
+
+int64_t VLRTAudioPlayerCore::timestamp() const
+{
+    const int64_t stamp = mFeed.ring.currentTimestamp();
+    if (stamp < 0)
+        return stamp;
+    const int64_t numAhead = numFramesAhead();
     // Half a slot: what is heard lies somewhere in the slot whose stamp was taken.
     if (numAhead == 0)
         return stamp + kFillFrames / 2;

@@ -60,6 +60,8 @@ public:
 
     /// Document frame, see VLRTAudioPlayer.
     int64_t timestamp() const;
+    /// What a reload that moved the source brought is on its way to the ear.
+    bool isMoveUnheard() const;
     double sampleRate() const { return mSettings.sampleRate; }
     uint32_t device() const { return mSettings.device; }
     double deviceSampleRate() const { return mStream ? mStream->sampleRate() : 0.0; }
@@ -79,6 +81,7 @@ private:
 
     void openStream();
     void applyChannelMap();
+    int64_t numFramesAhead() const;
     void fill();
     bool fetch(std::vector<PlaybackBlock>& blocks);
     void append(const PlaybackBlock& block, int64_t firstFrame);
@@ -101,6 +104,7 @@ private:
     DispatchQueue mConsumeQueue;
     std::shared_ptr<DispatchGroup> mFillGroup = std::make_shared<DispatchGroup>();
     std::atomic<bool> mIsFillScheduled{false};
+    int64_t mMovedAt = -1; ///< frames that were consumed when the source was moved last
     std::shared_ptr<bool> mIsAlive = std::make_shared<bool>(true);
     // Destroyed first, in this order from the end: no call of the timer or of the device comes afterwards.
     std::unique_ptr<OutputStream> mStream;

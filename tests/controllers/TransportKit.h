@@ -1,0 +1,113 @@
+#pragma once
+
+#include "Classes/CoreAudio/AudioPreferences.h"
+#include "Classes/CoreAudio/VLRTAudioPlayer.h"
+#include "controllers/ControllerKit.h"
+#include "display/WaveformViewGeometry.h"
+#include "document/DocumentTransport.h"
+#include "platform/Log.h"
+#include "platform/UserDefaults.h"
+#include "platform/hardware/SimulatedStreams.h"
+
+#include <QCoreApplication>
+#include <chrono>
+#include <thread>
+
+namespace velloria::kit
+{
+
+/// A window with a view whose sound goes to simulated hardware.
+class TransportHost : public HostRecorder
+{
+public:
+    WaveformViewGeometry* mainView() override { return &view; }
+    void outputLevelsDidChange(double leftDB, double rightDB) override { levels = {leftDB, rightDB}; }
+    void playbackFailed(const QString& message) override { failure = message; }
+    void playbackWasInterrupted(StopReason reason) override { interruption = reason; }
+
+    WaveformViewGeometry view;
+    std::pair<double, double> levels = {0.0, 0.0};
+    QString failure;
+    StopReason interruption = StopReason::requested;
+};
+
+/// 20 seconds in which frame i holds i + 1, at 44100 Hz, with a controller.
+class TransportTest : public testing::Test
+{
+protected:
+    static constexpr double kRate = 44100.0;
+    static constexpr int64_t kNumFrames = 20 * 44100;
+
+    TransportTest()
+    {
+        AudioHardware::setCurrent(hardware);
+        VLRTAudioPlayer::registerDefaults();
+        CueFollower::registerDefaults();
+        document = documentOf({ramp(static_cast<size_t>(kNumFrames), 1)});
+        controller = std::make_unique<SoundController>(document, host);
+        host.view.setSampleRate(kRate);
+        host.view.setTotalTime(document->totalTime());
+        host.view.setMargin(10);
+        host.view.setViewWidth(1000);
+        host.view.setZoom(441);
+    }
+    ~TransportTest() override
+    {
+        controller.reset();
+        document.reset();
+        AudioHardware::setCurrent(nullptr);
+        for (const QString& key : {AudioPreference::outputDevice(), AudioPreference::playbackVolume(),
+                                   CueFollower::preferenceKey()})
+            UserDefaults::standard().removeValue(key);
+    }
+
+    DocumentTransport& transport() { return document->transport(); }
+    void select(double start, double end) { controller->setSelection({start, end, 0, 1}); }
+
+    /// The device asks for so many frames; what it gets.
+    std::vector<float> pull(int64_t numFrames)
+    {
+        std::vector<float> left;
+        while (hardware->output() && static_cast<int64_t>(left.size()) < numFrames) {
+            PlaybackFeed& feed = transport().audioPlayback()->core().feed();
+            while (feed.ring.framesAvailableToConsume() < 1024 && !feed.sourceExhausted)
+                std::this_thread::sleep_for(std::chrono::microseconds(200));
+            const std::vector<float> frames = hardware->output()->pull(512);
+            if (frames.empty())
+                break;
+            for (size_t i = 0; i < frames.size(); i += 2)
+                left.push_back(frames[i]);
+        }
+        return left;
+    }
+
+    /// Lets events be handled until something is so.
+    bool waitUntil(const std::function<bool()>& isSo)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        while (!isSo() && std::chrono::steady_clock::now() < deadline)
+            QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
+        return isSo();
+    }
+    bool waitForStop()
+    {
+        return waitUntil([this] { return transport().audioPlayback() == nullptr; });
+    }
+    /// The device plays on until the sound has ended by itself.
+    bool playToTheEnd()
+    {
+        return waitUntil([this] {
+            if (hardware->output())
+                hardware->output()->pull(4096);
+            return transport().audioPlayback() == nullptr;
+        });
+    }
+
+    LogCapture log;
+    std::shared_ptr<SimulatedHardware> hardware = std::make_shared<SimulatedHardware>();
+    TransportHost host;
+    std::shared_ptr<SoundDocument> document;
+    std::unique_ptr<SoundController> controller;
+};
+
+} // namespace velloria::kit

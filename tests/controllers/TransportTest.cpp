@@ -1,0 +1,284 @@
+#include "controllers/TransportKit.h"
+
+#include <algorithm>
+
+namespace velloria::kit
+{
+
+TEST_F(TransportTest, PlaysTheSelectionOrTheDocumentFromAFittingTime)
+{
+    struct Case {
+        const char* what;
+        double start, end, time;
+        bool loops;
+        double firstHeard, loopStart, loopEnd;
+    };
+    for (const Case& c : {
+             Case{"inside", 10, 11, 10.5, false, 10.5, 10, 11},
+             Case{"just behind the end replays", 10, 11, 11.01, false, 10, 10, 11},
+             Case{"further behind plays the document", 10, 11, 11.03, false, 11.03, 0, 20},
+             Case{"before the selection plays the document", 10, 11, 9, false, 9, 0, 20},
+             Case{"before a loop runs into it", 10, 11, 9, true, 9, 10, 11},
+             Case{"nothing selected", 3, 3, 3, false, 3, 0, 20},
+             Case{"at the document's end begins anew", 3, 3, 19.99, false, 0, 0, 20},
+             Case{"not quite at the end", 3, 3, 19.97, false, 19.97, 0, 20},
+         }) {
+        SCOPED_TRACE(c.what);
+        select(c.start, c.end);
+        if (controller->isLooping() != c.loops)
+            controller->loop();
+        controller->playFromTime(c.time);
+        ASSERT_TRUE(controller->isPlaying());
+        EXPECT_EQ(transport().audioPlaybackSource()->loopStart(), frameAtTime(c.loopStart, kRate));
+        EXPECT_EQ(transport().audioPlaybackSource()->loopEnd(), frameAtTime(c.loopEnd, kRate));
+        EXPECT_EQ(pull(512).front(), static_cast<float>(frameAtTime(c.firstHeard, kRate) + 1));
+        controller->stopAudio();
+        ASSERT_TRUE(waitForStop());
+    }
+}
+
+TEST_F(TransportTest, ReturnsOrStaysWhenItStops)
+{
+    const auto hear = [this] {
+        pull(22050);
+        return waitUntil([this] { return controller->cueTime() > 4.3; });
+    };
+    select(4, 4);
+    controller->setCueTime(4);
+    controller->playReturning();
+    ASSERT_TRUE(hear());
+    controller->playReturning();
+    ASSERT_TRUE(waitForStop());
+    EXPECT_EQ(controller->cueTime(), 4);
+    EXPECT_EQ(host.levels, std::pair(-100.0, -100.0));
+
+    controller->playStaying();
+    ASSERT_TRUE(hear());
+    controller->playStaying();
+    ASSERT_TRUE(waitForStop());
+    EXPECT_GT(controller->cueTime(), 4.3);
+    EXPECT_EQ(controller->selection().startTime, controller->cueTime());
+
+    // A selection stays, and the cue in it.
+    select(4, 5);
+    controller->setCueTime(4);
+    controller->playStaying();
+    ASSERT_TRUE(hear());
+    controller->cancelOperation();
+    ASSERT_TRUE(waitForStop());
+    EXPECT_GT(controller->cueTime(), 4.3);
+    EXPECT_EQ(controller->selection().startTime, 4);
+}
+
+TEST_F(TransportTest, ASoundPlayedToItsEndLeavesTheCueThere)
+{
+    select(19, 19);
+    controller->setCueTime(19);
+    controller->playStaying();
+    ASSERT_TRUE(playToTheEnd());
+    EXPECT_EQ(controller->cueTime(), 20);
+    // And so it begins anew the next time.
+    controller->playStaying();
+    EXPECT_EQ(pull(512).front(), 1.0F);
+}
+
+TEST_F(TransportTest, MovesTheCueWhileItPlays)
+{
+    select(4, 5);
+    controller->setCueTime(4);
+    controller->play();
+    pull(512);
+    controller->setCueTime(4.5);
+    EXPECT_EQ(pull(512).front(), static_cast<float>(frameAtTime(4.5, kRate) + 1));
+    // Behind what was selected it goes on to the document's end.
+    controller->setCueTime(7);
+    const std::vector<float> heard = pull(kRate);
+    EXPECT_EQ(heard.front(), static_cast<float>(frameAtTime(7, kRate) + 1));
+    EXPECT_GT(heard.back(), 7.9F * 44100);
+    controller->returnToZero();
+    EXPECT_EQ(pull(512).front(), 1.0F);
+    EXPECT_EQ(host.view.scrollPosition(), -10);
+}
+
+TEST_F(TransportTest, SkipsByASecond)
+{
+    controller->fastForward();
+    EXPECT_EQ(host.view.scrollPosition(), 100) << "without a player only the view moves";
+    controller->rewind();
+    EXPECT_EQ(host.view.scrollPosition(), 0);
+    EXPECT_EQ(controller->cueTime(), 0);
+
+    controller->playFromTime(9.5);
+    controller->fastForward();
+    EXPECT_EQ(pull(512).front(), static_cast<float>(frameAtTime(10.5, kRate) + 1));
+    EXPECT_EQ(host.view.scrollPosition(), 100) << "10.5 s was out of sight, 9.5 s in it";
+    controller->playFromTime(0.5);
+    controller->rewind();
+    EXPECT_EQ(pull(512).front(), 1.0F);
+    controller->playFromTime(19.5);
+    pull(512);
+    controller->fastForward();
+    EXPECT_GT(pull(512).front(), 19.5F * 44100) << "there is no second to skip";
+}
+
+TEST_F(TransportTest, LoopsTheSelectionWithFramesCutOff)
+{
+    // 1.00001 s is frame 44100.441; 1.00002 s is 44100.882 and would be rounded up.
+    select(1.00001, 1.00002 + 1);
+    controller->playFromTime(1.5);
+    controller->loop();
+    EXPECT_TRUE(controller->isLooping());
+    EXPECT_EQ(transport().audioPlaybackSource()->loopStart(), 44100);
+    EXPECT_EQ(transport().audioPlaybackSource()->loopEnd(), 88200);
+    controller->loop();
+    EXPECT_FALSE(controller->isLooping());
+    EXPECT_EQ(transport().audioPlaybackSource()->loopStart(), 0);
+    EXPECT_EQ(transport().audioPlaybackSource()->loopEnd(), kNumFrames);
+}
+
+TEST_F(TransportTest, LoopsASingleFrame)
+{
+    select(1000 / kRate, 1001 / kRate);
+    controller->loop();
+    controller->playFromTime(1000 / kRate);
+    const std::vector<float> heard = pull(8192);
+    EXPECT_EQ(std::count(heard.begin(), heard.end(), 1001.0F), std::ssize(heard));
+}
+
+TEST_F(TransportTest, StepsTheSpeed)
+{
+    for (const auto& [percent, expected] : {std::pair{190, 1.9}, {0, 1.9}, {60, 0.6}}) {
+        controller->playbackSpeed(percent);
+        EXPECT_EQ(controller->playbackSpeed(), expected);
+    }
+    controller->slowDownPlayback();
+    EXPECT_EQ(controller->playbackSpeed(), 0.5);
+    controller->playbackSpeed(190);
+    controller->speedUpPlayback();
+    EXPECT_EQ(controller->playbackSpeed(), 2.0);
+}
+
+TEST_F(TransportTest, TheOutputLevelStopsAtZeroOnce)
+{
+    double stored = -3;
+    UserDefaults::standard().setValue(AudioPreference::playbackVolume(), stored);
+    for (const auto& [asked, expected] : {std::pair{2.0, 0.0}, {2.0, 2.0}, {-1.0, 0.0}, {-1.0, -1.0}}) {
+        controller->takeOutputGainValueFrom(asked);
+        EXPECT_EQ(SoundController::outputGain(), expected);
+    }
+}
+
+TEST_F(TransportTest, SetsMarkersAtWhatIsHeardWithoutStopping)
+{
+    select(2, 3);
+    controller->playFromTime(2);
+    pull(4096);
+    EXPECT_FALSE(controller->insertMarker());
+    const std::vector<int64_t> markers = positionsOf(*document->audioMarkers());
+    ASSERT_EQ(markers.size(), 1U);
+    EXPECT_NEAR(static_cast<double>(markers[0]), 2 * 44100 + 4096, 512 + 512);
+    EXPECT_EQ(document->audioMarkers()->front()->name(), QStringLiteral("New Marker 1"));
+    EXPECT_TRUE(controller->isPlaying());
+}
+
+TEST_F(TransportTest, GoesOnWithWhatAnEditLeaves)
+{
+    controller->playFromTime(1);
+    const std::vector<float> before = pull(4096);
+    select(5, 6);
+    controller->deleteSelection(QStringLiteral("Delete"));
+    std::vector<float> after = pull(5 * 44100);
+    EXPECT_EQ(after.front(), before.back() + 1);
+    const auto seam = std::find(after.begin(), after.end(), 5.0F * 44100);
+    ASSERT_NE(seam, after.end());
+    EXPECT_EQ(*(seam + 1), 6.0F * 44100 + 1);
+    controller->undo();
+    EXPECT_EQ(pull(512).front(), after.back() + 1 - 44100) << "the frames between are back";
+}
+
+TEST_F(TransportTest, SaysWhyItCannotPlay)
+{
+    hardware->setOpenError(Error{Error::Code::failed, QStringLiteral("No sound server can be reached.")});
+    controller->play();
+    EXPECT_FALSE(controller->isPlaying());
+    EXPECT_EQ(host.failure, QStringLiteral("No sound server can be reached."));
+}
+
+TEST_F(TransportTest, AnEmptyDocumentPlaysNothing)
+{
+    auto empty = std::make_shared<SoundDocument>();
+    SoundController other(empty, host);
+    other.playReturning();
+    other.playStaying();
+    other.rewind();
+    other.loop();
+    EXPECT_FALSE(other.isPlaying());
+    EXPECT_TRUE(host.failure.isEmpty());
+}
+
+TEST_F(TransportTest, PausesWhereItsDeviceWentAway)
+{
+    select(4, 4);
+    controller->setCueTime(4);
+    controller->playReturning();
+    pull(22050);
+    ASSERT_TRUE(waitUntil([this] { return controller->cueTime() > 4.3; }));
+    hardware->unplug(QStringLiteral("out"));
+    ASSERT_TRUE(waitForStop());
+    EXPECT_EQ(host.interruption, StopReason::deviceLost);
+    EXPECT_GT(controller->cueTime(), 4.3) << "nothing of what was heard is lost";
+}
+
+class DefaultDeviceTest : public TransportTest
+{
+protected:
+    DefaultDeviceTest()
+    {
+        state = hardware->state();
+        state.devices.push_back(SimulatedHardware::outputDevice(7, QStringLiteral("phones"), 44100.0));
+        hardware->setState(state);
+    }
+    void makeDefault(uint32_t device)
+    {
+        state.defaultOutput = device;
+        hardware->setState(state);
+    }
+    HardwareState state;
+};
+
+TEST_F(DefaultDeviceTest, IsFollowedWhileSomethingPlays)
+{
+    controller->playFromTime(1);
+    const float last = pull(4096).back();
+    makeDefault(7);
+    ASSERT_TRUE(controller->isPlaying());
+    EXPECT_EQ(hardware->output()->deviceID(), 7U);
+    // Within the slot of 512 frames that the time stamp is good for.
+    EXPECT_NEAR(pull(512).front(), last, 512);
+}
+
+TEST_F(DefaultDeviceTest, IsNotFollowedByWhoChoseAnother)
+{
+    UserDefaults::standard().setValue(AudioPreference::outputDevice(), QStringLiteral("out"));
+    controller->playFromTime(1);
+    const float last = pull(512).back();
+    makeDefault(7);
+    EXPECT_EQ(hardware->output()->deviceID(), 2U);
+    EXPECT_EQ(pull(512).front(), last + 1);
+    // A choice in the preferences counts at once.
+    UserDefaults::standard().setValue(AudioPreference::outputDevice(), QStringLiteral("phones"));
+    NotificationCenter::standard().post(AudioNotification::outputDeviceDidChange());
+    EXPECT_EQ(hardware->output()->deviceID(), 7U);
+}
+
+TEST_F(DefaultDeviceTest, DoesNotTakeOverFromOneThatWasUnplugged)
+{
+    controller->playFromTime(1);
+    pull(512);
+    std::erase_if(state.devices, [](const HardwareDevice& device) { return device.id == 2; });
+    makeDefault(7);
+    ASSERT_TRUE(waitForStop());
+    EXPECT_EQ(host.interruption, StopReason::deviceLost);
+}
+
+} // namespace velloria::kit
