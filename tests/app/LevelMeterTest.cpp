@@ -29,13 +29,13 @@ protected:
 TEST_F(LevelMeterTest, RisesFastAndFallsSlowly)
 {
     meter.setLevelValue(-12);
-    EXPECT_DOUBLE_EQ(shownAt(100.0 + 0.5 / 48.0), -36);
+    EXPECT_NEAR(shownAt(100.0 + 0.5 / 48.0), -36, 1e-6);
     EXPECT_EQ(shownAt(100.0 + 1.0 / 48.0), -12);
     meter.setLevelValue(-36);
-    EXPECT_DOUBLE_EQ(shownAt(now + 0.25 / 12.0), -18);
+    EXPECT_NEAR(shownAt(now + 0.25 / 12.0), -18, 1e-6);
     // From where it is, not from where it should have been.
     meter.setLevelValue(-6);
-    EXPECT_DOUBLE_EQ(meter.shownValue(), -18);
+    EXPECT_NEAR(meter.shownValue(), -18, 1e-6);
     EXPECT_EQ(shownAt(now + 1.0), -6);
 }
 
