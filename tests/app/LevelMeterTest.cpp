@@ -30,7 +30,7 @@ TEST_F(LevelMeterTest, RisesFastAndFallsSlowly)
 {
     meter.setLevelValue(-12);
     EXPECT_NEAR(shownAt(100.0 + 0.5 / 48.0), -36, 1e-6);
-    EXPECT_EQ(shownAt(100.0 + 1.0 / 48.0), -12);
+    EXPECT_NEAR(shownAt(100.0 + 1.0 / 48.0), -12, 1e-6);
     meter.setLevelValue(-36);
     EXPECT_NEAR(shownAt(now + 0.25 / 12.0), -18, 1e-6);
     // From where it is, not from where it should have been.
