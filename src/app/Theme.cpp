@@ -62,7 +62,7 @@ QPalette ThemePalettes::light()
 
 QPalette ThemePalettes::dark()
 {
-    return paletteFrom({0xff26292e, 0xff1b1d21, 0xffe4e6ea, 0xff33373d, 0xff3d7fc4, 0xffffffff, 0xff7fb6ee,
+    return paletteFrom({0xff26292e, 0xff32363d, 0xffe4e6ea, 0xff33373d, 0xff3d7fc4, 0xffffffff, 0xff7fb6ee,
                         0xff4a4f57, 0xff757b84});
 }
 

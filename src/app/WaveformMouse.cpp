@@ -5,6 +5,8 @@
 #include "app/WaveformContext.h"
 #include "app/WaveformWidget.h"
 
+#include <QCursor>
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
 #include <QWheelEvent>
@@ -187,6 +189,13 @@ void WaveformMouse::leave()
 {
     if (!mIsDragging)
         Q_EMIT mWidget.hintChanged({});
+}
+
+void WaveformMouse::refresh()
+{
+    if (!mIsDragging && mWidget.underMouse())
+        showPlace(
+            placeAt(mWidget.mapFromGlobal(QPointF(QCursor::pos())), QGuiApplication::keyboardModifiers()));
 }
 
 void WaveformMouse::showPlace(const Place& place)

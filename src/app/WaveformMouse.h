@@ -32,6 +32,8 @@ public:
     void release(const QMouseEvent& event);
     void doubleClick(const QMouseEvent& event);
     void leave();
+    /// What lies under a pointer that rests has changed.
+    void refresh();
     void wheel(QWheelEvent& event);
     /// True when the gesture was taken.
     bool nativeGesture(const QNativeGestureEvent& event);

@@ -54,6 +54,7 @@ void WaveformWidget::connectContext()
     connect(&mContext, &WaveformContext::markersChanged, this, repaint);
     connect(&mContext, &WaveformContext::documentReloaded, this, &WaveformWidget::reload);
     connect(&mContext, &WaveformContext::selectionChanged, this, &WaveformWidget::updateSelection);
+    connect(&mContext, &WaveformContext::selectionChanged, this, [this] { mMouse->refresh(); });
     connect(&mContext, &WaveformContext::cueChanged, this, [this](double before) {
         updateTimes(before, before);
         updateTimes(mContext.cueTime(), mContext.cueTime());
