@@ -21,6 +21,7 @@
 namespace velloria
 {
 
+class VLRTAudioRecordingDelegate;
 class WaveformViewGeometry;
 
 /// What a window (or the command line) lends to its controller. Main thread; outlives the controller.
@@ -57,6 +58,10 @@ public:
     virtual void playbackFailed(const QString& /*message*/) {}
     /// Device or server went away while something played; the cue stands where that was.
     virtual void playbackWasInterrupted(StopReason /*reason*/) {}
+    /// Something is being recorded and the document has become longer.
+    virtual void documentDidGrow() {}
+    /// Recording could not begin, or ended although nobody asked for it; what was recorded is kept.
+    virtual void recordingFailed(const QString& /*message*/) {}
 };
 
 /// Frames start .. end - 1.
@@ -174,7 +179,7 @@ public:
     // Transport (SoundControllerTransport.cpp). With a window the cue moves 60 times a second while something
     // plays, and the main view follows it.
     bool isPlaying() const;
-    bool isRecording() const { return false; }
+    bool isRecording() const;
     /// From the cue, or goes on where playing is about to end; replays a selection whose end the cue has
     /// reached.
     void play();
@@ -208,6 +213,17 @@ public:
     /// A person scrolled: the view does not follow the cue any more.
     void didScrollHorizontally();
 
+    // Recording (SoundControllerRecording.cpp). The input meters run meanwhile. What fails the host is told.
+    /// Begins one, or goes on with one whose device stands still.
+    void record();
+    void recordOrStop();
+    /// In place of the selection, on the pair of tracks that it begins in.
+    void beginRecording();
+    /// Appends to the first tracks; each block goes to the delegate, if there is one.
+    MaybeError recordAtEnd(VLRTAudioRecordingDelegate* delegate);
+    /// The preference; whether the waveform is drawn as it comes.
+    static bool updatesWaveformDuringRecording();
+
     // Saving.
     /// Says what writing so would lose and asks whether to go on; then writes, with a progress face. The
     /// error of a refusal isUserCancelled().
@@ -233,6 +249,7 @@ public:
     void restoreSelection(const SoundSelection& selection) override;
     void transportDidChange() override { updateTransportButtons(); }
     void playbackDidStop() override;
+    void recordingDidStop() override;
 
     // FilterDelegate
     void filterDidReachProgress(Filter& filter, double progress) override;
@@ -257,6 +274,8 @@ private:
     void pasteMarkers(const ClipboardClip& clip, const FrameRange& replaced, int64_t numFrames);
     SampleCloseUp& closeUpOfTrack(int32_t track) const;
     void showCueTime(double seconds);
+    MaybeError startRecorder(const SoundSelection& range, VLRTAudioRecordingDelegate* delegate);
+    void recordingDidTick(double timeBefore);
     double transportTime() const;
     SoundSelection selectionToPlay(double& time) const;
     void moveCueWhilePlaying(double time);
@@ -284,8 +303,9 @@ private:
     std::unique_ptr<OutputDeviceWatch> mDeviceWatch; ///< while something plays
     NotificationCenter::Token mVolumeToken = 0;
     bool mCueReturnsToStart = false;
-    bool mWasStopped = false;  ///< by a person, not by the end of the sound
-    bool mIsScrolling = false; ///< by this, not by a person
+    bool mMetersWereActive = false; ///< before the recording
+    bool mWasStopped = false;       ///< by a person, not by the end of the sound
+    bool mIsScrolling = false;      ///< by this, not by a person
     double mPlayedEnd = 0.0;
     double mSeenZoom = 0.0;
     double mSeenScrollPosition = 0.0;

@@ -16,7 +16,8 @@ FloatBuffer SoundController::minMaxDataFrom(double startTime, double endTime, do
         return {};
     endTime = std::min(endTime, total);
     const double rate = mDocument->sampleRate();
-    if (SampleCloseUp::isCloseUp(stride * rate)) {
+    // A close-up is read once; of what still grows the summary tells more.
+    if (SampleCloseUp::isCloseUp(stride * rate) && !isRecording()) {
         auto data =
             closeUpOfTrack(track).minMaxDataAtOffset((*tracks)[static_cast<size_t>(track)], startTime * rate,
                                                      (endTime - startTime) * rate, stride * rate);

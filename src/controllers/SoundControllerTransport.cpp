@@ -13,7 +13,8 @@ namespace velloria
 namespace
 {
 
-constexpr int kCueMilliseconds = 16; ///< 60 times a second
+constexpr int kCueMilliseconds = 16;          ///< 60 times a second
+constexpr int kRecordingCueMilliseconds = 33; ///< 30 times a second
 constexpr double kNearSeconds = 0.02;
 constexpr double kSkipSeconds = 1.0;
 constexpr double kSpeedStep = 0.25;
@@ -300,7 +301,7 @@ void SoundController::startCueTimers()
     if (WaveformViewGeometry* const view = mHost.mainView()) {
         mSeenZoom = view->zoom();
         mSeenScrollPosition = view->scrollPosition();
-        mCueMainTimer.start(kCueMilliseconds);
+        mCueMainTimer.start(isRecording() ? kRecordingCueMilliseconds : kCueMilliseconds);
     }
 }
 
@@ -316,13 +317,20 @@ void SoundController::cueMainTimerFire()
     WaveformViewGeometry* const view = mHost.mainView();
     if (now < 0.0 || !view)
         return;
+    if (isRecording()) {
+        mDocument->recalculateNumFrames();
+        mHost.documentDidGrow();
+    }
     const double before = mCueTime;
     showCueTime(now);
     mIsScrolling = true;
     mCueFollower.follow(*view, before, mCueTime, isRecording());
     mIsScrolling = false;
     mSeenScrollPosition = view->scrollPosition();
-    updateOutputLevelMeters();
+    if (isRecording())
+        recordingDidTick(before);
+    else
+        updateOutputLevelMeters();
 }
 
 void SoundController::didScrollHorizontally()

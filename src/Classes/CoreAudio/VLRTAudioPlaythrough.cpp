@@ -16,12 +16,12 @@ namespace
 // Devices hand over and ask for about 20 ms at once; this much lets both be late once.
 constexpr double kLengthSeconds = 0.08;
 
-VLRTAudioPlayerCore::Settings playerSettings(double sampleRate, int32_t numFrames)
+VLRTAudioPlayerCore::Settings playerSettings(uint32_t device, double sampleRate, int32_t numFrames)
 {
     const UserDefaults& defaults = UserDefaults::standard();
     VLRTAudioPlayerCore::Settings settings;
     settings.numFramesInRing = numFrames;
-    settings.device = VLRTAudioPlayer::selectedOutputDevice();
+    settings.device = device;
     settings.leftChannel = defaults.integerValue(AudioPreference::outputLeftChannel());
     settings.rightChannel = defaults.integerValue(AudioPreference::outputRightChannel());
     settings.sampleRate = sampleRate;
@@ -32,14 +32,16 @@ VLRTAudioPlayerCore::Settings playerSettings(double sampleRate, int32_t numFrame
 } // namespace
 
 VLRTAudioPlaythrough::VLRTAudioPlaythrough(StoppedHandler didStop)
-    : mVolumeToken(NotificationCenter::standard().addObserver(
+    : mOutputDevice(VLRTAudioPlayer::selectedOutputDevice())
+    , mVolumeToken(NotificationCenter::standard().addObserver(
           AudioNotification::playbackVolumeDidChange(), [this](const void*) { playbackVolumeDidChange(); }))
     , mUnit(InputUnit::settingsFromPreferences(QStringLiteral("Velloria")), *this, std::move(didStop))
 {
     const double rate = mUnit.sampleRate();
     if (rate > 1.0) {
         mLength = std::clamp(static_cast<int32_t>(rate * kLengthSeconds), 1024, kRingFrames - 1);
-        mPlayerCore = std::make_unique<VLRTAudioPlayerCore>(playerSettings(rate, kRingFrames), nullptr);
+        mPlayerCore =
+            std::make_unique<VLRTAudioPlayerCore>(playerSettings(mOutputDevice, rate, kRingFrames), nullptr);
     }
     playbackVolumeDidChange();
 }

@@ -21,6 +21,8 @@ public:
     MaybeError start();
     void stop();
     bool isRunning() const { return mUnit.isRunning(); }
+    uint32_t inputDevice() const { return mUnit.device(); }
+    uint32_t outputDevice() const { return mOutputDevice; }
     /// Null when there is no input.
     VLRTAudioPlayerCore* core() { return mPlayerCore.get(); }
 
@@ -30,6 +32,7 @@ private:
     void capture(const float* frames, uint32_t numFrames) noexcept override;
     void playbackVolumeDidChange();
 
+    const uint32_t mOutputDevice;
     // The ring is kept no fuller than this.
     int32_t mLength = 0;
     std::unique_ptr<VLRTAudioPlayerCore> mPlayerCore;
