@@ -3,8 +3,6 @@
 #include "platform/FileReplacer.h"
 
 #include <algorithm>
-#include <array>
-#include <numeric>
 #include <set>
 
 namespace velloria
@@ -13,24 +11,22 @@ namespace velloria
 namespace
 {
 
-/// Formats that lose precision by their nature; who chooses one knows.
-bool isLossy(const AudioFile& writer)
-{
-    constexpr std::array lossyFormats = {fourCharCode("aac "), fourCharCode("ima4"), fourCharCode("alaw"),
-                                         fourCharCode("ulaw"), fourCharCode("MPG3")};
-    static const QStringList lossyTypes = {
-        QStringLiteral("public.aac-audio"), QStringLiteral("public.mpeg-4-audio.aac"),
-        QStringLiteral("public.mp3"), QStringLiteral("org.videolan.ogg-audio")};
-    return lossyTypes.contains(writer.fileFormatUTI()) ||
-           std::find(lossyFormats.begin(), lossyFormats.end(), writer.dataFormat()) != lossyFormats.end();
-}
+// Integers of more bits do not fit into a 32-bit float.
+constexpr int64_t bitsOfFloats = 24;
 
-/// Where the tracks' samples come from.
+/// What the tracks' samples are made from.
 struct Sources {
     /// The opened files that clips read in place.
     std::set<const SampleSource*> files;
-    /// The widest integers that a decoder found.
     int64_t mostIntegerBits = 0;
+    /// Of those that became floats when they were decoded.
+    int64_t mostDecodedBits = 0;
+    int64_t mostFloatBits = 0;
+    /// There is sound that was decoded from a lossy encoding, and such that decodes to floats.
+    bool hasLossySound = false;
+    bool hasLossyFloats = false;
+
+    bool hasFloats() const { return mostFloatBits > 0 || hasLossyFloats; }
 };
 
 Sources sourcesOfTracks(const std::vector<AudioTrackPtr>& tracks)
@@ -38,31 +34,68 @@ Sources sourcesOfTracks(const std::vector<AudioTrackPtr>& tracks)
     Sources sources;
     for (const AudioTrackPtr& track : tracks)
         track->clips().forEachFrom(0, [&sources](const AudioClipPtr& clip, int64_t) {
+            const StoredSamples stored = clip->storedSamples();
             if (clip->sourceFile())
                 sources.files.insert(clip->sourceFile().get());
-            sources.mostIntegerBits = std::max<int64_t>(sources.mostIntegerBits, clip->integerBits());
+            else
+                sources.mostDecodedBits = std::max(sources.mostDecodedBits, stored.integerBits());
+            sources.mostIntegerBits = std::max(sources.mostIntegerBits, stored.integerBits());
+            sources.mostFloatBits = std::max(sources.mostFloatBits, stored.isFloat ? stored.bits : 0);
+            sources.hasLossySound |= stored.isLossy;
+            sources.hasLossyFloats |= stored.isLossy && stored.bits == 0;
             return true;
         });
     return sources;
 }
 
+/// `sampleSize` is that of the document: its owner expects no less, whatever was computed since.
+QStringList lossesToIntegers(int64_t bits, int64_t sampleSize, const Sources& sources)
+{
+    QStringList losses;
+    if (sources.hasFloats()) {
+        const QString what = sources.mostFloatBits > 0 ? QStringLiteral("Floating-point samples become")
+                                                       : QStringLiteral("Decoded sound is rounded to");
+        losses += QStringLiteral("%1 %2-bit integers; what is louder than full scale is clipped.")
+                      .arg(what)
+                      .arg(bits);
+    }
+    const int64_t widest = std::max(sources.hasFloats() ? 0 : sampleSize, sources.mostIntegerBits);
+    if (widest > bits)
+        losses += QStringLiteral("Samples of %1 bits are rounded to %2 bits.").arg(widest).arg(bits);
+    else if (std::min(sources.mostDecodedBits, bits) > bitsOfFloats)
+        losses += QStringLiteral("Samples of %1 bits were rounded to %2 significant bits when they were "
+                                 "decoded.")
+                      .arg(sources.mostDecodedBits)
+                      .arg(bitsOfFloats);
+    return losses;
+}
+
+QStringList lossesToFloats(const Sources& sources)
+{
+    QStringList losses;
+    if (sources.mostFloatBits > 32)
+        losses += QStringLiteral("Floating-point samples of %1 bits are rounded to 32 bits.")
+                      .arg(sources.mostFloatBits);
+    if (sources.mostIntegerBits > bitsOfFloats)
+        losses += QStringLiteral("Samples of %1 bits are rounded to %2 significant bits.")
+                      .arg(sources.mostIntegerBits)
+                      .arg(bitsOfFloats);
+    return losses;
+}
+
+/// Who chooses a lossy format knows that it loses something; that sound which has lost some already loses
+/// more is another matter.
 QStringList precisionLosses(const AudioFile& writer, int64_t sampleSize, const Sources& sources)
 {
-    if (isLossy(writer) || !writer.storesIntegers())
-        return {};
-    const int64_t bits = writer.bitsPerSample();
-    const int64_t widest = std::accumulate(
-        sources.files.begin(), sources.files.end(), std::max(sampleSize, sources.mostIntegerBits),
-        [](int64_t most, const SampleSource* source) { return std::max(most, source->sampleBits()); });
-    if (widest > bits)
-        return {QStringLiteral("Samples of %1 bits are rounded to %2 bits.").arg(widest).arg(bits)};
-    const bool hasFloats = std::any_of(sources.files.begin(), sources.files.end(),
-                                       [](const SampleSource* source) { return source->isFloat(); });
-    if (hasFloats && !writer.isFloat())
-        return {QStringLiteral("Floating-point samples become %1-bit integers; what is louder than full "
-                               "scale is clipped.")
-                    .arg(bits)};
-    return {};
+    if (writer.encodesWithLoss()) {
+        return sources.hasLossySound ? QStringList(QStringLiteral(
+                                           "Sound that was decoded from a lossy encoding is encoded once "
+                                           "more, which loses some more of it."))
+                                     : QStringList();
+    }
+    if (writer.storesIntegers())
+        return lossesToIntegers(writer.bitsPerSample(), sampleSize, sources);
+    return writer.isFloat() ? lossesToFloats(sources) : QStringList();
 }
 
 QStringList tagLosses(const AudioFile& writer, const QString& type)

@@ -28,6 +28,7 @@ public:
     /// An encoding that cannot be written becomes IMA 4:1.
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override;
+    bool encodesWithLoss() const override { return true; }
 
     /// Bytes of compressed sound.
     int64_t soundDataLength() const override { return mSoundDataLength; }

@@ -30,6 +30,7 @@ public:
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
+    bool encodesWithLoss() const override { return true; }
     uint32_t maximumNumberOfChannels() const override { return 8; }
 
 protected:

@@ -5,6 +5,7 @@
 #include "document/clips/ClipWriter.h"
 #include "formats/AudioFileRegistry.h"
 #include "formats/DecodingWatcher.h"
+#include "formats/FileDamage.h"
 #include "formats/SaveLoop.h"
 #include "formats/VLAudioFileDecompressor.h"
 #include "platform/Log.h"
@@ -272,7 +273,7 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::decodedClips(VLAudioFi
     takeShapeOf(decoder);
     ClipWriter writer(static_cast<int32_t>(mNumberOfChannels), mSampleRate);
     for (const auto& clip : writer.clips())
-        clip->setIntegerBits(static_cast<int>(decoder.integerBits()));
+        clip->setStoredSamples(decoder.storedSamples());
     tellDecodingDidBegin(writer.clips(), decoder.numberOfFrames());
     MaybeError failure;
     ClipWriter::Block block;
@@ -284,11 +285,22 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::decodedClips(VLAudioFi
             failure = Error::cancelled();
     }
     mNumberOfFrames = decoder.convertedFrameCount();
+    tellOfDamage(decoder);
     if (!failure)
         failure = writer.finish();
     if (failure && error)
         *error = failure;
     return failure ? std::vector<std::shared_ptr<MutableAudioClip>>() : writer.clips();
+}
+
+/// Damage that the header does not show.
+void AudioFile::tellOfDamage(const VLAudioFileDecompressor& decoder)
+{
+    const QString name = displayName(filePath());
+    if (decoder.isCutShort() && !mWarnings.contains(FileDamage::soundCutShort(name)))
+        mWarnings.append(FileDamage::soundCutShort(name));
+    if (decoder.hasMetDamage())
+        mWarnings.append(FileDamage::soundDamaged(name));
 }
 
 void AudioFile::tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,

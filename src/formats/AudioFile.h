@@ -118,6 +118,8 @@ public:
     virtual void validateAndCorrectParameters();
     /// Channels that the format can hold.
     virtual uint32_t maximumNumberOfChannels() const { return 65535; }
+    /// True when what is written, as it is configured, loses some of the sound by its nature.
+    virtual bool encodesWithLoss() const { return false; }
     /// What a save does to the sound beside encoding it, one sentence each: tracks mixed, rate converted, ...
     virtual QStringList soundLosses() const { return {}; }
     /// Markers that the format can hold; the first ones are written.
@@ -179,6 +181,7 @@ protected:
 
     /// Takes over channels, rate, length, bit rate and sample width of what a decoder gives.
     void takeShapeOf(const VLAudioFileDecompressor& decoder);
+    void tellOfDamage(const VLAudioFileDecompressor& decoder);
     /// What convertedAudioClips() does, with a decoder that is open and has given nothing yet.
     std::vector<std::shared_ptr<MutableAudioClip>> decodedClips(VLAudioFileDecompressor& decoder,
                                                                 Progress& progress, MaybeError* error);

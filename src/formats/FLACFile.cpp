@@ -4,6 +4,7 @@
 #include "formats/FlacConversion.h"
 #include "formats/FlacEncoder.h"
 #include "formats/IntegerFeed.h"
+#include "formats/OggStreams.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -107,7 +108,11 @@ std::vector<std::shared_ptr<MutableAudioClip>> FLACFile::convertedAudioClips(Pro
         return {};
     }
     mNumberOfFrames = conversion->numFrames();
-    mWarnings = conversion->warnings(displayName(filePath()));
+    const QString name = displayName(filePath());
+    mWarnings = conversion->warnings(name);
+    // Sound that was streamed does not know its length, but its last page is marked.
+    if (mWarnings.isEmpty() && mDescription->container.isOgg && !OggStreams::isComplete(*mFileHandle))
+        mWarnings.append(FileDamage::soundCutShort(name));
     if (!mWarnings.isEmpty())
         logLine(QStringLiteral("FLAC file may be corrupted."));
     return conversion->clips();

@@ -142,7 +142,7 @@ void FlacConversion::begin()
 {
     mWriter = std::make_unique<ClipWriter>(static_cast<int32_t>(mFormat.numChannels), mFormat.sampleRate);
     for (const auto& clip : mWriter->clips())
-        clip->setIntegerBits(static_cast<int>(mFormat.bitsPerSample));
+        clip->setStoredSamples({mFormat.bitsPerSample, false, false});
     if (mDidBegin)
         mDidBegin();
 }

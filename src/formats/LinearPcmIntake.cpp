@@ -24,7 +24,7 @@ public:
         , mBlock(numChannels)
     {
         for (const auto& clip : mWriter.clips())
-            clip->setIntegerBits(run.layout.isFloat ? 0 : static_cast<int>(8 * run.layout.bytesPerSample));
+            clip->setStoredSamples({8 * run.layout.bytesPerSample, run.layout.isFloat, false});
     }
 
     MaybeError run(Progress& progress)

@@ -42,6 +42,7 @@ public:
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
     QStringList soundLosses() const override;
+    bool encodesWithLoss() const override { return true; }
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;

@@ -18,6 +18,7 @@ public:
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
+    bool encodesWithLoss() const override { return true; }
 
 protected:
     FourCharCode writtenFormat() const override;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace velloria::Mpeg4Chapters
 {
@@ -156,6 +157,11 @@ Track::Track(const MarkerList& markers, uint32_t sampleRate, int64_t numFrames)
         mDurations.push_back(static_cast<uint32_t>(std::min(positionOf(i + 1) - positionOf(i), kLongest32)));
         mDuration += mDurations.back();
     }
+    // What stands in front of the chapters is no part of the media; some readers take the length of the media
+    // for the end of the last chapter all the same. It is longer by as much, and the edits leave that out.
+    if (!mDurations.empty())
+        mDurations.back() = static_cast<uint32_t>(std::min(mDurations.back() + mStart, kLongest32));
+    mMediaDuration = std::accumulate(mDurations.begin(), mDurations.end(), int64_t{0});
 }
 
 QByteArray Track::box(uint32_t trackID, int64_t samplesOffset) const
@@ -198,10 +204,10 @@ QByteArray Track::edits() const
 QByteArray Track::media(int64_t samplesOffset) const
 {
     constexpr uint16_t undetermined = 0x55C4;
-    const bool isWide = mDuration > kLongest32;
+    const bool isWide = mMediaDuration > kLongest32;
     BigEndianOutputStream out = versionedHeader(isWide, 0);
     out.writeUInt32(mTimescale);
-    writeTime(out, mDuration, isWide);
+    writeTime(out, mMediaDuration, isWide);
     out.writeUInt16(undetermined);
     out.writeUInt16(0);
     const QByteArray information =

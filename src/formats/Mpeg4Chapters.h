@@ -40,7 +40,9 @@ private:
 
     uint32_t mTimescale;
     int64_t mStart = 0;
+    /// Of the chapters, and of the samples that hold them.
     int64_t mDuration = 0;
+    int64_t mMediaDuration = 0;
     QByteArray mSamples;
     std::vector<uint32_t> mSizes;
     std::vector<uint32_t> mDurations;

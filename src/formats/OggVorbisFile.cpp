@@ -187,26 +187,34 @@ void OggVorbisFile::configureWithPopUpTag(int tag)
     } else if (tag >= lowestBitRateTag && tag <= highestBitRateTag) {
         mEncodingQuality = 0.0F;
         mBitRate = tag;
+        mIsBitRateChosen = true;
     }
 }
 
 void OggVorbisFile::validateAndCorrectParameters()
 {
+    // The rate may be that of the file that the sound was read from, and not one of Vorbis.
+    if (!mIsBitRateChosen && mBitRate >= lowestBitRateTag && !VorbisEncoder::canEncode(settings()))
+        mBitRate = 0;
     if (mBitRate == 0 && mEncodingQuality == 0.0F)
         mEncodingQuality = recommendedQuality;
 }
 
-MaybeError OggVorbisFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
+VorbisSettings OggVorbisFile::settings() const
 {
     VorbisSettings settings;
-    settings.numChannels = range.numTracks;
+    settings.numChannels = static_cast<int32_t>(mNumberOfChannels);
     settings.sampleRate = static_cast<int>(std::clamp(std::round(mSampleRate), 0.0, highestRate));
     if (mBitRate >= lowestBitRateTag)
         settings.bitRate = mBitRate;
     else
         settings.quality = (mEncodingQuality < lowestQuality ? recommendedQuality : mEncodingQuality) - 1.0F;
+    return settings;
+}
 
-    VorbisEncoder encoder(mFileHandle, settings);
+MaybeError OggVorbisFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    VorbisEncoder encoder(mFileHandle, settings());
     if (MaybeError error = encoder.start(VorbisComments::entriesOf(mMetadata.dictionary())))
         return error;
     FrameFeed feed(document, range);

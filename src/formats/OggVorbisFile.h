@@ -6,6 +6,7 @@ namespace velloria
 {
 
 class VorbisStream;
+struct VorbisSettings;
 
 /// Ogg files with Vorbis sound. Opening reads the headers; the sound is decoded into scratch files. The
 /// format class stores tags as Vorbis comments, but neither markers nor pictures.
@@ -39,6 +40,7 @@ public:
     void configureWithPopUpTag(int tag) override;
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override { return 255; }
+    bool encodesWithLoss() const override { return true; }
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
@@ -46,8 +48,10 @@ protected:
 private:
     explicit OggVorbisFile(std::shared_ptr<FileHandle> handle);
     void readStream();
+    VorbisSettings settings() const;
 
     float mEncodingQuality = 0.0F;
+    bool mIsBitRateChosen = false;
     /// Of a file that was opened, until it is decoded.
     std::unique_ptr<VorbisStream> mStream;
 };

@@ -210,7 +210,7 @@ void SaveBlockBuilder::buildRunFromFloats(const Run& run)
     const std::span<float> samples = floatsOf(run.numFrames);
     if (run.clip.readSamples(run.clipOffset, samples) < run.numFrames)
         mSourceWasShort = true;
-    if ((run.clip.integerBits() + 7) / 8 == mBytesPerSample)
+    if ((run.clip.storedSamples().integerBits() + 7) / 8 == mBytesPerSample)
         SampleConversion::floatsToNearestIntegers(samples, mBytesPerSample, run.out, mNumTracks);
     else
         ditherInto(samples, run.out);

@@ -35,6 +35,7 @@ public:
     /// An encoding that cannot be written becomes 32-bit floats.
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override;
+    bool encodesWithLoss() const override { return isIma4(); }
 
     bool storesIntegers() const override;
     bool needsFramesInOrder() const override { return false; }

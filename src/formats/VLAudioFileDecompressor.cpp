@@ -111,17 +111,25 @@ void VLAudioFileDecompressor::setUpPriming()
                 .arg(remainder));
 }
 
+bool VLAudioFileDecompressor::hasMetDamage() const
+{
+    // A packet that the end of the file cuts is no damage beside that.
+    return mDecoder->numDamagedPackets() > (isCutShort() ? 1 : 0);
+}
+
 bool VLAudioFileDecompressor::isFloat() const
 {
     const StreamDescription& description = mReader->streamDescription();
     return description.isLinearPcm() && (description.formatFlags() & FormatFlag::kFloat);
 }
 
-uint32_t VLAudioFileDecompressor::integerBits() const
+StoredSamples VLAudioFileDecompressor::storedSamples() const
 {
     if (mBitsPerSample != 0)
-        return isFloat() ? 0 : mBitsPerSample;
-    return decodesTo16Bits(dataFormat()) ? 16 : 0;
+        return {mBitsPerSample, isFloat(), false};
+    // Companded samples are encoded again to the very same bytes.
+    const bool isCompanded = dataFormat() == DataFormat::kALaw || dataFormat() == DataFormat::kMuLaw;
+    return {decodesTo16Bits(dataFormat()) ? 16 : 0, false, !isCompanded};
 }
 
 int64_t VLAudioFileDecompressor::convertOneBuffer(std::vector<std::vector<float>>& planar)

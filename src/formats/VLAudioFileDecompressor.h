@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/clips/StoredSamples.h"
 #include "platform/codec/PacketReader.h"
 #include "platform/codec/StreamDecoder.h"
 
@@ -30,13 +31,17 @@ public:
     uint32_t numberOfChannels() const { return mReader->streamDescription().channelsPerFrame(); }
     /// The stored width of linear PCM and Apple Lossless; 0 for encodings that have none.
     uint32_t bitsPerSample() const { return mBitsPerSample; }
-    /// Bits of the integers that the encoding holds or decodes to, at most 32; 0 where they are none.
-    uint32_t integerBits() const;
+    /// What the encoding holds or decodes to exactly.
+    StoredSamples storedSamples() const;
     /// True for linear PCM of floating-point samples.
     bool isFloat() const;
     /// The encoding as a four-character code; "lpcm" for linear PCM of any width.
     FourCharCode dataFormat() const { return mReader->dataFormat(); }
     int64_t numberOfFrames() const { return mNumberOfFrames; }
+    /// True when the file ends before the sound that it announces does.
+    bool isCutShort() const { return mReader->isCutShort(); }
+    /// True when some of the sound handed out so far could not be decoded, and silence stands for it.
+    bool hasMetDamage() const;
     /// Frames handed out so far.
     int64_t convertedFrameCount() const { return mConvertedFrameCount; }
 

@@ -54,6 +54,8 @@ VorbisConversion::VorbisConversion(std::shared_ptr<const FileHandle> handle, Vor
     , mStream(stream)
     , mWriter(static_cast<int32_t>(stream.numChannels()), stream.sampleRate())
 {
+    for (const auto& clip : mWriter.clips())
+        clip->setStoredSamples({0, false, true});
 }
 
 MaybeError VorbisConversion::run(Progress& progress)

@@ -25,13 +25,26 @@ VorbisEncoder::~VorbisEncoder()
     vorbis_info_clear(&mInfo);
 }
 
+bool VorbisEncoder::canEncode(const VorbisSettings& settings)
+{
+    vorbis_info info;
+    vorbis_info_init(&info);
+    const int status = setUp(info, settings);
+    vorbis_info_clear(&info);
+    return status == 0;
+}
+
+int VorbisEncoder::setUp(vorbis_info& info, const VorbisSettings& settings)
+{
+    return settings.bitRate > 0
+               ? vorbis_encode_init(&info, settings.numChannels, settings.sampleRate, -1,
+                                    static_cast<long>(settings.bitRate), -1)
+               : vorbis_encode_init_vbr(&info, settings.numChannels, settings.sampleRate, settings.quality);
+}
+
 MaybeError VorbisEncoder::start(const QList<VorbisComments::Entry>& comments)
 {
-    const int status =
-        mSettings.bitRate > 0
-            ? vorbis_encode_init(&mInfo, mSettings.numChannels, mSettings.sampleRate, -1,
-                                 static_cast<long>(mSettings.bitRate), -1)
-            : vorbis_encode_init_vbr(&mInfo, mSettings.numChannels, mSettings.sampleRate, mSettings.quality);
+    const int status = setUp(mInfo, mSettings);
     if (status != 0) {
         logLine(QStringLiteral("Ogg Vorbis init failed. Error %1.").arg(status));
         return refusal();

@@ -27,6 +27,8 @@ public:
     VorbisEncoder(const VorbisEncoder&) = delete;
     VorbisEncoder& operator=(const VorbisEncoder&) = delete;
 
+    static bool canEncode(const VorbisSettings& settings);
+
     /// Writes the headers. An error when the encoder does not take the settings.
     MaybeError start(const QList<VorbisComments::Entry>& comments);
     /// Frames in the order of tracks. What the encoder makes of the sound's start depends a little on how
@@ -36,6 +38,8 @@ public:
     MaybeError finish();
 
 private:
+    /// Gives the library's status.
+    static int setUp(vorbis_info& info, const VorbisSettings& settings);
     Error refusal() const;
     void writeHeaders(const QList<VorbisComments::Entry>& comments);
     void writeBlocks();

@@ -310,7 +310,7 @@ TEST_F(DocumentLosses, NamePrecisionButNotTheRoundingOfComputedSamples)
     EXPECT_EQ(document->lossesWhenSaving(eightBits),
               QStringList(QStringLiteral("Samples of 16 bits are rounded to 8 bits.")));
     const auto decoded = MutableAudioClip::clipWithSampleRate(44100.0);
-    decoded->setIntegerBits(24);
+    decoded->setStoredSamples({24, false, false});
     EXPECT_FALSE(decoded->appendData(kit::noise(10, 4)));
     for (const ClipList& clips :
          {open("a24.wav")->clipsAtOffset(0, 10, 0), ClipList(AudioClipPtr(decoded))}) {
@@ -318,6 +318,61 @@ TEST_F(DocumentLosses, NamePrecisionButNotTheRoundingOfComputedSamples)
         EXPECT_EQ(document->lossesWhenSaving(request),
                   QStringList(QStringLiteral("Samples of 24 bits are rounded to 16 bits.")));
         document->undoManager().undo();
+    }
+}
+
+TEST_F(DocumentLosses, NamePrecisionByWhatTheSamplesWere)
+{
+    const StoredSamples wide = {32, false, false};
+    const StoredSamples floats = {32, true, false};
+    const StoredSamples doubles = {64, true, false};
+    const StoredSamples lossy = {0, false, true};
+    const StoredSamples adaptive = {16, false, true};
+    const StoredSamples computed = {};
+    struct Case {
+        StoredSamples stored;
+        const char* uti;
+        int tag;
+        const char* loss;
+    };
+    constexpr auto caf = "com.apple.coreaudio-format";
+    constexpr auto flac = "org.videolan.flac";
+    constexpr auto mp3 = "public.mp3";
+    constexpr auto fl32 = static_cast<int>(fourCharCode("fl32"));
+    constexpr auto in32 = static_cast<int>(fourCharCode("in32"));
+    constexpr auto ima4 = static_cast<int>(fourCharCode("ima4"));
+    const Case cases[] = {
+        {computed, caf, fl32, ""},
+        {computed, flac, 16, ""},
+        {computed, mp3, 0, ""},
+        {floats, caf, fl32, ""},
+        {floats, caf, in32,
+         "Floating-point samples become 32-bit integers; what is louder than full scale is clipped."},
+        {doubles, caf, fl32, "Floating-point samples of 64 bits are rounded to 32 bits."},
+        {wide, caf, fl32, "Samples of 32 bits are rounded to 24 significant bits."},
+        {wide, caf, in32, "Samples of 32 bits were rounded to 24 significant bits when they were decoded."},
+        {wide, flac, 24, "Samples of 32 bits are rounded to 24 bits."},
+        {lossy, caf, fl32, ""},
+        {lossy, flac, 24,
+         "Decoded sound is rounded to 24-bit integers; what is louder than full scale is clipped."},
+        {lossy, mp3, 0,
+         "Sound that was decoded from a lossy encoding is encoded once more, which loses some more of it."},
+        {adaptive, flac, 16, ""},
+        {adaptive, caf, ima4,
+         "Sound that was decoded from a lossy encoding is encoded once more, which loses some more of it."},
+        {floats, mp3, 0, ""},
+    };
+    for (const Case& each : cases) {
+        const auto clip = MutableAudioClip::clipWithSampleRate(44100.0);
+        clip->setStoredSamples(each.stored);
+        EXPECT_FALSE(clip->appendData(kit::noise(10, 4)));
+        const auto document = kit::documentOf({kit::noise(10, 1)});
+        document->replaceDataAtOffset(0, 10, 0, ClipList(AudioClipPtr(clip)));
+        SaveRequest request = requestFor("a", SaveOperation::saveTo);
+        request.uti = QString::fromLatin1(each.uti);
+        request.optionTag = each.tag;
+        EXPECT_EQ(document->lossesWhenSaving(request).join('|').toStdString(), each.loss)
+            << each.stored.bits << each.stored.isFloat << each.stored.isLossy << each.uti << each.tag;
     }
 }
 

@@ -56,6 +56,8 @@ TEST_F(Mpeg4ChaptersTest, AreSeenByOtherPrograms)
         const auto& [position, name] = markers[static_cast<size_t>(i)];
         EXPECT_NEAR(chapter["start_time"].toString().toDouble(), static_cast<double>(position) / 44100.0,
                     1e-4);
+        const int64_t end = i < 2 ? markers[static_cast<size_t>(i) + 1].first : 50000;
+        EXPECT_NEAR(chapter["end_time"].toString().toDouble(), static_cast<double>(end) / 44100.0, 1e-4);
         EXPECT_EQ(chapter["tags"].toObject()["title"].toString(), name);
     }
     // The list holds at most 255 bytes, whole characters of two bytes each.

@@ -147,6 +147,14 @@ TEST_F(OggVorbisFileTest, SettingsAreThoseOfTheOption)
     unset.validateAndCorrectParameters();
     EXPECT_EQ(unset.encodingQuality(), 1.7F);
     EXPECT_EQ(unset.bitRate(), 0);
+    // A bit rate taken over from another file counts where Vorbis has it, else the quality does.
+    for (const int64_t inherited : {128000, 1411200, 320000}) {
+        OggVorbisFile file(44100.0, 16, 1);
+        file.setBitRate(inherited);
+        file.validateAndCorrectParameters();
+        EXPECT_EQ(file.bitRate(), inherited == 128000 ? inherited : 0);
+        EXPECT_EQ(file.encodingQuality(), inherited == 128000 ? 0.0F : 1.7F);
+    }
 }
 
 TEST_F(OggVorbisFileTest, OffersQualitiesAndTheBitRatesThatApply)

@@ -179,7 +179,7 @@ TEST_F(SaveLoopTest, KeepsTheIntegersThatADecoderFound)
         for (size_t i = 0; i < floats.size(); ++i)
             floats[i] = static_cast<float>((static_cast<double>(i % 65536) - scale) / scale);
         auto clip = MutableAudioClip::clipWithSampleRate(44100.0);
-        clip->setIntegerBits(bits);
+        clip->setStoredSamples({bits, false, false});
         ASSERT_FALSE(clip->appendData(floats));
         clip->finalizeCache();
         // A piece cut out of it knows it too.

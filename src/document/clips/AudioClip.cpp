@@ -48,6 +48,12 @@ const std::shared_ptr<const SampleSource>& AudioClip::sourceFile() const
     return mOrigin ? mOrigin->_sourceFile : none;
 }
 
+StoredSamples AudioClip::storedSamples() const
+{
+    const SampleSource* source = sourceFile().get();
+    return source ? StoredSamples{source->sampleBits(), source->isFloat(), false} : StoredSamples();
+}
+
 int64_t AudioClip::readSamples(int64_t offset, std::span<float> out) const
 {
     const SampleSource* source = mOrigin ? mOrigin->_sourceFile.get() : nullptr;

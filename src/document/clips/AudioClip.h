@@ -2,6 +2,7 @@
 
 #include "display/summary/WaveformCache.h"
 #include "document/clips/SampleSource.h"
+#include "document/clips/StoredSamples.h"
 
 #include <atomic>
 #include <memory>
@@ -40,8 +41,8 @@ public:
     bool isSilence() const { return mOrigin == nullptr; }
     /// True while numFrames() may still rise.
     virtual bool isGrowing() const { return false; }
-    /// When the samples were decoded from integers: how many bits these had. 0 for all other samples.
-    virtual int integerBits() const { return 0; }
+    /// What the samples are in the opened file, or were in the file that a scratch file was decoded from.
+    virtual StoredSamples storedSamples() const;
     /// The opened file; null for silence and for scratch files.
     const std::shared_ptr<const SampleSource>& sourceFile() const;
     /// The summary; a view that shares its entries with the clip that this one was cut from.

@@ -25,10 +25,9 @@ public:
     int64_t headerLength() const;
     /// Null before the first append.
     const std::shared_ptr<TempFile>& tempFile() const;
-    int integerBits() const override { return scratch().integerBits; }
-    /// For a decoder, before the first append: every sample is an integer of so many bits, divided by
-    /// 2^(bits - 1).
-    void setIntegerBits(int bits) { scratch().integerBits = bits; }
+    StoredSamples storedSamples() const override { return scratch().stored; }
+    /// For a decoder, before the first append. Integers were divided by 2^(bits - 1).
+    void setStoredSamples(const StoredSamples& stored) { scratch().stored = stored; }
     bool isGrowing() const override;
 
     /// Adds samples to the file and the summary. The first call creates the file. When the file cannot be
@@ -61,7 +60,7 @@ private:
         // Both are set once, before hasFile, so that readers need no lock.
         std::shared_ptr<TempFile> _tempFile;
         int64_t _headerLength = 0;
-        int integerBits = 0;
+        StoredSamples stored;
         MaybeError error;
         std::atomic<bool> hasFile{false};
         std::atomic<bool> isFinished{false};

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 namespace velloria
 {
@@ -44,6 +45,7 @@ struct ConcurrentStreamDecoder::Run {
     std::vector<SharedPacket> preroll;
     std::vector<SharedPacket> packets;
     int64_t framesOfSilentPacket = 0;
+    int64_t numDamagedPackets = 0;
     std::vector<std::vector<float>> planar;
     std::shared_ptr<DispatchGroup> group = std::make_shared<DispatchGroup>();
 
@@ -69,7 +71,7 @@ private:
     void decodePacket(PacketDecoder& decoder, const AVPacket& packet)
     {
         bool isSilent = true;
-        decoder.send(packet);
+        numDamagedPackets += decoder.send(packet) ? 0 : 1;
         while (const int64_t count = decoder.numFramesAvailable()) {
             isSilent = false;
             decoder.take(count, grow(count));
@@ -175,6 +177,7 @@ int64_t ConcurrentStreamDecoder::numFramesAtHand()
         if (mRuns.empty())
             return 0;
         mRuns.front()->group->wait();
+        addDamagedPackets(std::exchange(mRuns.front()->numDamagedPackets, 0));
         const int64_t count = mRuns.front()->numFrames() - mNumTakenOfFirst;
         if (count > 0)
             return count;

@@ -232,7 +232,10 @@ bool Demuxer::readPacket(AVPacket& packet)
         if (av.av_read_frame(mFormat, &packet) < 0)
             return false;
         const bool isWhole = !(packet.flags & AV_PKT_FLAG_CORRUPT);
-        if (packet.stream_index == mStream->index && isWhole && !isJunk(parameters().codec_id, packet))
+        if (packet.stream_index != mStream->index)
+            continue;
+        mHasMetCutPacket |= !isWhole;
+        if (isWhole && !isJunk(parameters().codec_id, packet))
             return true;
     }
 }

@@ -40,6 +40,8 @@ public:
     bool findDurations();
     /// The next packet of the stream, whole. False at the end, and where the rest cannot be read.
     bool readPacket(AVPacket& packet);
+    /// True when the end of the file has cut a packet, which was not given.
+    bool hasMetCutPacket() const { return mHasMetCutPacket; }
     /// Goes to a packet at or before the frame. False when the container cannot.
     bool seekToFrame(int64_t frame);
 
@@ -51,6 +53,7 @@ private:
     FileIoContext mIo;
     AVFormatContext* mFormat = nullptr;
     AVStream* mStream = nullptr;
+    bool mHasMetCutPacket = false;
 };
 
 } // namespace velloria

@@ -141,6 +141,28 @@ std::optional<MpegAudioStart> startOfMpegAudio(const FileHandle& handle)
     return std::nullopt;
 }
 
+std::optional<int64_t> bytesOfPacket(const QByteArray& head, bool isMpegAudio)
+{
+    if (head.size() < kHeadBytes)
+        return std::nullopt;
+    const HeadReader headOf = isMpegAudio ? mpegHead : adtsHead;
+    const auto parsed = headOf(reinterpret_cast<const uint8_t*>(head.constData()));
+    return parsed ? std::optional(parsed->packetBytes) : std::nullopt;
+}
+
+std::optional<int64_t> numMpegPacketsTold(const FileHandle& handle)
+{
+    // Behind the head, where other packets have side information and sound: a name, flags, the count.
+    constexpr int64_t longestStart = 64;
+    constexpr uint8_t hasCount = 1;
+    const auto start = startOfMpegAudio(handle);
+    const QByteArray bytes = handle.readAt(start ? start->offset : 0, longestStart);
+    const qsizetype at = std::max(bytes.indexOf("Xing"), bytes.indexOf("Info"));
+    if (!start || at < 0 || at + 12 > bytes.size() || !(bytes[at + 7] & hasCount))
+        return std::nullopt;
+    return bigEndian32(reinterpret_cast<const uint8_t*>(bytes.constData()) + at + 8);
+}
+
 bool isAdts(const FileHandle& handle)
 {
     return numHeadsInRowAt(handle, lengthOfLeadingTags(handle), adtsHead) > 0;

@@ -25,6 +25,11 @@ struct MpegAudioStart {
 /// when there is none.
 std::optional<MpegAudioStart> startOfMpegAudio(const FileHandle& handle);
 
+/// How long the packet with this head is, of MPEG audio or else of AAC; nothing where the head does not tell.
+std::optional<int64_t> bytesOfPacket(const QByteArray& head, bool isMpegAudio);
+/// How many packets of MPEG audio follow, as the first one of many files tells; nothing where it does not.
+std::optional<int64_t> numMpegPacketsTold(const FileHandle& handle);
+
 /// True when the file begins, behind any tags, with AAC in ADTS packets.
 bool isAdts(const FileHandle& handle);
 

@@ -3,6 +3,7 @@
 #include "platform/codec/AudioFormats.h"
 #include "platform/codec/CafPacketTable.h"
 #include "platform/codec/CodecTable.h"
+#include "platform/codec/ElementaryStreams.h"
 
 #include <QtEndian>
 #include <algorithm>
@@ -112,6 +113,9 @@ struct PacketReader::Walk {
     int64_t largest = 0;
     int64_t duration = 0; // in the stream's time base
     QByteArray headOfLast;
+    int64_t sizeOfLast = 0;
+    /// The tables tell of packets that are not in the file.
+    bool isCutShort = false;
     int64_t firstSkip = 0;
     int64_t lastDiscard = 0;
 
@@ -120,6 +124,7 @@ struct PacketReader::Walk {
         ++numPackets;
         numBytes += size;
         largest = std::max(largest, size);
+        sizeOfLast = size;
     }
 };
 
@@ -216,6 +221,7 @@ MaybeError PacketReader::readPackets(FourCharCode typeHint)
     mMagicCookie = cookieOf(codecParameters());
     mNumPackets = found.numPackets;
     mMaximumPacketSize = static_cast<uint32_t>(found.largest);
+    mIsCutShort = found.isCutShort || mDemuxer->hasMetCutPacket() || areElementaryPacketsCutShort(found);
     countFrames(found);
     readPacketTable(found);
     if (mNumFramesInPackets > 0) {
@@ -282,7 +288,8 @@ bool PacketReader::walkIndex(Walk& result) const
         const AVIndexEntry* const entry = av.avformat_index_get_entry(&stream, i);
         const bool isInFile = entry->pos >= 0 && entry->pos <= length - entry->size;
         // Packets that would not fit side by side in the file are invented.
-        if (!isInFile || found.numBytes + entry->size > length)
+        found.isCutShort = !isInFile || found.numBytes + entry->size > length;
+        if (found.isCutShort)
             break;
         found.add(entry->size);
         last = entry;
@@ -292,6 +299,19 @@ bool PacketReader::walkIndex(Walk& result) const
         found.headOfLast = mHandle->readAt(last->pos, std::min(last->size, 16));
     result = found;
     return last != nullptr;
+}
+
+/// Packets without a container around them, where the file ends within the last one, or its first one tells
+/// that there were more.
+bool PacketReader::areElementaryPacketsCutShort(const Walk& walk) const
+{
+    const bool isMpegAudio = mDemuxer->isContainer("mp3");
+    if (!isMpegAudio && !mDemuxer->isContainer("aac"))
+        return false;
+    if (walk.sizeOfLast < ElementaryStreams::bytesOfPacket(walk.headOfLast, isMpegAudio).value_or(0))
+        return true;
+    // Some programs count the packet that holds the number, others do not.
+    return isMpegAudio && walk.numPackets + 1 < ElementaryStreams::numMpegPacketsTold(*mHandle).value_or(0);
 }
 
 void PacketReader::fillDescription(const PacketDecoder& decoder)

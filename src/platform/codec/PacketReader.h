@@ -52,6 +52,8 @@ public:
     int64_t bitRate() const { return mBitRate; }
     /// Frames that all packets decode to, priming and remainder included; counted, not guessed.
     int64_t numFramesInPackets() const { return mNumFramesInPackets; }
+    /// True when the file ends before the sound that it announces does.
+    bool isCutShort() const { return mIsCutShort; }
     /// 0 for linear PCM that is read as one run.
     int64_t numPackets() const { return mNumPackets; }
     /// No packet is larger.
@@ -82,6 +84,7 @@ private:
     MaybeError readPackets(FourCharCode typeHint);
     MaybeError walk(Walk& result);
     bool walkIndex(Walk& result) const;
+    bool areElementaryPacketsCutShort(const Walk& walk) const;
     void fillDescription(const PacketDecoder& decoder);
     void countFrames(const Walk& walk);
     void readPacketTable(const Walk& walk);
@@ -99,6 +102,7 @@ private:
     int64_t mNumPackets = 0;
     int64_t mNumPacketsRead = 0;
     uint32_t mMaximumPacketSize = 0;
+    bool mIsCutShort = false;
     /// Of each packet where they are equal, else of the first.
     int64_t mFramesPerPacket = 0;
     std::optional<PacketPreroll> mPreroll;

@@ -118,7 +118,8 @@ private:
             }
             if (!mReader.readPacket(*mPacket))
                 return 0;
-            mDecoder->send(*mPacket);
+            if (!mDecoder->send(*mPacket))
+                addDamagedPackets(1);
             mIsPacketSilent = true;
         }
         return mNumSilentFrames;

@@ -27,14 +27,19 @@ public:
     int64_t decode(int64_t numFrames, std::span<float* const> channels);
     /// Drops frames. Gives how many there were, fewer than asked only at the end.
     virtual int64_t skip(int64_t numFrames) = 0;
+    /// Packets so far that could not be decoded.
+    int64_t numDamagedPackets() const { return mNumDamagedPackets; }
 
 protected:
     StreamDecoder() = default;
     /// At least one frame, unless the end is reached.
     virtual int64_t decodeSome(int64_t numFrames, std::span<float* const> channels) = 0;
 
+    void addDamagedPackets(int64_t count) { mNumDamagedPackets += count; }
+
 private:
     std::vector<float*> mRest;
+    int64_t mNumDamagedPackets = 0;
 };
 
 } // namespace velloria
