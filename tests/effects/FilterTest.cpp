@@ -236,7 +236,7 @@ kit::TrackSamples resultReadBackwards(const EffectEntry& entry, int64_t mostScra
     EXPECT_FALSE(kit::applyTo(document, *filter, kit::framesOf(*document, 1000, 29000, 1, 2)));
     kit::TrackSamples result;
     for (int32_t track = 0; track < document->trackCount(); ++track) {
-        document->replaceDataAtOffset(5000, 100, track, nullptr);
+        document->replaceDataAtOffset(5000, 100, track, ClipList());
         result.emplace_back(static_cast<size_t>(document->numberOfFrames()));
         for (size_t end = result.back().size(); end > 0;) {
             const size_t start = end - std::min<size_t>(end, 777);
