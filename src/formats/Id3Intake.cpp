@@ -9,7 +9,8 @@ std::optional<QStringList> takeInId3Tag(const QByteArray& tag, AudioMetadata& me
 {
     static const QStringList tagsOfTheFileItself = {QStringLiteral("file length"),
                                                     QStringLiteral("file size"), QStringLiteral("file type")};
-    const auto tags = parseId3Tag(tag);
+    QStringList framesNotRead;
+    const auto tags = parseId3Tag(tag, &framesNotRead);
     if (!tags)
         return std::nullopt;
     metadata.setValuesWithDictionary(*tags);
@@ -18,7 +19,7 @@ std::optional<QStringList> takeInId3Tag(const QByteArray& tag, AudioMetadata& me
         if (!AudioMetadata::dictionaryKeys().contains(key) && !tagsOfTheFileItself.contains(key))
             keysNotKept.append(key);
     }
-    return keysNotKept;
+    return keysNotKept + framesNotRead;
 }
 
 } // namespace velloria

@@ -69,7 +69,10 @@ class FrameCollector
 public:
     void addVersion2Frame(QByteArrayView id, QByteArrayView payload);
     void addFrame(QByteArrayView id, QByteArrayView payload);
+    /// A frame that means nothing here, or that cannot be read.
+    void addUnknownFrame(QByteArrayView id, QByteArrayView payload);
     MetadataDictionary take();
+    const QStringList& unknownFrames() const { return mUnknownFrames; }
 
 private:
     void addText(const Id3Frame& frame, uint8_t encoding, QByteArrayView bytes);
@@ -81,6 +84,7 @@ private:
     MetadataDictionary mDictionary;
     QList<AttachedPicture> mPictures;
     QSet<QString> mKeysOfPlainComments;
+    QStringList mUnknownFrames;
 };
 
 void FrameCollector::addText(const Id3Frame& frame, uint8_t encoding, QByteArrayView bytes)
@@ -141,7 +145,7 @@ void FrameCollector::addVersion2Frame(QByteArrayView id, QByteArrayView payload)
 {
     const Id3Frame* const frame = id3FrameWithID(id);
     if (frame == nullptr)
-        return;
+        return addUnknownFrame(id, payload);
     switch (frame->kind) {
     case Id3FrameKind::text:
         addTextFrame(*frame, payload);
@@ -163,11 +167,29 @@ void FrameCollector::addVersion2Frame(QByteArrayView id, QByteArrayView payload)
         mDictionary[MetadataKey::genre] = genreName(mDictionary[MetadataKey::genre].toString());
 }
 
+void FrameCollector::addUnknownFrame(QByteArrayView id, QByteArrayView payload)
+{
+    constexpr qsizetype mostFrames = 32;
+    constexpr qsizetype longestDescription = 64;
+    if (mUnknownFrames.size() >= mostFrames)
+        return;
+    QString name = QString::fromLatin1(id);
+    // Frames for whatever a program likes begin with a name for it.
+    const bool isDescribed = id.startsWith("TXX") || id.startsWith("WXX");
+    if (const auto text = isDescribed && !payload.isEmpty()
+                              ? splitId3Description(byteAt(payload, 0), payload.sliced(1))
+                              : std::nullopt;
+        text && !text->description.isEmpty())
+        name = text->description.left(longestDescription);
+    if (!mUnknownFrames.contains(name))
+        mUnknownFrames.append(name);
+}
+
 void FrameCollector::addFrame(QByteArrayView id, QByteArrayView payload)
 {
     const Id3Frame* const frame = id3FrameWithID(id);
     if (frame == nullptr)
-        return;
+        return addUnknownFrame(id, payload);
     switch (frame->kind) {
     case Id3FrameKind::text:
         addTextFrame(*frame, payload);
@@ -244,7 +266,7 @@ void addFlaggedFrame(QByteArrayView id, QByteArrayView payload, uint8_t flags, c
                      bool isUnsynchronised, FrameCollector& collector)
 {
     if ((flags & meaning.unreadable) != 0)
-        return;
+        return collector.addUnknownFrame(id, {});
     const qsizetype prefixLength =
         ((flags & meaning.hasGroup) != 0 ? 1 : 0) + ((flags & meaning.hasDataLength) != 0 ? 4 : 0);
     payload = payload.sliced(std::min(prefixLength, payload.size()));
@@ -298,7 +320,7 @@ QByteArray unsynchronizeData(QByteArrayView bytes)
     return result;
 }
 
-std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag)
+std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, QStringList* framesNotRead)
 {
     constexpr qsizetype shortestTag = 14;
     if (tag.size() < shortestTag || !tag.startsWith("ID3"))
@@ -318,6 +340,8 @@ std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag)
         parseVersion2(tag, collector);
     else if (tag.size() >= shortestTag)
         parseVersion3Or4(tag, version == 4, collector);
+    if (framesNotRead)
+        *framesNotRead = collector.unknownFrames();
     return collector.take();
 }
 

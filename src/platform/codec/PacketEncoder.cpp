@@ -50,6 +50,22 @@ Error cannotEncode(const StreamDescription& format)
                                           .arg(format.sampleRate())};
 }
 
+/// The usual layout of so many channels, unless the encoder wants another. (Neither owns memory.)
+AVChannelLayout layoutOf(const AVCodec& codec, int numChannels)
+{
+    AVChannelLayout usual = {};
+    FFmpegLibraries::loaded().av_channel_layout_default(&usual, numChannels);
+    AVChannelLayout wanted = usual;
+    for (const AVChannelLayout* each = codec.ch_layouts; each && each->nb_channels > 0; ++each) {
+        if (each->order != AV_CHANNEL_ORDER_NATIVE || each->nb_channels != numChannels)
+            continue;
+        wanted = *each;
+        if (each->u.mask == usual.u.mask)
+            break;
+    }
+    return wanted;
+}
+
 /// The nearest integer of 16 bits, or of 24 bits in the upper part of 32.
 template <typename Integer> Integer quantised(float sample)
 {
@@ -119,7 +135,7 @@ MaybeError PacketEncoder::openCodec(const StreamDescription& format, int64_t bit
     mCodec->bit_rate = bitRate;
     mCodec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     mCodec->bits_per_raw_sample = choice->sampleFormat == AV_SAMPLE_FMT_S32P ? 24 : 0;
-    av.av_channel_layout_default(&mCodec->ch_layout, static_cast<int>(mNumChannels));
+    mCodec->ch_layout = layoutOf(*codec, static_cast<int>(mNumChannels));
     if (av.avcodec_open2(mCodec.get(), codec, nullptr) < 0)
         return cannotEncode(format);
     mFramesPerSend = static_cast<size_t>(mCodec->frame_size > 0 ? mCodec->frame_size : kFramesPerRun);
@@ -180,7 +196,7 @@ MaybeError PacketEncoder::sendFrame(std::span<const float> interleaved, const Si
     frame.format = mCodec->sample_fmt;
     frame.sample_rate = mCodec->sample_rate;
     frame.pts = mNumFramesSent;
-    av.av_channel_layout_default(&frame.ch_layout, static_cast<int>(mNumChannels));
+    frame.ch_layout = mCodec->ch_layout;
     if (av.av_frame_get_buffer(&frame, 0) < 0)
         return Error{Error::Code::failed, QStringLiteral("There is not enough memory to encode the sound.")};
     fillFrame(interleaved);
