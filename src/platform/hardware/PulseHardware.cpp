@@ -22,7 +22,8 @@ constexpr int kFirstDelayMs = 250;
 } // namespace
 
 PulseHardware::PulseHardware()
-    : mIsAlive(std::make_shared<bool>(true))
+    : mStreams(std::make_shared<PulseStreamList>())
+    , mIsAlive(std::make_shared<bool>(true))
 {
 }
 
@@ -92,6 +93,10 @@ void PulseHardware::install(const PulseDevices::Lists& lists)
         return;
     const HardwareState before = mLists.state;
     mLists = lists;
+    for (PulseStream* const stream : *mStreams) {
+        if (!mLists.state.deviceWithID(stream->deviceID()))
+            stream->deviceWasLost();
+    }
     tellDifferences(before, mLists.state);
 }
 
@@ -168,7 +173,7 @@ std::unique_ptr<OutputStream> PulseHardware::openOutput(const StreamRequest& req
     const bool isConnected = ensureConnected();
     const auto found = mLists.outputs.find(request.device);
     if (isConnected && found != mLists.outputs.end())
-        return std::make_unique<PulseOutput>(mConnection, found->second, request, client);
+        return std::make_unique<PulseOutput>(mConnection, mStreams, found->second, request, client);
     if (error)
         *error = isConnected ? Error{Error::Code::failed, QStringLiteral("There is no such output device.")}
                              : mError;
@@ -181,7 +186,7 @@ std::unique_ptr<InputStream> PulseHardware::openInput(const StreamRequest& reque
     const bool isConnected = ensureConnected();
     const auto found = mLists.inputs.find(request.device);
     if (isConnected && found != mLists.inputs.end())
-        return std::make_unique<PulseInput>(mConnection, found->second, request, client);
+        return std::make_unique<PulseInput>(mConnection, mStreams, found->second, request, client);
     if (error)
         *error = isConnected ? Error{Error::Code::failed, QStringLiteral("There is no such input device.")}
                              : mError;

@@ -43,6 +43,7 @@ private:
     std::unique_ptr<PulseDevices> mDevices;
     PulseDevices::IDs mIDs;
     PulseDevices::Lists mLists;
+    std::shared_ptr<std::vector<class PulseStream*>> mStreams;
     MaybeError mError;
     std::optional<Clock::time_point> mLastAttempt;
     std::shared_ptr<bool> mIsAlive;

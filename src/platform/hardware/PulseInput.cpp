@@ -13,9 +13,10 @@ constexpr double kFragmentSeconds = 0.02;
 
 } // namespace
 
-PulseInput::PulseInput(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
-                       const AudioHardware::StreamRequest& request, InputClient& client)
-    : PulseStream(std::move(connection), device, request)
+PulseInput::PulseInput(std::shared_ptr<PulseConnection> connection, std::shared_ptr<PulseStreamList> list,
+                       const PulseDevice& device, const AudioHardware::StreamRequest& request,
+                       InputClient& client)
+    : PulseStream(std::move(connection), std::move(list), device, request)
     , mSpec(device.sampleSpec)
     , mClient(client)
 {

@@ -15,9 +15,10 @@ constexpr std::chrono::milliseconds kDrainPatience(1500);
 
 } // namespace
 
-PulseOutput::PulseOutput(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
-                         const AudioHardware::StreamRequest& request, OutputClient& client)
-    : PulseStream(std::move(connection), device, request)
+PulseOutput::PulseOutput(std::shared_ptr<PulseConnection> connection, std::shared_ptr<PulseStreamList> list,
+                         const PulseDevice& device, const AudioHardware::StreamRequest& request,
+                         OutputClient& client)
+    : PulseStream(std::move(connection), std::move(list), device, request)
     , mSpec(device.sampleSpec)
     , mServerMap(device.channelMap)
     , mClient(client)

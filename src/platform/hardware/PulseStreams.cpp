@@ -3,17 +3,21 @@
 namespace velloria
 {
 
-PulseStream::PulseStream(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
-                         const AudioHardware::StreamRequest& request)
+PulseStream::PulseStream(std::shared_ptr<PulseConnection> connection, std::shared_ptr<PulseStreamList> list,
+                         const PulseDevice& device, const AudioHardware::StreamRequest& request)
     : mConnection(std::move(connection))
+    , mList(std::move(list))
+    , mDeviceID(request.device)
     , mDevice(device)
     , mName(request.name.toUtf8())
     , mNotice(request.didStop)
 {
+    mList->push_back(this);
 }
 
 PulseStream::~PulseStream()
 {
+    std::erase(*mList, this);
     const PulseConnection::Lock lock(*mConnection);
     mIsStarting = true; // Nobody is left to be told.
     finish(StopReason::requested);
@@ -48,6 +52,13 @@ MaybeError PulseStream::waitUntilReady(const PulseConnection::Lock& lock)
     finish(StopReason::requested);
     mIsStarting = false;
     return error;
+}
+
+void PulseStream::deviceWasLost()
+{
+    const PulseConnection::Lock lock(*mConnection);
+    if (mIsRunning)
+        finish(StopReason::deviceLost);
 }
 
 void PulseStream::stateDidChange()

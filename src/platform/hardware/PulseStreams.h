@@ -7,13 +7,23 @@
 namespace velloria
 {
 
+class PulseStream;
+
+/// The streams that there are, for who knows which devices there are. Main thread.
+using PulseStreamList = std::vector<PulseStream*>;
+
 /// One stream of the server: what playing and recording have in common. The calls from libpulse's thread come
 /// under the connection's lock, so that taking the lock and disconnecting ends them.
 class PulseStream
 {
+public:
+    uint32_t deviceID() const { return mDeviceID; }
+    /// The device was unplugged. The server would let the stream go on at another one.
+    void deviceWasLost();
+
 protected:
-    PulseStream(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
-                const AudioHardware::StreamRequest& request);
+    PulseStream(std::shared_ptr<PulseConnection> connection, std::shared_ptr<PulseStreamList> list,
+                const PulseDevice& device, const AudioHardware::StreamRequest& request);
     ~PulseStream();
     PulseStream(const PulseStream&) = delete;
     PulseStream& operator=(const PulseStream&) = delete;
@@ -29,6 +39,8 @@ protected:
     void stateDidChange();
 
     std::shared_ptr<PulseConnection> mConnection;
+    const std::shared_ptr<PulseStreamList> mList;
+    const uint32_t mDeviceID;
     const PulseDevice mDevice;
     const QByteArray mName;
     StopNotice mNotice;
@@ -40,11 +52,11 @@ protected:
 };
 
 /// Plays to a sink, in the sink's own rate and channels, so that the server passes samples unchanged.
-class PulseOutput : public OutputStream, private PulseStream
+class PulseOutput : public OutputStream, public PulseStream
 {
 public:
-    PulseOutput(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
-                const AudioHardware::StreamRequest& request, OutputClient& client);
+    PulseOutput(std::shared_ptr<PulseConnection> connection, std::shared_ptr<PulseStreamList> list,
+                const PulseDevice& device, const AudioHardware::StreamRequest& request, OutputClient& client);
     ~PulseOutput() override = default;
 
     double sampleRate() const override { return mSpec.rate; }
@@ -69,11 +81,11 @@ private:
 };
 
 /// Records from a source, in the source's own rate and channels.
-class PulseInput : public InputStream, private PulseStream
+class PulseInput : public InputStream, public PulseStream
 {
 public:
-    PulseInput(std::shared_ptr<PulseConnection> connection, const PulseDevice& device,
-               const AudioHardware::StreamRequest& request, InputClient& client);
+    PulseInput(std::shared_ptr<PulseConnection> connection, std::shared_ptr<PulseStreamList> list,
+               const PulseDevice& device, const AudioHardware::StreamRequest& request, InputClient& client);
     ~PulseInput() override = default;
 
     double sampleRate() const override { return mSpec.rate; }

@@ -1,0 +1,113 @@
+#include "controllers/TransportKit.h"
+#include "engine/Capture.h"
+#include "engine/PulseServer.h"
+
+#include <QProcess>
+
+using namespace velloria;
+
+namespace
+{
+
+/// A window's transport on a server of the test's own.
+class TransportServerTest : public testing::Test
+{
+protected:
+    static constexpr int64_t kNumFrames = 60 * 44100;
+
+    TransportServerTest()
+    {
+        AudioHardware::setCurrent(std::make_shared<PulseHardware>());
+        VLRTAudioPlayer::registerDefaults();
+        CueFollower::registerDefaults();
+        FloatBuffer samples = kit::ramp(static_cast<size_t>(kNumFrames), 1);
+        for (float& sample : samples)
+            sample /= 4194304.0F;
+        document = kit::documentOf({samples});
+        controller = std::make_unique<SoundController>(document, host);
+        host.view.setSampleRate(44100);
+        host.view.setTotalTime(document->totalTime());
+        host.view.setViewWidth(1000);
+    }
+    ~TransportServerTest() override
+    {
+        controller.reset();
+        document.reset();
+        AudioHardware::setCurrent(nullptr);
+    }
+
+    /// A word to the server.
+    static bool tell(const QStringList& words)
+    {
+        return QProcess::execute(QStringLiteral("pactl"), words) == 0;
+    }
+    bool hear(double fromTime)
+    {
+        return kit::waitUntil([&] { return controller->cueTime() > fromTime + 0.3; });
+    }
+    bool waitForStop()
+    {
+        return kit::waitUntil([this] { return document->transport().audioPlayback() == nullptr; });
+    }
+    /// Something is heard on a sink's monitor.
+    static bool isHeard(const kit::MonitorCapture& capture)
+    {
+        return kit::waitUntil([&] { return capture.sound().size() > 20000; });
+    }
+
+    kit::PulseServer server;
+    LogCapture log;
+    kit::TransportHost host;
+    std::shared_ptr<SoundDocument> document;
+    std::unique_ptr<SoundController> controller;
+};
+
+} // namespace
+
+TEST_F(TransportServerTest, PausesWhenTheServerDiesAndPlaysAgainWhenItIsBack)
+{
+    controller->playReturning();
+    ASSERT_TRUE(hear(0));
+    server.stop();
+    ASSERT_TRUE(waitForStop());
+    EXPECT_EQ(host.interruption, StopReason::serverLost);
+    const double pausedAt = controller->cueTime();
+    EXPECT_GT(pausedAt, 0.3);
+    controller->playReturning();
+    EXPECT_FALSE(controller->isPlaying());
+    EXPECT_TRUE(host.failure.startsWith(QStringLiteral("No sound server can be reached")))
+        << qPrintable(host.failure);
+    server.start();
+    ASSERT_TRUE(kit::waitUntil([this] {
+        controller->play();
+        return controller->isPlaying();
+    }));
+    EXPECT_TRUE(hear(pausedAt));
+}
+
+TEST_F(TransportServerTest, FollowsTheDefaultSinkWhileItPlays)
+{
+    ASSERT_TRUE(tell({QStringLiteral("set-default-sink"), QStringLiteral("two44")}));
+    const kit::MonitorCapture other(QStringLiteral("two48"), 480000);
+    ASSERT_TRUE(other.isRunning());
+    controller->playReturning();
+    ASSERT_TRUE(hear(0));
+    ASSERT_TRUE(tell({QStringLiteral("set-default-sink"), QStringLiteral("two48")}));
+    EXPECT_TRUE(isHeard(other));
+    EXPECT_TRUE(controller->isPlaying());
+    EXPECT_TRUE(hear(controller->cueTime()));
+}
+
+TEST_F(TransportServerTest, PausesWhenItsSinkIsTakenAway)
+{
+    ASSERT_TRUE(tell({QStringLiteral("set-default-sink"), QStringLiteral("two44")}));
+    controller->playReturning();
+    ASSERT_TRUE(hear(0));
+    // The first null sink is the module after the protocol's.
+    ASSERT_TRUE(tell({QStringLiteral("unload-module"), QStringLiteral("1")}));
+    ASSERT_TRUE(waitForStop());
+    EXPECT_EQ(host.interruption, StopReason::deviceLost);
+    EXPECT_FALSE(controller->isPlaying());
+    controller->play();
+    EXPECT_TRUE(hear(controller->cueTime())) << "who asks for it hears it there";
+}
