@@ -1198,5 +1198,68 @@
         <source>Click to put out the light that says that the level reached 0 dB</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="preferences-general">
+        <source>General</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-sound">
+        <source>Sound</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preview-device-lost">
+        <source>The output device went away.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preview-play">
+        <source>&amp;Preview</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preview-bypass">
+        <source>&amp;Bypass</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preview-loop">
+        <source>L&amp;oop</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preview-bypass-tip">
+        <source>Hear the sound without the effect, as loud as with it (Ctrl+B)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preview-tip">
+        <source>Hear the selection with the effect (Ctrl+Space)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-output-device">
+        <source>Output device:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-left-channel">
+        <source>Left channel:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-right-channel">
+        <source>Right channel:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-default-device">
+        <source>As the desktop</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-default-device-name">
+        <source>As the desktop (%1)</source>
+        <extracomment>%1 is the name of a device</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-missing-device">
+        <source>%1 (not connected)</source>
+        <extracomment>%1 is the identifier of a device that was chosen before</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-channel">
+        <source>Channel %1</source>
+        <extracomment>%1 is a number, from 1</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

@@ -106,6 +106,7 @@ void EffectActions::perform(const EffectEntry& entry)
     filter->loadDefaults();
     auto* const dialog = new EffectDialog(filter, entry.summary, &mWindow);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &EffectDialog::previewWillStart, this, [this] { mWindow.controller().stopAudio(); });
     // The dialog is gone before the work begins, so that its progress stands alone.
     connect(
         dialog, &QDialog::accepted, this, [this, filter] { apply(filter); }, Qt::QueuedConnection);

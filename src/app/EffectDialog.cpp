@@ -1,6 +1,7 @@
 #include "app/EffectDialog.h"
 
 #include "app/ParameterRow.h"
+#include "app/PreviewControls.h"
 #include "effects/Filter.h"
 
 #include <QCoreApplication>
@@ -9,6 +10,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace velloria
 {
@@ -32,6 +34,7 @@ EffectDialog::EffectDialog(std::shared_ptr<Filter> filter, const QString& summar
     layout->setSizeConstraint(QLayout::SetFixedSize);
     addHeader(*layout, summary);
     addParameters(*layout);
+    addPreview(*layout);
     addButtons(*layout);
     if (!mRows.empty())
         mRows.front()->editor()->setFocus();
@@ -68,6 +71,7 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
     for (size_t i = 0; i < parameters.size(); ++i) {
         auto* const row = new ParameterRow(parameters[i], *grid, static_cast<int>(i), this);
         row->setValue(mFilter->parameterValue(i));
+        mValuesBefore.push_back(mFilter->parameterValue(i));
         mRows.push_back(row);
     }
 }
@@ -91,12 +95,41 @@ void EffectDialog::addButtons(QVBoxLayout& layout)
     });
 }
 
-void EffectDialog::accept()
+void EffectDialog::addPreview(QVBoxLayout& layout)
+{
+    if (!mFilter->source())
+        return;
+    mPreview = new PreviewControls(*mFilter, this);
+    layout.addWidget(mPreview);
+    connect(mPreview, &PreviewControls::willPlay, this, [this] {
+        Q_EMIT previewWillStart();
+        takeValues();
+    });
+    for (size_t i = 0; i < mRows.size(); ++i)
+        connect(mRows[i], &ParameterRow::valueChanged, this, [this, i](double value) {
+            if (mPreview && mPreview->isPlaying())
+                mPreview->change([this, i, value] { mFilter->setParameterValue(i, value); });
+        });
+}
+
+void EffectDialog::takeValues()
 {
     for (size_t i = 0; i < mRows.size(); ++i)
         mFilter->setParameterValue(i, mRows[i]->value());
-    mFilter->saveDefaults();
-    QDialog::accept();
+}
+
+void EffectDialog::done(int result)
+{
+    // Silent before the effect is used for something else.
+    delete std::exchange(mPreview, nullptr);
+    if (result == QDialog::Accepted) {
+        takeValues();
+        mFilter->saveDefaults();
+    } else {
+        for (size_t i = 0; i < mValuesBefore.size(); ++i)
+            mFilter->setParameterValue(i, mValuesBefore[i]);
+    }
+    QDialog::done(result);
 }
 
 } // namespace velloria

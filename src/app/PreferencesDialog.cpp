@@ -2,6 +2,7 @@
 
 #include "app/RulerUnitNames.h"
 #include "app/Settings.h"
+#include "app/SoundPreferences.h"
 #include "app/Theme.h"
 #include "platform/UserDefaults.h"
 
@@ -12,6 +13,7 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLocale>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 namespace velloria
@@ -23,17 +25,23 @@ PreferencesDialog::PreferencesDialog(QWidget* parent)
     //% "Preferences"
     setWindowTitle(qtTrId("preferences-title"));
     auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(22, 16, 22, 16);
-    layout->setSpacing(16);
+    layout->setContentsMargins(14, 14, 14, 14);
+    layout->setSpacing(14);
     layout->setSizeConstraint(QLayout::SetFixedSize);
-    auto* const form = new QFormLayout;
+    auto* const pages = new QTabWidget(this);
+    //% "General"
+    pages->addTab(new QWidget(pages), qtTrId("preferences-general"));
+    auto* const form = new QFormLayout(pages->widget(0));
+    form->setContentsMargins(22, 14, 22, 18);
     form->setLabelAlignment(Qt::AlignRight);
     form->setHorizontalSpacing(14);
     form->setVerticalSpacing(9);
     addNewDocuments(*form);
     addView(*form);
     addSnapping(*form);
-    layout->addLayout(form);
+    //% "Sound"
+    pages->addTab(new SoundPreferences(pages), qtTrId("preferences-sound"));
+    layout->addWidget(pages);
     auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(buttons);

@@ -23,6 +23,7 @@ void Settings::registerDefaults()
     defaults.registerDefault(appearance, static_cast<int>(Appearance::system));
     defaults.registerDefault(levelScaleInDecibels, true);
     defaults.registerDefault(showsOverview, true);
+    defaults.registerDefault(previewLoops, 0);
     defaults.registerDefault(showsMarkers, true);
     defaults.registerDefault(locksMarkers, false);
     defaults.registerDefault(showsGrid, false);

@@ -27,6 +27,7 @@ inline const QString gridSpacingValue = QStringLiteral("view.grid.spacing.value"
 inline const QString gridSpacingUnits = QStringLiteral("view.grid.spacing.units");
 inline const QString gridOffsetValue = QStringLiteral("view.grid.offset.value");
 inline const QString gridOffsetUnits = QStringLiteral("view.grid.offset.units");
+inline const QString previewLoops = QStringLiteral("filter.preview.loop");
 inline const QString windowSize = QStringLiteral("window.size");
 inline const QString recentFiles = QStringLiteral("recentFiles");
 inline const QString lastFolder = QStringLiteral("file.lastFolder");

@@ -77,6 +77,8 @@ public:
     virtual void processingWillBegin();
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     virtual void processingFinished() {}
+    /// The source was moved back by so many frames, which are asked for again: who counts frames counts back.
+    virtual void sourceDidMoveBack(int64_t /*numFrames*/) {}
     /// Frames of look-ahead.
     virtual int64_t latencyNumFrames() const { return 0; }
     virtual int64_t tailTimeNumFrames() const { return 0; }

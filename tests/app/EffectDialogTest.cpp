@@ -1,9 +1,15 @@
 #include "app/EffectDialog.h"
 
 #include "AppTestKit.h"
+#include "app/EffectActions.h"
 #include "app/ParameterRow.h"
+#include "app/PreviewControls.h"
+#include "app/Settings.h"
 #include "effects/EffectRegistry.h"
+#include "platform/Log.h"
+#include "platform/hardware/SimulatedStreams.h"
 
+#include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
 #include <QPushButton>
@@ -109,6 +115,83 @@ TEST(ParameterRowTest, PositionsAndValuesAreInverseOnLinearAndLogarithmicSliders
     // The middle of a range of three decades is in the middle one.
     EXPECT_NEAR(ParameterRow::valueOfPosition(frequency, 0.5), 632, 1);
     EXPECT_NEAR(ParameterRow::valueOfPosition(gain, 0.5), -10, 0.1);
+}
+
+/// An effect over two seconds of sound, on simulated hardware.
+class EffectPreviewTest : public AppTest
+{
+protected:
+    EffectPreviewTest()
+    {
+        AudioHardware::setCurrent(hardware);
+        window = open(makeSound("sound.wav", 88200));
+        window->effectActions().actionNamed(QStringLiteral("amplify"))->trigger();
+        dialog = window->findChild<EffectDialog*>();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(dialog));
+    }
+    ~EffectPreviewTest() override
+    {
+        if (EffectDialog* const open = window->findChild<EffectDialog*>())
+            open->reject();
+        window->closeWithoutAsking();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        AudioHardware::setCurrent(nullptr);
+        UserDefaults::standard().removeValue(Settings::previewLoops);
+    }
+    float loudest()
+    {
+        float peak = 0.0F;
+        if (hardware->output())
+            for (const float sample : hardware->output()->pull(1024))
+                peak = std::max(peak, std::abs(sample));
+        return peak;
+    }
+
+    LogCapture log;
+    std::shared_ptr<SimulatedHardware> hardware = std::make_shared<SimulatedHardware>();
+    DocumentWindow* window = nullptr;
+    EffectDialog* dialog = nullptr;
+};
+
+TEST_F(EffectPreviewTest, IsHeardAsItIsChangedAndFallsSilentWithTheDialog)
+{
+    auto& field = *qobject_cast<QDoubleSpinBox*>(dialog->rows()[0]->editor());
+    field.setValue(-6);
+    QTest::keyClick(dialog, Qt::Key_Space, Qt::ControlModifier);
+    ASSERT_TRUE(dialog->preview()->isPlaying());
+    keepPicture(*dialog, QStringLiteral("effect-preview"));
+    EXPECT_NEAR(loudest(), 0.9 * 0.501, 0.02);
+    field.setValue(-20);
+    EXPECT_NEAR(loudest(), 0.9 * 0.1, 0.01);
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    EXPECT_TRUE(waitUntil([this] { return hardware->output() == nullptr; }));
+    EXPECT_FALSE(dialog->preview()->previewButton().isChecked());
+
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    ASSERT_TRUE(dialog->preview()->isPlaying());
+    dialog->reject();
+    EXPECT_EQ(hardware->output(), nullptr);
+    EXPECT_FALSE(window->document().isDocumentEdited());
+}
+
+TEST_F(EffectPreviewTest, StopsWhatTheWindowPlaysAndKeepsTheLoopSwitch)
+{
+    window->controller().playFromTime(0);
+    dialog->preview()->loopBox().setChecked(true);
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    EXPECT_FALSE(window->controller().isPlaying());
+    dialog->accept();
+    EXPECT_TRUE(waitUntil([this] { return hardware->output() == nullptr; }));
+    EXPECT_EQ(UserDefaults::standard().integerValue(Settings::previewLoops), 1);
+    EXPECT_TRUE(waitUntil([this] { return window->document().isDocumentEdited(); }));
+}
+
+TEST_F(EffectPreviewTest, SaysInTheDialogWhyItCannotBeHeard)
+{
+    hardware->setOpenError(Error{Error::Code::failed, QStringLiteral("No sound server can be reached.")});
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    EXPECT_EQ(dialog->preview()->message(), QStringLiteral("No sound server can be reached."));
+    EXPECT_FALSE(dialog->preview()->previewButton().isChecked());
 }
 
 } // namespace velloria::test

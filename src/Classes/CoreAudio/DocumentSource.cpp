@@ -40,6 +40,15 @@ int64_t DocumentSource::selectionNumFrames() const
     return frameAtTime(mDuration, mDocument->sampleRate());
 }
 
+std::optional<MixerComponent> DocumentSource::mixerComponentOfTrackNumber(int32_t number) const
+{
+    const TrackList tracks = mDocument->audioTracks();
+    const auto index = static_cast<size_t>(static_cast<int64_t>(mFirstTrack) + number);
+    if (number < 0 || number >= mNumTracks || index >= tracks->size())
+        return std::nullopt;
+    return MixerComponent((*tracks)[index]->pan(), (*tracks)[index]->scalarVolume());
+}
+
 bool DocumentSource::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
 {
     if (mFirstTrack == -1)

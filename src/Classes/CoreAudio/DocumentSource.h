@@ -1,11 +1,13 @@
 #pragma once
 
 #include "Classes/CoreAudio/DataSource.h"
+#include "Classes/CoreAudio/MixerComponent.h"
 #include "document/clips/FrameSource.h"
 #include "document/clips/SoundSelection.h"
 
 #include <atomic>
 #include <memory>
+#include <optional>
 
 namespace velloria
 {
@@ -44,6 +46,8 @@ public:
     void setNumTracks(int32_t count) { mNumTracks = count; }
 
     int64_t selectionNumFrames() const;
+    /// Pan and volume of a track, counted from firstTrack; nothing for one that is not read.
+    std::optional<MixerComponent> mixerComponentOfTrackNumber(int32_t number) const;
 
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
 
