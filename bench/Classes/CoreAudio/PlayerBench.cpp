@@ -1,6 +1,7 @@
 #include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "document/DocumentTransport.h"
 #include "document/SoundDocument.h"
+#include "platform/Log.h"
 #include "platform/hardware/SimulatedStreams.h"
 
 #include <QCoreApplication>
@@ -132,6 +133,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("VelloriaBench"));
+    // What the player prints is not for the table.
+    const LogCapture log;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
