@@ -20,18 +20,15 @@ constexpr int64_t assumedPrimingFrames = 2112;
 
 AudioDataTransportStreamAACFile::AudioDataTransportStreamAACFile(double sampleRate, uint32_t sampleSize,
                                                                  uint32_t numChannels)
-    : AudioFile(sampleRate, sampleSize, numChannels)
+    : DecodedFile(sampleRate, sampleSize, numChannels)
 {
     mDataFormat = DataFormat::kAac;
 }
 
 AudioDataTransportStreamAACFile::AudioDataTransportStreamAACFile(std::shared_ptr<FileHandle> handle)
-    : AudioFile(std::move(handle))
+    : DecodedFile(std::move(handle))
 {
-    mRequiresConversion = true;
 }
-
-AudioDataTransportStreamAACFile::~AudioDataTransportStreamAACFile() = default;
 
 bool AudioDataTransportStreamAACFile::validateFileHeader(const FileHandle& handle)
 {
@@ -45,12 +42,10 @@ std::shared_ptr<AudioFile> AudioDataTransportStreamAACFile::open(std::shared_ptr
         return nullptr;
     const std::shared_ptr<AudioDataTransportStreamAACFile> file(
         new AudioDataTransportStreamAACFile(std::move(handle)));
-    file->mDecoder =
-        VLAudioFileDecompressor::forReadingFile(file->fileHandle(), file->fileFormatUTI(), error);
-    if (!file->mDecoder)
+    auto decoder = VLAudioFileDecompressor::forReadingFile(file->fileHandle(), file->fileFormatUTI(), error);
+    if (!decoder)
         return nullptr;
-    file->mDataFormat = file->mDecoder->dataFormat();
-    file->takeShapeOf(*file->mDecoder);
+    file->takeDecoder(std::move(decoder));
     if (ElementaryStreams::lengthOfLeadingTags(*file->fileHandle()) > 0)
         file->mChunksNotKept.append(QStringLiteral("ID3 tag"));
     return file;
@@ -67,16 +62,6 @@ QString AudioDataTransportStreamAACFile::encodingDescription() const
     return info ? info->name : QStringLiteral("AAC");
 }
 
-std::vector<std::shared_ptr<MutableAudioClip>>
-AudioDataTransportStreamAACFile::convertedAudioClips(Progress& progress, MaybeError* error)
-{
-    if (!mDecoder)
-        return {};
-    auto clips = decodedClips(*mDecoder, progress, error);
-    mDecoder.reset();
-    return clips;
-}
-
 FileOptions AudioDataTransportStreamAACFile::fileOptions() const
 {
     return AacBitRates::options(mBitRate, mSampleRate, mNumberOfChannels);
@@ -84,7 +69,7 @@ FileOptions AudioDataTransportStreamAACFile::fileOptions() const
 
 void AudioDataTransportStreamAACFile::validateAndCorrectParameters()
 {
-    AudioFile::validateAndCorrectParameters();
+    DecodedFile::validateAndCorrectParameters();
     mBitRate = AacBitRates::closest(mBitRate, mSampleRate, mNumberOfChannels);
     mDataFormat = DataFormat::kAac;
 }

@@ -1,21 +1,18 @@
 #pragma once
 
-#include "formats/AudioFile.h"
+#include "formats/DecodedFile.h"
 
 namespace velloria
 {
 
-class VLAudioFileDecompressor;
-
 /// AAC packets one after the other, each with a head of its own (ADTS, .aac). Such a file tells nothing of
 /// the encoder's delay, so 2112 frames at the start are left out on reading, and as many are put there on
 /// writing. It has no place for markers, tags or pictures.
-class AudioDataTransportStreamAACFile : public AudioFile
+class AudioDataTransportStreamAACFile : public DecodedFile
 {
 public:
     /// For writing.
     AudioDataTransportStreamAACFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
-    ~AudioDataTransportStreamAACFile() override;
 
     static bool validateFileHeader(const FileHandle& handle);
 
@@ -24,8 +21,6 @@ public:
 
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
-    std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
-                                                                       MaybeError* error) override;
 
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
@@ -38,9 +33,6 @@ protected:
 
 private:
     explicit AudioDataTransportStreamAACFile(std::shared_ptr<FileHandle> handle);
-
-    /// Of an opened file until it is decoded.
-    std::unique_ptr<VLAudioFileDecompressor> mDecoder;
 };
 
 } // namespace velloria

@@ -30,7 +30,7 @@ bool isMpegAudioFormat(FourCharCode dataFormat)
 } // namespace
 
 Mp3File::Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
-    : AudioFile(sampleRate, sampleSize, numChannels)
+    : DecodedFile(sampleRate, sampleSize, numChannels)
 {
     mCanSaveMetadata = true;
     mCanSaveArtwork = true;
@@ -38,14 +38,11 @@ Mp3File::Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
 }
 
 Mp3File::Mp3File(std::shared_ptr<FileHandle> handle)
-    : AudioFile(std::move(handle))
+    : DecodedFile(std::move(handle))
 {
     mCanSaveMetadata = true;
     mCanSaveArtwork = true;
-    mRequiresConversion = true;
 }
-
-Mp3File::~Mp3File() = default;
 
 bool Mp3File::validateFileHeader(const FileHandle& handle)
 {
@@ -68,13 +65,12 @@ std::shared_ptr<AudioFile> Mp3File::open(std::shared_ptr<FileHandle> handle, May
 MaybeError Mp3File::openDecoder()
 {
     MaybeError failure;
-    mDecoder = VLAudioFileDecompressor::forReadingFile(fileHandle(), fileFormatUTI(), &failure);
-    if (!mDecoder || !isMpegAudioFormat(mDecoder->dataFormat()))
+    auto decoder = VLAudioFileDecompressor::forReadingFile(fileHandle(), fileFormatUTI(), &failure);
+    if (!decoder || !isMpegAudioFormat(decoder->dataFormat()))
         return failure ? failure
                        : FileDamage::unreadable(displayName(filePath()),
                                                 QStringLiteral("its MPEG audio is damaged"));
-    mDataFormat = mDecoder->dataFormat();
-    takeShapeOf(*mDecoder);
+    takeDecoder(std::move(decoder));
     readTag();
     return std::nullopt;
 }
@@ -140,7 +136,7 @@ FileOptions Mp3File::fileOptions() const
 
 void Mp3File::validateAndCorrectParameters()
 {
-    AudioFile::validateAndCorrectParameters();
+    DecodedFile::validateAndCorrectParameters();
     mBitRate = closestValidBitRate(mBitRate);
     mDataFormat = DataFormat::kMp3;
 }
@@ -180,18 +176,6 @@ QString Mp3File::encodingDescription() const
 {
     const int layer = mDataFormat == layer1 ? 1 : mDataFormat == layer2 ? 2 : 3;
     return QStringLiteral("MPEG Layer %1").arg(layer);
-}
-
-std::vector<std::shared_ptr<MutableAudioClip>> Mp3File::convertedAudioClips(Progress& progress,
-                                                                            MaybeError* error)
-{
-    if (!mDecoder)
-        return {};
-    const int64_t bitRate = mBitRate;
-    auto clips = decodedClips(*mDecoder, progress, error);
-    mDecoder.reset();
-    mBitRate = bitRate;
-    return clips;
 }
 
 } // namespace velloria

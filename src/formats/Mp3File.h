@@ -1,11 +1,9 @@
 #pragma once
 
-#include "formats/AudioFile.h"
+#include "formats/DecodedFile.h"
 
 namespace velloria
 {
-
-class VLAudioFileDecompressor;
 
 /// MP3 files, and the older layers of MPEG audio. There is no header to go by: whatever no other type claims
 /// is looked through for a row of MPEG packets. Opening counts the frames, of which silence that the encoder
@@ -13,12 +11,11 @@ class VLAudioFileDecompressor;
 /// Tags and pictures are those of the ID3v2 tag at the start of the file. Files are written by LAME with a
 /// constant bit rate: the tag, a packet that tells the encoder's delay, the sound. What has more than two
 /// tracks is mixed to stereo as it plays.
-class Mp3File : public AudioFile
+class Mp3File : public DecodedFile
 {
 public:
     /// For writing.
     Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
-    ~Mp3File() override;
 
     static bool validateFileHeader(const FileHandle& handle);
 
@@ -35,9 +32,6 @@ public:
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
 
-    std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
-                                                                       MaybeError* error) override;
-
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
@@ -53,9 +47,6 @@ private:
     MaybeError openDecoder();
     void readTag();
     void tellOfTrailingTag();
-
-    /// Of an opened file until it is decoded.
-    std::unique_ptr<VLAudioFileDecompressor> mDecoder;
 };
 
 } // namespace velloria

@@ -35,7 +35,7 @@ bool isAac(FourCharCode format)
 } // namespace
 
 Mpeg4File::Mpeg4File(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
-    : AudioFile(sampleRate, sampleSize, numChannels)
+    : DecodedFile(sampleRate, sampleSize, numChannels)
 {
     mCanSaveMarkers = true;
     mCanSaveMetadata = true;
@@ -43,15 +43,12 @@ Mpeg4File::Mpeg4File(double sampleRate, uint32_t sampleSize, uint32_t numChannel
 }
 
 Mpeg4File::Mpeg4File(std::shared_ptr<FileHandle> handle)
-    : AudioFile(std::move(handle))
+    : DecodedFile(std::move(handle))
 {
     mCanSaveMarkers = true;
     mCanSaveMetadata = true;
     mCanSaveArtwork = true;
-    mRequiresConversion = true;
 }
-
-Mpeg4File::~Mpeg4File() = default;
 
 bool Mpeg4File::validateFileHeader(const FileHandle& handle)
 {
@@ -80,15 +77,13 @@ std::shared_ptr<AudioFile> Mpeg4File::open(std::shared_ptr<FileHandle> handle, M
     else
         file = std::make_shared<Mpeg4AACFile>(std::move(handle));
     file->takeDecoder(std::move(decoder));
+    file->readTables();
     return file;
 }
 
-void Mpeg4File::takeDecoder(std::unique_ptr<VLAudioFileDecompressor> decoder)
+/// Tags and chapters.
+void Mpeg4File::readTables()
 {
-    mDecoder = std::move(decoder);
-    mDataFormat = mDecoder->dataFormat();
-    mIsFloat = mDecoder->isFloat();
-    takeShapeOf(*mDecoder);
     mTagsNotKept += Mpeg4Tags::read(*fileHandle(), mMetadata);
     mMarkers = Mpeg4Chapters::read(*fileHandle(), mSampleRate);
     if (!isAac(mDataFormat) && mDataFormat != DataFormat::kAppleLossless)
@@ -106,16 +101,6 @@ QString Mpeg4File::encodingDescription() const
     return mDataFormat == DataFormat::kAppleLossless
                ? QStringLiteral("%1, %2 bit").arg(name).arg(mBitsPerSample)
                : name;
-}
-
-std::vector<std::shared_ptr<MutableAudioClip>> Mpeg4File::convertedAudioClips(Progress& progress,
-                                                                              MaybeError* error)
-{
-    if (!mDecoder)
-        return {};
-    auto clips = decodedClips(*mDecoder, progress, error);
-    mDecoder.reset();
-    return clips;
 }
 
 StreamDescription Mpeg4File::fileDataFormat() const

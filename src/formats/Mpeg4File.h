@@ -1,22 +1,18 @@
 #pragma once
 
-#include "formats/AudioFile.h"
+#include "formats/DecodedFile.h"
 #include "platform/codec/StreamDescription.h"
 
 namespace velloria
 {
 
-class VLAudioFileDecompressor;
-
 /// MPEG-4 files (.m4a, .mp4) and QuickTime movies: the first sound track that can be decoded, tags in iTunes'
 /// list, chapters as markers. Opening counts the frames; the sound is decoded as a whole. What an encoder put
 /// before and after the sound is left out where the file tells it. The two kinds that are written differ in
 /// their encoding only.
-class Mpeg4File : public AudioFile
+class Mpeg4File : public DecodedFile
 {
 public:
-    ~Mpeg4File() override;
-
     static bool validateFileHeader(const FileHandle& handle);
 
     /// Of the class of the sound that it holds. Null without an error for a file of another type; null with
@@ -24,8 +20,6 @@ public:
     static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
 
     QString encodingDescription() const override;
-    std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
-                                                                       MaybeError* error) override;
     uint32_t maximumNumberOfChannels() const override { return 8; }
 
 protected:
@@ -37,11 +31,8 @@ protected:
     virtual FourCharCode writtenFormat() const = 0;
 
 private:
-    void takeDecoder(std::unique_ptr<VLAudioFileDecompressor> decoder);
+    void readTables();
     StreamDescription fileDataFormat() const;
-
-    /// Of an opened file until it is decoded.
-    std::unique_ptr<VLAudioFileDecompressor> mDecoder;
 };
 
 } // namespace velloria

@@ -98,6 +98,70 @@ protected:
         return TrackDocument(tracks, sampleRate);
     }
 
+    /// Every tag that can be a Vorbis comment, and the lines in which other programs list them.
+    struct CommentTable {
+        AudioMetadata metadata;
+        QByteArray lines;
+    };
+    static CommentTable everyComment()
+    {
+        const QMap<QString, QString> special = {{"tempo", "118"},        {"advisory", "118"},
+                                                {"compilation", "1"},    {"gapless", "1"},
+                                                {"podcast", "1"},        {"track number", "3/12"},
+                                                {"disc number", "3/12"}, {"lyrics", QString(300000, u'é')}};
+        MetadataDictionary tags;
+        CommentTable table;
+        for (const QString& key : AudioMetadata::dictionaryKeys()) {
+            if (key == MetadataKey::attachedPictures)
+                continue;
+            const QString value = special.value(key, QStringLiteral("Ḿy “%1” = 値; ½").arg(key));
+            tags.insert(key, value);
+            table.lines += key.toUpper().toUtf8() + "=" + value.toUtf8() + "\n";
+        }
+        table.metadata.setValuesWithDictionary(tags);
+        return table;
+    }
+
+    /// Opens a file of the test on a disk that is full after so many bytes, and saves to another there.
+    template <typename File> void expectErrorsOnAFullDisk(const std::string& name, rlim_t numBytes) const
+    {
+        const TrackDocument document = documentOfChannels(noiseChannels(2, 1000000));
+        File in(44100.0, 16, 2);
+        save(in, name, document);
+        const auto whole = opened(name);
+        File out(44100.0, 16, 2);
+        out.setFileHandle(newFile("full-" + name));
+        const FullDisk disk(numBytes);
+        SilentProgress progress;
+        MaybeError error;
+        EXPECT_TRUE(whole->convertedAudioClips(progress, &error).empty());
+        EXPECT_TRUE(error && !error->message.isEmpty());
+        error.reset();
+        EXPECT_FALSE(out.saveDocument(document, nullptr, progress, &error));
+        EXPECT_TRUE(error && !error->message.isEmpty());
+    }
+
+    /// Opens a file of the test until somebody cancels.
+    void expectCancelledOpening(const std::string& name, int patience) const
+    {
+        ImpatientProgress progress(patience);
+        MaybeError error;
+        EXPECT_TRUE(opened(name)->convertedAudioClips(progress, &error).empty());
+        EXPECT_TRUE(error && error->isUserCancelled());
+    }
+
+    /// Saves 2 channels to "half" until so many frames are done and somebody cancels.
+    template <typename File> void expectCancelledSave(const TrackDocument& document, int64_t numFrames) const
+    {
+        RecordingProgress progress(numFrames);
+        progress.setTargetValue(document.numberOfFrames());
+        File half(44100.0, 16, 2);
+        half.setFileHandle(newFile("half"));
+        MaybeError error;
+        EXPECT_FALSE(half.saveDocument(document, nullptr, progress, &error));
+        EXPECT_TRUE(error && error->isUserCancelled());
+    }
+
     static Channels noiseChannels(size_t numChannels, size_t numFrames)
     {
         Channels channels;

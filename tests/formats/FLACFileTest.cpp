@@ -268,29 +268,11 @@ TEST_F(FLACFileTest, OffersFiveSampleSizesWithAnEstimate)
 
 TEST_F(FLACFileTest, EveryTagIsWrittenUnderItsKeyAndReadAgain)
 {
-    MetadataDictionary tags;
-    QByteArray expected;
-    for (const QString& key : AudioMetadata::dictionaryKeys()) {
-        QString value = QStringLiteral("Ḿy “%1” = 値; ½").arg(key);
-        if (key == "tempo" || key == "advisory")
-            value = "118";
-        else if (key == "compilation" || key == "gapless" || key == "podcast")
-            value = "1";
-        else if (key == "track number" || key == "disc number")
-            value = "3/12";
-        else if (key == "attached pictures")
-            continue;
-        tags.insert(key, value);
-        expected += key.toUpper().toUtf8() + "=" + value.toUtf8() + "\n";
-    }
-    AudioMetadata metadata;
-    metadata.setValuesWithDictionary(tags);
+    const auto [metadata, lines] = everyComment();
     FLACFile file(44100.0, 16, 1);
     file.setMetadata(metadata);
     save(file, "out.flac", silence(100));
-    EXPECT_EQ(
-        run("metaflac", {"--no-utf8-convert", "--export-tags-to=-", argument("out.flac")}).toStdString(),
-        expected.toStdString());
+    EXPECT_TRUE(run("metaflac", {"--no-utf8-convert", "--export-tags-to=-", argument("out.flac")}) == lines);
     const auto reread = opened("out.flac");
     EXPECT_EQ(reread->metadata().dictionary(), metadata.dictionary());
     EXPECT_EQ(reread->tagsNotKept() + reread->chunksNotKept(), QStringList());
@@ -336,39 +318,15 @@ TEST_F(FLACFileTest, CanBeCancelledAtAnyTime)
     const TrackDocument document = documentOfChannels(noiseChannels(2, 400000));
     save(file, "in.flac", document);
     for (const int patience : {0, 1, 2}) {
-        ImpatientProgress opening(patience);
-        MaybeError error;
-        EXPECT_TRUE(opened("in.flac")->convertedAudioClips(opening, &error).empty());
-        EXPECT_TRUE(error && error->isUserCancelled());
-
-        RecordingProgress saving(1 + 100000 * patience);
-        saving.setTargetValue(400000);
-        FLACFile half(44100.0, 16, 2);
-        half.setFileHandle(newFile("half.flac"));
-        error.reset();
-        EXPECT_FALSE(half.saveDocument(document, nullptr, saving, &error));
-        EXPECT_TRUE(error && error->isUserCancelled());
-        run("flac", {"-t", "-s", argument("half.flac")});
+        expectCancelledOpening("in.flac", patience);
+        expectCancelledSave<FLACFile>(document, 1 + 100000 * patience);
+        run("flac", {"-t", "-s", argument("half")});
     }
 }
 
 TEST_F(FLACFileTest, AFullDiskEndsOpeningAndSavingWithAnError)
 {
-    FLACFile file(44100.0, 16, 2);
-    const TrackDocument document = documentOfChannels(noiseChannels(2, 1000000));
-    save(file, "in.flac", document);
-    const auto whole = opened("in.flac");
-    const auto handle = newFile("out.flac");
-    const FullDisk disk(3'000'000);
-    SilentProgress progress;
-    MaybeError error;
-    EXPECT_TRUE(whole->convertedAudioClips(progress, &error).empty());
-    EXPECT_TRUE(error && !error->message.isEmpty());
-    FLACFile out(44100.0, 16, 2);
-    out.setFileHandle(handle);
-    error.reset();
-    EXPECT_FALSE(out.saveDocument(document, nullptr, progress, &error));
-    EXPECT_TRUE(error && !error->message.isEmpty());
+    expectErrorsOnAFullDisk<FLACFile>("in.flac", 3'000'000);
 }
 
 } // namespace

@@ -196,29 +196,12 @@ TEST_F(OggVorbisFileTest, SettingsThatTheEncoderDoesNotTakeAreAnError)
 
 TEST_F(OggVorbisFileTest, EveryTagIsWrittenUnderItsKeyAndReadAgain)
 {
-    MetadataDictionary tags;
-    QByteArray expected = "ENCODER=Velloria, libVorbis 1.3.1\n";
-    for (const QString& key : AudioMetadata::dictionaryKeys()) {
-        QString value = QStringLiteral("Ḿy “%1” = 値; ½").arg(key);
-        if (key == "tempo" || key == "advisory")
-            value = "118";
-        else if (key == "compilation" || key == "gapless" || key == "podcast")
-            value = "1";
-        else if (key == "track number" || key == "disc number")
-            value = "3/12";
-        else if (key == "lyrics")
-            value = QString(300000, u'é');
-        else if (key == "attached pictures")
-            continue;
-        tags.insert(key, value);
-        expected += key.toUpper().toUtf8() + "=" + value.toUtf8() + "\n";
-    }
-    AudioMetadata metadata;
-    metadata.setValuesWithDictionary(tags);
+    const auto [metadata, lines] = everyComment();
     OggVorbisFile file(44100.0, 16, 1);
     file.setMetadata(metadata);
     save(file, "out.ogg", silence(100));
-    EXPECT_TRUE(run("vorbiscomment", {"-R", "-l", argument("out.ogg")}) == expected);
+    EXPECT_TRUE(run("vorbiscomment", {"-R", "-l", argument("out.ogg")}) ==
+                "ENCODER=Velloria, libVorbis 1.3.1\n" + lines);
     EXPECT_EQ(opened("out.ogg")->metadata().dictionary(), metadata.dictionary());
 
     run("vorbiscomment",
@@ -237,37 +220,14 @@ TEST_F(OggVorbisFileTest, CanBeCancelledAtAnyTime)
     save(file, "long.ogg", document);
     for (const auto& [name, patience] :
          {std::pair("short.ogg", 1), {"short.ogg", 2}, {"long.ogg", 0}, {"long.ogg", 2}}) {
-        ImpatientProgress opening(patience);
-        MaybeError error;
-        EXPECT_TRUE(opened(name)->convertedAudioClips(opening, &error).empty());
-        EXPECT_TRUE(error && error->isUserCancelled());
+        expectCancelledOpening(name, patience);
     }
-    RecordingProgress saving(100000);
-    saving.setTargetValue(600000);
-    OggVorbisFile half(44100.0, 16, 2);
-    half.setFileHandle(newFile("half.ogg"));
-    MaybeError error;
-    EXPECT_FALSE(half.saveDocument(document, nullptr, saving, &error));
-    EXPECT_TRUE(error && error->isUserCancelled());
+    expectCancelledSave<OggVorbisFile>(document, 100000);
 }
 
 TEST_F(OggVorbisFileTest, AFullDiskEndsOpeningAndSavingWithAnError)
 {
-    OggVorbisFile file(44100.0, 16, 2);
-    const TrackDocument document = documentOfChannels(noiseChannels(2, 800000));
-    save(file, "in.ogg", document);
-    const auto whole = opened("in.ogg");
-    const auto handle = newFile("out.ogg");
-    const FullDisk disk(300'000);
-    SilentProgress progress;
-    MaybeError error;
-    EXPECT_TRUE(whole->convertedAudioClips(progress, &error).empty());
-    EXPECT_TRUE(error && !error->message.isEmpty());
-    OggVorbisFile out(44100.0, 16, 2);
-    out.setFileHandle(handle);
-    error.reset();
-    EXPECT_FALSE(out.saveDocument(document, nullptr, progress, &error));
-    EXPECT_TRUE(error && !error->message.isEmpty());
+    expectErrorsOnAFullDisk<OggVorbisFile>("in.ogg", 300'000);
 }
 
 } // namespace
