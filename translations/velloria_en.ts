@@ -1261,5 +1261,168 @@
         <extracomment>%1 is a number, from 1</extracomment>
         <translation type="unfinished"></translation>
     </message>
+    <message id="automatic-title">
+        <source>Automatic Recording</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="automatic-done">
+        <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="automatic-start">
+        <source>Begin at:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="automatic-stop">
+        <source>End below:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="automatic-duration">
+        <source>Wait before ending:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="automatic-recording">
+        <source>Recording  ·  %1</source>
+        <extracomment>%1 is a time</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="automatic-waiting">
+        <source>Waiting for a sound that is loud enough  ·  %1</source>
+        <extracomment>%1 is the time recorded so far</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-monitor">
+        <source>Measure the input</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-playthrough">
+        <source>Hear the input</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-title">
+        <source>Input Levels</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-clip-tip">
+        <source>The highest level so far; click to forget it</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-left">
+        <source>Left</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-right">
+        <source>Right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-device">
+        <source>Device:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-channels">
+        <source>Left and right:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-gain">
+        <source>Gain:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-playthrough-tip">
+        <source>Beware of feedback where a microphone hears the loudspeakers.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-default">
+        <source>Default (%1)</source>
+        <extracomment>%1 is the name of a device</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-no-device">
+        <source>No input device</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="levels-channel">
+        <source>Channel %1</source>
+        <extracomment>A channel of a device; %1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-record">
+        <source>&amp;Record</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-automatic">
+        <source>&amp;Automatic Recording…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-timer">
+        <source>&amp;Timer Recording…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="transport-levels">
+        <source>&amp;Input Levels…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="input-meter-left">
+        <source>Input level, left</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="input-meter-right">
+        <source>Input level, right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recording-history">
+        <source>Levels of the last seconds</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="inhibit-reason">
+        <source>Recording sound</source>
+        <extracomment>Why the machine does not go to sleep</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-title">
+        <source>Timer Recording</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-ok">
+        <source>Wait and Record</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-start">
+        <source>Start:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-end">
+        <source>End:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-minutes">
+        <source> min.</source>
+        <extracomment>Behind a number of minutes</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-duration">
+        <source>Duration:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-note">
+        <source>It is appended to the document. Velloria has to stay open until then, and the machine awake.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-range">
+        <source>%1  –  %2,  %3</source>
+        <extracomment>From one date to another, and how long that is</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-ends-in">
+        <source>Recording ends in</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-begins-in">
+        <source>Recording begins in</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="timer-stop">
+        <source>Stop Recording</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

@@ -7,6 +7,7 @@
 #include "app/RecentFiles.h"
 #include "app/RecoverPrompt.h"
 #include "app/WindowAlerts.h"
+#include "controllers/InputLevelsController.h"
 #include "document/AudioClipboard.h"
 #include "platform/ScratchFolder.h"
 
@@ -42,6 +43,7 @@ Application::~Application()
         delete job;
     for (DocumentWindow* const window : mWindows)
         delete window;
+    InputLevelsController::releaseShared();
     removeScratchFiles();
 }
 

@@ -17,6 +17,7 @@
 #include "app/OpeningBar.h"
 #include "app/OutputLevelSlider.h"
 #include "app/ProgressSheet.h"
+#include "app/RecordActions.h"
 #include "app/RulerWidget.h"
 #include "app/Settings.h"
 #include "app/SoundActions.h"
@@ -139,7 +140,7 @@ void DocumentWindow::beginOpening(OpenJob& job)
         mOpeningBar->showProgress(value, remaining);
         setNeedsDisplayWithFrameOffset(0, document().numberOfFrames());
     });
-    enableEditing(false);
+    updateEditing();
     updateState();
 }
 
@@ -147,7 +148,7 @@ void DocumentWindow::endOpening(std::shared_ptr<SoundDocument> document)
 {
     mJob = nullptr;
     delete std::exchange(mOpeningBar, nullptr);
-    enableEditing(true);
+    updateEditing();
     WaveformViewGeometry& geometry = mView->context().geometry();
     const bool wasFitted = mView->context().isFitted();
     const double zoom = geometry.zoom();
@@ -175,10 +176,14 @@ void DocumentWindow::cancelOpening()
         QMetaObject::invokeMethod(mJob, &OpenJob::cancel, Qt::QueuedConnection);
 }
 
-void DocumentWindow::enableEditing(bool isEnabled)
+/// What is still being decoded or recorded is not to be changed; markers may be set while it is recorded.
+void DocumentWindow::updateEditing()
 {
-    for (QAction* const menu : {mEditMenu, mMarkersMenu, mSoundMenu, mEffectsMenu})
-        menu->setEnabled(isEnabled);
+    const bool canEdit = !isOpening() && !mController->isRecording();
+    for (QAction* const menu : {mEditMenu, mSoundMenu, mEffectsMenu})
+        menu->setEnabled(canEdit);
+    mMarkersMenu->setEnabled(!isOpening());
+    mHistory->widget()->setEnabled(canEdit);
 }
 
 void DocumentWindow::buildView()
@@ -233,6 +238,7 @@ void DocumentWindow::buildMenus()
     mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
     mEffectsMenu = lastMenu();
     mTransportActions = new TransportActions(*this, *menuBar());
+    mRecordActions = new RecordActions(*this, *menuBar());
     mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
     mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
     connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
@@ -277,6 +283,7 @@ void DocumentWindow::buildTransportBar()
             [this](double decibels) { mController->takeOutputGainValueFrom(decibels); });
     connect(&mView->context(), &WaveformContext::viewChanged, this,
             [this] { mController->didScrollHorizontally(); });
+    mRecordActions->addToBar();
     playbackVolumeDidChange();
 }
 
@@ -407,9 +414,18 @@ void DocumentWindow::transportDidChange()
     if (!mTransportBar)
         return;
     mTransportActions->update();
+    mRecordActions->update();
     mTransportBar->showSpeed(mController->playbackSpeed());
-    // What kept it from playing is settled.
-    if (mController->isPlaying())
+    const bool isRecording = mController->isRecording();
+    if (isRecording != mWasRecording) {
+        mWasRecording = isRecording;
+        updateEditing();
+        mFileActions->update();
+        mEditActions->update();
+        mMarkerActions->update();
+    }
+    // What kept it from playing or recording is settled.
+    if (mController->isPlaying() || isRecording)
         mMessageBar->hide();
 }
 
@@ -439,6 +455,16 @@ void DocumentWindow::playbackWasInterrupted(StopReason reason)
     //% "The output device went away. Playback is paused."
     const QString deviceLost = qtTrId("playback-device-lost");
     mMessageBar->showMessage(reason == StopReason::serverLost ? serverLost : deviceLost);
+}
+
+void DocumentWindow::documentDidGrow()
+{
+    mView->context().documentDidGrow();
+}
+
+void DocumentWindow::recordingFailed(const QString& message)
+{
+    mMessageBar->showMessage(message);
 }
 
 bool DocumentWindow::confirmClosing()
@@ -481,6 +507,10 @@ bool DocumentWindow::prepareToClose()
     // A dialog that is answered later than now would find no window.
     if (EffectDialog* const dialog = findChild<EffectDialog*>())
         dialog->reject();
+    if (BusyState::shared().isBusy())
+        return false;
+    // The take first: it is part of what may be saved.
+    mRecordActions->finish();
     return !BusyState::shared().isBusy() && !hasQuestion() && confirmClosing();
 }
 

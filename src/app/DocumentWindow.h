@@ -20,6 +20,7 @@ class HelpActions;
 class MessageBar;
 class OpeningBar;
 class OpenJob;
+class RecordActions;
 class StatusLine;
 class TransportActions;
 class TransportBar;
@@ -49,6 +50,7 @@ public:
     class MarkerListDock& markerList() { return *mMarkerList; }
     TransportActions& transportActions() { return *mTransportActions; }
     TransportBar& transportBar() { return *mTransportBar; }
+    RecordActions& recordActions() { return *mRecordActions; }
     MessageBar& messageBar() { return *mMessageBar; }
 
     /// New, empty and untouched: opening a file may take its place.
@@ -88,6 +90,8 @@ public:
     void playbackVolumeDidChange() override;
     void playbackFailed(const QString& message) override;
     void playbackWasInterrupted(StopReason reason) override;
+    void documentDidGrow() override;
+    void recordingFailed(const QString& message) override;
 
 Q_SIGNALS:
     void closed(velloria::DocumentWindow* window);
@@ -113,7 +117,7 @@ private:
     void updateActivity();
     void settingsDidChange();
     void cancelOpening();
-    void enableEditing(bool isEnabled);
+    void updateEditing();
     bool confirmClosing();
     /// True while a dialog on this window waits for an answer.
     bool hasQuestion() const;
@@ -132,6 +136,7 @@ private:
     class MarkerActions* mMarkerActions = nullptr;
     class SoundActions* mSoundActions = nullptr;
     TransportActions* mTransportActions = nullptr;
+    RecordActions* mRecordActions = nullptr;
     std::unique_ptr<FileActions> mFileActions;
     std::unique_ptr<EditActions> mEditActions;
     std::unique_ptr<ViewActions> mViewActions;
@@ -146,6 +151,7 @@ private:
     QTimer mActivityTimer;
     int mSettingsToken = 0;
     bool mWasShown = false;
+    bool mWasRecording = false;
     bool mClosesWithoutAsking = false;
 };
 

@@ -155,8 +155,10 @@ void EditActions::update()
     //% "&Redo %1"
     mRedo->setText(history.canRedo() ? qtTrId("edit-redo-step").arg(inMenu(history.redoText()))
                                      : qtTrId("edit-redo"));
-    mUndo->setEnabled(history.canUndo());
-    mRedo->setEnabled(history.canRedo());
+    // These are in the tool bar as well.
+    const bool canEdit = !mWindow.controller().isRecording();
+    mUndo->setEnabled(history.canUndo() && canEdit);
+    mRedo->setEnabled(history.canRedo() && canEdit);
     const bool hasSelection = !mWindow.controller().isSelectionEmpty();
     for (QAction* const action : {mCut, mCopy, mDelete, mClear, mCrop})
         action->setEnabled(hasSelection);

@@ -90,11 +90,12 @@ void FileActions::addSaving(QMenu& menu)
 void FileActions::update()
 {
     const SoundDocument& document = mWindow.document();
-    const bool hasSound = document.numberOfFrames() > 0 && !mWindow.isOpening();
+    const bool isComplete = !mWindow.isOpening() && !mWindow.controller().isRecording();
+    const bool hasSound = document.numberOfFrames() > 0 && isComplete;
     mSave->setEnabled(hasSound && (document.isDocumentEdited() || document.filePath().empty()));
     mSaveAs->setEnabled(hasSound);
     mSaveSelection->setEnabled(hasSound && !mWindow.controller().isSelectionEmpty());
-    mRevert->setEnabled(document.isDocumentEdited() && !document.filePath().empty());
+    mRevert->setEnabled(isComplete && document.isDocumentEdited() && !document.filePath().empty());
     mRecent->setEnabled(!RecentFiles::paths().empty());
 }
 

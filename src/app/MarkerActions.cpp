@@ -132,8 +132,9 @@ void MarkerActions::split()
 
 void MarkerActions::update()
 {
-    const bool hasSound = mWindow.document().numberOfFrames() > 0;
-    const bool hasMarkers = !mWindow.document().audioMarkers()->empty();
+    const bool isRecording = mWindow.controller().isRecording();
+    const bool hasSound = mWindow.document().numberOfFrames() > 0 && !isRecording;
+    const bool hasMarkers = !mWindow.document().audioMarkers()->empty() && !isRecording;
     mGaps->setEnabled(hasSound);
     mGridlines->setEnabled(hasSound);
     for (QAction* const action : {mDeleteAll, mPrevious, mNext})

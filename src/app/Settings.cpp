@@ -2,7 +2,9 @@
 
 #include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "app/Theme.h"
+#include "controllers/AutoRecordController.h"
 #include "controllers/CueFollower.h"
+#include "controllers/InputLevelsController.h"
 #include "display/TimeFormatter.h"
 #include "platform/NotificationCenter.h"
 #include "platform/UserDefaults.h"
@@ -16,6 +18,8 @@ void Settings::registerDefaults()
     const SnapSettings snap;
     VLRTAudioPlayer::registerDefaults();
     CueFollower::registerDefaults();
+    InputLevelsController::registerDefaults();
+    AutoRecordController::registerDefaults();
     defaults.registerDefault(sampleRate, 44100.0);
     defaults.registerDefault(sampleSize, 16);
     defaults.registerDefault(rulerUnits, static_cast<int>(kRulerUnitsMinutesAndSeconds));

@@ -139,6 +139,14 @@ void WaveformContext::documentDidReload()
     markersDidChange();
 }
 
+void WaveformContext::documentDidGrow()
+{
+    if (mGeometry.totalTime() == mSubject.totalTime())
+        return;
+    mGeometry.setTotalTime(mSubject.totalTime());
+    Q_EMIT viewChanged();
+}
+
 void WaveformContext::selectionDidChange()
 {
     const SoundSelection before = mSelection;

@@ -59,6 +59,8 @@ public:
 
     // Told by the owner of the subject.
     void documentDidReload();
+    /// Only at its end, or where something is being recorded.
+    void documentDidGrow();
     void selectionDidChange();
     void cueDidChange();
     void markersDidChange();

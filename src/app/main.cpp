@@ -2,6 +2,7 @@
 #include "app/CommandLine.h"
 #include "app/Settings.h"
 #include "app/SingleInstance.h"
+#include "app/TerminationSignals.h"
 #include "app/Translations.h"
 
 #include <QApplication>
@@ -77,6 +78,9 @@ int runEditor(const CommandLine& line, char** argv)
                      &velloria::Application::serve);
     QObject::connect(&editor, &velloria::Application::finished, &application, &QCoreApplication::quit,
                      Qt::QueuedConnection);
+    const velloria::TerminationSignals signals;
+    QObject::connect(&signals, &velloria::TerminationSignals::received, &editor,
+                     &velloria::Application::quit);
     editor.serve(request);
     editor.offerRecovery();
     return QApplication::exec();

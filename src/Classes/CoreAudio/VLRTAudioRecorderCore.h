@@ -48,6 +48,8 @@ public:
     void setChannels(int32_t left, int32_t right) { mUnit.setChannels(left, right); }
     double deviceSampleRate() const { return mDeviceSampleRate; }
     double outputSampleRate() const { return mOutputSampleRate; }
+    /// What the device handed over and the queue has not taken yet. Any thread.
+    int32_t numFramesWaiting() const { return mRing.framesAvailableToConsume(); }
     /// Blocks that were lost: because nobody took them in time, or by the device. Any thread.
     uint64_t numLostBlocks() const;
 

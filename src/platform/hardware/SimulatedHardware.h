@@ -34,6 +34,7 @@ public:
     /// The stream that was opened last and still is; null when there is none.
     SimulatedOutput* output() const { return mOutputs.empty() ? nullptr : mOutputs.back(); }
     SimulatedInput* input() const { return mInputs.empty() ? nullptr : mInputs.back(); }
+    const std::vector<SimulatedInput*>& allInputs() const { return mInputs; }
 
     HardwareState state() override { return mState; }
     bool setGain(uint32_t device, AudioDirection direction, uint32_t element, float gain) override;

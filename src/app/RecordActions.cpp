@@ -1,0 +1,153 @@
+#include "app/RecordActions.h"
+
+#include "Classes/CoreAudio/AudioPreferences.h"
+#include "Classes/CoreAudio/VLRTAudioMonitor.h"
+#include "app/AutomaticRecordingSheet.h"
+#include "app/Commands.h"
+#include "app/DocumentWindow.h"
+#include "app/InputLevelsWindow.h"
+#include "app/SleepInhibitor.h"
+#include "app/StereoMeter.h"
+#include "app/ThemedIcon.h"
+#include "app/TimerRecordingSheets.h"
+#include "app/TransportActions.h"
+#include "app/TransportBar.h"
+#include "document/DocumentTransport.h"
+#include "platform/NotificationCenter.h"
+
+#include <QEventLoop>
+#include <QMenu>
+#include <QMenuBar>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr double kNoLevelDB = -100.0;
+
+} // namespace
+
+RecordActions::RecordActions(DocumentWindow& window, QMenuBar& menuBar)
+    : QObject(&menuBar)
+    , mWindow(window)
+{
+    addRecord();
+    addSheets();
+}
+
+RecordActions::~RecordActions()
+{
+    NotificationCenter::standard().removeObserver(mLevelsToken);
+    SleepInhibitor::shared().release(this);
+}
+
+void RecordActions::addRecord()
+{
+    QMenu& menu = mWindow.transportActions().menu();
+    menu.addSeparator();
+    //% "&Record"
+    mRecord = Commands::add(menu, qtTrId("transport-record"),
+                            {QKeySequence(Qt::Key_3), QKeySequence(Qt::CTRL | Qt::Key_Space)},
+                            [this] { mWindow.controller().recordOrStop(); });
+    mRecord->setAutoRepeat(false);
+    Commands::setIcon(*mRecord, QStringLiteral("toolbar-record"));
+    const QString key = mRecord->shortcut().toString(QKeySequence::NativeText);
+    mRecord->setToolTip(QStringLiteral("%1 (%2)").arg(Commands::plainName(*mRecord), key));
+    mStopBySpace = new QAction(this);
+    mStopBySpace->setAutoRepeat(false);
+    connect(mStopBySpace, &QAction::triggered, this, [this] { mWindow.controller().stopAudio(); });
+    mWindow.addAction(mStopBySpace);
+}
+
+void RecordActions::addSheets()
+{
+    QMenu& menu = mWindow.transportActions().menu();
+    //% "&Automatic Recording…"
+    mAutomatic = Commands::add(menu, qtTrId("transport-automatic"), {}, [this] { showAutomaticRecording(); });
+    //% "&Timer Recording…"
+    mTimer = Commands::add(menu, qtTrId("transport-timer"), {}, [this] { askForTimerRecording(); });
+    menu.addSeparator();
+    //% "&Input Levels…"
+    mLevels =
+        Commands::add(menu, qtTrId("transport-levels"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L)},
+                      [this] { InputLevelsWindow::showOne(&mWindow); });
+}
+
+void RecordActions::addToBar()
+{
+    mWindow.transportBar().addButton(*mRecord);
+    //% "Input level, left"
+    mInputMeters = new StereoMeter(qtTrId("input-meter-left"),
+                                   //% "Input level, right"
+                                   qtTrId("input-meter-right"), &mWindow.transportBar());
+    mWindow.transportBar().addMeters(*mInputMeters);
+    mInputMeters->hide();
+    mLevelsToken = NotificationCenter::standard().addObserver(
+        AudioNotification::inputLevelsDidChange(), [this](const void* sender) {
+            const auto& levels = *static_cast<const InputLevels*>(sender);
+            if (mWindow.controller().isRecording())
+                mInputMeters->setLevels(levels.leftLevel, levels.rightLevel);
+        });
+}
+
+void RecordActions::update()
+{
+    const SoundController& controller = mWindow.controller();
+    const bool isRecording = controller.isRecording();
+    const bool canRecord = !isRecording && !controller.isPlaying() && !mWindow.isOpening();
+    mRecord->setEnabled(isRecording || canRecord);
+    mRecord->setIcon(ThemedIcon::named(isRecording ? QStringLiteral("toolbar-record-on")
+                                                   : QStringLiteral("toolbar-record")));
+    // Playing, whose key it is, is off then.
+    mStopBySpace->setShortcut(isRecording ? QKeySequence(Qt::Key_Space) : QKeySequence());
+    mAutomatic->setEnabled(canRecord);
+    mTimer->setEnabled(canRecord);
+    if (isRecording)
+        SleepInhibitor::shared().hold(this);
+    else
+        SleepInhibitor::shared().release(this);
+    if (!mInputMeters)
+        return;
+    if (!isRecording && mInputMeters->isVisibleTo(&mWindow))
+        mInputMeters->setLevels(kNoLevelDB, kNoLevelDB);
+    mInputMeters->setVisible(isRecording);
+    mWindow.transportBar().outputMeters().setVisible(!isRecording);
+}
+
+void RecordActions::show(QDialog* sheet)
+{
+    mSheet = sheet;
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    sheet->open();
+}
+
+void RecordActions::showAutomaticRecording()
+{
+    auto* const sheet = new AutomaticRecordingSheet(mWindow.controller(), &mWindow);
+    if (sheet->begin())
+        show(sheet);
+    else
+        delete sheet;
+}
+
+void RecordActions::askForTimerRecording()
+{
+    TimerRecordingSetupSheet setup(&mWindow);
+    if (setup.ask())
+        show(new TimerRecordingEnabledSheet(mWindow.controller(), setup.dates(), &mWindow));
+}
+
+void RecordActions::finish()
+{
+    if (mSheet)
+        mSheet->reject();
+    if (!mWindow.controller().isRecording())
+        return;
+    mWindow.controller().stopAudio();
+    while (mWindow.controller().isRecording())
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
+}
+
+} // namespace velloria

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+class QAction;
+class QDialog;
+class QMenuBar;
+
+namespace velloria
+{
+
+class DocumentWindow;
+class StereoMeter;
+
+/// The recording part of the Transport menu and of its bar: Record, the two sheets, the levels window. While
+/// the window records it shows the input's meters and keeps the machine awake. Main thread.
+class RecordActions : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Belongs to the menu bar.
+    RecordActions(DocumentWindow& window, QMenuBar& menuBar);
+    ~RecordActions() override;
+
+    QAction* recordAction() const { return mRecord; }
+    QAction* automaticAction() const { return mAutomatic; }
+    QAction* timerAction() const { return mTimer; }
+    QAction* levelsAction() const { return mLevels; }
+
+    /// Behind the buttons and meters of playing.
+    void addToBar();
+    void update();
+    /// Ends a recording and puts its sheets away; returns when the take is complete.
+    void finish();
+
+private:
+    void addRecord();
+    void addSheets();
+    void showAutomaticRecording();
+    void askForTimerRecording();
+    void show(QDialog* sheet);
+
+    DocumentWindow& mWindow;
+    QAction* mRecord = nullptr;
+    QAction* mStopBySpace = nullptr; ///< whose key is that of playing otherwise
+    QAction* mAutomatic = nullptr;
+    QAction* mTimer = nullptr;
+    QAction* mLevels = nullptr;
+    StereoMeter* mInputMeters = nullptr;
+    QPointer<QDialog> mSheet;
+    int mLevelsToken = 0;
+};
+
+} // namespace velloria
