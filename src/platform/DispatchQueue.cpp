@@ -2,7 +2,6 @@
 
 #include "platform/ThreadCache.h"
 
-#include <QCoreApplication>
 #include <cassert>
 #include <deque>
 #include <thread>
@@ -161,12 +160,6 @@ void DispatchQueue::sync(const std::function<void()>& job)
     job();
     lock.lock();
     State::passTurn(mState, lock);
-}
-
-void postToMainThread(std::function<void()> job)
-{
-    if (qApp)
-        QMetaObject::invokeMethod(qApp, std::move(job), Qt::QueuedConnection);
 }
 
 } // namespace velloria
