@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -20,11 +21,13 @@ class MainThreadJobs : public QObject
 public:
     void post(std::function<void()> job)
     {
+        // Made before the lock is taken, so that the event too is handed over by it.
+        auto event = std::make_unique<QEvent>(QEvent::User);
         {
             const std::lock_guard lock(mMutex);
             mJobs.push_back(std::move(job));
         }
-        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+        QCoreApplication::postEvent(this, event.release());
     }
 
     /// What an application leaves behind goes with it.
@@ -36,14 +39,7 @@ public:
     }
 
 protected:
-    bool event(QEvent* event) override
-    {
-        if (event->type() != QEvent::User)
-            return QObject::event(event);
-        if (const std::function<void()> job = takeFirst())
-            job();
-        return true;
-    }
+    void customEvent(QEvent* event) override;
 
 private:
     std::function<void()> takeFirst()
@@ -75,6 +71,13 @@ MainThreadJobs& mainThreadJobs()
     // Never destroyed: other threads may post for as long as the process lives.
     static MainThreadJobs* const jobs = makeMainThreadJobs();
     return *jobs;
+}
+
+void MainThreadJobs::customEvent(QEvent*)
+{
+    // Not by `this`, which came through Qt: another thread may have made the object just now.
+    if (const std::function<void()> job = mainThreadJobs().takeFirst())
+        job();
 }
 
 } // namespace

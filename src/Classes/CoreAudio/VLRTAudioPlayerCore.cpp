@@ -44,7 +44,6 @@ VLRTAudioPlayerCore::VLRTAudioPlayerCore(const Settings& settings, PlayerCoreDel
 
 VLRTAudioPlayerCore::~VLRTAudioPlayerCore()
 {
-    mIsAlive.reset();
     mTimer.reset();
     mStream.reset();
     mFillGroup->wait();

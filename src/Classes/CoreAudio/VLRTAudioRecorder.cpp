@@ -25,7 +25,6 @@ VLRTAudioRecorder::VLRTAudioRecorder(double outputSampleRate, const QString& str
 
 VLRTAudioRecorder::~VLRTAudioRecorder()
 {
-    mIsAlive.reset();
     NotificationCenter::standard().removeObserver(mConfigurationToken);
 }
 

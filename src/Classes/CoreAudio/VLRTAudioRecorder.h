@@ -67,6 +67,7 @@ private:
     // Both are the recording queue's while the device runs.
     std::unique_ptr<AudioConverterWrapper> mSampleRateConverter;
     std::vector<float> mSampleRateConverterInputData;
+    // Outlives the core, whose queue refers to it; looked at on the main thread alone.
     std::shared_ptr<bool> mIsAlive = std::make_shared<bool>(true);
     NotificationCenter::Token mConfigurationToken;
     VLRTAudioRecorderCore mCore;

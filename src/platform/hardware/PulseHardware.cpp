@@ -29,7 +29,6 @@ PulseHardware::PulseHardware()
 
 PulseHardware::~PulseHardware()
 {
-    mIsAlive.reset();
     disconnect();
 }
 
