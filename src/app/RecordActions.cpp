@@ -15,6 +15,7 @@
 #include "document/DocumentTransport.h"
 #include "platform/NotificationCenter.h"
 
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QMenu>
 #include <QMenuBar>

@@ -35,7 +35,7 @@ void VLRTAudioMonitorCore::capture(const float* frames, uint32_t numFrames) noex
 {
     float left = mLeftPeak;
     float right = mRightPeak;
-    for (uint32_t i = 0; i < numFrames; ++i) {
+    for (size_t i = 0; i < numFrames; ++i) {
         left = std::max(left, std::fabs(frames[2 * i]));
         right = std::max(right, std::fabs(frames[2 * i + 1]));
     }

@@ -66,7 +66,8 @@ void VLRTAudioRecorder::recordedBytes(std::vector<float> pairs)
     }
     std::vector<float>& waiting = mSampleRateConverterInputData;
     waiting.insert(waiting.end(), pairs.begin(), pairs.end());
-    const auto numWaiting = static_cast<double>(waiting.size() / 2);
+    const size_t numFramesWaiting = waiting.size() / 2;
+    const auto numWaiting = static_cast<double>(numFramesWaiting);
     const double deviceRate = mSampleRateConverter->inputFormat().sampleRate();
     const auto numPackets = static_cast<int64_t>(mCore.outputSampleRate() * numWaiting / deviceRate);
     deliver(mSampleRateConverter->convertedFloatsWithNumPackets(numPackets));
