@@ -24,7 +24,7 @@ public:
         , mBlock(numChannels)
     {
         for (const auto& clip : mWriter.clips())
-            clip->setStoredSamples({8 * run.layout.bytesPerSample, run.layout.isFloat, false});
+            clip->setStoredSamples({int64_t{8} * run.layout.bytesPerSample, run.layout.isFloat, false});
     }
 
     MaybeError run(Progress& progress)
