@@ -169,7 +169,7 @@ TEST_F(RecordingWindowTest, StopsTheRecordingBeforeItAsksWhetherToSave)
 TEST_F(RecordingWindowTest, RecordsAutomaticallyUntilDone)
 {
     window->recordActions().automaticAction()->trigger();
-    auto* const sheet = window->findChild<AutomaticRecordingSheet*>();
+    const QPointer<AutomaticRecordingSheet> sheet = window->findChild<AutomaticRecordingSheet*>();
     ASSERT_TRUE(sheet && sheet->isVisible());
     hear(2.0, 0.02);
     ASSERT_TRUE(waitUntil([&] { return sheet->history().numBars() > 15; }));
@@ -181,7 +181,7 @@ TEST_F(RecordingWindowTest, RecordsAutomaticallyUntilDone)
     keepPicture(*sheet, QStringLiteral("automatic-recording"));
     sheet->findChild<QPushButton*>()->click();
     ASSERT_TRUE(waitForStop());
-    EXPECT_FALSE(sheet->isVisible());
+    EXPECT_FALSE(sheet && sheet->isVisible());
     EXPECT_GT(window->document().numberOfFrames(), 44100);
 }
 
@@ -201,7 +201,7 @@ TEST_F(RecordingWindowTest, WaitsForATimerRecordingAndEndsItEarly)
         setup.accept();
     });
     window->recordActions().timerAction()->trigger();
-    auto* const sheet = window->findChild<TimerRecordingEnabledSheet*>();
+    const QPointer<TimerRecordingEnabledSheet> sheet = window->findChild<TimerRecordingEnabledSheet*>();
     ASSERT_TRUE(sheet && sheet->isVisible());
     ASSERT_TRUE(waitUntil([&] { return controller().isRecording(); })) << "its start has passed";
     hear(0.5);
@@ -211,7 +211,7 @@ TEST_F(RecordingWindowTest, WaitsForATimerRecordingAndEndsItEarly)
     keepPicture(*sheet, QStringLiteral("timer-enabled"));
     cancel->click();
     ASSERT_TRUE(waitForStop());
-    EXPECT_FALSE(sheet->isVisible());
+    EXPECT_FALSE(sheet && sheet->isVisible());
     EXPECT_GE(window->document().numberOfFrames(), 21 * 1024);
 }
 
