@@ -170,7 +170,7 @@ public:
     MaybeError applyFilter(const std::shared_ptr<Filter>& filter);
     /// The same without keeping it.
     MaybeError runFilter(Filter& filter);
-    /// Passed on to the effects run from now on; see Filter.
+    /// Passed on to the effects run from now on, and to resample(); see Filter.
     void setMostScratchBytes(int64_t numBytes) { mMostScratchBytes = numBytes; }
     /// The application-wide last filter, or null.
     static std::shared_ptr<Filter> lastFilter();

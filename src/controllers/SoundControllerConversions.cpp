@@ -93,7 +93,7 @@ MaybeError SoundController::resample(double sampleRate, std::optional<double> to
     const UndoGroup group(*mDocument, actionName);
     {
         const std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Resampling Audio"));
-        if (MaybeError error = mDocument->resampleTo(sampleRate, duration, *progress))
+        if (MaybeError error = mDocument->resampleTo(sampleRate, duration, *progress, mMostScratchBytes))
             return error;
     }
     // The same sound stays selected.

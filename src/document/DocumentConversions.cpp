@@ -1,5 +1,5 @@
-#include "document/ClipboardClip.h"
 #include "document/Mixdown.h"
+#include "document/TrackRateConversion.h"
 #include "document/UndoGroup.h"
 #include "document/clips/FrameNumbers.h"
 
@@ -36,7 +36,8 @@ MaybeError SoundDocument::mixdownToStereo(Progress& progress)
     return error;
 }
 
-MaybeError SoundDocument::resampleTo(double newRate, double totalTime, Progress& progress)
+MaybeError SoundDocument::resampleTo(double newRate, double totalTime, Progress& progress,
+                                     int64_t mostScratchBytes)
 {
     if (!(totalTime > 0.0) || !(newRate > 0.0) || numberOfFrames() < 1)
         return std::nullopt;
@@ -45,11 +46,16 @@ MaybeError SoundDocument::resampleTo(double newRate, double totalTime, Progress&
     for (const double rate : {sampleRate(), newRate})
         if (std::abs(sourceRate - rate) <= kRateTolerance * rate)
             sourceRate = rate;
-    ClipboardClip clip(sourceRate);
-    for (const AudioTrackPtr& track : *mAudioTracks)
-        clip.addTrack(track);
     MaybeError error;
-    std::vector<AudioTrackPtr> tracks = clip.tracks(clip.numTracks(), newRate, progress, &error);
+    std::vector<AudioTrackPtr> tracks = *mAudioTracks;
+    if (sourceRate != newRate) {
+        TrackRateConversion conversion(sourceRate, newRate);
+        const double numScratchBytes =
+            totalTime * newRate * static_cast<double>(tracks.size() * sizeof(float));
+        tracks = numScratchBytes > static_cast<double>(mostScratchBytes)
+                     ? conversion.convertWhenRead(tracks, &error)
+                     : conversion.convert(tracks, progress, &error);
+    }
     if (error)
         return error;
 

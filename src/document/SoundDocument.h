@@ -144,8 +144,10 @@ public:
     /// Nothing when there is one track already.
     MaybeError mixdownToMono(Progress& progress);
     MaybeError mixdownToStereo(Progress& progress);
-    /// The present sound in `totalTime` seconds at another rate; markers stay with the sound.
-    MaybeError resampleTo(double newRate, double totalTime, Progress& progress);
+    /// The present sound in `totalTime` seconds at another rate; markers stay with the sound. A result that
+    /// would take more bytes of scratch files than `mostScratchBytes` is converted as it is read.
+    MaybeError resampleTo(double newRate, double totalTime, Progress& progress,
+                          int64_t mostScratchBytes = INT64_MAX);
 
     void updateTrackPanning();
     static double defaultPanForTrackIndex(int32_t index);

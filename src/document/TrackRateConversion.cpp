@@ -1,7 +1,8 @@
 #include "document/TrackRateConversion.h"
 
+#include "document/RateConversionReader.h"
 #include "document/clips/ClipWriter.h"
-#include "platform/codec/AudioConverterWrapper.h"
+#include "document/clips/ComputedClip.h"
 #include "platform/codec/SampleRateConverter.h"
 
 #include <algorithm>
@@ -13,58 +14,23 @@ namespace velloria
 namespace
 {
 
-constexpr int64_t kFramesPerBlock = 4096;
 /// What a track converts between two looks at the progress: long enough that cores wait little for each
 /// other.
-constexpr int64_t kBlocksPerRound = 16;
+constexpr int64_t kFramesPerRound = 65536;
 
 } // namespace
 
 /// One track on its way.
-class TrackRateConversion::Channel : public AudioConverterDataSource
-{
-public:
-    Channel(const AudioTrack& track, double sourceRate, double targetRate, MaybeError* error)
-        : mTrack(track)
-        , mLength(track.length())
-    {
-        mConverter = AudioConverterWrapper::withInputFormat(
-            StreamDescription::descriptionWithSampleRate(sourceRate, 1),
-            StreamDescription::descriptionWithSampleRate(targetRate, 1), error);
-        if (mConverter)
-            mConverter->setDataSource(this);
-    }
-
-    bool isValid() const { return mConverter != nullptr; }
-    const FloatBuffer& frames() const { return mFrames; }
+struct TrackRateConversion::Channel {
+    std::unique_ptr<TrackRateConverter> converter;
+    FloatBuffer frames;
 
     /// The next frames; fewer or none at the end.
     void convertRound()
     {
-        mFrames.clear();
-        for (int64_t i = 0; i < kBlocksPerRound; ++i) {
-            const std::vector<float> block = mConverter->convertedFloatsWithNumPackets(kFramesPerBlock);
-            mFrames.insert(mFrames.end(), block.begin(), block.end());
-            if (std::ssize(block) < kFramesPerBlock)
-                return;
-        }
+        frames.clear();
+        converter->convert(kFramesPerRound, frames);
     }
-
-    std::vector<float> interleavedDataForAudioConverter(AudioConverterWrapper&,
-                                                        int64_t numberOfPackets) override
-    {
-        std::vector<float> frames(static_cast<size_t>(std::min(numberOfPackets, mLength - mOffset)));
-        mTrack.readSamples(mOffset, frames);
-        mOffset += std::ssize(frames);
-        return frames;
-    }
-
-private:
-    const AudioTrack& mTrack;
-    const int64_t mLength;
-    int64_t mOffset = 0;
-    std::unique_ptr<AudioConverterWrapper> mConverter;
-    FloatBuffer mFrames;
 };
 
 TrackRateConversion::TrackRateConversion(double sourceRate, double targetRate)
@@ -92,6 +58,22 @@ std::vector<AudioTrackPtr> TrackRateConversion::convert(const std::vector<AudioT
     return std::move(mConverted);
 }
 
+std::vector<AudioTrackPtr> TrackRateConversion::convertWhenRead(const std::vector<AudioTrackPtr>& tracks,
+                                                                MaybeError* error) const
+{
+    std::vector<AudioTrackPtr> converted;
+    for (const AudioTrackPtr& track : tracks) {
+        const auto reader = RateConversionReader::create(track, mSourceRate, mTargetRate, error);
+        if (!reader)
+            return {};
+        const int64_t length = SampleRateConverter::outputLength(track->length(), mSourceRate, mTargetRate);
+        const auto clip = std::make_shared<ComputedClip>(
+            length, [reader](int64_t offset, std::span<float> out) { reader->read(offset, out); });
+        converted.push_back(std::make_shared<AudioTrack>(length > 0 ? ClipList(clip) : ClipList()));
+    }
+    return converted;
+}
+
 bool TrackRateConversion::convertGroup(std::span<const AudioTrackPtr> tracks, Progress& progress,
                                        MaybeError* error)
 {
@@ -100,22 +82,22 @@ bool TrackRateConversion::convertGroup(std::span<const AudioTrackPtr> tracks, Pr
             *error = failure;
         return false;
     };
-    std::vector<std::unique_ptr<Channel>> channels;
+    std::vector<Channel> channels;
     for (const AudioTrackPtr& track : tracks) {
-        channels.push_back(std::make_unique<Channel>(*track, mSourceRate, mTargetRate, error));
-        if (!channels.back()->isValid())
+        channels.push_back({TrackRateConverter::create(*track, mSourceRate, mTargetRate, error), {}});
+        if (!channels.back().converter)
             return false;
     }
     const auto count = static_cast<int>(channels.size());
     ClipWriter writer(count, mTargetRate);
     ClipWriter::Block block(channels.size());
     for (bool isAtEnd = false; !isAtEnd && !mIsCancelled;) {
-        runConcurrently(count, [&channels](int i) { channels[static_cast<size_t>(i)]->convertRound(); });
+        runConcurrently(count, [&channels](int i) { channels[static_cast<size_t>(i)].convertRound(); });
         isAtEnd = true;
         for (size_t i = 0; i < channels.size(); ++i) {
-            block[i] = channels[i]->frames();
+            block[i] = channels[i].frames;
             mNumFramesDone += std::ssize(block[i]);
-            isAtEnd &= std::ssize(block[i]) < kBlocksPerRound * kFramesPerBlock;
+            isAtEnd &= std::ssize(block[i]) < kFramesPerRound;
         }
         if (const MaybeError failure = writer.append(block))
             return fail(failure);

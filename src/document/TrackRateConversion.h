@@ -22,8 +22,13 @@ public:
     std::vector<AudioTrackPtr> convert(const std::vector<AudioTrackPtr>& tracks, Progress& progress,
                                        MaybeError* error);
 
+    /// The same tracks, converted only while they are read: no scratch file is written. For a document that
+    /// is read once more, to be saved (see RateConversionReader).
+    std::vector<AudioTrackPtr> convertWhenRead(const std::vector<AudioTrackPtr>& tracks,
+                                               MaybeError* error) const;
+
 private:
-    class Channel;
+    struct Channel;
 
     /// False after an error.
     bool convertGroup(std::span<const AudioTrackPtr> tracks, Progress& progress, MaybeError* error);

@@ -2,8 +2,8 @@
 
 #include "Classes/CoreAudio/DataSource.h"
 #include "Classes/CoreAudio/DocumentSource.h"
+#include "document/clips/ComputedClip.h"
 #include "document/clips/MutableAudioClip.h"
-#include "effects/ComputedClip.h"
 #include "effects/ParameterDescription.h"
 #include "platform/Error.h"
 

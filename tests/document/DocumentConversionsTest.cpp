@@ -1,6 +1,7 @@
 #include "document/ClipboardClip.h"
 #include "document/DocumentKit.h"
 #include "document/TrackRateConversion.h"
+#include "platform/DispatchQueue.h"
 
 #include <cmath>
 #include <numbers>
@@ -54,7 +55,7 @@ TEST(DocumentConversions, ACancelledMixdownKeepsWhatWasMixed)
     const auto document = kit::documentOf({kit::ramp(50'000, 0), kit::ramp(50'000, 0)});
     kit::ProgressRecorder progress(2);
     EXPECT_FALSE(document->mixdownToMono(progress));
-    EXPECT_EQ(kit::samplesOf(*document, 0), kit::ramp(2 * 16384, 0));
+    EXPECT_EQ(kit::samplesOf(*document, 0), kit::ramp(32'768, 0));
     document->undoManager().undo();
     EXPECT_EQ(document->trackCount(), 2);
 }
@@ -119,6 +120,51 @@ TEST(DocumentConversions, AFullDiskLeavesTheDocumentAsItWas)
     EXPECT_EQ(document->audioTracks(), before);
     EXPECT_EQ(document->sampleRate(), 44'100);
     EXPECT_EQ(document->undoManager().count(), 0);
+}
+
+TEST(DocumentConversions, ConvertsWhileItIsReadInAnyOrderOnAnyThread)
+{
+    constexpr int64_t kLength = 435'375; // ceil(400000 x 48000 / 44100)
+    constexpr int64_t kPiece = 5000;
+    const std::vector<AudioTrackPtr> tracks{kit::trackOf(kit::noise(400'000, 1))};
+    TrackRateConversion conversion(44'100, 48'000);
+    SilentProgress progress;
+    const FloatBuffer expected =
+        conversion.convert(tracks, progress, nullptr)[0]->sampleDataAtOffset(0, kLength + 100);
+    const kit::FileSizeLimit noScratchFiles(100);
+    const AudioTrackPtr track = conversion.convertWhenRead(tracks, nullptr)[0];
+    ASSERT_EQ(track->length(), kLength);
+
+    FloatBuffer all(expected.size());
+    const auto readPiece = [&](int i) {
+        const int64_t offset = i * kPiece;
+        const auto count = static_cast<size_t>(std::min(kPiece, std::ssize(all) - offset));
+        track->readSamples(offset, std::span(all).subspan(static_cast<size_t>(offset), count));
+    };
+    runConcurrently(static_cast<int>((std::ssize(all) + kPiece - 1) / kPiece), readPiece);
+    EXPECT_EQ(all, expected);
+    // Pieces again that were given away: from the middle, then from the front.
+    for (const int i : {40, 39, 0, 86, 3}) {
+        std::fill(all.begin() + i * kPiece, all.begin() + std::min((i + 1) * kPiece, std::ssize(all)), 2.0F);
+        readPiece(i);
+        ASSERT_EQ(all, expected) << i;
+    }
+}
+
+TEST(DocumentConversions, ADocumentThatIsSavedNextNeedsNoScratchFileForItsNewRate)
+{
+    constexpr int64_t kScratchBytes = 15'000 * int64_t{2 * sizeof(float)};
+    const auto scratch = kit::documentOf({kit::noise(30'000, 1), kit::noise(20'000, 2)});
+    const auto computed = kit::documentOf({kit::noise(30'000, 1), kit::noise(20'000, 2)});
+    SilentProgress progress;
+    ASSERT_FALSE(scratch->resampleTo(22'050, scratch->totalTime(), progress, kScratchBytes));
+    {
+        const kit::FileSizeLimit limit(100);
+        ASSERT_TRUE(computed->resampleTo(22'050, computed->totalTime(), progress, kScratchBytes));
+        ASSERT_FALSE(computed->resampleTo(22'050, computed->totalTime(), progress, kScratchBytes - 1));
+    }
+    EXPECT_EQ(kit::samplesOf(*computed), kit::samplesOf(*scratch));
+    EXPECT_EQ(computed->sampleRate(), 22'050);
 }
 
 TEST(DocumentConversions, HalvesFramesRoundedUpAndMarkersTruncated)

@@ -7,7 +7,7 @@
 namespace velloria
 {
 
-/// A clip whose samples an effect computes each time they are read, instead of once into a scratch file. For
+/// A clip whose samples are computed each time they are read, instead of once into a scratch file. For
 /// a result that is read once more and then dropped. It has no summary.
 class ComputedClip : public AudioClip
 {

@@ -1,4 +1,4 @@
-#include "effects/ComputedClip.h"
+#include "document/clips/ComputedClip.h"
 
 #include <algorithm>
 
