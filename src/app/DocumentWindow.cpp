@@ -9,27 +9,20 @@
 #include "app/FileUrls.h"
 #include "app/HelpActions.h"
 #include "app/HistoryDock.h"
-#include "app/LevelScale.h"
 #include "app/MarkerActions.h"
 #include "app/MarkerListDock.h"
 #include "app/MessageBar.h"
 #include "app/OpenJob.h"
 #include "app/OpeningBar.h"
-#include "app/OutputLevelSlider.h"
-#include "app/ProgressSheet.h"
 #include "app/RecordActions.h"
-#include "app/RulerWidget.h"
 #include "app/Settings.h"
 #include "app/SoundActions.h"
 #include "app/StatusLine.h"
-#include "app/StereoMeter.h"
 #include "app/TrackNames.h"
 #include "app/TransportActions.h"
 #include "app/TransportBar.h"
 #include "app/ViewActions.h"
 #include "app/WaveformView.h"
-#include "app/WaveformWidget.h"
-#include "app/ZoomSlider.h"
 #include "platform/NotificationCenter.h"
 #include "platform/UserDefaults.h"
 
@@ -38,11 +31,9 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QLocale>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
-#include <QToolBar>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
@@ -55,9 +46,6 @@ namespace
 
 constexpr QSize kDefaultSize(1120, 560);
 constexpr int kActivityMilliseconds = 200;
-constexpr int kIconSize = 20;
-constexpr int kHistoryWidth = 200;
-constexpr int kMarkerListWidth = 260;
 
 } // namespace
 
@@ -186,107 +174,6 @@ void DocumentWindow::updateEditing()
     mHistory->widget()->setEnabled(canEdit);
 }
 
-void DocumentWindow::buildView()
-{
-    auto* const central = new QWidget(this);
-    auto* const layout = new QVBoxLayout(central);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    mView = new WaveformView(*mSubject, central);
-    mStatusLine = new StatusLine(mView->context(), central);
-    mMessageBar = new MessageBar(central);
-    layout->addWidget(mMessageBar);
-    layout->addWidget(mView, 1);
-    layout->addWidget(mStatusLine);
-    setCentralWidget(central);
-    connect(&mView->waveform(), &WaveformWidget::hintChanged, mStatusLine, &StatusLine::setHint);
-}
-
-void DocumentWindow::buildHistory()
-{
-    mHistory = new HistoryDock(this);
-    mHistory->setStack(&document().undoManager());
-    addDockWidget(Qt::RightDockWidgetArea, mHistory);
-    resizeDocks({mHistory}, {kHistoryWidth}, Qt::Horizontal);
-    mHistory->hide();
-}
-
-void DocumentWindow::buildMarkerList()
-{
-    mMarkerList = new MarkerListDock(this);
-    mMarkerList->setDocument(mController->sharedDocument());
-    addDockWidget(Qt::RightDockWidgetArea, mMarkerList);
-    resizeDocks({mMarkerList}, {kMarkerListWidth}, Qt::Horizontal);
-    mMarkerList->hide();
-    connect(mMarkerList, &MarkerListDock::markerChosen, this, [this](double seconds) {
-        mView->context().placeCue(seconds);
-        revealSelection();
-    });
-}
-
-void DocumentWindow::buildMenus()
-{
-    mFileActions = std::make_unique<FileActions>(*this, *menuBar());
-    const auto lastMenu = [this] { return menuBar()->actions().constLast(); };
-    mEditActions = std::make_unique<EditActions>(*this, *menuBar(), *mHistory->toggleViewAction());
-    mEditMenu = lastMenu();
-    mViewActions = std::make_unique<ViewActions>(*this, *menuBar());
-    mMarkerActions = new MarkerActions(*this, *menuBar(), *mMarkerList->toggleViewAction());
-    mMarkersMenu = lastMenu();
-    mSoundActions = new SoundActions(*this, *menuBar());
-    mSoundMenu = lastMenu();
-    mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
-    mEffectsMenu = lastMenu();
-    mTransportActions = new TransportActions(*this, *menuBar());
-    mRecordActions = new RecordActions(*this, *menuBar());
-    mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
-    mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
-    connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
-            [this](const QPoint& position) { mViewActions->unitsMenu().popup(position); });
-    connect(&mView->levelScale(), &LevelScale::scaleMenuRequested, this,
-            [this](const QPoint& position) { mViewActions->scaleMenu().popup(position); });
-}
-
-void DocumentWindow::buildToolBar()
-{
-    //% "Tool Bar"
-    auto* const bar = new QToolBar(qtTrId("tool-bar"), this);
-    bar->setMovable(false);
-    bar->setFloatable(false);
-    bar->setContextMenuPolicy(Qt::PreventContextMenu);
-    bar->setIconSize({kIconSize, kIconSize});
-    bar->addAction(mFileActions->openAction());
-    bar->addAction(mFileActions->saveAction());
-    bar->addSeparator();
-    bar->addAction(mEditActions->undoAction());
-    bar->addAction(mEditActions->redoAction());
-    auto* const space = new QWidget(bar);
-    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    bar->addWidget(space);
-    bar->addAction(mViewActions->zoomOutAction());
-    bar->addWidget(new ZoomSlider(mView->context(), bar));
-    bar->addAction(mViewActions->zoomInAction());
-    bar->addSeparator();
-    bar->addAction(mViewActions->fitAction());
-    bar->addAction(mViewActions->zoomToSelectionAction());
-    bar->addAction(mViewActions->previousZoomAction());
-    addToolBar(bar);
-    setContextMenuPolicy(Qt::NoContextMenu);
-}
-
-void DocumentWindow::buildTransportBar()
-{
-    auto* const layout = static_cast<QVBoxLayout*>(centralWidget()->layout());
-    mTransportBar = new TransportBar(*mTransportActions, mView->context(), centralWidget());
-    layout->insertWidget(layout->indexOf(mStatusLine), mTransportBar);
-    connect(&mTransportBar->levelSlider(), &OutputLevelSlider::decibelsAsked, this,
-            [this](double decibels) { mController->takeOutputGainValueFrom(decibels); });
-    connect(&mView->context(), &WaveformContext::viewChanged, this,
-            [this] { mController->didScrollHorizontally(); });
-    mRecordActions->addToBar();
-    playbackVolumeDidChange();
-}
-
 bool DocumentWindow::isPristine() const
 {
     const SoundDocument& document = mController->document();
@@ -355,116 +242,6 @@ void DocumentWindow::bringToFront()
         showNormal();
     raise();
     activateWindow();
-}
-
-std::unique_ptr<Progress> DocumentWindow::beginProgress(const QString& title)
-{
-    return std::make_unique<ProgressSheet>(title, this);
-}
-
-void DocumentWindow::selectionDidChange()
-{
-    mView->context().selectionDidChange();
-    mEditActions->update();
-    mViewActions->update();
-    mFileActions->update();
-}
-
-void DocumentWindow::cueDidChange()
-{
-    mView->context().cueDidChange();
-}
-
-void DocumentWindow::documentDidReload()
-{
-    mView->context().documentDidReload();
-    mMarkerList->model().refresh();
-    updateState();
-}
-
-void DocumentWindow::markersDidChange()
-{
-    mView->context().markersDidChange();
-    mMarkerList->model().refresh();
-    mMarkerActions->update();
-}
-
-void DocumentWindow::setNeedsDisplayWithFrameOffset(int64_t offset, int64_t length)
-{
-    mView->context().framesDidChange(offset, length);
-}
-
-void DocumentWindow::revealSelection()
-{
-    mView->context().geometry().revealSelection();
-}
-
-void DocumentWindow::constrainRevealed()
-{
-    mView->context().geometry().constrainRevealed();
-}
-
-WaveformViewGeometry* DocumentWindow::mainView()
-{
-    return mView ? &mView->context().geometry() : nullptr;
-}
-
-void DocumentWindow::transportDidChange()
-{
-    if (!mTransportBar)
-        return;
-    mTransportActions->update();
-    mRecordActions->update();
-    mTransportBar->showSpeed(mController->playbackSpeed());
-    const bool isRecording = mController->isRecording();
-    if (isRecording != mWasRecording) {
-        mWasRecording = isRecording;
-        updateEditing();
-        mFileActions->update();
-        mEditActions->update();
-        mMarkerActions->update();
-    }
-    // What kept it from playing or recording is settled.
-    if (mController->isPlaying() || isRecording)
-        mMessageBar->hide();
-}
-
-void DocumentWindow::outputLevelsDidChange(double leftDB, double rightDB)
-{
-    if (mTransportBar)
-        mTransportBar->outputMeters().setLevels(leftDB, rightDB);
-}
-
-void DocumentWindow::playbackVolumeDidChange()
-{
-    if (mTransportBar)
-        mTransportBar->showOutputLevel(SoundController::outputGain());
-}
-
-void DocumentWindow::playbackFailed(const QString& message)
-{
-    //: %1 says why
-    //% "The sound cannot be played. %1"
-    mMessageBar->showMessage(qtTrId("playback-failed").arg(message));
-}
-
-void DocumentWindow::playbackWasInterrupted(StopReason reason)
-{
-    //% "The sound server went away. Playback is paused."
-    const QString serverLost = qtTrId("playback-server-lost");
-    //% "The output device went away. Playback is paused."
-    const QString deviceLost = qtTrId("playback-device-lost");
-    mMessageBar->showMessage(reason == StopReason::serverLost ? serverLost : deviceLost);
-}
-
-void DocumentWindow::documentDidGrow()
-{
-    mView->context().documentDidGrow();
-}
-
-void DocumentWindow::recordingFailed(const QString& message)
-{
-    mMessageBar->showMessage(message);
 }
 
 bool DocumentWindow::confirmClosing()

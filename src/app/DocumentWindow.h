@@ -74,7 +74,7 @@ public:
     /// After the first layout the document is shown at the default zoom.
     void bringToFront();
 
-    // SoundControllerHost
+    // SoundControllerHost (DocumentWindowHost.cpp)
     Alerts& alerts() override { return mAlerts; }
     std::unique_ptr<Progress> beginProgress(const QString& title) override;
     void selectionDidChange() override;
@@ -106,12 +106,14 @@ protected:
 
 private:
     void adopt(std::shared_ptr<SoundDocument> document);
+    // DocumentWindowParts.cpp
     void buildView();
     void buildMenus();
     void buildToolBar();
     void buildTransportBar();
     void buildHistory();
     void buildMarkerList();
+
     void updateTitle();
     void updateFormat();
     void updateActivity();

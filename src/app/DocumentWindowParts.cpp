@@ -1,0 +1,143 @@
+// What a document's window consists of.
+
+#include "app/DocumentWindow.h"
+
+#include "app/EditActions.h"
+#include "app/EffectActions.h"
+#include "app/FileActions.h"
+#include "app/HelpActions.h"
+#include "app/HistoryDock.h"
+#include "app/LevelScale.h"
+#include "app/MarkerActions.h"
+#include "app/MarkerListDock.h"
+#include "app/MessageBar.h"
+#include "app/OutputLevelSlider.h"
+#include "app/RecordActions.h"
+#include "app/RulerWidget.h"
+#include "app/SoundActions.h"
+#include "app/StatusLine.h"
+#include "app/TransportActions.h"
+#include "app/TransportBar.h"
+#include "app/ViewActions.h"
+#include "app/WaveformView.h"
+#include "app/WaveformWidget.h"
+#include "app/ZoomSlider.h"
+
+#include <QMenuBar>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr int kIconSize = 20;
+constexpr int kHistoryWidth = 200;
+constexpr int kMarkerListWidth = 260;
+
+} // namespace
+
+void DocumentWindow::buildView()
+{
+    auto* const central = new QWidget(this);
+    auto* const layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    mView = new WaveformView(*mSubject, central);
+    mStatusLine = new StatusLine(mView->context(), central);
+    mMessageBar = new MessageBar(central);
+    layout->addWidget(mMessageBar);
+    layout->addWidget(mView, 1);
+    layout->addWidget(mStatusLine);
+    setCentralWidget(central);
+    connect(&mView->waveform(), &WaveformWidget::hintChanged, mStatusLine, &StatusLine::setHint);
+}
+
+void DocumentWindow::buildHistory()
+{
+    mHistory = new HistoryDock(this);
+    mHistory->setStack(&document().undoManager());
+    addDockWidget(Qt::RightDockWidgetArea, mHistory);
+    resizeDocks({mHistory}, {kHistoryWidth}, Qt::Horizontal);
+    mHistory->hide();
+}
+
+void DocumentWindow::buildMarkerList()
+{
+    mMarkerList = new MarkerListDock(this);
+    mMarkerList->setDocument(mController->sharedDocument());
+    addDockWidget(Qt::RightDockWidgetArea, mMarkerList);
+    resizeDocks({mMarkerList}, {kMarkerListWidth}, Qt::Horizontal);
+    mMarkerList->hide();
+    connect(mMarkerList, &MarkerListDock::markerChosen, this, [this](double seconds) {
+        mView->context().placeCue(seconds);
+        revealSelection();
+    });
+}
+
+void DocumentWindow::buildMenus()
+{
+    mFileActions = std::make_unique<FileActions>(*this, *menuBar());
+    const auto lastMenu = [this] { return menuBar()->actions().constLast(); };
+    mEditActions = std::make_unique<EditActions>(*this, *menuBar(), *mHistory->toggleViewAction());
+    mEditMenu = lastMenu();
+    mViewActions = std::make_unique<ViewActions>(*this, *menuBar());
+    mMarkerActions = new MarkerActions(*this, *menuBar(), *mMarkerList->toggleViewAction());
+    mMarkersMenu = lastMenu();
+    mSoundActions = new SoundActions(*this, *menuBar());
+    mSoundMenu = lastMenu();
+    mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
+    mEffectsMenu = lastMenu();
+    mTransportActions = new TransportActions(*this, *menuBar());
+    mRecordActions = new RecordActions(*this, *menuBar());
+    mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
+    mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
+    connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
+            [this](const QPoint& position) { mViewActions->unitsMenu().popup(position); });
+    connect(&mView->levelScale(), &LevelScale::scaleMenuRequested, this,
+            [this](const QPoint& position) { mViewActions->scaleMenu().popup(position); });
+}
+
+void DocumentWindow::buildToolBar()
+{
+    //% "Tool Bar"
+    auto* const bar = new QToolBar(qtTrId("tool-bar"), this);
+    bar->setMovable(false);
+    bar->setFloatable(false);
+    bar->setContextMenuPolicy(Qt::PreventContextMenu);
+    bar->setIconSize({kIconSize, kIconSize});
+    bar->addAction(mFileActions->openAction());
+    bar->addAction(mFileActions->saveAction());
+    bar->addSeparator();
+    bar->addAction(mEditActions->undoAction());
+    bar->addAction(mEditActions->redoAction());
+    auto* const space = new QWidget(bar);
+    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    bar->addWidget(space);
+    bar->addAction(mViewActions->zoomOutAction());
+    bar->addWidget(new ZoomSlider(mView->context(), bar));
+    bar->addAction(mViewActions->zoomInAction());
+    bar->addSeparator();
+    bar->addAction(mViewActions->fitAction());
+    bar->addAction(mViewActions->zoomToSelectionAction());
+    bar->addAction(mViewActions->previousZoomAction());
+    addToolBar(bar);
+    setContextMenuPolicy(Qt::NoContextMenu);
+}
+
+void DocumentWindow::buildTransportBar()
+{
+    auto* const layout = static_cast<QVBoxLayout*>(centralWidget()->layout());
+    mTransportBar = new TransportBar(*mTransportActions, mView->context(), centralWidget());
+    layout->insertWidget(layout->indexOf(mStatusLine), mTransportBar);
+    connect(&mTransportBar->levelSlider(), &OutputLevelSlider::decibelsAsked, this,
+            [this](double decibels) { mController->takeOutputGainValueFrom(decibels); });
+    connect(&mView->context(), &WaveformContext::viewChanged, this,
+            [this] { mController->didScrollHorizontally(); });
+    mRecordActions->addToBar();
+    playbackVolumeDidChange();
+}
+
+} // namespace velloria
