@@ -34,8 +34,6 @@ namespace
 {
 
 constexpr int kIconSize = 20;
-constexpr int kHistoryWidth = 200;
-constexpr int kMarkerListWidth = 260;
 
 } // namespace
 
@@ -60,7 +58,6 @@ void DocumentWindow::buildHistory()
     mHistory = new HistoryDock(this);
     mHistory->setStack(&document().undoManager());
     addDockWidget(Qt::RightDockWidgetArea, mHistory);
-    resizeDocks({mHistory}, {kHistoryWidth}, Qt::Horizontal);
     mHistory->hide();
 }
 
@@ -69,7 +66,6 @@ void DocumentWindow::buildMarkerList()
     mMarkerList = new MarkerListDock(this);
     mMarkerList->setDocument(mController->sharedDocument());
     addDockWidget(Qt::RightDockWidgetArea, mMarkerList);
-    resizeDocks({mMarkerList}, {kMarkerListWidth}, Qt::Horizontal);
     mMarkerList->hide();
     connect(mMarkerList, &MarkerListDock::markerChosen, this, [this](double seconds) {
         mView->context().placeCue(seconds);

@@ -6,6 +6,13 @@
 namespace velloria
 {
 
+namespace
+{
+
+constexpr int kNarrowestWidth = 180;
+
+} // namespace
+
 HistoryDock::HistoryDock(QWidget* parent)
     : QDockWidget(parent)
     , mList(new QUndoView(this))
@@ -21,6 +28,7 @@ HistoryDock::HistoryDock(QWidget* parent)
     mList->setFrameShape(QFrame::NoFrame);
     mList->setUniformItemSizes(true);
     mList->setSpacing(2);
+    mList->setMinimumWidth(kNarrowestWidth);
     setWidget(mList);
 }
 

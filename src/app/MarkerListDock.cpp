@@ -10,6 +10,13 @@
 namespace velloria
 {
 
+namespace
+{
+
+constexpr int kNarrowestWidth = 240;
+
+} // namespace
+
 MarkerListDock::MarkerListDock(QWidget* parent)
     : QDockWidget(parent)
     , mModel(new MarkerListModel(this))
@@ -27,10 +34,11 @@ MarkerListDock::MarkerListDock(QWidget* parent)
     mList->setAlternatingRowColors(true);
     mList->verticalHeader()->hide();
     mList->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
-    mList->horizontalHeader()->setStretchLastSection(true);
+    mList->horizontalHeader()->setSectionResizeMode(MarkerListModel::nameColumn, QHeaderView::Stretch);
     mList->horizontalHeader()->setHighlightSections(false);
     mList->setColumnWidth(MarkerListModel::timeColumn,
                           fontMetrics().horizontalAdvance(QStringLiteral("00:00'00.0000")) + 24);
+    mList->setMinimumWidth(kNarrowestWidth);
     setWidget(mList);
     connect(mList, &QTableView::clicked, this, &MarkerListDock::choose);
     mList->installEventFilter(this);
