@@ -37,10 +37,21 @@ std::optional<std::vector<ParsedCommand>> parseAll(const std::vector<QString>& t
     return commands;
 }
 
+/// Index of the command whose result is read once more, by the save that ends the run; -1 when there is none.
+ptrdiff_t lastBeforeSaving(const std::vector<ParsedCommand>& commands, bool savesAtEnd)
+{
+    if (savesAtEnd)
+        return std::ssize(commands) - 1;
+    const bool endsWithSave =
+        !commands.empty() && commands.back().description->name == QStringLiteral("save");
+    return endsWithSave ? std::ssize(commands) - 2 : -1;
+}
+
 bool runAll(const std::vector<ParsedCommand>& commands, SoundController& controller, bool savesAtEnd)
 {
+    const ptrdiff_t last = lastBeforeSaving(commands, savesAtEnd);
     for (size_t i = 0; i < commands.size(); ++i) {
-        if (savesAtEnd && i + 1 == commands.size())
+        if (static_cast<ptrdiff_t>(i) == last)
             controller.setMostScratchBytes(kMostScratchBytesBeforeSaving);
         MaybeError error;
         if (Terminal::isInterrupted())
