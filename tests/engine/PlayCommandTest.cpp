@@ -1,6 +1,6 @@
 #include "cli/CliKit.h"
 #include "engine/Capture.h"
-#include "engine/PulseServer.h"
+#include "engine/ServerKinds.h"
 
 #include <QProcess>
 
@@ -10,7 +10,7 @@ namespace
 {
 
 /// The program velloria-cli, playing into a null sink of the test's own server.
-class PlayCommandTest : public test::CliTest
+class PlayCommandTest : public kit::WithServer<test::CliTest>
 {
 protected:
     /// A stereo file of 32-bit floats in which every frame is different and none is silent.
@@ -57,11 +57,13 @@ private:
     std::vector<float> mRamps;
 };
 
+INSTANTIATE_TEST_SUITE_P(Server, PlayCommandTest, kit::eachServer(), kit::nameOfServer);
+
 } // namespace
 
-TEST_F(PlayCommandTest, PlaysEveryFrameOfAFileUnchanged)
+TEST_P(PlayCommandTest, PlaysEveryFrameOfAFileUnchanged)
 {
-    const kit::PulseServer server;
+    START_SERVER_OR_SKIP();
     struct Case {
         const char* sink;
         int rate;
@@ -88,9 +90,9 @@ TEST_F(PlayCommandTest, PlaysEveryFrameOfAFileUnchanged)
     }
 }
 
-TEST_F(PlayCommandTest, EndsCleanlyWhenItIsTold)
+TEST_P(PlayCommandTest, EndsCleanlyWhenItIsTold)
 {
-    const kit::PulseServer server({{"two44", 44100, 2}});
+    START_SERVER_OR_SKIP({{"two44", 44100, 2}});
     makeRamps("in.wav", 441000, 44100);
     for (const int signal : {SIGINT, SIGTERM}) {
         const kit::MonitorCapture capture(QStringLiteral("two44"), 4410000);
@@ -104,9 +106,9 @@ TEST_F(PlayCommandTest, EndsCleanlyWhenItIsTold)
     }
 }
 
-TEST_F(PlayCommandTest, SaysThatTheServerWentAway)
+TEST_P(PlayCommandTest, SaysThatTheServerWentAway)
 {
-    kit::PulseServer server({{"two44", 44100, 2}});
+    START_SERVER_OR_SKIP({{"two44", 44100, 2}});
     makeRamps("in.wav", 441000, 44100);
     const auto process = std::make_unique<QProcess>();
     {
@@ -115,13 +117,13 @@ TEST_F(PlayCommandTest, SaysThatTheServerWentAway)
         process->start(QString::fromStdString(program()), {QStringLiteral("play"), QStringLiteral("in.wav")});
         ASSERT_TRUE(kit::waitUntil([&] { return capture.sound().size() > 1000; }));
     }
-    server.stop();
+    server->stop();
     ASSERT_TRUE(waitForEnd(*process));
     EXPECT_EQ(process->exitCode(), 1);
     EXPECT_EQ(process->readAllStandardError(), "velloria-cli: The sound server went away.\n");
 }
 
-TEST_F(PlayCommandTest, SaysWhatIsWrong)
+TEST_P(PlayCommandTest, SaysWhatIsWrong)
 {
     makeNoise("in.wav", 1000);
     qputenv("PULSE_SERVER", "unix:/nonexistent/socket");
@@ -129,7 +131,7 @@ TEST_F(PlayCommandTest, SaysWhatIsWrong)
     expectFailure({"devices"}, 1, "No sound server can be reached");
     expectFailure({"play", "none.wav"}, 1, "none.wav");
     expectFailure({"play", "in.wav", "--speed", "9"}, 2, "--speed must be from 0.5 to 2");
-    const kit::PulseServer server({{"two44", 44100, 2}});
+    START_SERVER_OR_SKIP({{"two44", 44100, 2}});
     expectFailure({"play", "in.wav", "--device", "none"}, 1, "There is no output device \"none\".");
     expectFailure({"play", "in.wav", "--device", "two44.monitor"}, 1, "There is no output device");
 }

@@ -1,7 +1,7 @@
 #include "platform/hardware/PulseHardware.h"
 #include "engine/Capture.h"
 #include "engine/EventLoop.h"
-#include "engine/PulseServer.h"
+#include "engine/ServerKinds.h"
 #include "platform/hardware/HardwareCodes.h"
 
 using namespace velloria;
@@ -30,6 +30,10 @@ private:
     float mNext = 0;
 };
 
+class PulseHardwareTest : public kit::WithServer<testing::Test>
+{
+};
+
 QStringList uidsOf(const HardwareState& state)
 {
     QStringList uids;
@@ -39,11 +43,13 @@ QStringList uidsOf(const HardwareState& state)
     return uids;
 }
 
+INSTANTIATE_TEST_SUITE_P(Server, PulseHardwareTest, kit::eachServer(), kit::nameOfServer);
+
 } // namespace
 
-TEST(PulseHardware, ListsTheDevicesOfTheServer)
+TEST_P(PulseHardwareTest, ListsTheDevicesOfTheServer)
 {
-    const kit::PulseServer server({{"two44", 44100, 2}, {"six48", 48000, 6}});
+    START_SERVER_OR_SKIP({{"two44", 44100, 2}, {"six48", 48000, 6}});
     PulseHardware hardware;
     const HardwareState state = hardware.state();
     EXPECT_EQ(uidsOf(state), QStringList({QStringLiteral("six48"), QStringLiteral("six48.monitor"),
@@ -59,7 +65,7 @@ TEST(PulseHardware, ListsTheDevicesOfTheServer)
     EXPECT_EQ(hardware.unavailable(), std::nullopt);
 }
 
-TEST(PulseHardware, WithoutAServerHasNoDevicesAndSaysWhy)
+TEST_P(PulseHardwareTest, WithoutAServerHasNoDevicesAndSaysWhy)
 {
     qputenv("PULSE_SERVER", "unix:/nonexistent/socket");
     PulseHardware hardware;
@@ -74,9 +80,9 @@ TEST(PulseHardware, WithoutAServerHasNoDevicesAndSaysWhy)
     qunsetenv("PULSE_SERVER");
 }
 
-TEST(PulseHardware, SetsAndTellsTheInputGain)
+TEST_P(PulseHardwareTest, SetsAndTellsTheInputGain)
 {
-    const kit::PulseServer server({{"two44", 44100, 2}});
+    START_SERVER_OR_SKIP({{"two44", 44100, 2}});
     PulseHardware hardware;
     const uint32_t id = hardware.state().deviceWithUID(QStringLiteral("two44.monitor"))->id;
     EXPECT_FALSE(hardware.setGain(id, AudioDirection::output, 0, 0.5F));
@@ -90,9 +96,9 @@ TEST(PulseHardware, SetsAndTellsTheInputGain)
     }));
 }
 
-TEST(PulseHardware, FollowsAServerThatGoesAwayAndComesBack)
+TEST_P(PulseHardwareTest, FollowsAServerThatGoesAwayAndComesBack)
 {
-    kit::PulseServer server({{"two44", 44100, 2}});
+    START_SERVER_OR_SKIP({{"two44", 44100, 2}});
     PulseHardware hardware;
     const uint32_t id = hardware.state().deviceWithUID(QStringLiteral("two44"))->id;
     std::vector<FourCharCode> changes;
@@ -105,19 +111,19 @@ TEST(PulseHardware, FollowsAServerThatGoesAwayAndComesBack)
     ASSERT_TRUE(stream);
     ASSERT_EQ(stream->start(), std::nullopt);
     EXPECT_TRUE(kit::waitUntil([&] { return counter.numRendered > 0; }));
-    server.stop();
+    server->stop();
     EXPECT_TRUE(kit::waitUntil([&] { return stopped.has_value(); }));
     EXPECT_EQ(stopped, StopReason::serverLost);
     EXPECT_FALSE(stream->isRunning());
     EXPECT_TRUE(kit::waitUntil([&] { return !changes.empty(); }));
-    server.start();
+    server->start();
     EXPECT_TRUE(kit::waitUntil([&] { return !hardware.state().devices.empty(); }));
     EXPECT_EQ(hardware.state().deviceWithUID(QStringLiteral("two44"))->id, id);
 }
 
-TEST(PulseHardware, PlaysAndRecordsEveryFrameUnchanged)
+TEST_P(PulseHardwareTest, PlaysAndRecordsEveryFrameUnchanged)
 {
-    const kit::PulseServer server({{"two48", 48000, 2}});
+    START_SERVER_OR_SKIP({{"two48", 48000, 2}});
     PulseHardware hardware;
     const HardwareState state = hardware.state();
     bool isUnbroken = false;

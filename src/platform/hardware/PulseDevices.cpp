@@ -92,16 +92,25 @@ void PulseDevices::takeSource(const pa_source_info* source, int end)
     mLists.inputs[device.id] = describe(source->name, source->sample_spec, source->channel_map);
 }
 
-uint32_t PulseDevices::idOfDeviceNamed(const QByteArray& name) const
+uint32_t PulseDevices::defaultDevice(AudioDirection direction, const QByteArray& name) const
 {
-    const HardwareDevice* const device = mLists.state.deviceWithUID(QString::fromUtf8(name));
-    return device ? device->id : 0;
+    const auto isOfDirection = [direction](const HardwareDevice& device) {
+        return device.side(direction).numChannels() > 0;
+    };
+    const HardwareDevice* const named = mLists.state.deviceWithUID(QString::fromUtf8(name));
+    if (named && isOfDirection(*named))
+        return named->id;
+    const HardwareDevice* substitute = nullptr;
+    for (const HardwareDevice& device : mLists.state.devices)
+        if (isOfDirection(device) && (!substitute || (substitute->isMonitor && !device.isMonitor)))
+            substitute = &device;
+    return substitute ? substitute->id : 0;
 }
 
 void PulseDevices::finish()
 {
-    mLists.state.defaultOutput = idOfDeviceNamed(mDefaultSink);
-    mLists.state.defaultInput = idOfDeviceNamed(mDefaultSource);
+    mLists.state.defaultOutput = defaultDevice(AudioDirection::output, mDefaultSink);
+    mLists.state.defaultInput = defaultDevice(AudioDirection::input, mDefaultSource);
     mDidGather(mLists);
     mIsGathering = false;
     if (mIsStale)

@@ -46,7 +46,9 @@ private:
     void takeSource(const pa_source_info* info, int end);
     void finish();
     HardwareDevice& deviceNamed(const char* name, const char* description, uint32_t rate);
-    uint32_t idOfDeviceNamed(const QByteArray& name) const;
+    /// The one of that name. PipeWire names none, or one that is gone, until its session manager has chosen
+    /// another: then the first of the direction, rather a real input than what an output plays.
+    uint32_t defaultDevice(AudioDirection direction, const QByteArray& name) const;
 
     PulseConnection& mConnection;
     IDs& mIDs;
