@@ -106,6 +106,9 @@ QStringList tagLosses(const AudioFile& writer, const QString& type)
         losses += QStringLiteral("%1 files hold no tags (title, artist and so on).").arg(type);
     else if (!metadata.artwork().isEmpty() && !writer.canSaveArtwork())
         losses += QStringLiteral("%1 files hold no pictures.").arg(type);
+    else if (!std::all_of(metadata.artwork().begin(), metadata.artwork().end(),
+                          [&](const AttachedPicture& picture) { return writer.canSavePicture(picture); }))
+        losses += QStringLiteral("Pictures that are too large for %1 files are left out.").arg(type);
 
     const bool isAiff = writer.fileFormatUTI().startsWith(QLatin1String("public.aif"));
     const bool hasAiffChunks =

@@ -6,6 +6,7 @@
 #include "formats/EndianSwap.h"
 #include "formats/FileDamage.h"
 #include "formats/Id3Intake.h"
+#include "formats/Id3Writer.h"
 #include "formats/MacRoman.h"
 #include "platform/Log.h"
 
@@ -356,6 +357,11 @@ MaybeError AiffFile::writeAudioData(std::span<std::byte> data, int64_t offset)
 {
     endianSwapData(data, mBitsPerSample);
     return AudioFile::writeAudioData(data, offset);
+}
+
+bool AiffFile::canSavePicture(const AttachedPicture& picture) const
+{
+    return canBeId3Picture(picture);
 }
 
 void AiffFile::validateAndCorrectParameters()

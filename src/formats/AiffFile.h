@@ -31,6 +31,7 @@ public:
 
     void validateAndCorrectParameters() override;
 
+    bool canSavePicture(const AttachedPicture& picture) const override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 

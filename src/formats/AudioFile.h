@@ -122,6 +122,8 @@ public:
     virtual bool encodesWithLoss() const { return false; }
     /// What a save does to the sound beside encoding it, one sentence each: tracks mixed, rate converted, ...
     virtual QStringList soundLosses() const { return {}; }
+    /// False for a picture that is too large for the format and would be left out.
+    virtual bool canSavePicture(const AttachedPicture&) const { return canSaveArtwork(); }
     /// Markers that the format can hold; the first ones are written.
     virtual int64_t maximumNumberOfMarkers() const { return std::numeric_limits<int64_t>::max(); }
 

@@ -48,8 +48,10 @@ struct FlacStreamDecoder::Callbacks {
     static FLAC__StreamDecoderWriteStatus write(const FLAC__StreamDecoder*, const FLAC__Frame* frame,
                                                 const FLAC__int32* const channels[], void* client)
     {
-        return self(client).mClient.didDecode(*frame, channels) ? FLAC__STREAM_DECODER_WRITE_STATUS_CONTINUE
-                                                                : FLAC__STREAM_DECODER_WRITE_STATUS_ABORT;
+        FlacStreamDecoder& decoder = self(client);
+        decoder.noteGap();
+        return decoder.mClient.didDecode(*frame, channels) ? FLAC__STREAM_DECODER_WRITE_STATUS_CONTINUE
+                                                           : FLAC__STREAM_DECODER_WRITE_STATUS_ABORT;
     }
 
     static void metadata(const FLAC__StreamDecoder*, const FLAC__StreamMetadata* metadata, void* client)
@@ -63,8 +65,9 @@ struct FlacStreamDecoder::Callbacks {
     }
 };
 
-FlacStreamDecoder::FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, Client& client)
+FlacStreamDecoder::FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, bool isOgg, Client& client)
     : mHandle(std::move(handle))
+    , mIsOgg(isOgg)
     , mClient(client)
     , mLength(mHandle->length())
     , mDecoder(FLAC__stream_decoder_new())
@@ -75,7 +78,8 @@ std::unique_ptr<FlacStreamDecoder> FlacStreamDecoder::open(std::shared_ptr<const
                                                            Container container, Metadata metadata,
                                                            Client& client)
 {
-    std::unique_ptr<FlacStreamDecoder> decoder(new FlacStreamDecoder(std::move(handle), client));
+    std::unique_ptr<FlacStreamDecoder> decoder(
+        new FlacStreamDecoder(std::move(handle), container.isOgg, client));
     if (!decoder->mDecoder) {
         logLine(QStringLiteral("FLAC__stream_decoder_new() could not create a decoder instance."));
         return nullptr;
@@ -109,14 +113,24 @@ bool FlacStreamDecoder::readMetadata()
            FLAC__stream_decoder_get_state(mDecoder.get()) < FLAC__STREAM_DECODER_END_OF_STREAM;
 }
 
+/// A damaged page of Ogg is dropped without a word and the frames that go with it are replaced by silence.
+/// Only then does one step give more than one frame.
+void FlacStreamDecoder::noteGap()
+{
+    if (++mNumFramesInStep == 2 && mIsOgg)
+        mClient.didFail(FLAC__STREAM_DECODER_ERROR_STATUS_LOST_SYNC);
+}
+
 bool FlacStreamDecoder::decodeNext()
 {
+    mNumFramesInStep = 0;
     return FLAC__stream_decoder_process_single(mDecoder.get()) &&
            FLAC__stream_decoder_get_state(mDecoder.get()) < FLAC__STREAM_DECODER_END_OF_STREAM;
 }
 
 bool FlacStreamDecoder::seek(int64_t frame)
 {
+    mNumFramesInStep = 0;
     if (FLAC__stream_decoder_seek_absolute(mDecoder.get(), static_cast<FLAC__uint64>(frame)))
         return true;
     if (FLAC__stream_decoder_get_state(mDecoder.get()) == FLAC__STREAM_DECODER_SEEK_ERROR)

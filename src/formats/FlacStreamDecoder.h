@@ -52,10 +52,13 @@ private:
         void operator()(FLAC__StreamDecoder* decoder) const { FLAC__stream_decoder_delete(decoder); }
     };
 
-    FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, Client& client);
+    FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, bool isOgg, Client& client);
     FLAC__StreamDecoderInitStatus start(Container container, Metadata metadata);
+    void noteGap();
 
     std::shared_ptr<const FileHandle> mHandle;
+    bool mIsOgg;
+    int mNumFramesInStep = 0;
     Client& mClient;
     int64_t mPosition = 0;
     int64_t mLength = 0;

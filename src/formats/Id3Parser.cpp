@@ -127,8 +127,12 @@ void FrameCollector::addComment(const Id3Frame& frame, QByteArrayView payload)
 
 void FrameCollector::addPicture(std::optional<AttachedPicture> picture)
 {
-    if (picture)
+    // No more than anybody looks at: each takes more room here than in the tag.
+    constexpr qsizetype mostPictures = 10'000;
+    if (picture && mPictures.size() < mostPictures)
         mPictures.append(*std::move(picture));
+    else if (picture)
+        addUnknownFrame("APIC", {});
 }
 
 /// Version 2.2 writes a genre of the ID3v1 list as its number in parentheses.

@@ -1,6 +1,5 @@
 #include "formats/Id3Writer.h"
 
-#include "formats/AttachedPicture.h"
 #include "formats/Id3Frames.h"
 #include "formats/Id3Text.h"
 #include "platform/Log.h"
@@ -113,6 +112,14 @@ QByteArray TagBuilder::take()
 }
 
 } // namespace
+
+bool canBeId3Picture(const AttachedPicture& picture)
+{
+    // Only those near the limit are worth the copy.
+    constexpr qsizetype surelySmall = id3LargestPayload / 2;
+    return picture.pictureData().size() + 2 * picture.pictureDescription().size() < surelySmall ||
+           picture.id3v220Data().size() <= id3LargestPayload;
+}
 
 QByteArray generateId3Tag(const MetadataDictionary& dictionary)
 {

@@ -3,6 +3,7 @@
 #include "formats/FileDamage.h"
 #include "formats/ID3Data.h"
 #include "formats/Id3Intake.h"
+#include "formats/Id3Writer.h"
 #include "formats/Mp3Saver.h"
 #include "formats/VLAudioFileDecompressor.h"
 #include "platform/codec/ElementaryStreams.h"
@@ -132,6 +133,11 @@ FileOptions Mp3File::fileOptions() const
         options.items.push_back({static_cast<int>(rate), QStringLiteral("%1 kbps").arg(rate / 1000)});
     options.selectedTag = static_cast<int>(closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate));
     return options;
+}
+
+bool Mp3File::canSavePicture(const AttachedPicture& picture) const
+{
+    return canBeId3Picture(picture);
 }
 
 void Mp3File::validateAndCorrectParameters()

@@ -35,6 +35,7 @@ public:
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
+    bool canSavePicture(const AttachedPicture& picture) const override;
     QStringList soundLosses() const override;
     bool encodesWithLoss() const override { return true; }
 

@@ -114,9 +114,10 @@ int64_t Mpeg4Extras::numBytes() const
     constexpr int64_t fixedBytes = 2048;
     // Of a chapter: time and size in the track, time and name in the list.
     constexpr int64_t chapterBytes = 12;
-    constexpr int64_t listBytes = int64_t{255} * (9 + 255);
+    constexpr int64_t largestListEntry = 9 + 255;
     const int64_t numChapters = hasMarkers() ? std::ssize(*markers) : 0;
-    return fixedBytes + meta.size() + numChapters * chapterBytes + (numChapters > 0 ? listBytes : 0);
+    const int64_t numListed = std::min<int64_t>(numChapters, 255);
+    return fixedBytes + meta.size() + numChapters * chapterBytes + numListed * largestListEntry;
 }
 
 MaybeError putIntoMpeg4File(FileHandle& file, const Mpeg4Extras& extras)

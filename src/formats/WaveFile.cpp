@@ -3,6 +3,7 @@
 #include "formats/ChunkNames.h"
 #include "formats/FileDamage.h"
 #include "formats/Id3Intake.h"
+#include "formats/Id3Writer.h"
 #include "formats/WaveChunkNames.h"
 #include "formats/WaveMarkers.h"
 #include "platform/Log.h"
@@ -279,6 +280,11 @@ void WaveFile::convertTwosComplementData(std::span<std::byte> data) const
     }
     for (; i < data.size(); i += stride)
         data[i] ^= std::byte{0x80};
+}
+
+bool WaveFile::canSavePicture(const AttachedPicture& picture) const
+{
+    return canBeId3Picture(picture);
 }
 
 void WaveFile::validateAndCorrectParameters()

@@ -34,6 +34,7 @@ public:
     uint32_t maximumNumberOfChannels() const override;
     int64_t maximumNumberOfMarkers() const override;
 
+    bool canSavePicture(const AttachedPicture& picture) const override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 

@@ -399,6 +399,26 @@ TEST_F(DocumentLosses, NameWhatAnotherFormatCannotHold)
     }
 }
 
+TEST_F(DocumentLosses, NamePicturesThatATagHasNoRoomFor)
+{
+    makeWave("a.wav", 100, 16);
+    const auto document = open("a.wav");
+    AudioMetadata metadata = document->audioMetadata();
+    for (const bool isTooLarge : {false, true}) {
+        const qsizetype numBytes = (16 << 20) + (isTooLarge ? 0 : -100);
+        metadata.setArtwork({*AttachedPicture::withPictureData("\x89PNG" + QByteArray(numBytes, 'p'))});
+        document->undoableSetAudioMetadata(metadata);
+        for (const char* uti : {"public.aiff-audio", "public.mp3", "com.microsoft.waveform-audio",
+                                "public.mpeg-4-audio.apple-lossless"}) {
+            SaveRequest request = requestFor("new");
+            request.uti = QString::fromLatin1(uti);
+            EXPECT_EQ(mention(document->lossesWhenSaving(request), "too large"),
+                      isTooLarge && !request.uti.contains("mpeg-4"))
+                << uti;
+        }
+    }
+}
+
 TEST_F(DocumentLosses, NameOtherHandsOnTheFiles)
 {
     makeWave("a.wav", 1000, 16);

@@ -133,6 +133,28 @@ TEST_F(FLACFileDamageTest, SilenceStandsWhereFramesAreLost)
     }
 }
 
+TEST_F(FLACFileDamageTest, PagesOfOggThatAreLostAreTold)
+{
+    // The second is long enough to be decoded in sections.
+    FLACFile mono(44100.0, 16, 1);
+    save(mono, "long.flac", documentOfChannels(noiseChannels(1, 3'300'000)));
+    for (const std::string name : {"whole", "long"}) {
+        run("flac", {"-s", "--no-md5-sum", "--ogg", argument(name + ".flac"), "-o", argument(name + ".oga")});
+        QByteArray bytes = bytesOf(name + ".oga");
+        bytes.replace(bytes.size() / 2, 10, QByteArray(10, '\0'));
+        const auto whole = opened(name + ".oga");
+        const auto file = openFlac(bytes);
+        ASSERT_TRUE(whole && file);
+        const Channels expected = channelsOf(*whole);
+        EXPECT_EQ(whole->warnings(), QStringList());
+        const Channels channels = channelsOf(*file);
+        EXPECT_EQ(file->warnings(), QStringList(damaged));
+        ASSERT_EQ(channels[0].size(), expected[0].size());
+        for (size_t i = 0; i < channels[0].size(); ++i)
+            ASSERT_TRUE(channels[0][i] == expected[0][i] || channels[0][i] == 0.0F) << i;
+    }
+}
+
 TEST_F(FLACFileDamageTest, RefusesWhatHoldsNoSoundWithOneSentence)
 {
     QByteArray fourBits = mWhole;
