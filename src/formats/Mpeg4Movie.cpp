@@ -70,8 +70,9 @@ QByteArray movieWith(const Mpeg4Box& movie, const Mpeg4Extras& extras, int64_t s
         tracks = trackWithReference(track, nextTrackID) + chapters.box(nextTrackID, samplesOffset);
         ++nextTrackID;
     }
-    return mpeg4Box(moov,
-                    headerWithNextTrack(movie.descendant({mvhd}), nextTrackID) + tracks + userData(extras));
+    QByteArray boxes = headerWithNextTrack(movie.descendant({mvhd}), nextTrackID) + tracks;
+    boxes += userData(extras);
+    return mpeg4Box(moov, boxes);
 }
 
 MaybeError writeFreeSpace(FileHandle& file, int64_t offset, int64_t numBytes)

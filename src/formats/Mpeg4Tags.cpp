@@ -170,29 +170,38 @@ TagLib::MP4::CoverArtList coversOf(const QList<AttachedPicture>& pictures)
     return covers;
 }
 
-/// A file with nothing but the tags of another one: what the library is shown, so that it meets neither the
-/// index of a long file nor the sound.
-TagLib::ByteVector fileAround(const QByteArray& userData)
-{
-    const QByteArray bytes = mpeg4Box(fourCharCode("ftyp"), QByteArray("M4A \0\0\0\0", 8)) +
-                             mpeg4Box(fourCharCode("moov"), mpeg4Box(fourCharCode("udta"), userData));
-    return {bytes.constData(), static_cast<unsigned>(bytes.size())};
-}
-
-/// The 'meta' box of a file, with its header; empty when it has none.
-QByteArray metaBoxOf(const Mpeg4Box& movie)
+/// The payload of the 'meta' box; empty when there is none.
+Mpeg4Box metaOf(const Mpeg4Box& movie)
 {
     constexpr FourCharCode meta = fourCharCode("meta");
-    Mpeg4Box box = movie.descendant({fourCharCode("udta"), meta});
-    if (box.isEmpty())
-        box = movie.descendant({meta});
-    return box.isEmpty() ? QByteArray() : mpeg4Box(meta, box.copy(0, box.size()));
+    const Mpeg4Box box = movie.descendant({fourCharCode("udta"), meta});
+    return box.isEmpty() ? movie.descendant({meta}) : box;
 }
 
-TagLib::ByteVector tagsOf(const FileHandle& file)
+/// A file with nothing but the tags of another one: what the library is shown, so that it meets neither the
+/// index of a long file nor the sound. Tags can be as large as their pictures, so they are copied once only.
+TagLib::ByteVector fileAround(const Mpeg4Box& meta)
 {
-    const QByteArray movie = readMpeg4Movie(file);
-    return fileAround(metaBoxOf(Mpeg4Box(movie)));
+    constexpr auto headerBytes = static_cast<size_t>(mpeg4BoxHeaderBytes);
+    const size_t metaBytes = meta.isEmpty() ? 0 : headerBytes + meta.size();
+    QByteArray head = mpeg4Box(fourCharCode("ftyp"), QByteArray("M4A \0\0\0\0", 8)) +
+                      mpeg4BoxHeader(fourCharCode("moov"), headerBytes + metaBytes) +
+                      mpeg4BoxHeader(fourCharCode("udta"), metaBytes);
+    if (!meta.isEmpty())
+        head += mpeg4BoxHeader(fourCharCode("meta"), meta.size());
+    TagLib::ByteVector bytes(static_cast<unsigned>(static_cast<size_t>(head.size()) + meta.size()));
+    std::copy(meta.bytes().begin(), meta.bytes().end(), std::copy(head.begin(), head.end(), bytes.begin()));
+    return bytes;
+}
+
+TagLib::MP4::ItemMap itemsOf(const FileHandle& file)
+{
+    TagLib::ByteVectorStream stream([&] {
+        const QByteArray movie = readMpeg4Movie(file);
+        return fileAround(metaOf(Mpeg4Box(movie)));
+    }());
+    const TagLib::MP4::File tagFile(&stream, false);
+    return tagFile.isValid() && tagFile.tag() ? tagFile.tag()->itemMap() : TagLib::MP4::ItemMap();
 }
 
 /// The name of an unknown item as a person would read it; empty for what is of no interest.
@@ -207,12 +216,10 @@ QString nameOf(const TagLib::String& item)
 
 QStringList read(const FileHandle& file, AudioMetadata& metadata)
 {
-    TagLib::ByteVectorStream stream(tagsOf(file));
-    const TagLib::MP4::File tagFile(&stream, false);
-    if (!tagFile.isValid() || !tagFile.tag())
+    TagLib::MP4::ItemMap items = itemsOf(file);
+    if (items.isEmpty())
         return {};
     MetadataDictionary dictionary;
-    TagLib::MP4::ItemMap items = tagFile.tag()->itemMap();
     for (const Row& row : rows) {
         if (!items.contains(row.item))
             continue;
@@ -240,7 +247,7 @@ QByteArray box(const AudioMetadata& metadata, const QByteArray& gaplessText)
     MetadataDictionary dictionary = metadata.dictionary();
     if (!dictionary.isEmpty())
         dictionary.insert(MetadataKey::encodingApplication, QStringLiteral("Velloria"));
-    TagLib::ByteVectorStream stream(fileAround({}));
+    TagLib::ByteVectorStream stream(fileAround(Mpeg4Box(std::span<const uint8_t>())));
     TagLib::MP4::File file(&stream, false);
     TagLib::MP4::Tag& tag = *file.tag();
     for (const Row& row : rows) {
@@ -253,8 +260,12 @@ QByteArray box(const AudioMetadata& metadata, const QByteArray& gaplessText)
         tag.setItem(gaplessItem, TagLib::StringList(toTagLib(QString::fromLatin1(gaplessText))));
     if (tag.isEmpty() || !file.save())
         return {};
-    const QByteArray bytes = fromTagLib(*stream.data());
-    return metaBoxOf(Mpeg4Box(bytes).descendant({fourCharCode("moov")}));
+    const TagLib::ByteVector& bytes = *stream.data();
+    const Mpeg4Box whole(std::span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()));
+    const Mpeg4Box meta = metaOf(whole.descendant({fourCharCode("moov")}));
+    return mpeg4Box(fourCharCode("meta"),
+                    QByteArray::fromRawData(reinterpret_cast<const char*>(meta.bytes().data()),
+                                            static_cast<qsizetype>(meta.size())));
 }
 
 } // namespace velloria::Mpeg4Tags

@@ -12,7 +12,7 @@ namespace
 // The index of three days of sound, or some large pictures.
 constexpr int64_t kMaxMovieBytes = int64_t{256} << 20;
 constexpr int64_t kMaxTopLevelBoxes = 1 << 20;
-constexpr size_t kHeaderBytes = 8;
+constexpr auto kHeaderBytes = static_cast<size_t>(mpeg4BoxHeaderBytes);
 
 } // namespace
 
@@ -122,12 +122,17 @@ uint32_t mpeg4Timescale(const Mpeg4Box& header)
     return header.number32(header.version() == 1 ? 20 : 12);
 }
 
+QByteArray mpeg4BoxHeader(FourCharCode type, size_t numPayloadBytes)
+{
+    QByteArray header(mpeg4BoxHeaderBytes, Qt::Uninitialized);
+    qToBigEndian(static_cast<uint32_t>(kHeaderBytes + numPayloadBytes), header.data());
+    qToBigEndian(type, header.data() + 4);
+    return header;
+}
+
 QByteArray mpeg4Box(FourCharCode type, const QByteArray& payload)
 {
-    QByteArray box(static_cast<qsizetype>(kHeaderBytes), Qt::Uninitialized);
-    qToBigEndian(static_cast<uint32_t>(kHeaderBytes) + static_cast<uint32_t>(payload.size()), box.data());
-    qToBigEndian(type, box.data() + 4);
-    return box + payload;
+    return mpeg4BoxHeader(type, static_cast<size_t>(payload.size())) + payload;
 }
 
 } // namespace velloria

@@ -68,6 +68,9 @@ uint32_t mpeg4TrackID(const Mpeg4Box& track);
 /// Of an 'mvhd' or 'mdhd' box.
 uint32_t mpeg4Timescale(const Mpeg4Box& header);
 
+constexpr qsizetype mpeg4BoxHeaderBytes = 8;
+/// What stands in front of a payload of so many bytes.
+QByteArray mpeg4BoxHeader(FourCharCode type, size_t numPayloadBytes);
 /// A box around its payload.
 QByteArray mpeg4Box(FourCharCode type, const QByteArray& payload);
 
