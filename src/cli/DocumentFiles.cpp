@@ -22,11 +22,13 @@ std::shared_ptr<SoundDocument> open(const std::filesystem::path& path)
 
 bool save(SoundDocument& document, const SaveRequest& request)
 {
-    Terminal::sayAll(document.lossesWhenSaving(request), request.path);
+    const QStringList losses = document.lossesWhenSaving(request);
     TerminalProgress progress(displayName(request.path));
     const MaybeError error = document.writeToPath(request, progress);
     if (error)
         Terminal::sayError(*error, request.path);
+    else
+        Terminal::sayAll(losses, request.path);
     return !error;
 }
 

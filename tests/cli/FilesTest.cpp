@@ -136,6 +136,9 @@ TEST_F(FilesTest, SaysWhatASaveLoses)
     EXPECT_EQ(outcome.status, 0);
     ASSERT_EQ(outcome.errorLines().size(), 1);
     EXPECT_TRUE(outcome.errors.contains("24 bits are rounded to 16 bits"));
+    // Of a save that fails only the reason is of interest.
+    makeFile("nine.wav", test::wave({1, 9, 44100, 24}, test::noiseBytes(2700, 1)));
+    expectFailure({"convert", "nine.wav", "out.flac", "--option", "16"}, 1, "at most 8");
 }
 
 TEST_F(FilesTest, TakesNamesOfAnyBytes)

@@ -42,6 +42,7 @@ TEST_F(Mpeg4FileTest, GivesAacBackAtItsLengthPlaceAndLevel)
         int64_t numFrames;
     } cases[] = {{44100.0, 2, 160000, 70001},
                  {48000.0, 1, 96000, 50000},
+                 {48000.0, 3, 320000, 50000},
                  {22050.0, 2, 96000, 30001},
                  {44100.0, 1, 0, 1}};
     for (const auto& each : cases) {

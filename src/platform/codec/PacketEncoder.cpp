@@ -55,6 +55,10 @@ AVChannelLayout layoutOf(const AVCodec& codec, int numChannels)
 {
     AVChannelLayout usual = {};
     FFmpegLibraries::loaded().av_channel_layout_default(&usual, numChannels);
+    // The usual third channel is for low frequencies only, which would take away most of a plain track.
+    constexpr AVChannelLayout threeWide = AV_CHANNEL_LAYOUT_SURROUND;
+    if (numChannels == threeWide.nb_channels)
+        usual = threeWide;
     AVChannelLayout wanted = usual;
     for (const AVChannelLayout* each = codec.ch_layouts; each && each->nb_channels > 0; ++each) {
         if (each->order != AV_CHANNEL_ORDER_NATIVE || each->nb_channels != numChannels)
