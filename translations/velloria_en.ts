@@ -447,9 +447,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="RECOVER_TEXT">
-        <source>Sound that was recorded or computed then is still in the folder for temporary files. You can rescue it by hand: these are ordinary CAF sound files, one for each track. They are removed when you quit Velloria.</source>
-        <oldsource>Sound that was recorded or computed then is still in the folder for temporary files. You can rescue
-</oldsource>
+        <source>Sound that was recorded or computed then is still in the folder for temporary files. Open shows it in windows of its own, to be saved. You can also rescue it by hand: these are ordinary CAF sound files. They are removed when you quit Velloria.</source>
+        <oldsource>Sound that was recorded or computed then is still in the folder for temporary files. You can rescue it by hand: these are ordinary CAF sound files, one for each track. They are removed when you quit Velloria.</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="RECOVER_OK">
@@ -1422,6 +1421,16 @@
     </message>
     <message id="timer-stop">
         <source>Stop Recording</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recording-does-not-end">
+        <source>The recording does not end: the sound server or the disk does not answer.
+
+What was recorded is kept. Velloria offers it when it starts the next time.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="RECOVER_OPEN">
+        <source>Open</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -14,6 +14,7 @@
 #include <QApplication>
 #include <algorithm>
 #include <system_error>
+#include <utility>
 
 namespace velloria
 {
@@ -250,6 +251,22 @@ bool Application::quit()
     return true;
 }
 
+void Application::endAtOnce()
+{
+    if (BusyState::shared().isBusy()) {
+        connect(&BusyState::shared(), &BusyState::becameIdle, this, &Application::endAtOnce,
+                Qt::UniqueConnection);
+        BusyState::shared().cancel();
+        return;
+    }
+    if (std::exchange(mIsEnding, true))
+        return;
+    for (DocumentWindow* const window : mWindows)
+        window->keepForNextStart();
+    // Also out of a dialog or a long operation that is still open.
+    QCoreApplication::exit();
+}
+
 void Application::showPreferences()
 {
     if (!mPreferences) {
@@ -264,7 +281,20 @@ void Application::showPreferences()
 void Application::offerRecovery()
 {
     mToldLeftOvers = ScratchFolder::leftOvers();
-    RecoverPrompt::showIfNeeded(frontWindow(), RecoverPrompt::openInFileBrowser);
+    RecoverPrompt::showIfNeeded(frontWindow(),
+                                {[this](const std::vector<LeftOverSound>& sounds) { openLeftOvers(sounds); },
+                                 RecoverPrompt::openInFileBrowser});
+}
+
+void Application::openLeftOvers(const std::vector<LeftOverSound>& sounds)
+{
+    for (const LeftOverSound& sound : sounds) {
+        MaybeError error;
+        if (auto document = LeftOverSounds::open(sound, &error))
+            showDocument(std::move(document), nullptr);
+        else if (error)
+            showOpenError(sound.files.front(), *error);
+    }
 }
 
 void Application::removeScratchFiles()

@@ -4,7 +4,7 @@
 #include "app/CommandLine.h"
 #include "app/DesktopPasteboard.h"
 #include "app/SingleInstance.h"
-#include "document/SoundDocument.h"
+#include "document/LeftOverSounds.h"
 
 #include <QObject>
 #include <QPointer>
@@ -38,8 +38,11 @@ public:
     void reopen(DocumentWindow& window);
     /// Asks for every unsaved document; false when the person decided against quitting.
     bool quit();
+    /// Ends the event loop without a question, as somebody asks who cannot be answered. Recordings are
+    /// completed; what is not saved is kept in the scratch folder, and the next start offers it.
+    void endAtOnce();
     void showPreferences();
-    /// Tells of scratch files that an earlier run left.
+    /// Tells of sound that an earlier run left.
     void offerRecovery();
 
     const std::vector<DocumentWindow*>& windows() const { return mWindows; }
@@ -66,6 +69,7 @@ private:
     DocumentWindow* frontWindow() const;
     void bringToFront(const StartRequest& request);
     void runWhenIdle();
+    void openLeftOvers(const std::vector<LeftOverSound>& sounds);
     void removeScratchFiles();
 
     DesktopPasteboard mPasteboard;
@@ -75,6 +79,7 @@ private:
     std::vector<StartRequest> mWaiting; ///< what came while a long operation ran
     std::vector<std::filesystem::path> mToldLeftOvers;
     QPointer<PreferencesDialog> mPreferences;
+    bool mIsEnding = false;
 };
 
 } // namespace velloria

@@ -85,6 +85,12 @@ void BusyState::end(Operation* operation)
         Qt::QueuedConnection);
 }
 
+void BusyState::cancel() const
+{
+    for (Operation* const operation : mOperations)
+        operation->mCancel();
+}
+
 bool BusyState::belongsToPanel(QObject* object) const
 {
     QWidget* const panel = mOperations.back()->mPanel;

@@ -21,6 +21,8 @@ public:
     static BusyState& shared();
 
     bool isBusy() const { return !mOperations.empty(); }
+    /// Asks what runs to end, as Escape does.
+    void cancel() const;
 
     /// One long operation; the last one begun gets the events.
     class Operation

@@ -23,6 +23,7 @@
 #include "app/TransportBar.h"
 #include "app/ViewActions.h"
 #include "app/WaveformView.h"
+#include "document/LeftOverSounds.h"
 #include "platform/NotificationCenter.h"
 #include "platform/UserDefaults.h"
 
@@ -287,8 +288,20 @@ bool DocumentWindow::prepareToClose()
     if (BusyState::shared().isBusy())
         return false;
     // The take first: it is part of what may be saved.
-    mRecordActions->finish();
+    const bool isComplete = mRecordActions->finish();
+    if (BusyState::shared().isBusy() || hasQuestion())
+        return false;
+    if (!isComplete)
+        mRecordActions->sayThatItDoesNotEnd();
     return !BusyState::shared().isBusy() && !hasQuestion() && confirmClosing();
+}
+
+void DocumentWindow::keepForNextStart()
+{
+    mRecordActions->finish();
+    mController->stopAudio();
+    if (document().isDocumentEdited() && document().numberOfFrames() > 0)
+        LeftOverSounds::keep(document());
 }
 
 void DocumentWindow::closeWithoutAsking()

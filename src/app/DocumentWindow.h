@@ -69,6 +69,8 @@ public:
     /// the person decided so.
     bool prepareToClose();
     void closeWithoutAsking();
+    /// Ends what plays or records and keeps what is not saved where the next start finds it.
+    void keepForNextStart();
     /// Name, unsaved state, format and commands anew.
     void updateState();
     /// After the first layout the document is shown at the default zoom.

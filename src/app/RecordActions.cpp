@@ -12,13 +12,16 @@
 #include "app/TimerRecordingSheets.h"
 #include "app/TransportActions.h"
 #include "app/TransportBar.h"
+#include "document/DocumentRecording.h"
 #include "document/DocumentTransport.h"
 #include "platform/NotificationCenter.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QMenu>
 #include <QMenuBar>
+#include <QTimer>
 
 namespace velloria
 {
@@ -140,15 +143,30 @@ void RecordActions::askForTimerRecording()
         show(new TimerRecordingEnabledSheet(mWindow.controller(), setup.dates(), &mWindow));
 }
 
-void RecordActions::finish()
+bool RecordActions::finish()
 {
     if (mSheet)
         mSheet->reject();
-    if (!mWindow.controller().isRecording())
-        return;
-    mWindow.controller().stopAudio();
-    while (mWindow.controller().isRecording())
+    SoundController& controller = mWindow.controller();
+    if (!controller.isRecording())
+        return true;
+    controller.stopAudio();
+    const QDeadlineTimer deadline(mPatience);
+    QTimer alarm;
+    alarm.start(mPatience);
+    while (controller.isRecording() && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
+    if (!controller.isRecording())
+        return true;
+    mWindow.document().recording().leaveBehind();
+    return false;
+}
+
+void RecordActions::sayThatItDoesNotEnd()
+{
+    //% "The recording does not end: the sound server or the disk does not answer.\n\nWhat was recorded is kept. "
+    //% "Velloria offers it when it starts the next time."
+    mWindow.alerts().showWarning(qtTrId("recording-does-not-end"));
 }
 
 } // namespace velloria

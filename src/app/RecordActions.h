@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <chrono>
 
 class QAction;
 class QDialog;
@@ -32,8 +33,12 @@ public:
     /// Behind the buttons and meters of playing.
     void addToBar();
     void update();
-    /// Ends a recording and puts its sheets away; returns when the take is complete.
-    void finish();
+    /// Ends a recording and puts its sheets away; returns when the take is complete. False where it does not
+    /// come to an end: what was recorded is left behind for the next start then.
+    bool finish();
+    void sayThatItDoesNotEnd();
+    /// How long finish() waits.
+    void setPatience(std::chrono::milliseconds patience) { mPatience = patience; }
 
 private:
     void addRecord();
@@ -50,6 +55,7 @@ private:
     QAction* mLevels = nullptr;
     StereoMeter* mInputMeters = nullptr;
     QPointer<QDialog> mSheet;
+    std::chrono::milliseconds mPatience{5000};
     int mLevelsToken = 0;
 };
 

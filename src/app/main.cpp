@@ -80,7 +80,7 @@ int runEditor(const CommandLine& line, char** argv)
                      Qt::QueuedConnection);
     const velloria::TerminationSignals signals;
     QObject::connect(&signals, &velloria::TerminationSignals::received, &editor,
-                     &velloria::Application::quit);
+                     &velloria::Application::endAtOnce);
     editor.serve(request);
     editor.offerRecovery();
     return QApplication::exec();

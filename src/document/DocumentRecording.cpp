@@ -125,6 +125,13 @@ void DocumentRecording::stop()
         mRecorder->stop();
 }
 
+void DocumentRecording::leaveBehind()
+{
+    for (const std::shared_ptr<MutableAudioClip>& clip : mClips)
+        if (const std::shared_ptr<TempFile>& file = clip->tempFile())
+            file->leaveBehind();
+}
+
 int64_t DocumentRecording::endFrame() const
 {
     return mDocument.transport().audioPlaybackRecordingCueStart() + numRecordedFrames();

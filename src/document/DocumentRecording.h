@@ -33,6 +33,9 @@ public:
     MaybeError resume();
     /// Does not wait.
     void stop();
+    /// What was recorded last stays in its scratch files when the document goes away, for the next start to
+    /// offer.
+    void leaveBehind();
     /// From recordFrom() until everything that was recorded is in the document.
     bool isInProgress() const { return mRecorder != nullptr; }
     /// Whether the device runs.

@@ -7,17 +7,21 @@
 #include "app/RecordActions.h"
 #include "app/RecordingHistoryView.h"
 #include "app/SleepInhibitor.h"
+#include "app/TerminationSignals.h"
 #include "app/TimerRecordingSheets.h"
 #include "app/TransportActions.h"
 #include "controllers/InputLevelsController.h"
 #include "document/DocumentRecording.h"
 #include "document/DocumentTransport.h"
 #include "platform/Log.h"
+#include "platform/ScratchFolder.h"
 #include "platform/hardware/SimulatedStreams.h"
 
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSlider>
+#include <csignal>
+#include <unistd.h>
 
 namespace velloria::test
 {
@@ -164,6 +168,61 @@ TEST_F(RecordingWindowTest, StopsTheRecordingBeforeItAsksWhetherToSave)
     EXPECT_FALSE(wasRecording);
     EXPECT_GE(window->document().numberOfFrames(), 21 * 1024);
     EXPECT_EQ(editor.windows().size(), 1U);
+}
+
+TEST_F(RecordingWindowTest, ClosesAlthoughTheRecordingDoesNotEnd)
+{
+    press(Qt::Key_3);
+    hear(0.5);
+    hardware->setInputsNeverStop(true);
+    window->recordActions().setPatience(std::chrono::milliseconds(300));
+    const std::filesystem::path file = recording().audioRecordingClips().front()->tempFile()->path();
+    QString message;
+    whenShown<QMessageBox>([&](QMessageBox& warning) {
+        message = warning.text() + warning.informativeText();
+        whenShown<QMessageBox>([](QMessageBox& box) { box.button(QMessageBox::Discard)->click(); });
+        warning.accept();
+    });
+    EXPECT_TRUE(editor.quit());
+    EXPECT_TRUE(message.startsWith(QStringLiteral("The recording does not end"))) << qPrintable(message);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(ScratchFolder::leftOvers().size(), 2U) << "left and right";
+    EXPECT_TRUE(std::filesystem::exists(file));
+    ScratchFolder::removeLeftOvers();
+}
+
+TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuestion)
+{
+    press(Qt::Key_3);
+    hear(2.0);
+    const TerminationSignals signals;
+    QObject::connect(&signals, &TerminationSignals::received, &editor, &Application::endAtOnce);
+    ::kill(::getpid(), SIGTERM);
+    QApplication::exec();
+    EXPECT_FALSE(controller().isRecording());
+    EXPECT_EQ(ScratchFolder::leftOvers().size(), 1U);
+
+    Application next;
+    next.newDocument();
+    next.offerRecovery();
+    QMessageBox* prompt = nullptr;
+    for (QWidget* const widget : QApplication::topLevelWidgets())
+        if (auto* const box = qobject_cast<QMessageBox*>(widget); box && box->isVisible())
+            prompt = box;
+    ASSERT_TRUE(prompt);
+    keepPicture(*prompt, QStringLiteral("recovery"));
+    prompt->defaultButton()->click();
+    ASSERT_EQ(next.windows().size(), 1U) << "the empty window showed it";
+    SoundDocument& found = next.windows().front()->document();
+    EXPECT_EQ(found.numberOfFrames(), window->document().numberOfFrames());
+    EXPECT_GE(found.numberOfFrames(), 85 * 1024);
+    EXPECT_EQ(found.sampleDataAtOffset(40000, 1000, 1),
+              window->document().sampleDataAtOffset(40000, 1000, 1));
+    EXPECT_TRUE(found.isDocumentEdited());
+    EXPECT_TRUE(found.filePath().empty());
+    next.windows().front()->closeWithoutAsking();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ScratchFolder::removeLeftOvers();
 }
 
 TEST_F(RecordingWindowTest, RecordsAutomaticallyUntilDone)

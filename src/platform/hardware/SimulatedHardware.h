@@ -30,6 +30,9 @@ public:
     void setOpenError(MaybeError error) { mOpenError = std::move(error); }
     void setStartError(MaybeError error) { mStartError = std::move(error); }
     const MaybeError& startError() const { return mStartError; }
+    /// Inputs that run on when they are told to stop, as those of a server that hangs may seem to.
+    void setInputsNeverStop(bool neverStop) { mInputsNeverStop = neverStop; }
+    bool inputsNeverStop() const { return mInputsNeverStop; }
 
     /// The stream that was opened last and still is; null when there is none.
     SimulatedOutput* output() const { return mOutputs.empty() ? nullptr : mOutputs.back(); }
@@ -50,6 +53,7 @@ private:
     HardwareState mState;
     MaybeError mOpenError;
     MaybeError mStartError;
+    bool mInputsNeverStop = false;
     std::vector<SimulatedOutput*> mOutputs;
     std::vector<SimulatedInput*> mInputs;
 };

@@ -113,6 +113,12 @@ MaybeError SimulatedInput::start()
     return std::nullopt;
 }
 
+void SimulatedInput::stop()
+{
+    if (!mHardware.inputsNeverStop())
+        fail(StopReason::requested);
+}
+
 bool SimulatedInput::isRunning() const
 {
     const std::lock_guard lock(mMutex);

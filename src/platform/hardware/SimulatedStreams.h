@@ -58,7 +58,7 @@ public:
     uint32_t numDeviceChannels() const override { return mDevice.input.numChannels(); }
     void setChannels(std::span<const int32_t> channels) override;
     MaybeError start() override;
-    void stop() override { fail(StopReason::requested); }
+    void stop() override;
     bool isRunning() const override;
 
 private:
