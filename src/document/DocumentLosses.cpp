@@ -122,6 +122,16 @@ QStringList tagLosses(const AudioFile& writer, const QString& type)
     return losses;
 }
 
+bool hasLongMarkerName(const AudioFile& writer)
+{
+    const int64_t largest = writer.largestMarkerName();
+    return writer.markers() &&
+           std::any_of(writer.markers()->begin(), writer.markers()->end(), [&](const AudioMarkerPtr& marker) {
+               // A letter takes three bytes at most.
+               return marker->name().size() > largest / 3 && marker->name().toUtf8().size() > largest;
+           });
+}
+
 QString markerLoss(const AudioFile& writer, const QString& type)
 {
     const int64_t count = writer.markers() ? std::ssize(*writer.markers()) : 0;
@@ -132,6 +142,10 @@ QString markerLoss(const AudioFile& writer, const QString& type)
             .arg(type)
             .arg(writer.maximumNumberOfMarkers())
             .arg(count);
+    if (hasLongMarkerName(writer))
+        return QStringLiteral("Marker names of more than %1 bytes are cut in %2 files.")
+            .arg(writer.largestMarkerName())
+            .arg(type);
     return {};
 }
 

@@ -126,6 +126,8 @@ public:
     virtual bool canSavePicture(const AttachedPicture&) const { return canSaveArtwork(); }
     /// Markers that the format can hold; the first ones are written.
     virtual int64_t maximumNumberOfMarkers() const { return std::numeric_limits<int64_t>::max(); }
+    /// Bytes of a marker's name in UTF-8 that the format can hold; the first ones are written.
+    virtual int64_t largestMarkerName() const { return std::numeric_limits<int64_t>::max(); }
 
     // Writing hooks called by the save loop.
     /// False when the file would exceed the format's size limit.

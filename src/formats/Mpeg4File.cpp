@@ -124,13 +124,13 @@ MaybeError Mpeg4File::writeRange(const FrameSource& document, const SaveRange& r
     const QByteArray gapless = isAac(writtenFormat()) ? gaplessTag({range.numFrames, 0, 0}) : QByteArray();
     extras.meta = Mpeg4Tags::box(mMetadata, gapless);
     ContainerWriter container(fileHandle(), ContainerType::kMpeg4, {range.numFrames, extras.numBytes()});
+    extras.meta.clear();
     PacketSaver saver(document, range, {fileDataFormat(), isAac(writtenFormat()) ? mBitRate : 0});
     MaybeError error = saver.run(container, progress);
     setSourceWasShort(saver.sourceWasShort());
     if (error)
         return error;
-    if (!gapless.isEmpty())
-        extras.meta = Mpeg4Tags::box(mMetadata, gaplessTag(saver.packetTable()));
+    extras.meta = Mpeg4Tags::box(mMetadata, gapless.isEmpty() ? gapless : gaplessTag(saver.packetTable()));
     return putIntoMpeg4File(*fileHandle(), extras);
 }
 

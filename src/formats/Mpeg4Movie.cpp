@@ -50,15 +50,6 @@ QByteArray trackWithReference(const Mpeg4Box& track, uint32_t chapterTrackID)
                               mpeg4Box(tref, mpeg4Box(fourCharCode("chap"), number32(chapterTrackID))));
 }
 
-QByteArray userData(const Mpeg4Extras& extras)
-{
-    QByteArray boxes;
-    if (extras.hasMarkers())
-        boxes += Mpeg4Chapters::list(extras.markers, extras.sampleRate);
-    boxes += extras.meta;
-    return boxes.isEmpty() ? QByteArray() : mpeg4Box(udta, boxes);
-}
-
 /// The new 'moov' box with its header. `samplesOffset` is where the chapters' samples are.
 QByteArray movieWith(const Mpeg4Box& movie, const Mpeg4Extras& extras, int64_t samplesOffset)
 {
@@ -70,9 +61,18 @@ QByteArray movieWith(const Mpeg4Box& movie, const Mpeg4Extras& extras, int64_t s
         tracks = trackWithReference(track, nextTrackID) + chapters.box(nextTrackID, samplesOffset);
         ++nextTrackID;
     }
+    const QByteArray list =
+        extras.hasMarkers() ? Mpeg4Chapters::list(extras.markers, extras.sampleRate) : QByteArray();
+    // Tags can be as large as their pictures: they are copied once only.
+    const auto userBytes = static_cast<size_t>(list.size() + extras.meta.size());
     QByteArray boxes = headerWithNextTrack(movie.descendant({mvhd}), nextTrackID) + tracks;
-    boxes += userData(extras);
-    return mpeg4Box(moov, boxes);
+    if (userBytes > 0)
+        boxes += mpeg4BoxHeader(udta, userBytes) + list;
+    const auto size = static_cast<size_t>(boxes.size() + extras.meta.size());
+    QByteArray result;
+    result.reserve(mpeg4BoxHeaderBytes + static_cast<qsizetype>(size));
+    result += mpeg4BoxHeader(moov, size) + boxes;
+    return result += extras.meta;
 }
 
 MaybeError writeFreeSpace(FileHandle& file, int64_t offset, int64_t numBytes)

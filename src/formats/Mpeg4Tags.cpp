@@ -2,6 +2,7 @@
 
 #include "platform/codec/Mpeg4Box.h"
 
+#include <QtEndian>
 #include <algorithm>
 #include <array>
 #include <taglib/mp4coverart.h>
@@ -149,7 +150,7 @@ QList<AttachedPicture> picturesOf(const TagLib::MP4::Item& item)
     return pictures;
 }
 
-TagLib::MP4::CoverArt::Format formatOf(const AttachedPicture& picture)
+uint32_t formatOf(const AttachedPicture& picture)
 {
     using CoverArt = TagLib::MP4::CoverArt;
     if (picture.imageFormat() == u"image/bmp")
@@ -159,15 +160,28 @@ TagLib::MP4::CoverArt::Format formatOf(const AttachedPicture& picture)
     return picture.imageUTI() == u"public.png" ? CoverArt::PNG : CoverArt::JPEG;
 }
 
-TagLib::MP4::CoverArtList coversOf(const QList<AttachedPicture>& pictures)
+constexpr qsizetype pictureFormatBytes = 8; // and a locale, which nobody uses
+
+qsizetype numPictureBytes(const QList<AttachedPicture>& pictures)
 {
-    TagLib::MP4::CoverArtList covers;
+    qsizetype size = 0;
+    for (const AttachedPicture& picture : pictures)
+        size += mpeg4BoxHeaderBytes + pictureFormatBytes + picture.pictureData().size();
+    return size;
+}
+
+/// Appends the item of the pictures, put together here because the library would copy each of them six times.
+void appendPictures(QByteArray& items, const QList<AttachedPicture>& pictures)
+{
+    items += mpeg4BoxHeader(fourCharCode("covr"), static_cast<size_t>(numPictureBytes(pictures)));
     for (const AttachedPicture& picture : pictures) {
         const QByteArray& data = picture.pictureData();
-        covers.append(TagLib::MP4::CoverArt(
-            formatOf(picture), TagLib::ByteVector(data.constData(), static_cast<unsigned>(data.size()))));
+        QByteArray format(pictureFormatBytes, '\0');
+        qToBigEndian(formatOf(picture), format.data());
+        items += mpeg4BoxHeader(fourCharCode("data"), static_cast<size_t>(pictureFormatBytes + data.size()));
+        items += format;
+        items += data;
     }
-    return covers;
 }
 
 /// The payload of the 'meta' box; empty when there is none.
@@ -192,6 +206,28 @@ TagLib::ByteVector fileAround(const Mpeg4Box& meta)
     TagLib::ByteVector bytes(static_cast<unsigned>(static_cast<size_t>(head.size()) + meta.size()));
     std::copy(meta.bytes().begin(), meta.bytes().end(), std::copy(head.begin(), head.end(), bytes.begin()));
     return bytes;
+}
+
+/// A 'meta' box with pictures added to its list.
+QByteArray metaWithPictures(const Mpeg4Box& meta, const QList<AttachedPicture>& pictures)
+{
+    constexpr FourCharCode list = fourCharCode("ilst");
+    constexpr size_t versionBytes = 4;
+    if (meta.size() < versionBytes)
+        return {};
+    const Mpeg4Box boxes(meta.bytes().subspan(versionBytes));
+    const Mpeg4Box items = boxes.descendant({list});
+    const QByteArray others = meta.copy(0, versionBytes) + boxes.childrenWithout(list);
+    const qsizetype pictureBytes = pictures.isEmpty() ? 0 : mpeg4BoxHeaderBytes + numPictureBytes(pictures);
+    const size_t itemBytes = items.size() + static_cast<size_t>(pictureBytes);
+    const size_t size = static_cast<size_t>(others.size() + mpeg4BoxHeaderBytes) + itemBytes;
+    QByteArray box;
+    box.reserve(mpeg4BoxHeaderBytes + static_cast<qsizetype>(size));
+    box += mpeg4BoxHeader(fourCharCode("meta"), size) + others + mpeg4BoxHeader(list, itemBytes) +
+           items.copy(0, items.size());
+    if (!pictures.isEmpty())
+        appendPictures(box, pictures);
+    return box;
 }
 
 TagLib::MP4::ItemMap itemsOf(const FileHandle& file)
@@ -254,18 +290,13 @@ QByteArray box(const AudioMetadata& metadata, const QByteArray& gaplessText)
         if (const QString value = metadataText(dictionary.value(keyOf(row))); !value.isEmpty())
             tag.setItem(row.item, itemOf(row, value));
     }
-    if (!metadata.artwork().isEmpty())
-        tag.setItem(picturesItem, coversOf(metadata.artwork()));
     if (!gaplessText.isEmpty())
         tag.setItem(gaplessItem, TagLib::StringList(toTagLib(QString::fromLatin1(gaplessText))));
     if (tag.isEmpty() || !file.save())
         return {};
     const TagLib::ByteVector& bytes = *stream.data();
     const Mpeg4Box whole(std::span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()));
-    const Mpeg4Box meta = metaOf(whole.descendant({fourCharCode("moov")}));
-    return mpeg4Box(fourCharCode("meta"),
-                    QByteArray::fromRawData(reinterpret_cast<const char*>(meta.bytes().data()),
-                                            static_cast<qsizetype>(meta.size())));
+    return metaWithPictures(metaOf(whole.descendant({fourCharCode("moov")})), metadata.artwork());
 }
 
 } // namespace velloria::Mpeg4Tags

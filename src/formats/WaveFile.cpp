@@ -299,6 +299,11 @@ uint32_t WaveFile::maximumNumberOfChannels() const
     return largestFrame / static_cast<uint32_t>(std::max<int64_t>(1, sampleSizeInBytes()));
 }
 
+int64_t WaveFile::largestMarkerName() const
+{
+    return WaveMarkers::longestName;
+}
+
 int64_t WaveFile::maximumNumberOfMarkers() const
 {
     return WaveMarkers::mostMarkers;

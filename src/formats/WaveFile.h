@@ -33,6 +33,7 @@ public:
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override;
     int64_t maximumNumberOfMarkers() const override;
+    int64_t largestMarkerName() const override;
 
     bool canSavePicture(const AttachedPicture& picture) const override;
     bool writeHeader(MaybeError* error) override;

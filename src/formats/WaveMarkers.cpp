@@ -9,7 +9,6 @@ namespace velloria::WaveMarkers
 namespace
 {
 
-constexpr qsizetype longestName = 255;
 // Index, position and the name's length byte.
 constexpr qsizetype entryHeaderLength = 7;
 

@@ -419,6 +419,20 @@ TEST_F(DocumentLosses, NamePicturesThatATagHasNoRoomFor)
     }
 }
 
+TEST_F(DocumentLosses, NameMarkersWhoseNamesAreCut)
+{
+    makeWave("a.wav", 100, 16);
+    for (const int numLetters : {127, 128}) {
+        const auto document = open("a.wav");
+        document->addMarker(std::make_shared<AudioMarker>(0, 0, QString(numLetters, QChar(u'ж'))));
+        EXPECT_EQ(mention(document->lossesWhenSaving(requestFor("b.wav")), "more than 255 bytes"),
+                  numLetters > 127);
+        SaveRequest request = requestFor("b.aif");
+        request.uti = QStringLiteral("public.aiff-audio");
+        EXPECT_EQ(document->lossesWhenSaving(request), QStringList());
+    }
+}
+
 TEST_F(DocumentLosses, NameOtherHandsOnTheFiles)
 {
     makeWave("a.wav", 1000, 16);
