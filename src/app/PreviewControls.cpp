@@ -97,6 +97,10 @@ QString PreviewControls::message() const
 void PreviewControls::updateButton()
 {
     const bool isPlaying = mPreview.isRunning();
+    if (isPlaying != (mDeviceWatch != nullptr))
+        mDeviceWatch = isPlaying
+                           ? std::make_unique<OutputDeviceWatch>([this] { mPreview.moveToSelectedDevice(); })
+                           : nullptr;
     mButton->setChecked(isPlaying);
     mButton->setIcon(
         ThemedIcon::named(isPlaying ? QStringLiteral("toolbar-play-on") : QStringLiteral("toolbar-play")));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controllers/OutputDeviceWatch.h"
 #include "effects/FilterPreview.h"
 
 #include <QWidget>
@@ -42,6 +43,7 @@ private:
     void updateButton();
 
     FilterPreview mPreview;
+    std::unique_ptr<OutputDeviceWatch> mDeviceWatch; ///< while it plays
     QPushButton* mButton;
     QPushButton* mBypass;
     QCheckBox* mLoop;

@@ -2,6 +2,9 @@
 
 #include "effects/FilterSource.h"
 #include "platform/Log.h"
+#include "platform/hardware/AudioHardware.h"
+
+#include <algorithm>
 
 namespace velloria
 {
@@ -57,15 +60,37 @@ MaybeError FilterPreview::start()
     mFilter.processingWillBegin();
     mIsProcessing = true;
     makeMixers();
-    mPlayer =
-        std::make_unique<VLRTAudioPlayer>(mFilter.sampleRate(), kNumFramesInBuffer, this, mFilter.name());
-    MaybeError error = mPlayer->start();
+    MaybeError error = startPlayer();
     if (error) {
         mPlayer.reset();
         mFilter.processingFinished();
         mIsProcessing = false;
     }
     return error;
+}
+
+MaybeError FilterPreview::startPlayer()
+{
+    mPlayer =
+        std::make_unique<VLRTAudioPlayer>(mFilter.sampleRate(), kNumFramesInBuffer, this, mFilter.name());
+    return mPlayer->start();
+}
+
+void FilterPreview::moveToSelectedDevice()
+{
+    if (!isRunning())
+        return;
+    const uint32_t present = mPlayer->core().device();
+    const uint32_t selected = VLRTAudioPlayer::selectedOutputDevice();
+    // The stream of a device that is gone ends by itself.
+    if (selected == 0 || selected == present || !AudioHardware::current().state().deviceWithID(present))
+        return;
+    const int64_t heard = mPlayer->playbackTimestamp();
+    // Before its source is moved: it reads from it.
+    mPlayer.reset();
+    moveSourceTo(std::max(heard, mFilter.source()->loopStart()) + mFilter.latencyNumFrames());
+    if (startPlayer())
+        finish(StopReason::deviceLost);
 }
 
 void FilterPreview::stop()
@@ -139,7 +164,11 @@ PlaybackBlock FilterPreview::audioDataForAudioPlayback(VLRTAudioPlayer&, int64_t
 
 void FilterPreview::audioPlaybackDidStop(VLRTAudioPlayer& player)
 {
-    const StopReason reason = player.stopReason();
+    finish(player.stopReason());
+}
+
+void FilterPreview::finish(StopReason reason)
+{
     mPlayer.reset();
     mFilter.processingFinished();
     mIsProcessing = false;

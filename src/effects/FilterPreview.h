@@ -28,6 +28,9 @@ public:
     MaybeError start();
     /// Does not wait; the handler is called when it is silent.
     void stop();
+    /// Goes on at the device that the preferences name or that is the default one now, if it is another. An
+    /// error is told as the end of the sound.
+    void moveToSelectedDevice();
     bool isRunning() const { return mPlayer && mPlayer->isRunning(); }
 
     /// Also while it plays.
@@ -46,6 +49,8 @@ private:
     PlaybackBlock audioDataForAudioPlayback(VLRTAudioPlayer& player, int64_t numFrames) override;
     void audioPlaybackDidStop(VLRTAudioPlayer& player) override;
     void makeMixers();
+    MaybeError startPlayer();
+    void finish(StopReason reason);
     void moveSourceTo(int64_t frame);
     void readDry(int64_t frame, size_t numFrames, size_t numChannels);
 

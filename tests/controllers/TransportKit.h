@@ -5,13 +5,12 @@
 #include "controllers/ControllerKit.h"
 #include "display/WaveformViewGeometry.h"
 #include "document/DocumentTransport.h"
+#include "kit/SimulatedDevice.h"
 #include "platform/Log.h"
 #include "platform/UserDefaults.h"
-#include "platform/hardware/SimulatedStreams.h"
 
 #include <QCoreApplication>
 #include <chrono>
-#include <thread>
 
 namespace velloria::kit
 {
@@ -67,18 +66,7 @@ protected:
     /// The device asks for so many frames; what it gets.
     std::vector<float> pull(int64_t numFrames)
     {
-        std::vector<float> left;
-        while (hardware->output() && static_cast<int64_t>(left.size()) < numFrames) {
-            PlaybackFeed& feed = transport().audioPlayback()->core().feed();
-            while (feed.ring.framesAvailableToConsume() < 1024 && !feed.sourceExhausted)
-                std::this_thread::sleep_for(std::chrono::microseconds(200));
-            const std::vector<float> frames = hardware->output()->pull(512);
-            if (frames.empty())
-                break;
-            for (size_t i = 0; i < frames.size(); i += 2)
-                left.push_back(frames[i]);
-        }
-        return left;
+        return pullLeft(*hardware, transport().audioPlayback()->core(), numFrames);
     }
 
     /// Lets events be handled until something is so.

@@ -3,14 +3,13 @@
 #include "Classes/CoreAudio/AudioPreferences.h"
 #include "document/DocumentKit.h"
 #include "effects/EffectRegistry.h"
+#include "kit/SimulatedDevice.h"
 #include "platform/Log.h"
 #include "platform/UserDefaults.h"
-#include "platform/hardware/SimulatedStreams.h"
 
 #include <QCoreApplication>
 #include <chrono>
 #include <cmath>
-#include <thread>
 
 namespace velloria::kit
 {
@@ -57,18 +56,7 @@ protected:
     /// Left samples that the device hears.
     std::vector<float> pull(int64_t numFrames)
     {
-        std::vector<float> left;
-        while (hardware->output() && std::ssize(left) < numFrames) {
-            PlaybackFeed& feed = preview->audioPlayback()->core().feed();
-            while (feed.ring.framesAvailableToConsume() < 512 && !feed.sourceExhausted)
-                std::this_thread::sleep_for(std::chrono::microseconds(200));
-            const std::vector<float> frames = hardware->output()->pull(512);
-            if (frames.empty())
-                break;
-            for (size_t i = 0; i < frames.size(); i += 2)
-                left.push_back(frames[i]);
-        }
-        return left;
+        return pullLeft(*hardware, preview->audioPlayback()->core(), numFrames);
     }
 
     static float sampleAt(int64_t frame, double decibels)
@@ -138,6 +126,35 @@ TEST_F(FilterPreviewTest, BypassIsAsLoudAsTheEffect)
     const std::vector<float> processed = pull(512);
     const auto steps = [](const std::vector<float>& samples) { return samples[100] - samples[99]; };
     EXPECT_NEAR(steps(bypassed) / steps(processed), 1.0, 0.01);
+}
+
+TEST_F(FilterPreviewTest, GoesOnAtAnotherDeviceFromTheFrameThatIsHeard)
+{
+    start();
+    const auto numBefore = std::ssize(pull(4096));
+    HardwareState state = hardware->state();
+    state.devices.push_back(SimulatedHardware::outputDevice(7, QStringLiteral("other"), 44100));
+    hardware->setState(state);
+    preview->moveToSelectedDevice();
+    EXPECT_EQ(hardware->output()->deviceID(), state.defaultOutput) << "it is not the default";
+    state.defaultOutput = 7;
+    hardware->setState(state);
+    preview->moveToSelectedDevice();
+    ASSERT_TRUE(preview->isRunning());
+    EXPECT_EQ(hardware->output()->deviceID(), 7U);
+    const std::vector<float> heard = pull(1024);
+    const auto first = static_cast<int64_t>(std::lround(heard.front() / sampleAt(0, -6))) - 1;
+    EXPECT_LE(first, kStart + numBefore);
+    EXPECT_GE(first, kStart + numBefore - 1024) << "a slot of the ring and a block";
+    EXPECT_EQ(numStops, 0);
+    // A device that goes away ends it: nothing bursts out of the loudspeakers unasked.
+    hardware->unplug(QStringLiteral("other"));
+    preview->moveToSelectedDevice();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (numStops == 0 && std::chrono::steady_clock::now() < deadline)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    EXPECT_EQ(numStops, 1);
+    EXPECT_FALSE(preview->isRunning());
 }
 
 TEST_F(FilterPreviewTest, FailsAndEndsWithItsDevice)
