@@ -4,6 +4,7 @@
 #include "app/SingleInstance.h"
 #include "app/TerminationSignals.h"
 #include "app/Translations.h"
+#include "platform/hardware/PulseHardware.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -63,6 +64,9 @@ int runEditor(const CommandLine& line, char** argv)
     velloria::installTranslations(application);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/velloria.svg")));
     velloria::Settings::registerDefaults();
+    // A server that hangs shall not make a window stand still for longer than a person forgives.
+    velloria::AudioHardware::setCurrent(
+        std::make_shared<velloria::PulseHardware>(std::chrono::milliseconds(750)));
 
     velloria::StartRequest request;
     request.files = line.files;

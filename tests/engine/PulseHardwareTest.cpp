@@ -121,6 +121,34 @@ TEST_P(PulseHardwareTest, FollowsAServerThatGoesAwayAndComesBack)
     EXPECT_EQ(hardware.state().deviceWithUID(QStringLiteral("two44"))->id, id);
 }
 
+TEST_P(PulseHardwareTest, IsNotHeldUpByAServerThatHangs)
+{
+    START_SERVER_OR_SKIP({{"two44", 44100, 2}});
+    server->freeze();
+    PulseHardware hardware(std::chrono::milliseconds(100));
+    EXPECT_TRUE(hardware.state().devices.empty());
+    const MaybeError silence = hardware.unavailable();
+    ASSERT_TRUE(silence);
+    EXPECT_EQ(silence->message, QStringLiteral("No sound server can be reached: no answer."));
+    bool wasTold = false;
+    hardware.addObserver([&](const HardwareChange&) { wasTold = true; });
+    server->thaw();
+    ASSERT_TRUE(kit::waitUntil([&] { return wasTold; })) << "it was waited for in the background";
+    const HardwareState state = hardware.state();
+    const HardwareDevice* const device = state.deviceWithUID(QStringLiteral("two44"));
+    ASSERT_TRUE(device);
+
+    Counter counter;
+    const auto stream = hardware.openOutput({device->id, QStringLiteral("Test"), {}}, counter, nullptr);
+    server->freeze();
+    const MaybeError error = stream->start();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->message, QStringLiteral("The audio device cannot be used: no answer."));
+    EXPECT_FALSE(stream->isRunning());
+    server->thaw();
+    EXPECT_TRUE(kit::waitUntil([&] { return !stream->start() && counter.numRendered > 0; }));
+}
+
 TEST_P(PulseHardwareTest, PlaysAndRecordsEveryFrameUnchanged)
 {
     START_SERVER_OR_SKIP({{"two48", 48000, 2}});

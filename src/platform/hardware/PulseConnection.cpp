@@ -3,33 +3,21 @@
 namespace velloria
 {
 
-namespace
-{
-
-// A server that is alive answers within milliseconds; one that hangs must not hang the program.
-constexpr std::chrono::seconds kPatience(5);
-
-} // namespace
-
-PulseConnection::PulseConnection(const PulseLibrary& pulse, Listener& listener)
+PulseConnection::PulseConnection(const PulseLibrary& pulse, Listener& listener,
+                                 std::chrono::milliseconds patience)
     : mPulse(pulse)
     , mListener(listener)
+    , mPatience(patience)
     , mLoop(pulse.pa_threaded_mainloop_new())
 {
 }
 
-std::shared_ptr<PulseConnection> PulseConnection::open(Listener& listener, MaybeError* error)
+std::shared_ptr<PulseConnection> PulseConnection::make(Listener& listener, std::chrono::milliseconds patience,
+                                                       MaybeError* error)
 {
     const PulseLibrary* const pulse = PulseLibrary::load(error);
-    if (!pulse)
-        return nullptr;
-    std::shared_ptr<PulseConnection> connection(new PulseConnection(*pulse, listener));
-    const MaybeError failure = connection->connect();
-    if (!failure)
-        return connection;
-    if (error)
-        *error = failure;
-    return nullptr;
+    return std::shared_ptr<PulseConnection>(pulse ? new PulseConnection(*pulse, listener, patience)
+                                                  : nullptr);
 }
 
 MaybeError PulseConnection::connect()
@@ -52,16 +40,16 @@ MaybeError PulseConnection::connect()
             static_cast<PulseConnection*>(self)->mListener.serverDidChange();
         },
         this);
-    const QString what = QStringLiteral("No sound server can be reached");
     if (mPulse.pa_context_connect(mContext, nullptr, PA_CONTEXT_NOFLAGS, nullptr) < 0)
-        return lastError(what);
-    waitUntil(lock, [this] { return mIsReady || isLost(); });
-    if (!mIsReady || isLost())
-        return lastError(what);
+        return lastError(QStringLiteral("No sound server can be reached"));
+    return std::nullopt;
+}
+
+void PulseConnection::subscribe()
+{
     const auto mask = static_cast<pa_subscription_mask_t>(
         PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE | PA_SUBSCRIPTION_MASK_SERVER);
     forget(mPulse.pa_context_subscribe(mContext, mask, nullptr, nullptr));
-    return std::nullopt;
 }
 
 PulseConnection::~PulseConnection()
@@ -89,8 +77,13 @@ void PulseConnection::stateDidChange()
 {
     const bool wasReady = mIsReady;
     mIsReady |= mPulse.pa_context_get_state(mContext) == PA_CONTEXT_READY;
-    if (wasReady && isLost())
+    if (mIsReady && !wasReady) {
+        mIsSilent = false;
+        subscribe();
+        mListener.serverDidChange();
+    } else if (wasReady && isLost()) {
         mListener.serverWasLost();
+    }
     signal();
 }
 
@@ -114,9 +107,11 @@ void PulseConnection::cancel(pa_time_event* event) const
 
 bool PulseConnection::waitUntil(const Lock&, const std::function<bool()>& isDone)
 {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    if (mIsSilent)
+        return isDone();
+    const auto deadline = std::chrono::steady_clock::now() + mPatience;
     pa_time_event* const alarm = callAfter(
-        kPatience,
+        mPatience,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
             static_cast<PulseConnection*>(self)->signal();
         },
@@ -124,7 +119,23 @@ bool PulseConnection::waitUntil(const Lock&, const std::function<bool()>& isDone
     while (!isDone() && std::chrono::steady_clock::now() < deadline)
         mPulse.pa_threaded_mainloop_wait(mLoop);
     cancel(alarm);
-    return isDone();
+    if (isDone())
+        return true;
+    noteSilence();
+    return false;
+}
+
+void PulseConnection::noteSilence()
+{
+    mIsSilent = true;
+    // Whatever it answers, it is alive again then.
+    if (mIsReady)
+        forget(mPulse.pa_context_get_server_info(
+            mContext,
+            [](pa_context*, const pa_server_info*, void* self) {
+                static_cast<PulseConnection*>(self)->mIsSilent = false;
+            },
+            this));
 }
 
 Error PulseConnection::lastError(const QString& what) const

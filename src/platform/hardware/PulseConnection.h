@@ -26,8 +26,12 @@ public:
         ~Listener() = default;
     };
 
-    /// Waits until the server answers; null with `error` filled when it does not.
-    static std::shared_ptr<PulseConnection> open(Listener& listener, MaybeError* error);
+    /// Not connected yet; null with `error` filled where there is no libpulse. A server that is alive answers
+    /// within milliseconds; waits for one that hangs end after `patience`.
+    static std::shared_ptr<PulseConnection> make(Listener& listener, std::chrono::milliseconds patience,
+                                                 MaybeError* error);
+    /// Begins to connect. The listener hears of the server as soon as it has answered.
+    MaybeError connect();
     ~PulseConnection();
     PulseConnection(const PulseConnection&) = delete;
     PulseConnection& operator=(const PulseConnection&) = delete;
@@ -55,8 +59,8 @@ public:
         const PulseConnection& mConnection;
     };
 
-    /// Waits until isDone() under the lock, which it lets go of meanwhile; false after some seconds. Not on
-    /// libpulse's thread.
+    /// Waits until isDone() under the lock, which it lets go of meanwhile; false where the server does not
+    /// answer. After that nobody waits again until it has. Not on libpulse's thread.
     bool waitUntil(const Lock& lock, const std::function<bool()>& isDone);
     /// Makes waitUntil() look again. Under the lock or on libpulse's thread.
     void signal() const { mPulse.pa_threaded_mainloop_signal(mLoop, 0); }
@@ -69,19 +73,29 @@ public:
     Error lastError(const QString& what) const;
     /// Under the lock.
     bool isLost() const;
+    /// It did not answer in time and has not since. Under the lock.
+    bool isSilent() const { return mIsSilent; }
+    bool wasRefused() const
+    {
+        const Lock lock(*this);
+        return isLost();
+    }
     /// Lets go of an operation that nobody waits for.
     void forget(pa_operation* operation) const;
 
 private:
-    PulseConnection(const PulseLibrary& pulse, Listener& listener);
-    MaybeError connect();
+    PulseConnection(const PulseLibrary& pulse, Listener& listener, std::chrono::milliseconds patience);
     void stateDidChange();
+    void subscribe();
+    void noteSilence();
 
     const PulseLibrary& mPulse;
     Listener& mListener;
+    const std::chrono::milliseconds mPatience;
     pa_threaded_mainloop* mLoop = nullptr;
     pa_context* mContext = nullptr;
     bool mIsReady = false;
+    bool mIsSilent = false; ///< it did not answer in time, and has not since
 };
 
 } // namespace velloria

@@ -21,8 +21,9 @@ constexpr int kFirstDelayMs = 250;
 
 } // namespace
 
-PulseHardware::PulseHardware()
-    : mStreams(std::make_shared<PulseStreamList>())
+PulseHardware::PulseHardware(std::chrono::milliseconds patience)
+    : mPatience(patience)
+    , mStreams(std::make_shared<PulseStreamList>())
     , mIsAlive(std::make_shared<bool>(true))
 {
 }
@@ -47,51 +48,72 @@ void PulseHardware::disconnect()
         mConnection->close();
     mConnection.reset();
     mDevices.reset();
+    mFirstLists.reset();
+    mIsConnected = false;
 }
 
 MaybeError PulseHardware::connect()
 {
     MaybeError error;
-    mConnection = PulseConnection::open(*this, &error);
+    mConnection = PulseConnection::make(*this, mPatience, &error);
     if (!mConnection)
         return error;
-    const PulseConnection::Lock lock(*mConnection);
-    auto first = std::make_shared<std::optional<PulseDevices::Lists>>();
+    mFirstLists = std::make_shared<std::optional<PulseDevices::Lists>>();
     mDevices = std::make_unique<PulseDevices>(
-        *mConnection, mIDs, [this, first, connection = mConnection.get()](const PulseDevices::Lists& lists) {
+        *mConnection, mIDs,
+        [this, first = mFirstLists, connection = mConnection.get()](const PulseDevices::Lists& lists) {
             if (!first->has_value())
                 *first = lists;
             connection->signal();
-            postToSelf([this, lists] { install(lists); });
+            postToSelf([this, lists, connection] {
+                if (mConnection.get() == connection)
+                    install(lists);
+            });
         });
-    mDevices->gather();
-    mConnection->waitUntil(lock, [&] { return first->has_value() || mConnection->isLost(); });
-    if (!first->has_value())
-        return mConnection->lastError(QStringLiteral("The sound server does not tell its devices"));
-    mLists = **first;
-    return std::nullopt;
+    return mConnection->connect();
 }
 
-bool PulseHardware::ensureConnected()
+void PulseHardware::beginToConnect()
 {
-    if (mConnection)
-        return true;
+    if (mConnection && !mIsConnected && mConnection->wasRefused())
+        disconnect();
     const auto now = Clock::now();
-    if (mLastAttempt && now - *mLastAttempt < kMinTimeBetweenAttempts)
-        return false;
+    if (mConnection || (mLastAttempt && now - *mLastAttempt < kMinTimeBetweenAttempts))
+        return;
     mError = connect();
     if (mError)
         disconnect();
     mLastAttempt = Clock::now();
-    return !mError;
+}
+
+bool PulseHardware::ensureConnected()
+{
+    beginToConnect();
+    if (!mConnection || mIsConnected)
+        return mIsConnected;
+    {
+        const PulseConnection::Lock lock(*mConnection);
+        mConnection->waitUntil(lock, [this] { return mFirstLists->has_value() || mConnection->isLost(); });
+        if (mFirstLists->has_value()) {
+            mLists = **mFirstLists;
+            mIsConnected = true;
+            mError.reset();
+            return true;
+        }
+        mError = mConnection->lastError(QStringLiteral("No sound server can be reached"));
+        if (!mConnection->isLost())
+            return false;
+    }
+    disconnect();
+    mLastAttempt = Clock::now();
+    return false;
 }
 
 void PulseHardware::install(const PulseDevices::Lists& lists)
 {
-    if (!mConnection)
-        return;
     const HardwareState before = mLists.state;
     mLists = lists;
+    mIsConnected = true;
     for (PulseStream* const stream : *mStreams) {
         if (!mLists.state.deviceWithID(stream->deviceID()))
             stream->deviceWasLost();
@@ -125,12 +147,11 @@ void PulseHardware::lookForServerLater(int attempt)
         return;
     QTimer::singleShot(kFirstDelayMs << std::min(attempt, 4),
                        [this, attempt, alive = std::weak_ptr(mIsAlive)] {
-                           if (!alive.lock() || mConnection)
+                           if (!alive.lock() || mIsConnected)
                                return;
-                           if (ensureConnected())
-                               tellDifferences({}, mLists.state);
-                           else
-                               lookForServerLater(attempt + 1);
+                           // Its devices are told when it answers.
+                           beginToConnect();
+                           lookForServerLater(attempt + 1);
                        });
 }
 

@@ -14,7 +14,9 @@ namespace velloria
 class PulseHardware : public AudioHardware, private PulseConnection::Listener
 {
 public:
-    PulseHardware();
+    /// The longest that a question waits for a server that hangs: nobody who looks at a window wants to wait
+    /// as long for it as a script would. It goes on being waited for in the background.
+    explicit PulseHardware(std::chrono::milliseconds patience = std::chrono::seconds(5));
     ~PulseHardware() override;
 
     HardwareState state() override;
@@ -32,6 +34,8 @@ private:
     void serverWasLost() override;
 
     bool ensureConnected();
+    /// Begins a connection where there is none; does not wait.
+    void beginToConnect();
     MaybeError connect();
     void disconnect();
     void install(const PulseDevices::Lists& lists);
@@ -43,6 +47,10 @@ private:
     std::unique_ptr<PulseDevices> mDevices;
     PulseDevices::IDs mIDs;
     PulseDevices::Lists mLists;
+    const std::chrono::milliseconds mPatience;
+    /// Under the connection's lock: what the server told first.
+    std::shared_ptr<std::optional<PulseDevices::Lists>> mFirstLists;
+    bool mIsConnected = false; ///< its devices are known
     std::shared_ptr<std::vector<class PulseStream*>> mStreams;
     MaybeError mError;
     std::optional<Clock::time_point> mLastAttempt;

@@ -25,6 +25,9 @@ PulseStream::~PulseStream()
 
 pa_stream* PulseStream::make(const pa_sample_spec& spec, const pa_channel_map& map, const char* role)
 {
+    // More streams would only wait in line.
+    if (mConnection->isSilent())
+        return nullptr;
     pa_proplist* const properties = pulse().pa_proplist_new();
     pulse().pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, role);
     mStream = pulse().pa_stream_new_with_proplist(mConnection->context(), mName.constData(), &spec, &map,

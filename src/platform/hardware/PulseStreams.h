@@ -30,7 +30,7 @@ protected:
 
     const PulseLibrary& pulse() const { return mConnection->pulse(); }
 
-    /// Makes a stream; under the lock. Null when the server is gone.
+    /// Makes a stream; under the lock. Null when the server is gone or does not answer.
     pa_stream* make(const pa_sample_spec& spec, const pa_channel_map& map, const char* role);
     /// Waits until the server has accepted it.
     MaybeError waitUntilReady(const PulseConnection::Lock& lock);
