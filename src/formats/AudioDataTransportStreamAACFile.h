@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/DecodedFile.h"
+#include "formats/SurroundLosses.h"
 
 namespace velloria
 {
@@ -26,6 +27,7 @@ public:
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
     bool encodesWithLoss() const override { return true; }
+    QStringList soundLosses() const override { return surroundLosses(mNumberOfChannels, true); }
     uint32_t maximumNumberOfChannels() const override { return 8; }
 
 protected:

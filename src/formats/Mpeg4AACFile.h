@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/Mpeg4File.h"
+#include "formats/SurroundLosses.h"
 
 namespace velloria
 {
@@ -19,6 +20,7 @@ public:
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
     bool encodesWithLoss() const override { return true; }
+    QStringList soundLosses() const override { return surroundLosses(mNumberOfChannels, true); }
 
 protected:
     FourCharCode writtenFormat() const override;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/AudioFile.h"
+#include "formats/SurroundLosses.h"
 
 namespace velloria
 {
@@ -41,6 +42,7 @@ public:
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override { return 255; }
     bool encodesWithLoss() const override { return true; }
+    QStringList soundLosses() const override { return surroundLosses(mNumberOfChannels, false); }
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;

@@ -5,6 +5,7 @@
 
 #include <QTemporaryDir>
 #include <QThread>
+#include <cmath>
 #include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
@@ -417,6 +418,35 @@ TEST_F(DocumentLosses, NamePicturesThatATagHasNoRoomFor)
                 << uti;
         }
     }
+}
+
+TEST_F(DocumentLosses, NameTheTrackThatSurroundSoundKeepsTheLowFrequenciesOf)
+{
+    const auto treble = [](const FloatBuffer& samples) {
+        double sum = 0;
+        for (size_t i = 1; i < samples.size(); ++i)
+            sum += std::pow(samples[i] - samples[i - 1], 2);
+        return sum;
+    };
+    for (const char* type : {"public.mpeg-4-audio.aac", "public.aac-audio", "org.videolan.ogg-audio"})
+        for (const unsigned numTracks : {2U, 3U, 6U, 7U, 8U}) {
+            SCOPED_TRACE(testing::Message() << type << ", " << numTracks << " tracks");
+            kit::TrackSamples tracks;
+            for (unsigned i = 0; i < numTracks; ++i)
+                tracks.push_back(kit::noise(20'000, i + 1));
+            const auto document = kit::documentOf(tracks);
+            SaveRequest request = requestFor("surround");
+            request.uti = QString::fromLatin1(type);
+            ASSERT_EQ(messageOfSaving(*document, request), "");
+            std::vector<size_t> dull;
+            const kit::TrackSamples saved = samplesOf(*open("surround"));
+            ASSERT_EQ(saved.size(), numTracks);
+            for (size_t i = 0; i < numTracks; ++i)
+                if (treble(saved[i]) < 1e-4 * treble(tracks[i])) // below about 1 kHz
+                    dull.push_back(i);
+            const bool isTold = mention(document->lossesWhenSaving(request), "the fourth keeps low");
+            EXPECT_EQ(dull, isTold ? std::vector<size_t>{3} : std::vector<size_t>{});
+        }
 }
 
 TEST_F(DocumentLosses, NameMarkersWhoseNamesAreCut)
