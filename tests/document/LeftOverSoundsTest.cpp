@@ -70,7 +70,7 @@ TEST_F(LeftOverSoundsTest, FilesThatAreNoSoundAreLeftAlone)
     EXPECT_TRUE(found().empty());
     std::filesystem::create_directories(ScratchFolder::path());
     std::ofstream(ScratchFolder::path() / "Velloria_Temp-001.caf") << "caff";
-    std::ofstream(ScratchFolder::path() / "Velloria_Temp-002.caf");
+    std::ofstream(ScratchFolder::path() / "Velloria_Temp-002.caf") << "";
     EXPECT_EQ(ScratchFolder::leftOvers().size(), 2U);
     EXPECT_TRUE(found().empty());
     MaybeError error;
