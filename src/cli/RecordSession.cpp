@@ -53,9 +53,8 @@ ExitStatus RecordSession::run()
         return ExitStatus::failed;
     }
     QCoreApplication::exec();
-    if (mNumLostBlocks > 0)
-        Terminal::say(QStringLiteral("The machine was too busy: %1 pieces of the sound were lost.")
-                          .arg(mNumLostBlocks));
+    if (const QString loss = mDocument.recording().lossMessage(); !loss.isEmpty())
+        Terminal::say(loss);
     const MaybeError& error = mDocument.recording().endError();
     if (error)
         Terminal::sayError(*error);
@@ -92,7 +91,6 @@ bool RecordSession::audioRecording(VLRTAudioRecorder& recorder, const FloatBuffe
 
 void RecordSession::audioRecordingDidStop(VLRTAudioRecorder& recorder)
 {
-    mNumLostBlocks = recorder.core().numLostBlocks();
     mDocument.recording().audioRecordingDidStop(recorder);
     QCoreApplication::quit();
 }

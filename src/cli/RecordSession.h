@@ -42,7 +42,6 @@ private:
     AutoRecordGate mGate;
     float mLeftPeak = 0.0F;
     float mRightPeak = 0.0F;
-    uint64_t mNumLostBlocks = 0;
     LevelLine mLine;
     KeyReader mKeys;
     QTimer mTimer;

@@ -115,8 +115,13 @@ void SoundController::recordingDidStop()
     selection.endTime = end;
     setSelection(selection);
     showCueTime(end);
+    QStringList messages;
     if (const MaybeError& error = recording.endError())
-        mHost.recordingFailed(error->message);
+        messages += error->message;
+    if (const QString loss = recording.lossMessage(); !loss.isEmpty())
+        messages += loss;
+    if (!messages.isEmpty())
+        mHost.recordingFailed(messages.join(u' '));
 }
 
 } // namespace velloria

@@ -60,6 +60,7 @@ MaybeError DocumentRecording::recordFrom(double startTime, double endTime, int32
     if (MaybeError error = recorder->start())
         return error;
     mEndError.reset();
+    mNumLostBlocks = 0;
     mSaved.reset();
     const int64_t start = std::max<int64_t>(0, frameAtTime(std::min(startTime, endTime), rate));
     const int64_t end = std::max(start, frameAtTime(std::max(startTime, endTime), rate));
@@ -125,6 +126,16 @@ void DocumentRecording::stop()
         mRecorder->stop();
 }
 
+QString DocumentRecording::lossMessage() const
+{
+    if (mNumLostBlocks == 0)
+        return {};
+    const QString message =
+        QStringLiteral("The machine was too busy to record everything: some sound is missing in %1.");
+    return message.arg(mNumLostBlocks == 1 ? QStringLiteral("one place")
+                                           : QStringLiteral("%1 places").arg(mNumLostBlocks));
+}
+
 void DocumentRecording::leaveBehind()
 {
     for (const std::shared_ptr<MutableAudioClip>& clip : mClips)
@@ -151,6 +162,7 @@ void DocumentRecording::audioRecordingDidStop(VLRTAudioRecorder& recorder)
 {
     if (&recorder != mRecorder.get())
         return;
+    mNumLostBlocks = recorder.core().numLostBlocks();
     const QString why = messageFor(recorder.stopReason());
     if (!why.isEmpty() && !mEndError)
         mEndError = velloria::endError(Error::Code::failed, why);

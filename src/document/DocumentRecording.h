@@ -54,6 +54,9 @@ public:
     /// In words for a person, why the last recording ended though nobody asked for it: the disk is full, the
     /// device went away. What was recorded until then is kept.
     const MaybeError& endError() const { return mEndError; }
+    /// In words for a person, that the last recording misses what nobody took from the device in time; else
+    /// empty.
+    QString lossMessage() const;
 
     // VLRTAudioRecordingDelegate, also for a delegate that hands on.
     bool audioRecording(VLRTAudioRecorder& recorder, const FloatBuffer& leftData,
@@ -69,6 +72,7 @@ private:
     std::vector<std::shared_ptr<MutableAudioClip>> mClips;
     std::optional<std::vector<AudioMarkerPtr>> mSaved;
     MaybeError mEndError;
+    uint64_t mNumLostBlocks = 0; ///< of the last recording
     std::unique_ptr<VLRTAudioRecorder> mRecorder;
 };
 

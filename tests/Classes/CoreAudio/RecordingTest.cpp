@@ -70,6 +70,8 @@ TEST_F(RecordingTest, LosesOnlyTheBlockThatFindsNoRoomAndSaysSo)
     const VLRTAudioRecorder& recorder = *recording().audioRecording();
     EXPECT_EQ(recorder.core().numLostBlocks(), 1U);
     ASSERT_TRUE(stop());
+    EXPECT_TRUE(recording().lossMessage().contains("missing in one place"));
+    EXPECT_EQ(recording().endError(), std::nullopt);
     EXPECT_EQ(track(0), joined(heard(0, 1000, 0), heard(66536, 67536, 0)));
     EXPECT_THAT(log.printed(),
                 testing::Contains(QStringLiteral(
