@@ -151,6 +151,24 @@ TEST_P(RecordCommandTest, RecordsFromASourceThatIsAnotherOnesRemapped)
     EXPECT_TRUE(isExact);
 }
 
+TEST_P(RecordCommandTest, TakesAllOfASourceThatBeginsWithSecondsAtOnce)
+{
+    START_SERVER_OR_SKIP();
+    if (GetParam() == kit::ServerKind::pipeWire)
+        GTEST_SKIP() << "it has no such source";
+    ASSERT_TRUE(server->tell({QStringLiteral("load-module"), QStringLiteral("module-sine-source"),
+                              QStringLiteral("source_name=sine"), QStringLiteral("rate=44100"),
+                              QStringLiteral("frequency=441")}));
+    const auto outcome = cli({"record", "out.wav", "--seconds", "4", "--device", "sine", "--channels", "1"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+    EXPECT_FALSE(outcome.errors.contains("missing")) << outcome.errors.toStdString();
+    // At 441 Hz a frame is as the one a hundred frames before.
+    const std::vector<float> sound = decoded("out.wav");
+    ASSERT_EQ(sound.size(), 4U * 44100);
+    for (size_t i = 100; i < sound.size(); ++i)
+        ASSERT_NEAR(sound[i], sound[i - 100], 2e-4) << i;
+}
+
 TEST_P(RecordCommandTest, RecordsAtTheRateThatIsAskedFor)
 {
     START_SERVER_OR_SKIP({{"two48", 48000, 2}});

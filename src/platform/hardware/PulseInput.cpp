@@ -1,6 +1,7 @@
 #include "platform/hardware/PulseStreams.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velloria
 {
@@ -10,6 +11,12 @@ namespace
 
 // How much the server collects before it hands it over.
 constexpr double kFragmentSeconds = 0.02;
+// A source that was idle may begin with seconds of sound in one burst, more than fits the rings behind. So
+// many frames are handed on at once, and more at this multiple of the stream's pace; the rest waits in the
+// stream.
+constexpr double kMostFramesAtOnce = 16384;
+constexpr double kFastestPace = 4;
+constexpr std::chrono::milliseconds kPause(20);
 
 } // namespace
 
@@ -66,17 +73,36 @@ MaybeError PulseInput::start()
 void PulseInput::read()
 {
     const size_t frameBytes = sizeof(float) * mSpec.channels;
-    while (mStream && pulse().pa_stream_readable_size(mStream) > 0) {
+    const auto now = std::chrono::steady_clock::now();
+    const double seconds = std::chrono::duration<double>(now - mLastRead).count();
+    mLastRead = now;
+    mNumFramesAllowed = std::min(kMostFramesAtOnce, mNumFramesAllowed + seconds * kFastestPace * mSpec.rate);
+    while (mNumFramesAllowed > 0 && mStream && pulse().pa_stream_readable_size(mStream) > 0) {
         const void* data = nullptr;
         size_t size = 0;
         if (pulse().pa_stream_peek(mStream, &data, &size) < 0 || size == 0)
             return;
+        const size_t numFrames = size / frameBytes;
         if (data)
-            deliver(static_cast<const float*>(data), size / frameBytes);
+            deliver(static_cast<const float*>(data), numFrames);
         else
             mNumGaps.fetch_add(1, std::memory_order_relaxed);
+        mNumFramesAllowed -= static_cast<double>(numFrames);
         pulse().pa_stream_drop(mStream);
     }
+    if (!mAlarm && mStream && pulse().pa_stream_readable_size(mStream) > 0)
+        mAlarm = mConnection->callAfter(
+            kPause,
+            [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+                static_cast<PulseInput*>(self)->readOn();
+            },
+            static_cast<void*>(this));
+}
+
+void PulseInput::readOn()
+{
+    mConnection->cancel(std::exchange(mAlarm, nullptr));
+    read();
 }
 
 void PulseInput::deliver(const float* frames, size_t numFrames)

@@ -108,7 +108,7 @@ void PulseOutput::drain()
         return;
     }
     mConnection->forget(operation);
-    mDrainAlarm = mConnection->callAfter(
+    mAlarm = mConnection->callAfter(
         kDrainPatience,
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
             static_cast<PulseOutput*>(self)->finish(StopReason::requested);
@@ -123,7 +123,7 @@ void PulseOutput::stop(StopMode mode)
         return;
     if (mode == StopMode::atOnce)
         finish(StopReason::requested);
-    else if (!mDrainAlarm)
+    else if (!mAlarm)
         drain();
 }
 

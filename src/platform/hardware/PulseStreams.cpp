@@ -83,7 +83,7 @@ void PulseStream::finish(StopReason reason)
     pulse().pa_stream_set_overflow_callback(stream, nullptr, nullptr);
     pulse().pa_stream_disconnect(stream);
     pulse().pa_stream_unref(stream);
-    mConnection->cancel(std::exchange(mDrainAlarm, nullptr));
+    mConnection->cancel(std::exchange(mAlarm, nullptr));
     mIsRunning = false;
     if (!mIsStarting)
         mNotice.post(reason);

@@ -4,6 +4,8 @@
 #include "platform/hardware/PulseDevices.h"
 #include "platform/hardware/StopNotice.h"
 
+#include <chrono>
+
 namespace velloria
 {
 
@@ -45,7 +47,7 @@ protected:
     const QByteArray mName;
     StopNotice mNotice;
     pa_stream* mStream = nullptr;
-    pa_time_event* mDrainAlarm = nullptr;
+    pa_time_event* mAlarm = nullptr;
     bool mIsStarting = false;
     std::atomic<bool> mIsRunning{false};
     std::atomic<uint64_t> mNumGaps{0};
@@ -100,6 +102,7 @@ private:
     static constexpr size_t kMaxBlockFrames = 4096;
 
     void read();
+    void readOn();
     void deliver(const float* frames, size_t numFrames);
 
     pa_sample_spec mSpec;
@@ -107,6 +110,8 @@ private:
     std::array<std::atomic<int32_t>, 2> mChannels{0, 1};
     std::atomic<int32_t> mNumChannels{2};
     std::array<float, 2 * kMaxBlockFrames> mPicked{};
+    std::chrono::steady_clock::time_point mLastRead{};
+    double mNumFramesAllowed = 0; ///< to be handed on by now
 };
 
 } // namespace velloria
