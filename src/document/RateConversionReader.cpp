@@ -5,6 +5,13 @@
 namespace velloria
 {
 
+namespace
+{
+
+constexpr int64_t kFramesPerStep = 8192;
+
+} // namespace
+
 RateConversionReader::RateConversionReader(AudioTrackPtr track, double sourceRate, double targetRate)
     : mTrack(std::move(track))
     , mSourceRate(sourceRate)
@@ -30,28 +37,42 @@ bool RateConversionReader::begin(MaybeError* error)
 
 void RateConversionReader::read(int64_t offset, std::span<float> out)
 {
-    const std::lock_guard lock(mMutex);
-    size_t done = takeWaiting(offset, out);
-    const int64_t next = offset + static_cast<int64_t>(done);
-    if (done < out.size() && next < mPosition) {
-        begin(nullptr);
-        done = 0;
-    }
-    if (done < out.size()) {
-        convertUpTo(offset + std::ssize(out));
-        done += takeWaiting(offset + static_cast<int64_t>(done), out.subspan(done));
+    std::unique_lock lock(mMutex);
+    size_t done = 0;
+    while (true) {
+        const int64_t next = offset + static_cast<int64_t>(done);
+        done += takeWaiting(next, out.subspan(done));
+        if (done == out.size())
+            return;
+        if (mIsConverting) {
+            mConverted.wait(lock);
+            continue;
+        }
+        if (offset + static_cast<int64_t>(done) < mPosition) {
+            begin(nullptr);
+            done = 0;
+        } else if (!convertSome(lock))
+            break;
     }
     std::fill(out.begin() + static_cast<std::ptrdiff_t>(done), out.end(), 0.0F);
 }
 
-void RateConversionReader::convertUpTo(int64_t end)
+/// False at the end. Others take what waits meanwhile, or go on with another track.
+bool RateConversionReader::convertSome(std::unique_lock<std::mutex>& lock)
 {
+    mIsConverting = true;
+    lock.unlock();
     FloatBuffer frames;
-    mConverter->convert(end - mPosition, frames);
+    mConverter->convert(kFramesPerStep, frames);
+    lock.lock();
+    mIsConverting = false;
     const int64_t position = mPosition;
-    mPosition += std::ssize(frames);
-    if (!frames.empty())
+    const int64_t count = std::ssize(frames);
+    mPosition += count;
+    if (count > 0)
         mWaiting.emplace(position, std::move(frames));
+    mConverted.notify_all();
+    return count > 0;
 }
 
 size_t RateConversionReader::takeWaiting(int64_t offset, std::span<float> out)

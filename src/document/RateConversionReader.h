@@ -2,6 +2,7 @@
 
 #include "document/TrackRateConverter.h"
 
+#include <condition_variable>
 #include <map>
 #include <mutex>
 
@@ -24,7 +25,7 @@ public:
 private:
     RateConversionReader(AudioTrackPtr track, double sourceRate, double targetRate);
     bool begin(MaybeError* error);
-    void convertUpTo(int64_t end);
+    bool convertSome(std::unique_lock<std::mutex>& lock);
     /// The frames at `offset` that wait, as many as `out` has room for, moved there; gives their number.
     size_t takeWaiting(int64_t offset, std::span<float> out);
 
@@ -32,6 +33,8 @@ private:
     const double mSourceRate;
     const double mTargetRate;
     std::mutex mMutex;
+    std::condition_variable mConverted;
+    bool mIsConverting = false; ///< some thread, which does not hold the mutex meanwhile
     std::unique_ptr<TrackRateConverter> mConverter;
     int64_t mPosition = 0;                   ///< of the next frame to be converted
     std::map<int64_t, FloatBuffer> mWaiting; ///< converted and not yet read, by position
