@@ -12,6 +12,7 @@
 #include "platform/ScratchFolder.h"
 
 #include <QApplication>
+#include <QPointer>
 #include <algorithm>
 #include <system_error>
 #include <utility>
@@ -261,8 +262,11 @@ void Application::endAtOnce()
     }
     if (std::exchange(mIsEnding, true))
         return;
-    for (DocumentWindow* const window : mWindows)
-        window->keepForNextStart();
+    // Completing a take runs the event loop, in which other windows may close.
+    const std::vector<QPointer<DocumentWindow>> windows(mWindows.begin(), mWindows.end());
+    for (const QPointer<DocumentWindow>& window : windows)
+        if (window)
+            window->keepForNextStart();
     // Also out of a dialog or a long operation that is still open.
     QCoreApplication::exit();
 }
