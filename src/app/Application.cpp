@@ -265,8 +265,9 @@ void Application::endAtOnce()
     // Completing a take runs the event loop, in which other windows may close.
     const std::vector<QPointer<DocumentWindow>> windows(mWindows.begin(), mWindows.end());
     for (const QPointer<DocumentWindow>& window : windows)
-        if (window)
-            window->keepForNextStart();
+        // A recovered sound that could not be kept anew is still in the files it was recovered from.
+        if (window && !window->keepForNextStart())
+            mToldLeftOvers.clear();
     // Also out of a dialog or a long operation that is still open.
     QCoreApplication::exit();
 }

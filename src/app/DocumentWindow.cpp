@@ -296,12 +296,12 @@ bool DocumentWindow::prepareToClose()
     return !BusyState::shared().isBusy() && !hasQuestion() && confirmClosing();
 }
 
-void DocumentWindow::keepForNextStart()
+bool DocumentWindow::keepForNextStart()
 {
     mRecordActions->finish();
     mController->stopAudio();
-    if (document().isDocumentEdited() && document().numberOfFrames() > 0)
-        LeftOverSounds::keep(document());
+    return !document().isDocumentEdited() || document().numberOfFrames() < 1 ||
+           !LeftOverSounds::keep(document());
 }
 
 void DocumentWindow::closeWithoutAsking()

@@ -69,8 +69,9 @@ public:
     /// the person decided so.
     bool prepareToClose();
     void closeWithoutAsking();
-    /// Ends what plays or records and keeps what is not saved where the next start finds it.
-    void keepForNextStart();
+    /// Ends what plays or records and keeps what is not saved where the next start finds it. False when it
+    /// could not be kept there.
+    bool keepForNextStart();
     /// Name, unsaved state, format and commands anew.
     void updateState();
     /// After the first layout the document is shown at the default zoom.
