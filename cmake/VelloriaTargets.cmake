@@ -13,10 +13,13 @@ endif()
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-    # A precompiled header is a cache hit only when ccache may ignore its time stamp.
+    # A precompiled header is a cache hit only when ccache may ignore its time stamp. With the checkout as base
+    # directory another checkout finds what this one compiled.
     set(CMAKE_CXX_COMPILER_LAUNCHER
         ${CMAKE_COMMAND} -E env
         CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}
+        CCACHE_NOHASHDIR=1
         ${CCACHE_PROGRAM})
 endif()
 

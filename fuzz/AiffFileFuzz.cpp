@@ -1,7 +1,7 @@
 #include "DecodedFileFuzz.h"
 #include "InPlaceFileFuzz.h"
-#include "formats/AifcFile.h"
-#include "formats/AiffFile.h"
+#include "formats/aiff/AifcFile.h"
+#include "formats/aiff/AiffFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

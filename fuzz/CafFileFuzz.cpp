@@ -1,5 +1,5 @@
 #include "DecodedFileFuzz.h"
-#include "formats/VLAFCoreAudioFile.h"
+#include "formats/caf/VLAFCoreAudioFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,4 +1,4 @@
-#include "formats/VLAudioFileDecompressor.h"
+#include "formats/decoding/VLAudioFileDecompressor.h"
 #include "platform/Log.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "formats/AudioFile.h"
+#include "formats/file/AudioFile.h"
 
 #include <cstdlib>
 #include <sys/mman.h>

@@ -1,5 +1,5 @@
 #include "DecodedFileFuzz.h"
-#include "formats/FLACFile.h"
+#include "formats/flac/FLACFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

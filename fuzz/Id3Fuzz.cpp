@@ -1,5 +1,5 @@
-#include "formats/AudioMetadata.h"
-#include "formats/ID3Data.h"
+#include "formats/tags/AudioMetadata.h"
+#include "formats/tags/ID3Data.h"
 
 #include <cstdlib>
 

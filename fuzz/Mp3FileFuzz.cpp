@@ -1,4 +1,4 @@
-#include "formats/Mp3File.h"
+#include "formats/mpeg/Mp3File.h"
 #include "platform/Log.h"
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
-#include "formats/Mpeg4Chapters.h"
-#include "formats/Mpeg4File.h"
-#include "formats/Mpeg4Movie.h"
-#include "formats/Mpeg4Tags.h"
+#include "formats/mpeg4/Mpeg4Chapters.h"
+#include "formats/mpeg4/Mpeg4File.h"
+#include "formats/mpeg4/Mpeg4Movie.h"
+#include "formats/mpeg4/Mpeg4Tags.h"
 #include "platform/Log.h"
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "DecodedFileFuzz.h"
 #include "InPlaceFileFuzz.h"
-#include "formats/NeXTSunFile.h"
+#include "formats/plain/NeXTSunFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

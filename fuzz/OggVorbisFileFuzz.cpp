@@ -1,5 +1,5 @@
 #include "DecodedFileFuzz.h"
-#include "formats/OggVorbisFile.h"
+#include "formats/vorbis/OggVorbisFile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,7 +1,7 @@
 #include "document/clips/AudioClip.h"
 #include "document/clips/FrameSource.h"
 #include "formats/AudioFileRegistry.h"
-#include "formats/WaveFile.h"
+#include "formats/wave/WaveFile.h"
 
 #include <cstdlib>
 #include <sys/mman.h>

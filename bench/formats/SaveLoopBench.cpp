@@ -1,7 +1,7 @@
 #include "document/clips/AudioClip.h"
 #include "document/clips/FrameSource.h"
 #include "document/clips/MutableAudioClip.h"
-#include "formats/WaveFile.h"
+#include "formats/wave/WaveFile.h"
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "document/SoundDocument.h"
-#include "formats/DecodingWatcher.h"
+#include "formats/decoding/DecodingWatcher.h"
 
 #include <QElapsedTimer>
 #include <QObject>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "display/summary/WaveformCache.h"
-#include "formats/AudioFile.h"
+#include "formats/file/AudioFile.h"
 
 #include <span>
 #include <vector>

@@ -2,7 +2,7 @@
 
 #include "display/summary/WaveformCache.h"
 #include "document/clips/AudioTrack.h"
-#include "formats/AudioFile.h"
+#include "formats/file/AudioFile.h"
 #include "platform/DispatchQueue.h"
 #include "platform/Progress.h"
 

@@ -1,7 +1,7 @@
 #include "document/SoundDocument.h"
 
 #include "formats/AudioFileRegistry.h"
-#include "formats/DecodingWatcher.h"
+#include "formats/decoding/DecodingWatcher.h"
 #include "platform/Log.h"
 
 #include <QCoreApplication>

@@ -3,7 +3,7 @@
 #include "document/DocumentRecording.h"
 #include "document/UndoGroup.h"
 #include "formats/AudioFileRegistry.h"
-#include "formats/EndianSwap.h"
+#include "formats/streams/EndianSwap.h"
 #include "platform/FourCharCode.h"
 #include "platform/ScratchFolder.h"
 

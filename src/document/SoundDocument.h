@@ -4,7 +4,7 @@
 #include "document/MarkerEdit.h"
 #include "document/clips/FrameSource.h"
 #include "document/clips/SoundSelection.h"
-#include "formats/AudioFile.h"
+#include "formats/file/AudioFile.h"
 #include "platform/Alerts.h"
 #include "platform/Progress.h"
 

@@ -1,17 +1,17 @@
 #include "formats/AudioFileRegistry.h"
 
-#include "formats/AifcFile.h"
-#include "formats/AiffFile.h"
-#include "formats/AudioDataTransportStreamAACFile.h"
-#include "formats/AudioText.h"
-#include "formats/FLACFile.h"
-#include "formats/Mp3File.h"
-#include "formats/Mpeg4AACFile.h"
-#include "formats/Mpeg4AppleLosslessFile.h"
-#include "formats/NeXTSunFile.h"
-#include "formats/OggVorbisFile.h"
-#include "formats/VLAFCoreAudioFile.h"
-#include "formats/WaveFile.h"
+#include "formats/aiff/AifcFile.h"
+#include "formats/aiff/AiffFile.h"
+#include "formats/caf/VLAFCoreAudioFile.h"
+#include "formats/flac/FLACFile.h"
+#include "formats/mpeg/AudioDataTransportStreamAACFile.h"
+#include "formats/mpeg/Mp3File.h"
+#include "formats/mpeg4/Mpeg4AACFile.h"
+#include "formats/mpeg4/Mpeg4AppleLosslessFile.h"
+#include "formats/plain/AudioText.h"
+#include "formats/plain/NeXTSunFile.h"
+#include "formats/vorbis/OggVorbisFile.h"
+#include "formats/wave/WaveFile.h"
 #include "platform/Log.h"
 
 #include <array>
@@ -35,66 +35,38 @@ constexpr std::array<std::u16string_view, 10> recognitionOrder = {
     u"public.mpeg-4-audio.aac",    u"org.videolan.ogg-audio",
     u"public.aac-audio",           u"public.mp3"};
 
-template <typename File> auto creator()
+/// What there is to do with a file of one class; none for another type than `uti`.
+template <typename File> void addFunctions(AudioFileType& type, const char* uti)
 {
-    return [](double sampleRate, uint32_t sampleSize, uint32_t numChannels) {
+    if (type.uti != QLatin1String(uti))
+        return;
+    if constexpr (requires { &File::validateFileHeader; }) {
+        type.validateFileHeader = File::validateFileHeader;
+        type.open = File::open;
+    }
+    type.create = [](double sampleRate, uint32_t sampleSize, uint32_t numChannels) {
         return std::make_shared<File>(sampleRate, sampleSize, numChannels);
     };
 }
 
-template <typename File> void setReader(AudioFileType& type)
-{
-    type.validateFileHeader = File::validateFileHeader;
-    type.open = File::open;
-}
-
-template <typename File> void setFunctions(AudioFileType& type)
-{
-    setReader<File>(type);
-    type.create = creator<File>();
-}
-
-std::vector<AudioFileType> describedTypes()
+std::vector<AudioFileType> typesWithFunctions()
 {
     std::vector<AudioFileType> types;
-    const auto add = [&types](const char* displayName, const char* uti, const QStringList& acceptedNames,
-                              const QStringList& extensionsForSave, FourCharCode hfsType) -> AudioFileType& {
-        AudioFileType type;
-        type.displayName = QString::fromLatin1(displayName);
-        type.uti = QString::fromLatin1(uti);
-        type.acceptedNames = acceptedNames;
-        type.defaultExtension = extensionsForSave.first();
-        type.extensionsForSave = extensionsForSave;
-        type.hfsType = hfsType;
-        return types.emplace_back(std::move(type));
-    };
-    const auto list = [](const char* words) { return QString::fromLatin1(words).split(u'|'); };
-
-    setFunctions<AiffFile>(
-        add("AIFF Audio", "public.aiff-audio", list("AIFF|AIF"), list("aif|aiff"), fourCharCode("AIFF")));
-    setFunctions<AifcFile>(add("AIFF-C Audio", "public.aifc-audio", list("AIFF-C|AIFC"),
-                               list("aifc|aiff|aif"), fourCharCode("AIFC")));
-    setFunctions<AudioDataTransportStreamAACFile>(
-        add("ADTS AAC Audio", "public.aac-audio", list("ADTS|ADTS AAC"), list("aac"), fourCharCode("ADTS")));
-    setFunctions<VLAFCoreAudioFile>(
-        add("CAF Audio", "com.apple.coreaudio-format", list("CAF"), list("caf"), fourCharCode("CAF ")));
-    setFunctions<FLACFile>(
-        add("FLAC Audio", "org.videolan.flac", list("FLAC"), list("flac"), fourCharCode("fLaC")));
-    setFunctions<Mpeg4AACFile>(add("AAC (m4a) Audio", "public.mpeg-4-audio.aac", list("AAC|M4A"), list("m4a"),
-                                   fourCharCode("M4A ")));
-    setFunctions<Mpeg4AppleLosslessFile>(add("Apple Lossless Audio", "public.mpeg-4-audio.apple-lossless",
-                                             list("ALAC|Apple Lossless|Lossless"), list("m4a"),
-                                             fourCharCode("M4A ")));
-    setFunctions<NeXTSunFile>(add("NeXT/Sun Audio", "public.ulaw-audio", list("au|Sun|NeXT|ulaw"),
-                                  list("au|snd|ulw"), fourCharCode("au  ")));
-    setFunctions<Mp3File>(add("MP3 Audio", "public.mp3", list("mp3|mpeg3"), list("mp3|mpg3|mpg|mpeg|mp2"),
-                              fourCharCode("MPG3")));
-    setFunctions<OggVorbisFile>(add("Ogg Vorbis Audio", "org.videolan.ogg-audio",
-                                    list("ogg|vorbis|ogg vorbis"), list("ogg"), fourCharCode("ogg ")));
-    add("Tab-delimited Text", "public.plain-text", list("text|txt"), list("txt"), fourCharCode("TEXT"))
-        .create = creator<AudioText>();
-    setFunctions<WaveFile>(add("WAVE Audio", "com.microsoft.waveform-audio", list("wave|wav|bwf"),
-                               list("wav|wave|bwf"), fourCharCode("WAVE")));
+    for (const AudioFileTypeNames& names : AudioFileTypeNames::all()) {
+        AudioFileType& type = types.emplace_back(AudioFileType{names, {}, {}, {}});
+        addFunctions<AiffFile>(type, "public.aiff-audio");
+        addFunctions<AifcFile>(type, "public.aifc-audio");
+        addFunctions<AudioDataTransportStreamAACFile>(type, "public.aac-audio");
+        addFunctions<VLAFCoreAudioFile>(type, "com.apple.coreaudio-format");
+        addFunctions<FLACFile>(type, "org.videolan.flac");
+        addFunctions<Mpeg4AACFile>(type, "public.mpeg-4-audio.aac");
+        addFunctions<Mpeg4AppleLosslessFile>(type, "public.mpeg-4-audio.apple-lossless");
+        addFunctions<NeXTSunFile>(type, "public.ulaw-audio");
+        addFunctions<Mp3File>(type, "public.mp3");
+        addFunctions<OggVorbisFile>(type, "org.videolan.ogg-audio");
+        addFunctions<AudioText>(type, "public.plain-text");
+        addFunctions<WaveFile>(type, "com.microsoft.waveform-audio");
+    }
     return types;
 }
 
@@ -153,7 +125,7 @@ std::shared_ptr<AudioFile> openFile(const AudioFileType* type, const std::filesy
 
 const std::vector<AudioFileType>& types()
 {
-    static const std::vector<AudioFileType> all = describedTypes();
+    static const std::vector<AudioFileType> all = typesWithFunctions();
     return all;
 }
 

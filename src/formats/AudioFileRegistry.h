@@ -1,6 +1,7 @@
 #pragma once
 
-#include "formats/AudioFile.h"
+#include "formats/file/AudioFile.h"
+#include "formats/file/AudioFileTypeNames.h"
 
 #include <functional>
 
@@ -8,13 +9,7 @@ namespace velloria
 {
 
 /// One row of the type registry. A type that the program cannot open or cannot write has no function there.
-struct AudioFileType {
-    QString displayName;
-    QString uti;
-    QStringList acceptedNames;
-    QString defaultExtension;
-    QStringList extensionsForSave;
-    FourCharCode hfsType = 0;
+struct AudioFileType : AudioFileTypeNames {
     /// Recognises the first bytes of a file.
     std::function<bool(const FileHandle&)> validateFileHeader;
     /// Null when the file is not of this type; `error` is filled when it is, but cannot be read.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "formats/FileTestKit.h"
+#include "formats/kit/FileTestKit.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #include "controllers/ControllerKit.h"
 #include "effects/AmplifyVolume.h"
-#include "formats/FileTestKit.h"
+#include "formats/kit/FileTestKit.h"
 
 #include <QCoreApplication>
 

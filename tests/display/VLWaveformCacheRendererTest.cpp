@@ -1,6 +1,6 @@
 #include "display/VLWaveformCacheRenderer.h"
 
-#include "formats/FileTestKit.h"
+#include "formats/kit/FileTestKit.h"
 
 #include <QCoreApplication>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "document/MarkerSplitter.h"
 
 #include "document/DocumentKit.h"
-#include "formats/FileTestKit.h"
+#include "formats/kit/FileTestKit.h"
 
 #include <fstream>
 

@@ -1,6 +1,6 @@
 #include "formats/AudioFileRegistry.h"
 
-#include "formats/FileTestKit.h"
+#include "formats/kit/FileTestKit.h"
 
 namespace velloria
 {

@@ -2,7 +2,7 @@
 
 #include "controllers/ControllerKit.h"
 #include "document/AudioClipboard.h"
-#include "formats/FileTestKit.h"
+#include "formats/kit/FileTestKit.h"
 
 #include <QSet>
 

@@ -1,0 +1,201 @@
+#include "formats/aiff/AifcFile.h"
+
+#include "formats/decoding/FileDamage.h"
+#include "formats/saving/PacketSaver.h"
+#include "formats/saving/SampleBytesSink.h"
+#include "platform/codec/AudioFormats.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr int64_t largestFile = 0xFFFFFFFF;
+constexpr uint32_t mostChannelsOfIma4 = 2;
+// What the size estimate allows for headers and tags.
+constexpr double estimatedHeaderSize = 1000.0;
+
+struct Encoding {
+    FourCharCode format;
+    const char* title;
+};
+
+constexpr std::array writableEncodings = {Encoding{DataFormat::kIma4, "IMA 4:1"},
+                                          Encoding{DataFormat::kALaw, "A-Law 2:1"},
+                                          Encoding{DataFormat::kMuLaw, "mu-Law 2:1"}};
+
+struct Estimate {
+    FourCharCode format;
+    /// Of the size as 16-bit integers.
+    double fraction;
+};
+
+constexpr std::array estimates = {
+    Estimate{DataFormat::kIma4, 0.25},          Estimate{DataFormat::kALaw, 0.5},
+    Estimate{DataFormat::kMuLaw, 0.5},          Estimate{fourCharCode("MAC3"), 1.0 / 6.0},
+    Estimate{fourCharCode("MAC6"), 1.0 / 12.0},
+};
+
+bool isWritable(FourCharCode format)
+{
+    return std::any_of(writableEncodings.begin(), writableEncodings.end(),
+                       [format](const Encoding& each) { return each.format == format; });
+}
+
+StreamDescription descriptionOf(FourCharCode format, double sampleRate, uint32_t numChannels)
+{
+    StreamDescription description(std::max(1.0, std::round(sampleRate)), numChannels);
+    description.setFormat(format);
+    description.useAudioFormatToValidateDescription();
+    return description;
+}
+
+} // namespace
+
+AifcFile::AifcFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+    : AiffFile(sampleRate, sampleSize, numChannels)
+{
+}
+
+AifcFile::AifcFile(std::shared_ptr<FileHandle> handle)
+    : AiffFile(std::move(handle))
+{
+}
+
+bool AifcFile::validateFileHeader(const FileHandle& handle)
+{
+    return hasForm(handle, fourCharCode("AIFC"));
+}
+
+std::shared_ptr<AudioFile> AifcFile::open(std::shared_ptr<FileHandle> handle, MaybeError* error)
+{
+    const bool isAifc = validateFileHeader(*handle);
+    return openedFile(std::shared_ptr<AifcFile>(new AifcFile(std::move(handle))), isAifc, error);
+}
+
+QString AifcFile::fileFormatUTI() const
+{
+    return QStringLiteral("public.aifc-audio");
+}
+
+void AifcFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
+{
+    mRequiresConversion = true;
+    mDataFormat = format.compressionType.value_or(0);
+    mIsFloat = format.isFloat();
+    // What the format says of an encoding's packets tells nothing of the samples that they decode to.
+    if (!format.isLinear())
+        mBitsPerSample = 16;
+    mNumPackets = format.numFrames;
+    mSoundDataOffset = offsetOfSoundIn(chunk);
+    mSoundDataLength = std::max<int64_t>(0, chunk.end() - mSoundDataOffset);
+    const bool isOpenEnded = wasNeverCompleted(chunk);
+    mHoldsNoSound = lengthOfFile() <= mSoundDataOffset || (mSoundDataLength == 0 && !isOpenEnded);
+    if (isOpenEnded)
+        mWarnings.append(FileDamage::headerNeverCompleted(name()));
+    else if (!chunk.isComplete)
+        mWarnings.append(FileDamage::soundCutShort(name()));
+}
+
+FileOptions AifcFile::fileOptions() const
+{
+    FileOptions options{QStringLiteral("Compression:"), {}, static_cast<int>(DataFormat::kIma4)};
+    for (const Encoding& encoding : writableEncodings)
+        options.items.push_back({static_cast<int>(encoding.format), QString::fromLatin1(encoding.title)});
+    if (isWritable(mDataFormat))
+        options.selectedTag = static_cast<int>(mDataFormat);
+    return options;
+}
+
+double AifcFile::estimatedFileSizeWithTag(int tag) const
+{
+    constexpr int bitsOfEstimate = 16;
+    const auto* const estimate =
+        std::find_if(estimates.begin(), estimates.end(),
+                     [tag](const Estimate& each) { return static_cast<int>(each.format) == tag; });
+    if (estimate == estimates.end())
+        return -1.0;
+    return AiffFile::estimatedFileSizeWithTag(bitsOfEstimate) * estimate->fraction + estimatedHeaderSize;
+}
+
+void AifcFile::configureWithPopUpTag(int tag)
+{
+    mDataFormat = static_cast<FourCharCode>(tag);
+}
+
+void AifcFile::validateAndCorrectParameters()
+{
+    if (mBitsPerSample == 0)
+        mBitsPerSample = 16;
+    if (!isWritable(mDataFormat))
+        mDataFormat = DataFormat::kIma4;
+}
+
+uint32_t AifcFile::maximumNumberOfChannels() const
+{
+    return mDataFormat == DataFormat::kIma4 ? mostChannelsOfIma4 : AiffFile::maximumNumberOfChannels();
+}
+
+QString AifcFile::compressionName() const
+{
+    const auto info = audioFormatInfo(mDataFormat);
+    return info ? info->name : QString();
+}
+
+AiffFormat AifcFile::formatToWrite() const
+{
+    AiffFormat format = AiffFile::formatToWrite();
+    format.numFrames = static_cast<uint32_t>(std::clamp<int64_t>(mNumPackets, 0, 0xFFFFFFFF));
+    format.compressionType = mDataFormat;
+    format.compressionName = compressionName();
+    return format;
+}
+
+/// Whether the file gets too large shows before anything is written.
+void AifcFile::predictPackets(const SaveRange& range)
+{
+    const auto info = audioFormatInfo(mDataFormat);
+    const int64_t framesPerPacket = info ? std::max<int64_t>(1, info->framesPerPacket) : 1;
+    const int64_t bytesPerPacket = info ? int64_t{info->bytesPerPacketAndChannel} * mNumberOfChannels : 0;
+    mNumPackets = range.numFrames / framesPerPacket + (range.numFrames % framesPerPacket != 0);
+    const bool isTooLarge = mNumPackets > largestFile / std::max<int64_t>(1, bytesPerPacket);
+    mSoundDataLength = isTooLarge ? largestFile + 1 : mNumPackets * bytesPerPacket;
+}
+
+MaybeError AifcFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    predictPackets(range);
+    MaybeError failure;
+    if (!writeHeader(&failure)) {
+        return failure ? failure
+                       : Error{Error::Code::fileTooLarge,
+                               QStringLiteral("Cannot save files over 4 GB in size in this format.")};
+    }
+    failure = writePackets(document, range, progress);
+    // The true sizes, whether or not all was written.
+    MaybeError headerFailure;
+    writeHeader(&headerFailure);
+    const MaybeError footerFailure = writeFooter();
+    if (failure)
+        return failure;
+    return headerFailure ? headerFailure : footerFailure;
+}
+
+MaybeError AifcFile::writePackets(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    PacketSaver::Options options;
+    options.format = descriptionOf(mDataFormat, mSampleRate, mNumberOfChannels);
+    PacketSaver saver(document, range, options);
+    SampleBytesSink sink(*this);
+    MaybeError error = saver.run(sink, progress);
+    mSoundDataLength = sink.numBytesWritten();
+    setSourceWasShort(saver.sourceWasShort());
+    return error;
+}
+
+} // namespace velloria

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "formats/aiff/AiffFormat.h"
+#include "formats/chunks/RiffChunkList.h"
+#include "formats/file/AudioFile.h"
+
+namespace velloria
+{
+
+/// Uncompressed AIFF files, read in place and written sample by sample, and the base of AIFF-C. Markers live
+/// in the "MARK" chunk and, with every property and their full names, in a private "uMrk" chunk; tags in the
+/// text chunks and as an ID3v2 tag in an "ID3 " chunk. The chunks INST, MIDI, AESD and COMT are carried
+/// through as they are. Damage that leaves sound to read is told in warnings(); a header that makes no sense
+/// is an error.
+class AiffFile : public AudioFile
+{
+public:
+    /// For writing.
+    AiffFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
+
+    static bool validateFileHeader(const FileHandle& handle);
+
+    /// Null without an error for a file that is not AIFF; null with one for an AIFF file that cannot be read.
+    static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
+
+    QString fileFormatUTI() const override;
+    QString encodingDescription() const override;
+
+    int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
+    MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
+
+    void validateAndCorrectParameters() override;
+
+    bool canSavePicture(const AttachedPicture& picture) const override;
+    bool writeHeader(MaybeError* error) override;
+    MaybeError writeFooter() override;
+
+    /// Bytes of sound, as they are being written; beyond 4 GB any number above that.
+    virtual int64_t soundDataLength() const;
+
+    /// Logs every chunk's name and size, for looking into a file.
+    void debugAllChunks() const;
+
+protected:
+    explicit AiffFile(std::shared_ptr<FileHandle> handle);
+
+    static std::shared_ptr<AudioFile> openedFile(const std::shared_ptr<AiffFile>& file, bool isOfItsType,
+                                                 MaybeError* error);
+    static bool hasForm(const FileHandle& handle, FourCharCode formType);
+
+    virtual bool isCompressed() const { return false; }
+    /// Takes over what the format and the chunk with the sound say.
+    virtual void readSound(const AiffFormat& format, const RiffChunk& chunk);
+    virtual AiffFormat formatToWrite() const;
+
+    /// Of the first sample; what lies before it in the chunk is for aligning blocks.
+    int64_t offsetOfSoundIn(const RiffChunk& chunk) const;
+    bool wasNeverCompleted(const RiffChunk& chunk) const;
+    QString name() const;
+
+private:
+    MaybeError readHeader();
+    MaybeError readFormat();
+    QByteArray payloadOf(const RiffChunk& chunk) const;
+    const RiffChunk* keptChunk(FourCharCode ident);
+    void readMarkerChunk();
+    void readMetadata();
+    void readId3Chunk();
+    QString textOfChunk(FourCharCode ident) const;
+    bool isTextInMetadata(const RiffChunk& chunk) const;
+    void listChunksNotKept();
+
+    QByteArray chunksBeforeSound() const;
+    QByteArray metadataChunk() const;
+    int64_t lengthWithFooter() const;
+
+    AiffFormat mFormat;
+    RiffChunkList mChunks;
+    std::vector<int64_t> mOffsetsOfKeptChunks;
+};
+
+} // namespace velloria

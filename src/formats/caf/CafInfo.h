@@ -1,0 +1,23 @@
+#pragma once
+
+#include "formats/tags/MetadataDictionary.h"
+
+#include <QByteArray>
+
+namespace velloria
+{
+
+/// The payload of a CAF file's "info" chunk: a count of 32 bits, then keys and values, each ended by a zero.
+/// The count is little-endian, unlike all else in the file, so programs that trust it look for entries up to
+/// the end of the file: the chunk has to come last.
+namespace CafInfo
+{
+
+/// Keys with texts and numbers; nothing when there are none.
+QByteArray payloadOfDictionary(const MetadataDictionary& dictionary);
+/// As far as the count or the payload goes, whichever ends first. A big-endian count is known too.
+MetadataDictionary dictionaryOfPayload(const QByteArray& payload);
+
+} // namespace CafInfo
+
+} // namespace velloria

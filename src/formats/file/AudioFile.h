@@ -1,0 +1,213 @@
+#pragma once
+
+#include "document/clips/AudioMarker.h"
+#include "document/clips/FrameSource.h"
+#include "document/clips/MutableAudioClip.h"
+#include "document/clips/SoundSelection.h"
+#include "formats/saving/SampleFile.h"
+#include "formats/tags/AudioMetadata.h"
+#include "platform/FileHandle.h"
+#include "platform/FourCharCode.h"
+#include "platform/Progress.h"
+
+#include <QStringList>
+#include <limits>
+#include <memory>
+#include <vector>
+
+namespace velloria
+{
+
+class DecodingWatcher;
+class VLAudioFileDecompressor;
+struct SaveRange;
+
+/// One entry of a format's option list in the save panel: a sample size in bits or a bit rate in bits/s.
+struct FileOption {
+    int tag = 0;
+    QString title;
+    /// False for an entry that only says that there is nothing to choose.
+    bool isEnabled = true;
+};
+
+/// The options a format offers when saving: a label, the entries and which one is chosen at first.
+struct FileOptions {
+    QString label;
+    std::vector<FileOption> items;
+    int selectedTag = 0;
+};
+
+/// One sound file that is open for reading or is being written; one subclass per format. A file opened for
+/// reading lives as long as the document or any clip refers to it and may be read on any thread. Opening
+/// never changes the file.
+class AudioFile : public SampleFile
+{
+public:
+    ~AudioFile() override;
+    AudioFile(const AudioFile&) = delete;
+    AudioFile& operator=(const AudioFile&) = delete;
+
+    double sampleRate() const override { return mSampleRate; }
+    void setSampleRate(double rate) { mSampleRate = rate; }
+    /// Bits per second of compressed formats; 0 = not set.
+    int64_t bitRate() const { return mBitRate; }
+    void setBitRate(int64_t bitRate) { mBitRate = bitRate; }
+    uint32_t bitsPerSample() const { return mBitsPerSample; }
+    void setBitsPerSample(uint32_t bits) { mBitsPerSample = bits; }
+    uint32_t numberOfChannels() const { return mNumberOfChannels; }
+    void setNumberOfChannels(uint32_t count) { mNumberOfChannels = count; }
+    int64_t numberOfFrames() const override { return mNumberOfFrames; }
+    void setNumberOfFrames(int64_t count) { mNumberOfFrames = count; }
+    int64_t soundDataOffset() const override { return mSoundDataOffset; }
+    FourCharCode dataFormat() const { return mDataFormat; }
+    void setDataFormat(FourCharCode format) { mDataFormat = format; }
+    bool isFloat() const override { return mIsFloat; }
+    int64_t channelCount() const override { return mNumberOfChannels; }
+    int64_t sampleBits() const override { return mBitsPerSample; }
+    bool requiresConversion() const { return mRequiresConversion; }
+    bool isLittleEndian() const { return mIsLittleEndian; }
+    const MarkerList& markers() const { return mMarkers; }
+    void setMarkers(MarkerList markers) { mMarkers = std::move(markers); }
+    const AudioMetadata& metadata() const { return mMetadata; }
+    void setMetadata(const AudioMetadata& metadata) { mMetadata = metadata; }
+    const std::filesystem::path& filePath() const { return mFilePath; }
+    void setFilePath(const std::filesystem::path& path) { mFilePath = path; }
+    const std::shared_ptr<FileHandle>& fileHandle() const override { return mFileHandle; }
+    void setFileHandle(std::shared_ptr<FileHandle> handle) { mFileHandle = std::move(handle); }
+    bool canSaveMarkers() const { return mCanSaveMarkers; }
+    bool canSaveMetadata() const { return mCanSaveMetadata; }
+    bool canSaveArtwork() const { return mCanSaveArtwork; }
+
+    /// True when 8-bit samples are stored unsigned, 0x80 being silence.
+    virtual bool hasOffsetEncoding() const { return false; }
+    /// The encoding of the samples for a person: "16-bit integer", "IMA ADPCM", ...
+    virtual QString encodingDescription() const;
+
+    // What a person should know about the file that was opened.
+    /// Sentences about damage that was worked around ("The file ends before its sound data does; ...").
+    const QStringList& warnings() const { return mWarnings; }
+    /// Names of the chunks that a save in this format would not carry over, as a person would read them.
+    const QStringList& chunksNotKept() const { return mChunksNotKept; }
+    /// Keys of tags that were read but that the metadata has no room for, so that no save carries them over.
+    const QStringList& tagsNotKept() const { return mTagsNotKept; }
+
+    // Type descriptors.
+    virtual QString fileFormatUTI() const = 0;
+    QString displayTypeName() const;
+    QStringList validFileExtensionsForSave() const;
+    QString defaultFileExtension() const;
+
+    // Raw and sample access.
+    int64_t lengthOfFile() const;
+    QByteArray readRawDataAtOffset(int64_t offset, int64_t numBytes) const;
+    MaybeError writeRawData(std::span<const std::byte> data, int64_t offset) override;
+    MaybeError writeRawData(const QByteArray& data, int64_t offset);
+    int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
+    MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
+    MaybeError writeFloatData(std::span<const float> interleaved, int64_t frameOffset) override;
+
+    // Save options.
+    virtual FileOptions fileOptions() const;
+    /// Bytes; -1 when unknown.
+    virtual double estimatedFileSizeWithTag(int tag) const;
+    virtual void configureWithPopUpTag(int tag);
+    virtual void validateAndCorrectParameters();
+    /// Channels that the format can hold.
+    virtual uint32_t maximumNumberOfChannels() const { return 65535; }
+    /// True when what is written, as it is configured, loses some of the sound by its nature.
+    virtual bool encodesWithLoss() const { return false; }
+    /// What a save does to the sound beside encoding it, one sentence each: tracks mixed, rate converted, ...
+    virtual QStringList soundLosses() const { return {}; }
+    /// False for a picture that is too large for the format and would be left out.
+    virtual bool canSavePicture(const AttachedPicture&) const { return canSaveArtwork(); }
+    /// Markers that the format can hold; the first ones are written.
+    virtual int64_t maximumNumberOfMarkers() const { return std::numeric_limits<int64_t>::max(); }
+    /// Bytes of a marker's name in UTF-8 that the format can hold; the first ones are written.
+    virtual int64_t largestMarkerName() const { return std::numeric_limits<int64_t>::max(); }
+
+    // Writing hooks called by the save loop.
+    /// False when the file would exceed the format's size limit.
+    virtual bool writeHeader(MaybeError* error);
+    virtual MaybeError writeFooter();
+    virtual MaybeError finalizeWriting();
+
+    /// Writes a document, or a selection of it (clamped to it, without markers), to fileHandle() in blocks of
+    /// 32768 frames. Runs of PCM that clips read in place at the very sample size being written are carried
+    /// over unchanged; all others become floats and are dithered. False with `error` filled on failure or
+    /// cancellation; the footer is written all the same, unless the header was refused.
+    virtual bool saveDocument(const FrameSource& document, const SoundSelection* selection,
+                              Progress& progress, MaybeError* error);
+    /// True when a source of the last save held less than its clips expected (another program cut the file
+    /// short meanwhile). Silence stands for what was missing.
+    bool sourceWasShort() const { return mSourceWasShort; }
+    bool storesIntegers() const override { return true; }
+    bool needsFramesInOrder() const override { return !storesIntegers(); }
+
+    // Clips.
+    /// One clip per channel that reads this file in place. `file` must be this object.
+    static std::vector<AudioClipPtr> pcmAudioClips(const std::shared_ptr<const AudioFile>& file);
+    /// Decodes a file that requiresConversion() into scratch files: one complete clip per channel. What turns
+    /// out on the way (exact length, rate, tags, damage) is this object's afterwards. Empty with `error`
+    /// filled when it fails or is cancelled; damaged sound is opened as far as it goes, with a warning.
+    virtual std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
+                                                                               MaybeError* error);
+
+    /// Who hears of the clips of convertedAudioClips() while they grow; null for nobody. Not owned.
+    void setDecodingWatcher(DecodingWatcher* watcher) { mDecodingWatcher = watcher; }
+
+    bool storesSamplesLike(const SampleFile& source) const override;
+
+protected:
+    AudioFile();
+    /// For writing.
+    AudioFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
+    /// For reading: keeps the handle, with 44100 Hz, 16 bits and 2 channels until a header is parsed.
+    explicit AudioFile(std::shared_ptr<FileHandle> handle);
+
+    /// Writes the samples of a range that was checked, with all that stands before and after them: the
+    /// header, the save loop and the footer, unless a format does it another way.
+    virtual MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress);
+    /// For every implementation of convertedAudioClips(): to be called once the rate, the sample size and
+    /// the frames that the file declares (0: none) are known, before the first sample is appended.
+    void tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
+                              int64_t expectedFrames) const;
+    void setSourceWasShort(bool wasShort) { mSourceWasShort = wasShort; }
+
+    /// Takes over channels, rate, length, bit rate and sample width of what a decoder gives.
+    void takeShapeOf(const VLAudioFileDecompressor& decoder);
+    void tellOfDamage(const VLAudioFileDecompressor& decoder);
+    /// What convertedAudioClips() does, with a decoder that is open and has given nothing yet.
+    std::vector<std::shared_ptr<MutableAudioClip>> decodedClips(VLAudioFileDecompressor& decoder,
+                                                                Progress& progress, MaybeError* error);
+
+    double mSampleRate = 44100.0;
+    int64_t mBitRate = 0;
+    uint32_t mBitsPerSample = 16;
+    uint32_t mNumberOfChannels = 2;
+    int64_t mNumberOfFrames = 0;
+    int64_t mSoundDataOffset = 0;
+    FourCharCode mDataFormat = 0;
+    bool mIsFloat = false;
+    bool mRequiresConversion = false;
+    /// For a file that requires conversion: the header shows that there is nothing to decode.
+    bool mHoldsNoSound = false;
+    bool mIsLittleEndian = false;
+    bool mCanSaveMarkers = false;
+    bool mCanSaveMetadata = false;
+    bool mCanSaveArtwork = false;
+    MarkerList mMarkers;
+    AudioMetadata mMetadata;
+    std::filesystem::path mFilePath;
+    std::shared_ptr<FileHandle> mFileHandle;
+    QStringList mWarnings;
+    QStringList mChunksNotKept;
+    QStringList mTagsNotKept;
+
+private:
+    MaybeError checkSaveRange(const FrameSource& document, const SaveRange& range) const;
+
+    bool mSourceWasShort = false;
+    DecodingWatcher* mDecodingWatcher = nullptr;
+};
+
+} // namespace velloria

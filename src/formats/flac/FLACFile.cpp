@@ -1,0 +1,164 @@
+#include "formats/flac/FLACFile.h"
+
+#include "formats/decoding/FileDamage.h"
+#include "formats/flac/FlacConversion.h"
+#include "formats/flac/FlacEncoder.h"
+#include "formats/ogg/OggStreams.h"
+#include "formats/saving/IntegerFeed.h"
+#include "platform/Log.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr FourCharCode flacFormat = fourCharCode("flac");
+constexpr std::array sampleSizes = {8, 12, 16, 20, 24};
+constexpr int defaultSampleSize = 16;
+constexpr uint32_t narrowestSample = 8;
+constexpr uint32_t widestSample = 32;
+constexpr double highestRate = 4294967295.0;
+// Eight blocks of the file: handing them over costs nothing then, and cancelling is still heard at once.
+constexpr int64_t framesPerPass = int64_t{8} * 4096;
+// Bytes of a file against those of its samples, for each bit of the sample size: what music comes to.
+constexpr double estimatedRatioPerBit = 0.03245192308;
+
+} // namespace
+
+FLACFile::FLACFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+    : AudioFile(sampleRate, sampleSize, numChannels)
+{
+    mCanSaveMetadata = true;
+}
+
+FLACFile::FLACFile(std::shared_ptr<FileHandle> handle)
+    : AudioFile(std::move(handle))
+{
+    mCanSaveMetadata = true;
+    mRequiresConversion = true;
+    mDataFormat = flacFormat;
+}
+
+FLACFile::~FLACFile() = default;
+
+bool FLACFile::validateFileHeader(const FileHandle& handle)
+{
+    return FlacDescription::containerOf(handle).has_value();
+}
+
+std::shared_ptr<AudioFile> FLACFile::open(std::shared_ptr<FileHandle> handle, MaybeError* error)
+{
+    const auto container = FlacDescription::containerOf(*handle);
+    if (!container)
+        return nullptr;
+    QString why;
+    auto description = FlacDescription::read(handle, *container, &why);
+    if (!description) {
+        if (error)
+            *error = FileDamage::unreadable(displayName(handle->path()), why);
+        return nullptr;
+    }
+    const std::shared_ptr<FLACFile> file(new FLACFile(std::move(handle)));
+    file->takeDescription(std::move(*description));
+    return file;
+}
+
+void FLACFile::takeDescription(FlacDescription description)
+{
+    mSampleRate = description.format.sampleRate;
+    mNumberOfChannels = description.format.numChannels;
+    mBitsPerSample = description.format.bitsPerSample;
+    mNumberOfFrames = description.numFrames;
+    if (!description.comments.isEmpty())
+        mMetadata.setValuesWithDictionary(description.comments.dictionary());
+    mTagsNotKept = description.comments.keysNotKept();
+    mChunksNotKept = description.blocksNotKept;
+    if (description.comments.hasPictureNotKept())
+        mChunksNotKept.append(QStringLiteral("picture"));
+    if (description.container.isOgg)
+        mChunksNotKept.prepend(QStringLiteral("the Ogg container"));
+    mDescription = std::make_unique<const FlacDescription>(std::move(description));
+}
+
+QString FLACFile::fileFormatUTI() const
+{
+    return QStringLiteral("org.videolan.flac");
+}
+
+std::vector<std::shared_ptr<MutableAudioClip>> FLACFile::convertedAudioClips(Progress& progress,
+                                                                             MaybeError* error)
+{
+    std::unique_ptr<FlacConversion> conversion;
+    // The frames may tell otherwise than the description.
+    const auto takeFormat = [&] {
+        mSampleRate = conversion->format().sampleRate;
+        mNumberOfChannels = conversion->format().numChannels;
+        mBitsPerSample = conversion->format().bitsPerSample;
+        tellDecodingDidBegin(conversion->clips(), mDescription->numFrames);
+    };
+    conversion = std::make_unique<FlacConversion>(mFileHandle, *mDescription, takeFormat);
+    if (MaybeError failure = conversion->run(progress)) {
+        if (error)
+            *error = failure;
+        return {};
+    }
+    mNumberOfFrames = conversion->numFrames();
+    const QString name = displayName(filePath());
+    mWarnings = conversion->warnings(name);
+    // Sound that was streamed does not know its length, but its last page is marked.
+    if (mWarnings.isEmpty() && mDescription->container.isOgg && !OggStreams::isComplete(*mFileHandle))
+        mWarnings.append(FileDamage::soundCutShort(name));
+    if (!mWarnings.isEmpty())
+        logLine(QStringLiteral("FLAC file may be corrupted."));
+    return conversion->clips();
+}
+
+FileOptions FLACFile::fileOptions() const
+{
+    FileOptions options{QStringLiteral("Sample Size:"), {}, defaultSampleSize};
+    for (const int bits : sampleSizes) {
+        options.items.push_back({bits, QStringLiteral("%1 bit").arg(bits)});
+        if (static_cast<uint32_t>(bits) == mBitsPerSample)
+            options.selectedTag = bits;
+    }
+    return options;
+}
+
+double FLACFile::estimatedFileSizeWithTag(int tag) const
+{
+    const int bits = tag == 0 ? defaultSampleSize : tag;
+    return bits * AudioFile::estimatedFileSizeWithTag(defaultSampleSize) * estimatedRatioPerBit;
+}
+
+void FLACFile::validateAndCorrectParameters()
+{
+    AudioFile::validateAndCorrectParameters();
+    mBitsPerSample = std::clamp(mBitsPerSample, narrowestSample, widestSample);
+}
+
+MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    const FlacFormat format = {static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, highestRate)),
+                               mNumberOfChannels, mBitsPerSample};
+    FlacEncoder encoder(mFileHandle, format, range.numFrames);
+    if (MaybeError error = encoder.start(VorbisComments::entriesOf(mMetadata.dictionary())))
+        return error;
+    IntegerFeed feed(document.audioTracks(), range, framesPerPass, static_cast<int>(mBitsPerSample));
+    MaybeError error;
+    while (!error && feed.next()) {
+        error = encoder.encode(feed.channels(), feed.numFrames());
+        progress.setMarkValue(progress.markValue() + feed.numFrames());
+        if (!error && progress.isCancelled())
+            error = Error::cancelled();
+    }
+    setSourceWasShort(feed.sourceWasShort());
+    const MaybeError finishError = encoder.finish();
+    return error ? error : finishError;
+}
+
+} // namespace velloria

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "formats/file/AudioFile.h"
+
+namespace velloria
+{
+
+struct FlacDescription;
+
+/// FLAC files, also FLAC in Ogg. Opening reads the metadata; the sound is decoded into scratch files. Written
+/// are plain FLAC files with the tags as Vorbis comments; the format class stores neither markers nor
+/// pictures.
+class FLACFile : public AudioFile
+{
+public:
+    /// For writing.
+    FLACFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
+    ~FLACFile() override;
+
+    static bool validateFileHeader(const FileHandle& handle);
+
+    /// Null without an error for a file that is not FLAC; null with one for a FLAC file that cannot be read.
+    static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
+
+    QString fileFormatUTI() const override;
+
+    std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
+                                                                       MaybeError* error) override;
+
+    FileOptions fileOptions() const override;
+    double estimatedFileSizeWithTag(int tag) const override;
+    void validateAndCorrectParameters() override;
+    uint32_t maximumNumberOfChannels() const override { return 8; }
+
+protected:
+    MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+
+private:
+    explicit FLACFile(std::shared_ptr<FileHandle> handle);
+    void takeDescription(FlacDescription description);
+
+    /// Of a file that was opened.
+    std::unique_ptr<const FlacDescription> mDescription;
+};
+
+} // namespace velloria

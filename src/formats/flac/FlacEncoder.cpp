@@ -1,0 +1,132 @@
+#include "formats/flac/FlacEncoder.h"
+
+#include "platform/Log.h"
+
+#include <FLAC/metadata.h>
+
+namespace velloria
+{
+
+namespace
+{
+
+FLAC__StreamMetadata_VorbisComment_Entry commentEntry(QByteArray& text)
+{
+    return {static_cast<FLAC__uint32>(text.size()), reinterpret_cast<FLAC__byte*>(text.data())};
+}
+
+} // namespace
+
+/// What the library calls; `client` is the FlacEncoder.
+struct FlacEncoder::Callbacks {
+    static FlacEncoder& self(void* client) { return *static_cast<FlacEncoder*>(client); }
+
+    static FLAC__StreamEncoderWriteStatus write(const FLAC__StreamEncoder*, const FLAC__byte buffer[],
+                                                size_t numBytes, uint32_t, uint32_t, void* client)
+    {
+        self(client).mWriter.write(std::as_bytes(std::span(buffer, numBytes)));
+        return self(client).mWriter.error() ? FLAC__STREAM_ENCODER_WRITE_STATUS_FATAL_ERROR
+                                            : FLAC__STREAM_ENCODER_WRITE_STATUS_OK;
+    }
+
+    static FLAC__StreamEncoderSeekStatus seek(const FLAC__StreamEncoder*, FLAC__uint64 offset, void* client)
+    {
+        self(client).mWriter.setPosition(static_cast<int64_t>(offset));
+        return self(client).mWriter.error() ? FLAC__STREAM_ENCODER_SEEK_STATUS_ERROR
+                                            : FLAC__STREAM_ENCODER_SEEK_STATUS_OK;
+    }
+
+    static FLAC__StreamEncoderTellStatus tell(const FLAC__StreamEncoder*, FLAC__uint64* offset, void* client)
+    {
+        *offset = static_cast<FLAC__uint64>(self(client).mWriter.position());
+        return FLAC__STREAM_ENCODER_TELL_STATUS_OK;
+    }
+};
+
+void FlacEncoder::MetadataDeleter::operator()(FLAC__StreamMetadata* block) const
+{
+    FLAC__metadata_object_delete(block);
+}
+
+FlacEncoder::FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames)
+    : mWriter(std::move(handle))
+    , mFormat(format)
+    , mNumFrames(numFrames)
+    , mEncoder(FLAC__stream_encoder_new())
+{
+}
+
+/// Null when there is nothing to say.
+FlacEncoder::Metadata FlacEncoder::encoderMetadata(const QList<VorbisComments::Entry>& comments)
+{
+    if (comments.isEmpty())
+        return nullptr;
+    Metadata block(FLAC__metadata_object_new(FLAC__METADATA_TYPE_VORBIS_COMMENT));
+    if (!block)
+        return nullptr;
+    QByteArray vendor("Velloria, libFLAC 1.2.1");
+    FLAC__metadata_object_vorbiscomment_set_vendor_string(block.get(), commentEntry(vendor), true);
+    for (const VorbisComments::Entry& comment : comments) {
+        QByteArray text = comment.key + '=' + comment.value;
+        FLAC__metadata_object_vorbiscomment_append_comment(block.get(), commentEntry(text), true);
+    }
+    return block;
+}
+
+MaybeError FlacEncoder::start(const QList<VorbisComments::Entry>& comments)
+{
+    if (!mEncoder) {
+        logLine(QStringLiteral("FLAC__stream_encoder_new() could not create a decoder instance."));
+        return Error{Error::Code::failed, QStringLiteral("The FLAC encoder could not be started.")};
+    }
+    mMetadata = encoderMetadata(comments);
+    FLAC__StreamEncoderInitStatus status = initialise(true);
+    // Rates and sizes that are out of the ordinary are only told in the file's header then, not in every
+    // frame; every decoder of files can do with that.
+    if (status == FLAC__STREAM_ENCODER_INIT_STATUS_NOT_STREAMABLE)
+        status = initialise(false);
+    if (status == FLAC__STREAM_ENCODER_INIT_STATUS_OK)
+        return std::nullopt;
+    logLine(QStringLiteral("FLAC__stream_encoder_init_stream() error: %1.").arg(static_cast<int>(status)));
+    return failure();
+}
+
+FLAC__StreamEncoderInitStatus FlacEncoder::initialise(bool isStreamable)
+{
+    FLAC__StreamEncoder* const encoder = mEncoder.get();
+    FLAC__stream_encoder_set_streamable_subset(encoder, isStreamable);
+    FLAC__stream_encoder_set_channels(encoder, mFormat.numChannels);
+    FLAC__stream_encoder_set_bits_per_sample(encoder, mFormat.bitsPerSample);
+    FLAC__stream_encoder_set_sample_rate(encoder, mFormat.sampleRate);
+    FLAC__stream_encoder_set_total_samples_estimate(encoder, static_cast<FLAC__uint64>(mNumFrames));
+    FLAC__StreamMetadata* block = mMetadata.get();
+    if (block)
+        FLAC__stream_encoder_set_metadata(encoder, &block, 1);
+    return FLAC__stream_encoder_init_stream(encoder, Callbacks::write, Callbacks::seek, Callbacks::tell,
+                                            nullptr, this);
+}
+
+MaybeError FlacEncoder::encode(std::span<const int32_t* const> channels, int64_t numFrames)
+{
+    if (FLAC__stream_encoder_process(mEncoder.get(), channels.data(), static_cast<uint32_t>(numFrames)))
+        return std::nullopt;
+    return failure();
+}
+
+MaybeError FlacEncoder::finish()
+{
+    const bool isFinished = mEncoder && FLAC__stream_encoder_finish(mEncoder.get());
+    return isFinished && !mWriter.finish() ? std::nullopt : MaybeError(failure());
+}
+
+Error FlacEncoder::failure() const
+{
+    if (mWriter.error())
+        return *mWriter.error();
+    return {Error::Code::failed, QStringLiteral("FLAC files cannot hold %1 channels of %2 bits at %3 Hz.")
+                                     .arg(mFormat.numChannels)
+                                     .arg(mFormat.bitsPerSample)
+                                     .arg(mFormat.sampleRate)};
+}
+
+} // namespace velloria

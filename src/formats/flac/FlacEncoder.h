@@ -1,0 +1,48 @@
+#pragma once
+
+#include "formats/flac/FlacDescription.h"
+#include "formats/streams/BufferedWriter.h"
+
+#include <FLAC/stream_encoder.h>
+#include <span>
+
+namespace velloria
+{
+
+/// Writes one FLAC file with the library's default settings. One thread at a time.
+class FlacEncoder
+{
+public:
+    /// `numFrames` is what the file will hold.
+    FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames);
+
+    /// Writes the metadata.
+    MaybeError start(const QList<VorbisComments::Entry>& comments);
+    /// channels[c] holds integers of the format's size.
+    MaybeError encode(std::span<const int32_t* const> channels, int64_t numFrames);
+    /// Writes what is left, and the final numbers into the header. Also after an error, to end decently.
+    MaybeError finish();
+
+private:
+    struct Callbacks;
+    struct EncoderDeleter {
+        void operator()(FLAC__StreamEncoder* encoder) const { FLAC__stream_encoder_delete(encoder); }
+    };
+    struct MetadataDeleter {
+        void operator()(FLAC__StreamMetadata* block) const;
+    };
+    using Metadata = std::unique_ptr<FLAC__StreamMetadata, MetadataDeleter>;
+
+    static Metadata encoderMetadata(const QList<VorbisComments::Entry>& comments);
+    FLAC__StreamEncoderInitStatus initialise(bool isStreamable);
+    Error failure() const;
+
+    BufferedWriter mWriter;
+    const FlacFormat mFormat;
+    const int64_t mNumFrames;
+    /// Outlives the encoder, which refers to it.
+    Metadata mMetadata;
+    std::unique_ptr<FLAC__StreamEncoder, EncoderDeleter> mEncoder;
+};
+
+} // namespace velloria

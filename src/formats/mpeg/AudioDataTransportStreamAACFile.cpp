@@ -1,0 +1,90 @@
+#include "formats/mpeg/AudioDataTransportStreamAACFile.h"
+
+#include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/mpeg/AacBitRates.h"
+#include "formats/saving/PacketSaver.h"
+#include "platform/codec/AudioFormats.h"
+#include "platform/codec/ContainerWriter.h"
+#include "platform/codec/ElementaryStreams.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+// What readers leave out at the start.
+constexpr int64_t assumedPrimingFrames = 2112;
+
+} // namespace
+
+AudioDataTransportStreamAACFile::AudioDataTransportStreamAACFile(double sampleRate, uint32_t sampleSize,
+                                                                 uint32_t numChannels)
+    : DecodedFile(sampleRate, sampleSize, numChannels)
+{
+    mDataFormat = DataFormat::kAac;
+}
+
+AudioDataTransportStreamAACFile::AudioDataTransportStreamAACFile(std::shared_ptr<FileHandle> handle)
+    : DecodedFile(std::move(handle))
+{
+}
+
+bool AudioDataTransportStreamAACFile::validateFileHeader(const FileHandle& handle)
+{
+    return ElementaryStreams::isAdts(handle);
+}
+
+std::shared_ptr<AudioFile> AudioDataTransportStreamAACFile::open(std::shared_ptr<FileHandle> handle,
+                                                                 MaybeError* error)
+{
+    if (!validateFileHeader(*handle))
+        return nullptr;
+    const std::shared_ptr<AudioDataTransportStreamAACFile> file(
+        new AudioDataTransportStreamAACFile(std::move(handle)));
+    auto decoder = VLAudioFileDecompressor::forReadingFile(file->fileHandle(), file->fileFormatUTI(), error);
+    if (!decoder)
+        return nullptr;
+    file->takeDecoder(std::move(decoder));
+    if (ElementaryStreams::lengthOfLeadingTags(*file->fileHandle()) > 0)
+        file->mChunksNotKept.append(QStringLiteral("ID3 tag"));
+    return file;
+}
+
+QString AudioDataTransportStreamAACFile::fileFormatUTI() const
+{
+    return QStringLiteral("public.aac-audio");
+}
+
+QString AudioDataTransportStreamAACFile::encodingDescription() const
+{
+    const auto info = audioFormatInfo(mDataFormat);
+    return info ? info->name : QStringLiteral("AAC");
+}
+
+FileOptions AudioDataTransportStreamAACFile::fileOptions() const
+{
+    return AacBitRates::options(mBitRate, mSampleRate, mNumberOfChannels);
+}
+
+void AudioDataTransportStreamAACFile::validateAndCorrectParameters()
+{
+    DecodedFile::validateAndCorrectParameters();
+    mBitRate = AacBitRates::closest(mBitRate, mSampleRate, mNumberOfChannels);
+    mDataFormat = DataFormat::kAac;
+}
+
+MaybeError AudioDataTransportStreamAACFile::writeRange(const FrameSource& document, const SaveRange& range,
+                                                       Progress& progress)
+{
+    StreamDescription format(mSampleRate, mNumberOfChannels);
+    format.setFormat(DataFormat::kAac);
+    format.useAudioFormatToValidateDescription();
+    ContainerWriter container(fileHandle(), ContainerType::kAdts, {});
+    PacketSaver saver(document, range, {format, mBitRate, assumedPrimingFrames});
+    MaybeError error = saver.run(container, progress);
+    setSourceWasShort(saver.sourceWasShort());
+    return error;
+}
+
+} // namespace velloria

@@ -1,0 +1,187 @@
+#include "formats/mpeg/Mp3File.h"
+
+#include "formats/decoding/FileDamage.h"
+#include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/mpeg/Mp3Saver.h"
+#include "formats/tags/ID3Data.h"
+#include "formats/tags/Id3Intake.h"
+#include "formats/tags/Id3Writer.h"
+#include "platform/codec/ElementaryStreams.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr FourCharCode layer1 = fourCharCode(".mp1");
+constexpr FourCharCode layer2 = fourCharCode(".mp2");
+
+constexpr int64_t defaultBitRate = 128000;
+constexpr double highestSampleRate = 48000.0;
+
+bool isMpegAudioFormat(FourCharCode dataFormat)
+{
+    return dataFormat == DataFormat::kMp3 || dataFormat == layer2 || dataFormat == layer1;
+}
+
+} // namespace
+
+Mp3File::Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+    : DecodedFile(sampleRate, sampleSize, numChannels)
+{
+    mCanSaveMetadata = true;
+    mCanSaveArtwork = true;
+    mDataFormat = DataFormat::kMp3;
+}
+
+Mp3File::Mp3File(std::shared_ptr<FileHandle> handle)
+    : DecodedFile(std::move(handle))
+{
+    mCanSaveMetadata = true;
+    mCanSaveArtwork = true;
+}
+
+bool Mp3File::validateFileHeader(const FileHandle& handle)
+{
+    return ElementaryStreams::startOfMpegAudio(handle).has_value();
+}
+
+std::shared_ptr<AudioFile> Mp3File::open(std::shared_ptr<FileHandle> handle, MaybeError* error)
+{
+    if (!validateFileHeader(*handle))
+        return nullptr;
+    const std::shared_ptr<Mp3File> file(new Mp3File(std::move(handle)));
+    const MaybeError failure = file->openDecoder();
+    if (!failure)
+        return file;
+    if (error)
+        *error = failure;
+    return nullptr;
+}
+
+MaybeError Mp3File::openDecoder()
+{
+    MaybeError failure;
+    auto decoder = VLAudioFileDecompressor::forReadingFile(fileHandle(), fileFormatUTI(), &failure);
+    if (!decoder || !isMpegAudioFormat(decoder->dataFormat()))
+        return failure ? failure
+                       : FileDamage::unreadable(displayName(filePath()),
+                                                QStringLiteral("its MPEG audio is damaged"));
+    takeDecoder(std::move(decoder));
+    readTag();
+    return std::nullopt;
+}
+
+/// Sets the bit rate to the average over everything that is no tag.
+void Mp3File::readTag()
+{
+    const auto tag = ID3Data::id3DataWithFile(*fileHandle());
+    const int64_t tagLength = tag ? tag->length() : 0;
+    if (mNumberOfFrames > 0) {
+        const double seconds = static_cast<double>(mNumberOfFrames) / mSampleRate;
+        mBitRate = std::llround(static_cast<double>(lengthOfFile() - tagLength) / seconds * 8.0);
+    }
+    if (!tag) {
+        tellOfTrailingTag();
+        return;
+    }
+    if (const auto keysNotKept = takeInId3Tag(tag->tagData(), mMetadata))
+        mTagsNotKept += *keysNotKept;
+    else
+        mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
+}
+
+/// The old tag of fixed length at the end of a file is not read, so a save would lose it.
+void Mp3File::tellOfTrailingTag()
+{
+    constexpr int64_t tagLength = 128;
+    const int64_t length = lengthOfFile();
+    if (length > tagLength && readRawDataAtOffset(length - tagLength, 3) == "TAG")
+        mChunksNotKept.append(QStringLiteral("ID3v1 tag"));
+}
+
+bool Mp3File::isLameInstalled()
+{
+    return Mp3Encoder::isLameInstalled();
+}
+
+const std::vector<int64_t>& Mp3File::validBitRates()
+{
+    static const std::vector<int64_t> rates = {8000,   16000,  24000,  32000,  40000,  48000,
+                                               56000,  64000,  80000,  96000,  112000, 128000,
+                                               160000, 192000, 224000, 256000, 320000};
+    return rates;
+}
+
+int64_t Mp3File::closestValidBitRate(int64_t bitRate)
+{
+    const std::vector<int64_t>& rates = validBitRates();
+    return *std::min_element(rates.begin(), rates.end(), [bitRate](int64_t a, int64_t b) {
+        return std::abs(a - bitRate) < std::abs(b - bitRate);
+    });
+}
+
+FileOptions Mp3File::fileOptions() const
+{
+    FileOptions options;
+    options.label = QStringLiteral("Bit Rate:");
+    for (const int64_t rate : validBitRates())
+        options.items.push_back({static_cast<int>(rate), QStringLiteral("%1 kbps").arg(rate / 1000)});
+    options.selectedTag = static_cast<int>(closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate));
+    return options;
+}
+
+bool Mp3File::canSavePicture(const AttachedPicture& picture) const
+{
+    return canBeId3Picture(picture);
+}
+
+void Mp3File::validateAndCorrectParameters()
+{
+    DecodedFile::validateAndCorrectParameters();
+    mBitRate = closestValidBitRate(mBitRate);
+    mDataFormat = DataFormat::kMp3;
+}
+
+QStringList Mp3File::soundLosses() const
+{
+    QStringList losses;
+    if (mNumberOfChannels > 2)
+        losses += QStringLiteral("The %1 tracks are mixed to stereo.").arg(mNumberOfChannels);
+    if (mSampleRate > highestSampleRate)
+        losses +=
+            QStringLiteral("Sound of %1 Hz is converted to %2 Hz.").arg(mSampleRate).arg(highestSampleRate);
+    return losses;
+}
+
+MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    if (range.numFrames == 0)
+        return FileDamage::noSoundToSave(displayTypeName());
+    const QByteArray tag = mMetadata.id3Data();
+    if (MaybeError error = writeRawData(tag, 0))
+        return error;
+    mBitRate = closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate);
+    mSoundDataOffset = tag.size();
+    Mp3Saver saver(document, range, mBitRate);
+    MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress);
+    setSourceWasShort(saver.sourceWasShort());
+    return error;
+}
+
+QString Mp3File::fileFormatUTI() const
+{
+    return QStringLiteral("public.mp3");
+}
+
+QString Mp3File::encodingDescription() const
+{
+    const int layer = mDataFormat == layer1 ? 1 : mDataFormat == layer2 ? 2 : 3;
+    return QStringLiteral("MPEG Layer %1").arg(layer);
+}
+
+} // namespace velloria

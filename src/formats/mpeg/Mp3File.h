@@ -1,0 +1,53 @@
+#pragma once
+
+#include "formats/file/DecodedFile.h"
+
+namespace velloria
+{
+
+/// MP3 files, and the older layers of MPEG audio. There is no header to go by: whatever no other type claims
+/// is looked through for a row of MPEG packets. Opening counts the frames, of which silence that the encoder
+/// put before and after the sound is no part where the file tells it; the sound is then decoded as a whole.
+/// Tags and pictures are those of the ID3v2 tag at the start of the file. Files are written by LAME with a
+/// constant bit rate: the tag, a packet that tells the encoder's delay, the sound. What has more than two
+/// tracks is mixed to stereo as it plays.
+class Mp3File : public DecodedFile
+{
+public:
+    /// For writing.
+    Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
+
+    static bool validateFileHeader(const FileHandle& handle);
+
+    /// Null without an error for a file of another type; null with one for MPEG audio that cannot be read.
+    static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
+
+    /// True when MP3 files can be written.
+    static bool isLameInstalled();
+    /// The bit rates that MP3 files can have, in bits per second, the lowest first.
+    static const std::vector<int64_t>& validBitRates();
+    /// The valid bit rate nearest to another one; the lower of two that are equally near.
+    static int64_t closestValidBitRate(int64_t bitRate);
+
+    QString fileFormatUTI() const override;
+    QString encodingDescription() const override;
+
+    FileOptions fileOptions() const override;
+    void validateAndCorrectParameters() override;
+    bool storesIntegers() const override { return false; }
+    bool canSavePicture(const AttachedPicture& picture) const override;
+    QStringList soundLosses() const override;
+    bool encodesWithLoss() const override { return true; }
+
+protected:
+    MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+
+private:
+    explicit Mp3File(std::shared_ptr<FileHandle> handle);
+
+    MaybeError openDecoder();
+    void readTag();
+    void tellOfTrailingTag();
+};
+
+} // namespace velloria

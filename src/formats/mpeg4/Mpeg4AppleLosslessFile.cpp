@@ -1,0 +1,51 @@
+#include "formats/mpeg4/Mpeg4AppleLosslessFile.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr uint32_t narrowBits = 16;
+constexpr uint32_t wideBits = 24;
+
+} // namespace
+
+Mpeg4AppleLosslessFile::Mpeg4AppleLosslessFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+    : Mpeg4File(sampleRate, sampleSize, numChannels)
+{
+    mDataFormat = DataFormat::kAppleLossless;
+}
+
+Mpeg4AppleLosslessFile::Mpeg4AppleLosslessFile(std::shared_ptr<FileHandle> handle)
+    : Mpeg4File(std::move(handle))
+{
+}
+
+QString Mpeg4AppleLosslessFile::fileFormatUTI() const
+{
+    return QStringLiteral("public.mpeg-4-audio.apple-lossless");
+}
+
+FileOptions Mpeg4AppleLosslessFile::fileOptions() const
+{
+    FileOptions options{QStringLiteral("Sample Size:"), {}, 0};
+    for (const uint32_t bits : {narrowBits, wideBits})
+        options.items.push_back({static_cast<int>(bits), QStringLiteral("%1 bit").arg(bits)});
+    options.selectedTag = static_cast<int>(mBitsPerSample > narrowBits ? wideBits : narrowBits);
+    return options;
+}
+
+void Mpeg4AppleLosslessFile::validateAndCorrectParameters()
+{
+    Mpeg4File::validateAndCorrectParameters();
+    mBitsPerSample = mBitsPerSample > narrowBits ? wideBits : narrowBits;
+    mDataFormat = DataFormat::kAppleLossless;
+}
+
+FourCharCode Mpeg4AppleLosslessFile::writtenFormat() const
+{
+    return DataFormat::kAppleLossless;
+}
+
+} // namespace velloria

@@ -1,0 +1,302 @@
+#include "formats/mpeg4/Mpeg4Tags.h"
+
+#include "platform/codec/Mpeg4Box.h"
+
+#include <QtEndian>
+#include <algorithm>
+#include <array>
+#include <taglib/mp4coverart.h>
+#include <taglib/mp4file.h>
+#include <taglib/mp4tag.h>
+#include <taglib/tbytevectorstream.h>
+
+namespace velloria::Mpeg4Tags
+{
+
+namespace
+{
+
+enum class Kind { text, number, byte, flag, position };
+
+/// Which item of the list holds which key of the metadata dictionary. The first letter of many names is the
+/// copyright sign in Latin-1.
+struct Row {
+    const char* item;
+    const char16_t* key;
+    Kind kind = Kind::text;
+};
+
+constexpr std::array rows = {
+    Row{"\251nam", u"title"},
+    Row{"\251ART", u"artist"},
+    Row{"aART", u"album artist"},
+    Row{"\251alb", u"album"},
+    Row{"\251grp", u"grouping"},
+    Row{"\251wrt", u"composer"},
+    Row{"\251cmt", u"comments"},
+    Row{"\251day", u"year"},
+    Row{"\251gen", u"genre"},
+    Row{"trkn", u"track number", Kind::position},
+    Row{"disk", u"disc number", Kind::position},
+    Row{"tmpo", u"tempo", Kind::number},
+    Row{"rtng", u"advisory", Kind::byte},
+    Row{"cpil", u"compilation", Kind::flag},
+    Row{"pgap", u"gapless", Kind::flag},
+    Row{"pcst", u"podcast", Kind::flag},
+    Row{"cprt", u"copyright"},
+    Row{"\251dir", u"director"},
+    Row{"\251fmt", u"format"},
+    Row{"\251too", u"encoding application"},
+    Row{"purd", u"purchase date"},
+    Row{"catg", u"category"},
+    Row{"egid", u"egid"},
+    Row{"desc", u"description"},
+    Row{"ldes", u"long description"},
+    Row{"keyw", u"keywords"},
+    Row{"purl", u"podcast url"},
+    Row{"\251lyr", u"lyrics"},
+};
+
+const char* const picturesItem = "covr";
+const char* const gaplessItem = "----:com.apple.iTunes:iTunSMPB";
+const auto freeformPrefix = QStringLiteral("----:");
+// What players note for themselves: gaps, loudness.
+const auto privateName = QStringLiteral("iTun");
+
+QString fromTagLib(const TagLib::String& text)
+{
+    return QString::fromStdString(text.to8Bit(true));
+}
+
+TagLib::String toTagLib(const QString& text)
+{
+    return {text.toUtf8().toStdString(), TagLib::String::UTF8};
+}
+
+QByteArray fromTagLib(const TagLib::ByteVector& bytes)
+{
+    return {bytes.data(), static_cast<qsizetype>(bytes.size())};
+}
+
+QString keyOf(const Row& row)
+{
+    return QString::fromUtf16(row.key);
+}
+
+QString textOf(const TagLib::MP4::Item& item)
+{
+    QStringList values;
+    for (const TagLib::String& value : item.toStringList())
+        values.append(fromTagLib(value));
+    return values.join(QStringLiteral("; "));
+}
+
+QString positionText(const TagLib::MP4::Item& item)
+{
+    const auto [number, total] = item.toIntPair();
+    return total > 0 ? QStringLiteral("%1/%2").arg(number).arg(total) : QString::number(number);
+}
+
+QVariant valueOf(const Row& row, const TagLib::MP4::Item& item)
+{
+    switch (row.kind) {
+    case Kind::text:
+        break;
+    case Kind::number:
+        return QString::number(item.toInt());
+    case Kind::byte:
+        return QString::number(item.toByte());
+    case Kind::flag:
+        return QString::number(item.toBool() ? 1 : 0);
+    case Kind::position:
+        return positionText(item);
+    }
+    return textOf(item);
+}
+
+TagLib::MP4::Item itemOf(const Row& row, const QString& value)
+{
+    const auto number = [](const QString& text) {
+        return static_cast<int>(std::clamp<int64_t>(leadingInteger(text).value_or(0), 0, 0xFFFF));
+    };
+    switch (row.kind) {
+    case Kind::text:
+        break;
+    case Kind::number:
+        return {number(value)};
+    case Kind::byte:
+        return {static_cast<unsigned char>(std::min(number(value), 255))};
+    case Kind::flag:
+        return {number(value) != 0};
+    case Kind::position:
+        return {number(value.section(u'/', 0, 0)), number(value.section(u'/', 1, 1))};
+    }
+    return {TagLib::StringList(toTagLib(value))};
+}
+
+QList<AttachedPicture> picturesOf(const TagLib::MP4::Item& item)
+{
+    QList<AttachedPicture> pictures;
+    for (const TagLib::MP4::CoverArt& cover : item.toCoverArtList()) {
+        auto picture = AttachedPicture::withPictureData(fromTagLib(cover.data()));
+        if (!picture)
+            continue;
+        if (cover.format() == TagLib::MP4::CoverArt::BMP)
+            picture->setImageFormat(QStringLiteral("image/bmp"));
+        else if (cover.format() == TagLib::MP4::CoverArt::GIF)
+            picture->setImageFormat(QStringLiteral("image/gif"));
+        pictures.append(*picture);
+    }
+    return pictures;
+}
+
+uint32_t formatOf(const AttachedPicture& picture)
+{
+    using CoverArt = TagLib::MP4::CoverArt;
+    if (picture.imageFormat() == u"image/bmp")
+        return CoverArt::BMP;
+    if (picture.imageFormat() == u"image/gif")
+        return CoverArt::GIF;
+    return picture.imageUTI() == u"public.png" ? CoverArt::PNG : CoverArt::JPEG;
+}
+
+constexpr qsizetype pictureFormatBytes = 8; // and a locale, which nobody uses
+
+qsizetype numPictureBytes(const QList<AttachedPicture>& pictures)
+{
+    qsizetype size = 0;
+    for (const AttachedPicture& picture : pictures)
+        size += mpeg4BoxHeaderBytes + pictureFormatBytes + picture.pictureData().size();
+    return size;
+}
+
+/// Appends the item of the pictures, put together here because the library would copy each of them six times.
+void appendPictures(QByteArray& items, const QList<AttachedPicture>& pictures)
+{
+    items += mpeg4BoxHeader(fourCharCode("covr"), static_cast<size_t>(numPictureBytes(pictures)));
+    for (const AttachedPicture& picture : pictures) {
+        const QByteArray& data = picture.pictureData();
+        QByteArray format(pictureFormatBytes, '\0');
+        qToBigEndian(formatOf(picture), format.data());
+        items += mpeg4BoxHeader(fourCharCode("data"), static_cast<size_t>(pictureFormatBytes + data.size()));
+        items += format;
+        items += data;
+    }
+}
+
+/// The payload of the 'meta' box; empty when there is none.
+Mpeg4Box metaOf(const Mpeg4Box& movie)
+{
+    constexpr FourCharCode meta = fourCharCode("meta");
+    const Mpeg4Box box = movie.descendant({fourCharCode("udta"), meta});
+    return box.isEmpty() ? movie.descendant({meta}) : box;
+}
+
+/// A file with nothing but the tags of another one: what the library is shown, so that it meets neither the
+/// index of a long file nor the sound. Tags can be as large as their pictures, so they are copied once only.
+TagLib::ByteVector fileAround(const Mpeg4Box& meta)
+{
+    constexpr auto headerBytes = static_cast<size_t>(mpeg4BoxHeaderBytes);
+    const size_t metaBytes = meta.isEmpty() ? 0 : headerBytes + meta.size();
+    QByteArray head = mpeg4Box(fourCharCode("ftyp"), QByteArray("M4A \0\0\0\0", 8)) +
+                      mpeg4BoxHeader(fourCharCode("moov"), headerBytes + metaBytes) +
+                      mpeg4BoxHeader(fourCharCode("udta"), metaBytes);
+    if (!meta.isEmpty())
+        head += mpeg4BoxHeader(fourCharCode("meta"), meta.size());
+    TagLib::ByteVector bytes(static_cast<unsigned>(static_cast<size_t>(head.size()) + meta.size()));
+    std::copy(meta.bytes().begin(), meta.bytes().end(), std::copy(head.begin(), head.end(), bytes.begin()));
+    return bytes;
+}
+
+/// A 'meta' box with pictures added to its list.
+QByteArray metaWithPictures(const Mpeg4Box& meta, const QList<AttachedPicture>& pictures)
+{
+    constexpr FourCharCode list = fourCharCode("ilst");
+    constexpr size_t versionBytes = 4;
+    if (meta.size() < versionBytes)
+        return {};
+    const Mpeg4Box boxes(meta.bytes().subspan(versionBytes));
+    const Mpeg4Box items = boxes.descendant({list});
+    const QByteArray others = meta.copy(0, versionBytes) + boxes.childrenWithout(list);
+    const qsizetype pictureBytes = pictures.isEmpty() ? 0 : mpeg4BoxHeaderBytes + numPictureBytes(pictures);
+    const size_t itemBytes = items.size() + static_cast<size_t>(pictureBytes);
+    const size_t size = static_cast<size_t>(others.size() + mpeg4BoxHeaderBytes) + itemBytes;
+    QByteArray box;
+    box.reserve(mpeg4BoxHeaderBytes + static_cast<qsizetype>(size));
+    box += mpeg4BoxHeader(fourCharCode("meta"), size) + others + mpeg4BoxHeader(list, itemBytes) +
+           items.copy(0, items.size());
+    if (!pictures.isEmpty())
+        appendPictures(box, pictures);
+    return box;
+}
+
+TagLib::MP4::ItemMap itemsOf(const FileHandle& file)
+{
+    TagLib::ByteVectorStream stream([&] {
+        const QByteArray movie = readMpeg4Movie(file);
+        return fileAround(metaOf(Mpeg4Box(movie)));
+    }());
+    const TagLib::MP4::File tagFile(&stream, false);
+    return tagFile.isValid() && tagFile.tag() ? tagFile.tag()->itemMap() : TagLib::MP4::ItemMap();
+}
+
+/// The name of an unknown item as a person would read it; empty for what is of no interest.
+QString nameOf(const TagLib::String& item)
+{
+    const QString name = fromTagLib(item);
+    const QString last = name.startsWith(freeformPrefix) ? name.section(u':', -1) : name;
+    return last.startsWith(privateName) ? QString() : last;
+}
+
+} // namespace
+
+QStringList read(const FileHandle& file, AudioMetadata& metadata)
+{
+    TagLib::MP4::ItemMap items = itemsOf(file);
+    if (items.isEmpty())
+        return {};
+    MetadataDictionary dictionary;
+    for (const Row& row : rows) {
+        if (!items.contains(row.item))
+            continue;
+        const QVariant value = valueOf(row, items[row.item]);
+        if (!value.toString().isEmpty())
+            dictionary.insert(keyOf(row), value);
+        items.erase(row.item);
+    }
+    if (items.contains(picturesItem)) {
+        dictionary.insert(MetadataKey::attachedPictures,
+                          QVariant::fromValue(picturesOf(items[picturesItem])));
+        items.erase(picturesItem);
+    }
+    metadata.setValuesWithDictionary(dictionary);
+    QStringList namesNotKept;
+    for (const auto& [name, item] : items) {
+        if (const QString shown = nameOf(name); !shown.isEmpty())
+            namesNotKept.append(shown);
+    }
+    return namesNotKept;
+}
+
+QByteArray box(const AudioMetadata& metadata, const QByteArray& gaplessText)
+{
+    MetadataDictionary dictionary = metadata.dictionary();
+    if (!dictionary.isEmpty())
+        dictionary.insert(MetadataKey::encodingApplication, QStringLiteral("Velloria"));
+    TagLib::ByteVectorStream stream(fileAround(Mpeg4Box(std::span<const uint8_t>())));
+    TagLib::MP4::File file(&stream, false);
+    TagLib::MP4::Tag& tag = *file.tag();
+    for (const Row& row : rows) {
+        if (const QString value = metadataText(dictionary.value(keyOf(row))); !value.isEmpty())
+            tag.setItem(row.item, itemOf(row, value));
+    }
+    if (!gaplessText.isEmpty())
+        tag.setItem(gaplessItem, TagLib::StringList(toTagLib(QString::fromLatin1(gaplessText))));
+    if (tag.isEmpty() || !file.save())
+        return {};
+    const TagLib::ByteVector& bytes = *stream.data();
+    const Mpeg4Box whole(std::span(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()));
+    return metaWithPictures(metaOf(whole.descendant({fourCharCode("moov")})), metadata.artwork());
+}
+
+} // namespace velloria::Mpeg4Tags

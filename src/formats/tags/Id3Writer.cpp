@@ -1,0 +1,140 @@
+#include "formats/tags/Id3Writer.h"
+
+#include "formats/tags/Id3Frames.h"
+#include "formats/tags/Id3Text.h"
+#include "platform/Log.h"
+
+#include <QtEndian>
+#include <array>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr qsizetype headerLength = 10;
+constexpr qsizetype frameHeaderLength = 6;
+constexpr qsizetype shortestTag = 256;
+constexpr qsizetype largestTag = headerLength + 0xFFFFFFF; // the size field has 28 bits
+
+/// Appends frames to a tag.
+class TagBuilder
+{
+public:
+    explicit TagBuilder(const MetadataDictionary& dictionary);
+    void addFrames(const Id3Frame& frame);
+    QByteArray take();
+
+private:
+    void addFrame(const Id3Frame& frame, const QByteArray& payload);
+    void addText(const Id3Frame& frame, const QString& text);
+    void addComment(const Id3Frame& frame, const QString& text);
+
+    const MetadataDictionary& mDictionary;
+    QByteArray mTag;
+};
+
+TagBuilder::TagBuilder(const MetadataDictionary& dictionary)
+    : mDictionary(dictionary)
+{
+    qsizetype expectedLength = 4096;
+    const QList<AttachedPicture> pictures = attachedPictures(dictionary);
+    for (const AttachedPicture& picture : pictures)
+        expectedLength += picture.pictureData().size() + 256;
+    mTag.reserve(std::min(expectedLength, largestTag));
+    mTag.append(headerLength, '\0');
+}
+
+void TagBuilder::addFrame(const Id3Frame& frame, const QByteArray& payload)
+{
+    if (payload.size() > id3LargestPayload || payload.size() > largestTag - frameHeaderLength - mTag.size()) {
+        logLine(QStringLiteral("ID3 tag: \"%1\" of %2 bytes is too large and was left out.")
+                    .arg(frame.keyString())
+                    .arg(payload.size()));
+        return;
+    }
+    const auto size = qToBigEndian(static_cast<quint32>(payload.size()));
+    mTag.append(frame.version2ID.data(), static_cast<qsizetype>(frame.version2ID.size()));
+    mTag.append(reinterpret_cast<const char*>(&size) + 1, 3);
+    mTag.append(payload);
+}
+
+void TagBuilder::addText(const Id3Frame& frame, const QString& text)
+{
+    const Id3EncodedText encoded = encodeId3Text(text);
+    addFrame(frame, static_cast<char>(encoded.encoding) + encoded.bytes);
+}
+
+/// The empty description between language and text ends with one byte even before UTF-16, as in all tags
+/// of this kind that exist; splitId3Description() knows it, some other programs skip such a comment.
+void TagBuilder::addComment(const Id3Frame& frame, const QString& text)
+{
+    const Id3EncodedText encoded = encodeId3Text(text);
+    addFrame(frame, static_cast<char>(encoded.encoding) + QByteArray("eng\0", 4) + encoded.bytes);
+}
+
+void TagBuilder::addFrames(const Id3Frame& frame)
+{
+    const auto entry = mDictionary.constFind(frame.keyString());
+    if (frame.version2ID.empty() || entry == mDictionary.constEnd())
+        return;
+    if (frame.kind == Id3FrameKind::podcastFlag) {
+        addFrame(frame, QByteArray("\0\0\0\1", 4));
+        return;
+    }
+    if (frame.kind == Id3FrameKind::pictures) {
+        const QList<AttachedPicture> pictures = attachedPictures(mDictionary);
+        for (const AttachedPicture& picture : pictures)
+            addFrame(frame, picture.id3v220Data());
+        return;
+    }
+    const QString text = metadataText(*entry);
+    if (text.isEmpty())
+        return;
+    if (frame.kind == Id3FrameKind::text)
+        addText(frame, text);
+    else if (frame.kind == Id3FrameKind::url)
+        addFrame(frame, text.toLatin1());
+    else
+        addComment(frame, text);
+}
+
+QByteArray TagBuilder::take()
+{
+    if (mTag.size() < shortestTag)
+        mTag.append(shortestTag - mTag.size(), '\0');
+    const auto size = static_cast<uint32_t>(mTag.size() - headerLength);
+    mTag.replace(0, 4, "ID3\2");
+    for (qsizetype i = 0; i < 4; ++i)
+        mTag[6 + i] = static_cast<char>((size >> (7 * (3 - i))) & 0x7F);
+    return std::exchange(mTag, {});
+}
+
+} // namespace
+
+bool canBeId3Picture(const AttachedPicture& picture)
+{
+    // Only those near the limit are worth the copy.
+    constexpr qsizetype surelySmall = id3LargestPayload / 2;
+    return picture.pictureData().size() + 2 * picture.pictureDescription().size() < surelySmall ||
+           picture.id3v220Data().size() <= id3LargestPayload;
+}
+
+QByteArray generateId3Tag(const MetadataDictionary& dictionary)
+{
+    if (dictionary.isEmpty())
+        return {};
+    MetadataDictionary complete = dictionary;
+    complete.insert(MetadataKey::encodingApplication, QStringLiteral("Velloria"));
+    convertNumberDataToString(complete, MetadataKey::trackNumber);
+    convertNumberDataToString(complete, MetadataKey::discNumber);
+    convertGenreNumberToString(complete);
+
+    TagBuilder builder(complete);
+    for (const Id3Frame& frame : id3Frames())
+        builder.addFrames(frame);
+    return builder.take();
+}
+
+} // namespace velloria

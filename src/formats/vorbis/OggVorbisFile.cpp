@@ -1,0 +1,228 @@
+#include "formats/vorbis/OggVorbisFile.h"
+
+#include "formats/decoding/FileDamage.h"
+#include "formats/ogg/OggStreams.h"
+#include "formats/saving/FrameFeed.h"
+#include "formats/vorbis/VorbisConversion.h"
+#include "formats/vorbis/VorbisEncoder.h"
+#include "platform/Log.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr FourCharCode vorbisFormat = fourCharCode("vorb");
+constexpr std::array bitRates = {8000,  16000, 20000,  24000,  32000,  40000,  48000,  56000, 64000,
+                                 80000, 96000, 112000, 128000, 160000, 192000, 256000, 320000};
+// Tags from 101 to 110 are ten times the quality, and 100; larger ones are bit rates.
+constexpr int lowestQualityTag = 101;
+constexpr int highestQualityTag = 110;
+constexpr int recommendedTag = 106;
+constexpr int lowestBitRateTag = 4000;
+constexpr int highestBitRateTag = 1024000;
+constexpr float recommendedQuality = 1.7F;
+constexpr float lowestQuality = 0.9F;
+constexpr double highestRate = 2147483647.0;
+
+/// What the file holds instead of Vorbis, as far as that is known.
+QString reasonToRefuse(const std::vector<OggStreams::Start>& starts)
+{
+    constexpr std::array<std::pair<const char*, const char*>, 4> codecs = {
+        {{"OpusHead", "Opus"}, {"Speex", "Speex"}, {"\x80theora", "Theora"}, {"\x01vorbis", "Vorbis"}}};
+    for (const auto& [firstBytes, name] : codecs) {
+        if (!OggStreams::startWith(starts, firstBytes))
+            continue;
+        if (QLatin1String(name) == QLatin1String("Vorbis"))
+            return QStringLiteral("its Vorbis headers are damaged");
+        return QStringLiteral("it holds %1, not Vorbis").arg(QLatin1String(name));
+    }
+    return QStringLiteral("it holds no Vorbis sound");
+}
+
+} // namespace
+
+OggVorbisFile::OggVorbisFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+    : AudioFile(sampleRate, sampleSize, numChannels)
+{
+    mCanSaveMetadata = true;
+}
+
+OggVorbisFile::OggVorbisFile(std::shared_ptr<FileHandle> handle)
+    : AudioFile(std::move(handle))
+{
+    mCanSaveMetadata = true;
+    mRequiresConversion = true;
+    mDataFormat = vorbisFormat;
+}
+
+OggVorbisFile::~OggVorbisFile() = default;
+
+bool OggVorbisFile::validateFileHeader(const FileHandle& handle)
+{
+    // The library is done with the handle when this returns.
+    return VorbisStream::isVorbis({std::shared_ptr<void>(), &handle});
+}
+
+std::shared_ptr<AudioFile> OggVorbisFile::open(std::shared_ptr<FileHandle> handle, MaybeError* error)
+{
+    const auto starts = OggStreams::startsIn(*handle);
+    int status = 0;
+    auto stream = VorbisStream::open(handle, &status);
+    if (!stream) {
+        logLine(QStringLiteral("Invalid file. Error %1").arg(status));
+        const bool isFlac = OggStreams::startWith(starts, OggStreams::flacStart).has_value();
+        if (!starts.empty() && !isFlac && error)
+            *error = FileDamage::unreadable(displayName(handle->path()), reasonToRefuse(starts));
+        return nullptr;
+    }
+    const std::shared_ptr<OggVorbisFile> file(new OggVorbisFile(std::move(handle)));
+    file->mStream = std::move(stream);
+    file->readStream();
+    return file;
+}
+
+void OggVorbisFile::readStream()
+{
+    mNumberOfChannels = static_cast<uint32_t>(mStream->numChannels());
+    mSampleRate = mStream->sampleRate();
+    mBitRate = mStream->bitRate();
+    mNumberOfFrames = mStream->numFrames();
+    const VorbisComments comments = mStream->comments();
+    if (!comments.isEmpty())
+        mMetadata.setValuesWithDictionary(comments.dictionary());
+    mTagsNotKept = comments.keysNotKept();
+    if (comments.hasPictureNotKept())
+        mChunksNotKept.append(QStringLiteral("picture"));
+}
+
+QString OggVorbisFile::fileFormatUTI() const
+{
+    return QStringLiteral("org.videolan.ogg-audio");
+}
+
+QString OggVorbisFile::encodingDescription() const
+{
+    return QStringLiteral("Vorbis");
+}
+
+std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClips(Progress& progress,
+                                                                                  MaybeError* error)
+{
+    int status = 0;
+    if (!mStream)
+        mStream = VorbisStream::open(mFileHandle, &status);
+    const std::unique_ptr<VorbisStream> stream = std::move(mStream);
+    MaybeError failure;
+    std::vector<std::shared_ptr<MutableAudioClip>> clips;
+    if (stream) {
+        VorbisConversion conversion(mFileHandle, *stream);
+        tellDecodingDidBegin(conversion.clips(), stream->numFrames());
+        failure = conversion.run(progress);
+        mNumberOfFrames = conversion.numFrames();
+        const QString name = displayName(filePath());
+        mWarnings.clear();
+        if (conversion.isDamaged())
+            mWarnings.append(FileDamage::soundDamaged(name));
+        if (stream->changesFormat())
+            mWarnings.append(FileDamage::soundChangesFormat(name));
+        else if (!OggStreams::isComplete(*mFileHandle))
+            mWarnings.append(FileDamage::soundCutShort(name));
+        if (!failure)
+            clips = conversion.clips();
+    } else {
+        failure = FileDamage::unreadable(displayName(filePath()), QStringLiteral("it changed meanwhile"));
+    }
+    if (failure && error)
+        *error = failure;
+    return clips;
+}
+
+std::vector<int> OggVorbisFile::applicableBitRates() const
+{
+    const double bitsPerSecond = mNumberOfChannels * 8.0 * mSampleRate;
+    std::vector<int> applicable;
+    std::copy_if(bitRates.begin(), bitRates.end(), std::back_inserter(applicable),
+                 [bitsPerSecond](int bitRate) { return bitRate < bitsPerSecond; });
+    return applicable;
+}
+
+FileOptions OggVorbisFile::fileOptions() const
+{
+    FileOptions options{QStringLiteral("Quality:"), {}, recommendedTag};
+    options.items.push_back({0, QStringLiteral("Variable Bit Rate:"), false});
+    for (int tag = highestQualityTag; tag >= lowestQualityTag; --tag) {
+        QString title = QString::number(tag - lowestQualityTag + 1);
+        if (tag == highestQualityTag)
+            title += QStringLiteral(" (best quality)");
+        else if (tag == recommendedTag)
+            title += QStringLiteral(" (recommended)");
+        else if (tag == lowestQualityTag)
+            title += QStringLiteral(" (smallest files)");
+        options.items.push_back({tag, title});
+    }
+    options.items.push_back({0, QStringLiteral("Average Bit Rate:"), false});
+    for (const int bitRate : applicableBitRates())
+        options.items.push_back({bitRate, QStringLiteral("%1 kbps").arg(bitRate / 1000)});
+    return options;
+}
+
+double OggVorbisFile::estimatedFileSizeWithTag(int tag) const
+{
+    if (tag < lowestBitRateTag)
+        return -1.0;
+    return tag * 0.125 * (static_cast<double>(mNumberOfFrames) / mSampleRate);
+}
+
+void OggVorbisFile::configureWithPopUpTag(int tag)
+{
+    if (tag >= lowestQualityTag && tag <= highestQualityTag) {
+        mEncodingQuality = static_cast<float>(tag - lowestQualityTag + 1) / 10.0F + 1.0F;
+        mBitRate = 0;
+    } else if (tag >= lowestBitRateTag && tag <= highestBitRateTag) {
+        mEncodingQuality = 0.0F;
+        mBitRate = tag;
+        mIsBitRateChosen = true;
+    }
+}
+
+void OggVorbisFile::validateAndCorrectParameters()
+{
+    // The rate may be that of the file that the sound was read from, and not one of Vorbis.
+    if (!mIsBitRateChosen && mBitRate >= lowestBitRateTag && !VorbisEncoder::canEncode(settings()))
+        mBitRate = 0;
+    if (mBitRate == 0 && mEncodingQuality == 0.0F)
+        mEncodingQuality = recommendedQuality;
+}
+
+VorbisSettings OggVorbisFile::settings() const
+{
+    VorbisSettings settings;
+    settings.numChannels = static_cast<int32_t>(mNumberOfChannels);
+    settings.sampleRate = static_cast<int>(std::clamp(std::round(mSampleRate), 0.0, highestRate));
+    if (mBitRate >= lowestBitRateTag)
+        settings.bitRate = mBitRate;
+    else
+        settings.quality = (mEncodingQuality < lowestQuality ? recommendedQuality : mEncodingQuality) - 1.0F;
+    return settings;
+}
+
+MaybeError OggVorbisFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    VorbisEncoder encoder(mFileHandle, settings());
+    if (MaybeError error = encoder.start(VorbisComments::entriesOf(mMetadata.dictionary())))
+        return error;
+    FrameFeed feed(document, range);
+    const MaybeError error = feed.run(
+        [&encoder](std::span<const float> interleaved) { return encoder.encode(interleaved); }, progress);
+    setSourceWasShort(feed.sourceWasShort());
+    const MaybeError finishError = encoder.finish();
+    return error ? error : finishError;
+}
+
+} // namespace velloria

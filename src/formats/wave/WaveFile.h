@@ -1,0 +1,72 @@
+#pragma once
+
+#include "formats/chunks/RiffChunkList.h"
+#include "formats/file/AudioFile.h"
+#include "formats/wave/WaveFormat.h"
+
+namespace velloria
+{
+
+/// RIFF WAVE files. Integer PCM is read in place; every other encoding only says that it needs decoding.
+/// Markers live in a private "MARK" chunk, tags as an ID3v2 tag in an "ID3 " chunk, and the chunks of
+/// Broadcast Wave are carried through as they are. Damage that leaves sound to read is told in warnings(); a
+/// header that makes no sense is an error.
+class WaveFile : public AudioFile
+{
+public:
+    /// For writing.
+    WaveFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
+
+    static bool validateFileHeader(const FileHandle& handle);
+
+    /// Null without an error for a file that is not RIFF WAVE; null with one for a WAVE file that cannot be
+    /// read.
+    static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
+
+    QString fileFormatUTI() const override;
+    bool hasOffsetEncoding() const override { return mOffsetEncoding; }
+    QString encodingDescription() const override;
+
+    int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
+    MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
+
+    void validateAndCorrectParameters() override;
+    uint32_t maximumNumberOfChannels() const override;
+    int64_t maximumNumberOfMarkers() const override;
+    int64_t largestMarkerName() const override;
+
+    bool canSavePicture(const AttachedPicture& picture) const override;
+    bool writeHeader(MaybeError* error) override;
+    MaybeError writeFooter() override;
+
+    /// Logs every chunk's name and size, for looking into a file.
+    void logAllChunks() const;
+
+private:
+    explicit WaveFile(std::shared_ptr<FileHandle> handle);
+
+    MaybeError readHeader();
+    void readSoundDataChunk(const RiffChunk& data);
+    bool wasNeverCompleted(const RiffChunk& data) const;
+    void readMarkerChunk();
+    void readMetadata();
+    void readBroadcastWaveFileChunks();
+    void listChunksNotKept();
+    const RiffChunk* metadataChunkFound() const;
+    QByteArray payloadOf(const RiffChunk& chunk) const;
+    QString name() const;
+
+    WaveFormat formatToWrite() const;
+    std::vector<QByteArray> footerChunks() const;
+    int64_t lengthWithFooter() const;
+    MaybeError writeContainerChunk();
+    MaybeError writeChunk(const QByteArray& chunk, int64_t* offset);
+    void convertTwosComplementData(std::span<std::byte> data) const;
+
+    bool mOffsetEncoding = false;
+    WaveFormat mFormat;
+    RiffChunkList mChunks;
+    std::vector<int64_t> mOffsetsOfKeptChunks;
+};
+
+} // namespace velloria

@@ -1,0 +1,170 @@
+#include "formats/wave/WaveFormat.h"
+
+#include "formats/decoding/FileDamage.h"
+
+#include <QtEndian>
+#include <algorithm>
+#include <array>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr qsizetype pcmPayloadLength = 16;
+// Where an extensible format's sub-format identifier begins with the format tag.
+constexpr qsizetype subFormatOffset = 24;
+// Beyond what any converter or radio delivers.
+constexpr uint32_t highestSampleRate = 100'000'000;
+constexpr uint32_t widestSample = 32;
+
+struct EncodingName {
+    uint16_t tag;
+    const char* name;
+};
+
+constexpr auto encodingNames = std::to_array<EncodingName>({
+    {0x0002, "Microsoft ADPCM"},
+    {WaveFormat::tagALaw, "A-law"},
+    {WaveFormat::tagMuLaw, "mu-law"},
+    {0x0010, "OKI ADPCM"},
+    {0x0011, "IMA ADPCM"},
+    {0x0016, "G.723 ADPCM"},
+    {0x0017, "Dialogic ADPCM"},
+    {0x0020, "Yamaha ADPCM"},
+    {0x0022, "TrueSpeech"},
+    {0x0031, "GSM 6.10"},
+    {0x0040, "G.721 ADPCM"},
+    {0x0042, "G.723"},
+    {0x0045, "G.726 ADPCM"},
+    {0x0050, "MPEG audio"},
+    {0x0055, "MP3"},
+    {0x0064, "G.726 ADPCM"},
+    {0x0092, "AC-3"},
+    {0x00FF, "AAC"},
+    {0x0160, "Windows Media Audio"},
+    {0x0161, "Windows Media Audio"},
+    {0x0162, "Windows Media Audio"},
+    {0x0163, "Windows Media Audio"},
+    {0x2000, "AC-3"},
+    {0x2001, "DTS"},
+    {0x674F, "Ogg Vorbis"},
+    {0xA106, "AAC"},
+    {0xF1AC, "FLAC"},
+});
+
+uint16_t uint16At(const QByteArray& bytes, qsizetype offset)
+{
+    return offset + 2 <= bytes.size() ? qFromLittleEndian<quint16>(bytes.constData() + offset) : quint16{0};
+}
+
+uint32_t uint32At(const QByteArray& bytes, qsizetype offset)
+{
+    return offset + 4 <= bytes.size() ? qFromLittleEndian<quint32>(bytes.constData() + offset) : 0;
+}
+
+QString nameOfTag(uint16_t tag)
+{
+    for (const EncodingName& encoding : encodingNames) {
+        if (encoding.tag == tag)
+            return QString::fromLatin1(encoding.name);
+    }
+    return QStringLiteral("format 0x%1").arg(tag, 4, 16, QLatin1Char('0'));
+}
+
+} // namespace
+
+WaveFormat WaveFormat::ofPayload(const QByteArray& payload)
+{
+    WaveFormat format;
+    format.formatTag = uint16At(payload, 0);
+    format.numChannels = uint16At(payload, 2);
+    format.sampleRate = uint32At(payload, 4);
+    format.blockAlign = uint16At(payload, 12);
+    format.bitsPerSample = uint16At(payload, 14);
+    format.subFormatTag =
+        format.formatTag == tagExtensible ? uint16At(payload, subFormatOffset) : format.formatTag;
+    return format;
+}
+
+QByteArray WaveFormat::payload() const
+{
+    // A rate of bytes that does not fit is of no use to any reader; the other fields stay right.
+    const uint64_t byteRate = std::min<uint64_t>(uint64_t{blockAlign} * sampleRate, 0xFFFFFFFF);
+    QByteArray bytes(pcmPayloadLength, Qt::Uninitialized);
+    qToLittleEndian<quint16>(formatTag, bytes.data());
+    qToLittleEndian<quint16>(numChannels, bytes.data() + 2);
+    qToLittleEndian<quint32>(sampleRate, bytes.data() + 4);
+    qToLittleEndian<quint32>(static_cast<quint32>(byteRate), bytes.data() + 8);
+    qToLittleEndian<quint16>(blockAlign, bytes.data() + 12);
+    qToLittleEndian<quint16>(bitsPerSample, bytes.data() + 14);
+    return bytes;
+}
+
+MaybeError WaveFormat::checked(const QString& name) const
+{
+    const auto damaged = [&name](const QString& why) { return FileDamage::unreadable(name, why); };
+    if (numChannels == 0)
+        return damaged(QStringLiteral("its header says that it has no channels"));
+    if (sampleRate == 0 || sampleRate > highestSampleRate)
+        return damaged(QStringLiteral("its header gives a sample rate of %1 Hz").arg(sampleRate));
+    if (!isPCM())
+        return std::nullopt;
+    if (blockAlign == 0 || blockAlign % numChannels != 0) {
+        return damaged(QStringLiteral("its header gives %1 bytes to a frame of %2 samples")
+                           .arg(blockAlign)
+                           .arg(numChannels));
+    }
+    if (bitsPerSample > containerBits()) {
+        return damaged(QStringLiteral("its header gives %1 bits of room to samples of %2 bits")
+                           .arg(containerBits())
+                           .arg(bitsPerSample));
+    }
+    if (containerBits() > widestSample) {
+        return Error{Error::Code::unsupported,
+                     QStringLiteral("“%1” holds %2-bit integers, which Velloria cannot read.")
+                         .arg(name)
+                         .arg(containerBits())};
+    }
+    return std::nullopt;
+}
+
+uint32_t WaveFormat::containerBits() const
+{
+    return numChannels == 0 ? 0U : blockAlign * 8U / numChannels;
+}
+
+bool WaveFormat::isOffsetEncoded() const
+{
+    return (bitsPerSample == 0 ? containerBits() : bitsPerSample) < 9;
+}
+
+FourCharCode WaveFormat::dataFormat() const
+{
+    switch (subFormatTag) {
+    case tagPCM:
+    case tagFloat:
+        return fourCharCode("lpcm");
+    case tagALaw:
+        return fourCharCode("alaw");
+    case tagMuLaw:
+        return fourCharCode("ulaw");
+    default:
+        return 0;
+    }
+}
+
+QString WaveFormat::description() const
+{
+    QString name;
+    if (subFormatTag == tagPCM)
+        name = QStringLiteral("%1-bit integer").arg(isPCM() ? containerBits() : bitsPerSample);
+    else if (subFormatTag == tagFloat)
+        name = QStringLiteral("%1-bit floating point").arg(bitsPerSample);
+    else
+        name = nameOfTag(subFormatTag);
+    return formatTag == tagExtensible ? QStringLiteral("extensible (%1)").arg(name) : name;
+}
+
+} // namespace velloria

@@ -1,0 +1,103 @@
+#include "formats/decoding/FileDamage.h"
+#include "formats/kit/CompressedFileKit.h"
+
+namespace velloria::test
+{
+
+/// Files of packets that were cut off, or overwritten in the middle, by another program.
+class CompressedFileDamageTest : public CompressedFileTest
+{
+protected:
+    struct Case {
+        const char* name;
+        const char* options;
+        /// Overwritten in the middle; 0 where packets are then skipped, or decode to something else.
+        int numDamagedBytes;
+        int64_t framesPerPacket;
+    };
+
+    static std::vector<Case> cases()
+    {
+        return {
+            {"tagged.mp3", "-c:a libmp3lame -b:a 128k", 0, 1152},
+            {"plain.mp3", "-c:a libmp3lame -b:a 128k -write_xing 0", 0, 1152},
+            {"a.aac", "-c:a aac", 1500, 1024},
+            {"aac.m4a", "-c:a aac -movflags faststart", 1500, 1024},
+            {"alac.m4a", "-c:a alac -movflags faststart", 40000, 4096},
+            {"fragments.m4a", "-c:a aac -movflags frag_keyframe+empty_moov -frag_duration 300000", false,
+             1024},
+            {"ima.caf", "-c:a adpcm_ima_qt", 0, 64},
+            {"ima.wav", "-c:a adpcm_ima_wav", 0, 4096},
+        };
+    }
+
+    struct Opened {
+        Sound sound;
+        QStringList warnings;
+    };
+    Opened opened(const std::string& name) const
+    {
+        const auto file = open(name);
+        if (!file)
+            return {};
+        Sound sound = decoded(*file);
+        EXPECT_EQ(sound.numFrames(), file->numberOfFrames());
+        return {sound, file->warnings()};
+    }
+
+    static std::string prefixed(const char* prefix, const char* name) { return std::string(prefix) + name; }
+};
+
+TEST_F(CompressedFileDamageTest, WhatAFileThatIsCutShortStillHoldsIsOpenedWithAWarning)
+{
+    writeSource("source.wav", testSound(100000, 2));
+    for (const Case& each : cases()) {
+        SCOPED_TRACE(each.name);
+        ffmpeg(QStringLiteral("-i source.wav %1 %2").arg(each.options, each.name));
+        const Opened whole = opened(each.name);
+        EXPECT_EQ(whole.warnings, QStringList());
+        const QByteArray bytes = readBytes(each.name);
+        writeBytes(prefixed("cut-", each.name), bytes.left(bytes.size() * 6 / 10));
+        const Opened cut = opened(prefixed("cut-", each.name));
+        EXPECT_EQ(cut.warnings, QStringList(FileDamage::soundCutShort(
+                                    QString::fromStdString(prefixed("cut-", each.name)))));
+        const int64_t numFrames = cut.sound.numFrames() - 2 * each.framesPerPacket;
+        ASSERT_GT(numFrames, 30000);
+        ASSERT_LT(numFrames, 80000);
+        // All but what the last packets share is as it was.
+        for (size_t i = 0; i < static_cast<size_t>(numFrames) * 2; ++i)
+            ASSERT_EQ(cut.sound.samples[i], whole.sound.samples[i]) << i;
+    }
+}
+
+TEST_F(CompressedFileDamageTest, DamageInTheMiddleIsToldAndWhatFollowsKeepsItsPlace)
+{
+    writeSource("source.wav", testSound(100000, 2));
+    for (const Case& each : cases()) {
+        if (each.numDamagedBytes == 0)
+            continue;
+        SCOPED_TRACE(each.name);
+        ffmpeg(QStringLiteral("-i source.wav %1 %2").arg(each.options, each.name));
+        const Opened whole = opened(each.name);
+        QByteArray bytes = readBytes(each.name);
+        const int count = each.numDamagedBytes;
+        bytes.replace(bytes.size() / 2, count, QByteArray(count, '\xFF'));
+        writeBytes(prefixed("bad-", each.name), bytes);
+        const Opened damaged = opened(prefixed("bad-", each.name));
+        EXPECT_EQ(damaged.warnings,
+                  QStringList(FileDamage::soundDamaged(QString::fromStdString(prefixed("bad-", each.name)))));
+        if (damaged.sound.numFrames() != whole.sound.numFrames()) {
+            EXPECT_STREQ(each.name, "a.aac") << "where nothing tells how many packets there were";
+            continue;
+        }
+        const std::vector<float> expected = whole.sound.channel(0);
+        const std::vector<float> found = damaged.sound.channel(0);
+        for (size_t i = 0; i < 20000; ++i)
+            ASSERT_EQ(found[i], expected[i]) << i;
+        // The decoder of AAC invents noise where the encoder left it out, another one behind the damage.
+        for (size_t i = found.size() - 20000; i < found.size(); ++i)
+            ASSERT_NEAR(found[i], expected[i], 0.01) << i;
+    }
+}
+
+} // namespace velloria::test

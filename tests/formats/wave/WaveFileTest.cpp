@@ -1,0 +1,243 @@
+#include "formats/wave/WaveFile.h"
+
+#include "formats/kit/FileTestKit.h"
+#include "formats/tags/Id3TestTags.h"
+
+namespace velloria
+{
+namespace
+{
+
+using namespace test;
+
+class WaveFileTest : public FileTest
+{
+protected:
+    /// Saves silence with these markers and tags; the file object that wrote it.
+    std::shared_ptr<WaveFile> save(const std::string& name, int64_t numFrames, uint32_t bits,
+                                   uint32_t numChannels, const MarkerList& markers = {},
+                                   const AudioMetadata& metadata = {}) const
+    {
+        const TrackDocument document(
+            std::vector(numChannels, ClipList(AudioClipPtr(std::make_shared<AudioClip>(numFrames)))));
+        auto file = std::make_shared<WaveFile>(44100.0, bits, numChannels);
+        file->setFileHandle(newFile(name));
+        file->setMarkers(markers);
+        file->setMetadata(metadata);
+        SilentProgress progress;
+        MaybeError error;
+        EXPECT_TRUE(file->saveDocument(document, nullptr, progress, &error)) << error->message.toStdString();
+        return file;
+    }
+};
+
+TEST_F(WaveFileTest, WritesTheHeaderByteByByte)
+{
+    const struct {
+        uint32_t bits;
+        uint32_t numChannels;
+        int bytesPerSample;
+    } cases[] = {{8, 1, 1}, {16, 1, 2}, {16, 2, 2}, {12, 2, 2}, {20, 1, 3}, {24, 2, 3}, {32, 3, 4}};
+    for (const auto& c : cases) {
+        save("out.wav", 5, c.bits, c.numChannels);
+        const int frameSize = c.bytesPerSample * static_cast<int>(c.numChannels);
+        const QByteArray format = littleEndian16(1) + littleEndian16(c.numChannels) + littleEndian32(44100) +
+                                  littleEndian32(44100 * frameSize) + littleEndian16(frameSize) +
+                                  littleEndian16(c.bits);
+        const char silence = c.bits <= 8 ? '\x80' : '\0';
+        EXPECT_EQ(bytesOf("out.wav"), "RIFF" + littleEndian32(36 + 5 * frameSize) + "WAVEfmt " +
+                                          littleEndian32(16) + format + "data" +
+                                          littleEndian32(5 * frameSize) + QByteArray(5 * frameSize, silence))
+            << c.bits << " bits";
+    }
+}
+
+TEST_F(WaveFileTest, WritesMarkersTagsAndBroadcastChunksInThisOrderBehindTheSound)
+{
+    AudioMetadata metadata;
+    metadata.setTitle("Lerche");
+    metadata.setWaveBWFChunks({QByteArray("bext\3\0\0\0abc", 11), chunk("iXML", "<x/>")});
+    const QByteArray tag = metadata.id3Data();
+    save("out.wav", 3, 16, 1, markerList({{2, "ab"}, {1, "c"}}), metadata);
+    const QByteArray marks = littleEndian16(2) + littleEndian16(0) + littleEndian32(2) + bytes("\2ab\0") +
+                             littleEndian16(1) + littleEndian32(1) + bytes("\1c");
+    EXPECT_EQ(bytesOf("out.wav").mid(44 + 6), "MARK" + littleEndian32(marks.size()) + marks + "ID3 " +
+                                                  littleEndian32(tag.size()) + tag +
+                                                  bytes("bext\3\0\0\0abc\0") + chunk("iXML", "<x/>"));
+    EXPECT_EQ(bytesOf("out.wav").mid(4, 4), littleEndian32(bytesOf("out.wav").size() - 8));
+}
+
+TEST_F(WaveFileTest, ReadsItsOwnMarkersTagsAndChunksWhateverTheSoundsLength)
+{
+    AudioMetadata metadata;
+    metadata.setArtist("Ж Æ");
+    metadata.setTrackNumber(3);
+    metadata.setWaveBWFChunks({chunk("bext", "odd"), chunk("axml", "even")});
+    const MarkerList markers = markerList({{0, ""}, {7, "Ж"}, {0xFFFFFFFF, "end"}});
+    for (const int64_t numFrames : {0, 1, 2, 3}) {
+        save("out.wav", numFrames, 24, 1, markers, metadata);
+        const auto file = AudioFileRegistry::audioFileWithPath(path("out.wav"), nullptr);
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->numberOfFrames(), numFrames);
+        EXPECT_EQ(markersOf(*file),
+                  (std::vector<std::pair<int64_t, QString>>{{0, ""}, {7, "Ж"}, {0xFFFFFFFF, "end"}}));
+        EXPECT_EQ(file->metadata().artist(), "Ж Æ");
+        EXPECT_EQ(file->metadata().trackNumber(), 3);
+        // Kept as read: without the pad byte.
+        EXPECT_EQ(file->metadata().waveBWFChunks(),
+                  (QList<QByteArray>{bytes("bext\3\0\0\0odd"), bytes("axml\4\0\0\0even")}));
+        EXPECT_EQ(file->warnings() + file->chunksNotKept() + file->tagsNotKept(), QStringList());
+    }
+}
+
+TEST_F(WaveFileTest, CutsMarkersToWhatTheChunkCanHold)
+{
+    std::vector<std::pair<int64_t, QString>> many(70000, {5, ""});
+    many[0] = {int64_t{1} << 40, QString(254, 'a') + "Ж"};
+    many[1] = {-1, QString(300, 'b')};
+    const auto written = save("out.wav", 1, 16, 1, markerList(many));
+    EXPECT_EQ(written->maximumNumberOfMarkers(), 65535);
+    const auto markers = markersOf(*AudioFileRegistry::audioFileWithPath(path("out.wav"), nullptr));
+    ASSERT_EQ(markers.size(), 65535U);
+    EXPECT_EQ(markers[0], std::pair(int64_t{0xFFFFFFFF}, QString(254, 'a')));
+    EXPECT_EQ(markers[1], std::pair(int64_t{0}, QString(255, 'b')));
+}
+
+TEST_F(WaveFileTest, ReadsPCMInPlace)
+{
+    const struct {
+        WaveFields fields;
+        QByteArray stored;
+        uint32_t bits;
+        QByteArray samples;
+    } cases[] = {
+        {{1, 1, 8000, 8}, bytes("\x00\x80\xFF"), 8, bytes("\x80\x00\x7F")},
+        {{1, 2, 44100, 16}, bytes("\1\2\3\4\5\6\7\x88"), 16, bytes("\1\2\3\4\5\6\7\x88")},
+        {{1, 1, 96000, 24}, bytes("\1\2\3\4\5\6"), 24, bytes("\1\2\3\4\5\6")},
+        // The room in the frame counts, not the bits.
+        {{1, 1, 48000, 24, 4}, bytes("\0\1\2\3"), 32, bytes("\0\1\2\3")},
+        {{1, 2, 48000, 12, 4}, bytes("\1\2\3\4"), 16, bytes("\1\2\3\4")},
+        {{1, 1, 48000, 5, 1}, bytes("\x90"), 8, bytes("\x10")},
+        // A width of 0 says nothing.
+        {{1, 1, 48000, 0, 2}, bytes("\1\2"), 16, bytes("\1\2")},
+        {{1, 1, 48000, 0, 1}, bytes("\x90"), 8, bytes("\x10")},
+        // An incomplete frame is no frame.
+        {{1, 2, 44100, 16}, bytes("\1\2\3\4\5\6"), 16, bytes("\1\2\3\4")},
+    };
+    for (const auto& c : cases) {
+        MaybeError error;
+        const auto file = openBytes(wave(c.fields, c.stored), &error);
+        ASSERT_TRUE(file) << error->message.toStdString();
+        EXPECT_FALSE(file->requiresConversion());
+        EXPECT_TRUE(file->isLittleEndian());
+        EXPECT_EQ(file->bitsPerSample(), c.bits);
+        EXPECT_EQ(file->channelCount(), c.fields.numChannels);
+        EXPECT_EQ(file->sampleRate(), static_cast<double>(c.fields.sampleRate));
+        EXPECT_EQ(file->soundDataOffset(), 44);
+        EXPECT_EQ(file->encodingDescription(), QString("%1-bit integer").arg(c.bits));
+        EXPECT_EQ(signedSamples(*file), c.samples);
+    }
+}
+
+TEST_F(WaveFileTest, LeavesOtherEncodingsToTheDecoder)
+{
+    const QByteArray guid = bytes("\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71");
+    const auto extensible = [&guid](int bits, int subFormat) {
+        return formatPayload({0xFFFE, 2, 48000, bits}) + littleEndian16(22) + littleEndian16(bits) +
+               littleEndian32(3) + littleEndian16(subFormat) + guid;
+    };
+    const struct {
+        QByteArray format;
+        QString description;
+        uint32_t bits;
+        bool isFloat;
+    } cases[] = {
+        {formatPayload({3, 1, 44100, 32}), "32-bit floating point", 32, true},
+        {formatPayload({3, 1, 44100, 64}), "64-bit floating point", 64, true},
+        {formatPayload({0x11, 1, 8000, 4, 256}), "IMA ADPCM", 16, false},
+        {formatPayload({0x55, 1, 8000, 0, 1}), "MP3", 16, false},
+        {formatPayload({7, 1, 8000, 8}), "mu-law", 16, false},
+        {formatPayload({0x1234, 1, 8000, 8}), "format 0x1234", 16, false},
+        {formatPayload({0, 1, 8000, 8}), "format 0x0000", 16, false},
+        {formatPayload({6, 1, 8000, 8}).left(14), "A-law", 16, false},
+        {extensible(24, 1), "extensible (24-bit integer)", 24, false},
+        {extensible(32, 3), "extensible (32-bit floating point)", 32, true},
+        {formatPayload({0xFFFE, 2, 8000, 8}), "extensible (format 0x0000)", 16, false},
+    };
+    for (const auto& c : cases) {
+        const LogCapture log;
+        AudioMetadata metadata;
+        metadata.setTitle("kept");
+        const auto file = openBytes(
+            riff(chunk("fmt ", c.format) + chunk("data", "12345678") + chunk("ID3 ", metadata.id3Data())));
+        ASSERT_TRUE(file) << c.description.toStdString();
+        EXPECT_TRUE(file->requiresConversion());
+        EXPECT_EQ(file->encodingDescription(), c.description);
+        EXPECT_EQ(file->bitsPerSample(), c.bits) << c.description.toStdString();
+        EXPECT_EQ(file->isFloat(), c.isFloat);
+        EXPECT_EQ(file->metadata().title(), "kept");
+        EXPECT_EQ(log.logged(), QStringList("WAV file is not PCM and requires conversion."));
+    }
+}
+
+TEST_F(WaveFileTest, NamesTheChunksAndTagsThatASaveWouldDrop)
+{
+    const LogCapture log;
+    const QByteArray tags =
+        tag(3, version3Frame("TIT2", bytes("\0Title")) + version3Frame("TEXT", bytes("\0Poet")) +
+                   version3Frame("TLEN", bytes("\0001000")));
+    const QByteArray software = chunk("LIST", "INFO" + chunk("ISFT", "Some program"));
+    const QByteArray info = chunk("LIST", "INFO" + chunk("ISFT", "Some program") + chunk("IART", "Artist"));
+    const struct {
+        QByteArray trailing;
+        QStringList chunks;
+        QStringList tags;
+    } cases[] = {
+        {chunk("fact", "1234") + chunk("PEAK", "1234") + chunk("JUNK", "1234") + chunk("PAD ", "x") +
+             chunk("FLLR", "x") + chunk("cue ", "") + software,
+         {},
+         {}},
+        {chunk("cue ", "1234") + chunk("smpl", "1234") + info + chunk("LIST", "adtl"),
+         {"cue points (cue )", "sampler loops (smpl)", "LIST (INFO)", "LIST (adtl)"},
+         {}},
+        {chunk("bext", "1") + chunk("bext", "2") + chunk("data", "more") + chunk("LGWV", "x") +
+             chunk("LGWV", "y") +
+             chunk("a\1\xFF"
+                   "b",
+                   "x"),
+         {"broadcast description (bext)", "more sound data (data)", "LGWV", "a??b"},
+         {}},
+        {chunk("id3 ", tags), {}, {"lyricist"}},
+        {chunk("ID3 ", "rubbish"), {"tags (ID3 )"}, {}},
+    };
+    for (const auto& c : cases) {
+        const auto file = openBytes(wave({}, "abcd", c.trailing));
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->chunksNotKept(), c.chunks);
+        EXPECT_EQ(file->tagsNotKept(), c.tags);
+    }
+}
+
+TEST_F(WaveFileTest, WritesSamplesOnlyInSizesThatItCanRead)
+{
+    for (const auto& [given, corrected] : {std::pair(0U, 16U), {16U, 16U}, {32U, 32U}, {64U, 32U}}) {
+        WaveFile file(44100.0, given, 2);
+        file.validateAndCorrectParameters();
+        EXPECT_EQ(file.bitsPerSample(), corrected);
+    }
+    EXPECT_EQ(WaveFile(44100.0, 24, 1).maximumNumberOfChannels(), 21845U);
+}
+
+TEST_F(WaveFileTest, LogsItsChunksForADiagnosis)
+{
+    const auto file = std::dynamic_pointer_cast<WaveFile>(openBytes(wave({}, "abcd", chunk("bext", "x"))));
+    ASSERT_TRUE(file);
+    const LogCapture log;
+    file->logAllChunks();
+    EXPECT_EQ(log.logged(), (QStringList{"==== File: " + argument("in.wav") + " =====", "File size 58",
+                                         "RIFF size 50", "    fmt  size 16", "    data size 4",
+                                         "    bext size 1", "==== End of WAV File ====="}));
+}
+
+} // namespace
+} // namespace velloria
