@@ -13,6 +13,7 @@ ORDER = [
     "formats/streams",
     "display/summary",
     "document/clips",
+    "formats/ledger",
     "formats/chunks",
     "formats/tags",
     "formats/decoding",

@@ -3,6 +3,7 @@
 #include "platform/FileReplacer.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
 
 namespace velloria
@@ -149,17 +150,22 @@ QString markerLoss(const AudioFile& writer, const QString& type)
     return {};
 }
 
-/// What the opened file has and the document could not take in.
-QStringList partsNotKept(const AudioFile& opened)
+/// What stands in the opened file and will not in the written one.
+QStringList itemsNotWritten(const AudioFile& writer)
 {
-    const auto separator = QStringLiteral(", ");
+    constexpr std::array kinds = {ItemKind::part, ItemKind::tag, ItemKind::stream, ItemKind::value};
+    const std::array sentences = {
+        QStringLiteral("Parts of the opened file that Velloria does not know are left out: %1."),
+        QStringLiteral("Tags that Velloria does not know are left out: %1."),
+        QStringLiteral("Other streams of the opened file are left out: %1."),
+        QStringLiteral("Some values are altered: %1.")};
     QStringList losses;
-    if (!opened.chunksNotKept().isEmpty())
-        losses += QStringLiteral("Parts of the opened file that Velloria does not know are left out: %1.")
-                      .arg(opened.chunksNotKept().join(separator));
-    if (!opened.tagsNotKept().isEmpty())
-        losses += QStringLiteral("Tags that Velloria does not know are left out: %1.")
-                      .arg(opened.tagsNotKept().join(separator));
+    for (size_t i = 0; i < kinds.size(); ++i) {
+        const QStringList names = writer.openedFile()->ledger().namesOf(
+            kinds[i], [&writer](const FileItem& item) { return !writer.willWrite(item); });
+        if (!names.isEmpty())
+            losses += sentences[i].arg(names.join(QStringLiteral(", ")));
+    }
     return losses;
 }
 
@@ -198,8 +204,8 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
     if (const QString loss = markerLoss(*writer, type); !loss.isEmpty())
         losses += loss;
     losses += tagLosses(*writer, type);
-    if (!request.selection && mAudioFile)
-        losses += partsNotKept(*mAudioFile);
+    if (writer->openedFile())
+        losses += itemsNotWritten(*writer);
     losses += changedSources(sources.files);
     losses += FileReplacer::lossesWhenReplacing(request.path);
     return losses;

@@ -50,8 +50,10 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
         return nullptr;
     if (request.selection)
         writer->setNumberOfChannels(static_cast<uint32_t>(request.selection->numTracks));
-    else
+    else {
         writer->setMarkers(mAudioMarkers);
+        writer->setOpenedFile(mAudioFile);
+    }
     writer->setNumberOfFrames(request.selection ? frameAtTime(request.selection->duration(), sampleRate())
                                                 : numberOfFrames());
     writer->setMetadata(request.metadata.value_or(mAudioMetadata));
@@ -119,6 +121,7 @@ void SoundDocument::adoptWriter(const std::shared_ptr<AudioFile>& writer, const 
     // when this save replaced it. A fresh handle knows the file as it is now, for hasChangedOnDisk().
     if (std::shared_ptr<FileHandle> handle = FileHandle::openForReading(request.path))
         writer->setFileHandle(std::move(handle));
+    writer->takeOverLedger();
     mAudioFile = writer;
     mFilePath = request.path;
     mFileTypeUTI = writer->fileFormatUTI();

@@ -11,6 +11,7 @@ int main(int argc, char** argv)
     const QByteArray root = home.path().toLocal8Bit();
     for (const char* variable : {"TMPDIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
         qputenv(variable, root);
+    qputenv("VELLORIA_STRICT_LEDGER", "1");
     QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Velloria"));
     QCoreApplication::setApplicationName(QStringLiteral("Velloria"));

@@ -318,7 +318,8 @@ void AiffFile::readId3Chunk()
         return;
     }
     mOffsetsOfKeptChunks.push_back(chunk->offset);
-    mTagsNotKept = *keysNotKept;
+    for (const QString& key : *keysNotKept)
+        mLedger.addNotKept(ItemKind::tag, key);
 }
 
 /// True for a text chunk that a save would write again; where there is an ID3v2 tag too, that may say
@@ -342,7 +343,7 @@ void AiffFile::listChunksNotKept()
                                       chunk.offset) != mOffsetsOfKeptChunks.end();
         if (&chunk != common && &chunk != sound && !isKept && !isDispensableAiffChunk(chunk) &&
             !isTextInMetadata(chunk))
-            addChunkName(mChunksNotKept, nameOfAiffChunk(chunk));
+            mLedger.addNotKept(ItemKind::part, nameOfAiffChunk(chunk));
     }
 }
 

@@ -223,7 +223,7 @@ void VLAFCoreAudioFile::readMetadata()
     const QStringList& known = AudioMetadata::dictionaryKeys();
     for (const QString& key : dictionary.keys()) {
         if (!known.contains(key))
-            mTagsNotKept.append(key);
+            mLedger.addNotKept(ItemKind::tag, key);
     }
 }
 
@@ -240,7 +240,7 @@ void VLAFCoreAudioFile::listChunksNotKept()
         const bool isDispensable = chunk.size == 0 || std::find(dispensable.begin(), dispensable.end(),
                                                                 chunk.type) != dispensable.end();
         if (!isKept && !isDispensable)
-            addChunkName(mChunksNotKept, nameOfChunk(chunk.type, {}));
+            mLedger.addNotKept(ItemKind::part, nameOfChunk(chunk.type, {}));
     }
 }
 

@@ -310,6 +310,33 @@ void AudioFile::tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAu
         mDecodingWatcher->decodingDidBegin({mSampleRate, mBitsPerSample, expectedFrames, clips});
 }
 
+std::vector<ByteRange> AudioFile::closeLedger()
+{
+    std::vector<ByteRange> forgotten = mLedger.undeclared(lengthOfFile());
+    mLedger.declareRest(lengthOfFile());
+    return forgotten;
+}
+
+bool AudioFile::willWrite(const FileItem& item) const
+{
+    return item.keeping == Keeping::structure || item.keeping == Keeping::inModel;
+}
+
+void AudioFile::takeOverLedger()
+{
+    FileLedger ledger;
+    if (mOpenedFile) {
+        for (FileItem item : mOpenedFile->ledger().items()) {
+            if (item.keeping != Keeping::asBytes || !willWrite(item))
+                continue;
+            item.bytes = {};
+            ledger.add(item);
+        }
+    }
+    mLedger = std::move(ledger);
+    mOpenedFile = nullptr;
+}
+
 bool AudioFile::storesSamplesLike(const SampleFile& source) const
 {
     const auto* const other = dynamic_cast<const AudioFile*>(&source);

@@ -4,6 +4,7 @@
 #include "document/clips/FrameSource.h"
 #include "document/clips/MutableAudioClip.h"
 #include "document/clips/SoundSelection.h"
+#include "formats/ledger/FileLedger.h"
 #include "formats/saving/SampleFile.h"
 #include "formats/tags/AudioMetadata.h"
 #include "platform/FileHandle.h"
@@ -86,10 +87,16 @@ public:
     // What a person should know about the file that was opened.
     /// Sentences about damage that was worked around ("The file ends before its sound data does; ...").
     const QStringList& warnings() const { return mWarnings; }
-    /// Names of the chunks that a save in this format would not carry over, as a person would read them.
-    const QStringList& chunksNotKept() const { return mChunksNotKept; }
-    /// Keys of tags that were read but that the metadata has no room for, so that no save carries them over.
-    const QStringList& tagsNotKept() const { return mTagsNotKept; }
+    /// The account of everything in the file; of what was decoded later, too, once it was.
+    const FileLedger& ledger() const { return mLedger; }
+    /// Makes the account whole when the file is open: what its reader did not declare counts as not kept.
+    /// Gives the stretches that it forgot, which is a mistake of the reader.
+    std::vector<ByteRange> closeLedger();
+    /// False for a reader that does not yet account for every byte; its ledger is then left as it is.
+    virtual bool declaresWholeFile() const { return false; }
+    /// The names of the ledger's parts and tags that no save carries over, as a person would read them.
+    QStringList chunksNotKept() const { return mLedger.namesNotKept(ItemKind::part); }
+    QStringList tagsNotKept() const { return mLedger.namesNotKept(ItemKind::tag); }
 
     // Type descriptors.
     virtual QString fileFormatUTI() const = 0;
@@ -124,6 +131,16 @@ public:
     virtual int64_t maximumNumberOfMarkers() const { return std::numeric_limits<int64_t>::max(); }
     /// Bytes of a marker's name in UTF-8 that the format can hold; the first ones are written.
     virtual int64_t largestMarkerName() const { return std::numeric_limits<int64_t>::max(); }
+
+    /// For writing: the file that the document was opened from or saved as last, whose items that are no part
+    /// of the model this one may carry over. Null for a new document and for the save of a selection.
+    void setOpenedFile(std::shared_ptr<const AudioFile> file) { mOpenedFile = std::move(file); }
+    const std::shared_ptr<const AudioFile>& openedFile() const { return mOpenedFile; }
+    /// Whether this file, as it is configured, will hold an item of openedFile(). True here for structure and
+    /// what is in the model; a writer that carries bytes over says which.
+    virtual bool willWrite(const FileItem& item) const;
+    /// After a save: what this file holds of the opened one's ledger, so that the next save tells it again.
+    void takeOverLedger();
 
     // Writing hooks called by the save loop.
     /// False when the file would exceed the format's size limit.
@@ -200,13 +217,13 @@ protected:
     std::filesystem::path mFilePath;
     std::shared_ptr<FileHandle> mFileHandle;
     QStringList mWarnings;
-    QStringList mChunksNotKept;
-    QStringList mTagsNotKept;
+    FileLedger mLedger;
 
 private:
     MaybeError checkSaveRange(const FrameSource& document, const SaveRange& range) const;
 
     bool mSourceWasShort = false;
+    std::shared_ptr<const AudioFile> mOpenedFile;
     DecodingWatcher* mDecodingWatcher = nullptr;
 };
 

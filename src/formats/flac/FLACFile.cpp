@@ -76,12 +76,14 @@ void FLACFile::takeDescription(FlacDescription description)
     mNumberOfFrames = description.numFrames;
     if (!description.comments.isEmpty())
         mMetadata.setValuesWithDictionary(description.comments.dictionary());
-    mTagsNotKept = description.comments.keysNotKept();
-    mChunksNotKept = description.blocksNotKept;
-    if (description.comments.hasPictureNotKept())
-        mChunksNotKept.append(QStringLiteral("picture"));
     if (description.container.isOgg)
-        mChunksNotKept.prepend(QStringLiteral("the Ogg container"));
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("the Ogg container"));
+    for (const QString& key : description.comments.keysNotKept())
+        mLedger.addNotKept(ItemKind::tag, key);
+    for (const QString& block : description.blocksNotKept)
+        mLedger.addNotKept(ItemKind::part, block);
+    if (description.comments.hasPictureNotKept())
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("picture"));
     mDescription = std::make_unique<const FlacDescription>(std::move(description));
 }
 

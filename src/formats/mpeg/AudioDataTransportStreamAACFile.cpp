@@ -47,7 +47,7 @@ std::shared_ptr<AudioFile> AudioDataTransportStreamAACFile::open(std::shared_ptr
         return nullptr;
     file->takeDecoder(std::move(decoder));
     if (ElementaryStreams::lengthOfLeadingTags(*file->fileHandle()) > 0)
-        file->mChunksNotKept.append(QStringLiteral("ID3 tag"));
+        file->mLedger.addNotKept(ItemKind::part, QStringLiteral("ID3 tag"));
     return file;
 }
 

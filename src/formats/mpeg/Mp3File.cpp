@@ -89,9 +89,10 @@ void Mp3File::readTag()
         tellOfTrailingTag();
         return;
     }
-    if (const auto keysNotKept = takeInId3Tag(tag->tagData(), mMetadata))
-        mTagsNotKept += *keysNotKept;
-    else
+    if (const auto keysNotKept = takeInId3Tag(tag->tagData(), mMetadata)) {
+        for (const QString& key : *keysNotKept)
+            mLedger.addNotKept(ItemKind::tag, key);
+    } else
         mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
 }
 
@@ -101,7 +102,7 @@ void Mp3File::tellOfTrailingTag()
     constexpr int64_t tagLength = 128;
     const int64_t length = lengthOfFile();
     if (length > tagLength && readRawDataAtOffset(length - tagLength, 3) == "TAG")
-        mChunksNotKept.append(QStringLiteral("ID3v1 tag"));
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("ID3v1 tag"));
 }
 
 bool Mp3File::isLameInstalled()

@@ -84,7 +84,8 @@ std::shared_ptr<AudioFile> Mpeg4File::open(std::shared_ptr<FileHandle> handle, M
 /// Tags and chapters.
 void Mpeg4File::readTables()
 {
-    mTagsNotKept += Mpeg4Tags::read(*fileHandle(), mMetadata);
+    for (const QString& key : Mpeg4Tags::read(*fileHandle(), mMetadata))
+        mLedger.addNotKept(ItemKind::tag, key);
     mMarkers = Mpeg4Chapters::read(*fileHandle(), mSampleRate);
     if (!isAac(mDataFormat) && mDataFormat != DataFormat::kAppleLossless)
         mWarnings.append(

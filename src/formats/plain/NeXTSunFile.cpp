@@ -193,7 +193,7 @@ void NeXTSunFile::noteAnnotation()
     const qsizetype end = bytes.indexOf('\0');
     const QString text = QString::fromUtf8(end < 0 ? bytes : bytes.left(end)).simplified();
     if (!text.isEmpty())
-        mChunksNotKept.append(QStringLiteral("annotation (“%1”)").arg(text));
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("annotation (“%1”)").arg(text));
 }
 
 int64_t NeXTSunFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const

@@ -96,9 +96,10 @@ void OggVorbisFile::readStream()
     const VorbisComments comments = mStream->comments();
     if (!comments.isEmpty())
         mMetadata.setValuesWithDictionary(comments.dictionary());
-    mTagsNotKept = comments.keysNotKept();
+    for (const QString& key : comments.keysNotKept())
+        mLedger.addNotKept(ItemKind::tag, key);
     if (comments.hasPictureNotKept())
-        mChunksNotKept.append(QStringLiteral("picture"));
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("picture"));
 }
 
 QString OggVorbisFile::fileFormatUTI() const

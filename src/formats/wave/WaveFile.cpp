@@ -219,7 +219,8 @@ void WaveFile::readMetadata()
         return;
     }
     mOffsetsOfKeptChunks.push_back(chunk->offset);
-    mTagsNotKept = *keysNotKept;
+    for (const QString& key : *keysNotKept)
+        mLedger.addNotKept(ItemKind::tag, key);
 }
 
 void WaveFile::readBroadcastWaveFileChunks()
@@ -245,7 +246,7 @@ void WaveFile::listChunksNotKept()
                                       chunk.offset) != mOffsetsOfKeptChunks.end();
         if (&chunk == format || &chunk == data || isKept || isDispensableWaveChunk(chunk, *fileHandle()))
             continue;
-        addChunkName(mChunksNotKept, nameOfWaveChunk(chunk, *fileHandle()));
+        mLedger.addNotKept(ItemKind::part, nameOfWaveChunk(chunk, *fileHandle()));
     }
 }
 

@@ -200,12 +200,12 @@ TEST_F(WaveFileTest, NamesTheChunksAndTagsThatASaveWouldDrop)
         {chunk("cue ", "1234") + chunk("smpl", "1234") + info + chunk("LIST", "adtl"),
          {"cue points (cue )", "sampler loops (smpl)", "LIST (INFO)", "LIST (adtl)"},
          {}},
-        {chunk("bext", "1") + chunk("bext", "2") + chunk("data", "more") + chunk("LGWV", "x") +
-             chunk("LGWV", "y") +
+        {chunk("bext", "1") + chunk("bext", "2") + chunk("data", "more") + chunk("LGWV (2 times)", "x") +
+             chunk("LGWV (2 times)", "y") +
              chunk("a\1\xFF"
                    "b",
                    "x"),
-         {"broadcast description (bext)", "more sound data (data)", "LGWV", "a??b"},
+         {"broadcast description (bext)", "more sound data (data)", "LGWV (2 times)", "a??b"},
          {}},
         {chunk("id3 ", tags), {}, {"lyricist"}},
         {chunk("ID3 ", "rubbish"), {"tags (ID3 )"}, {}},
