@@ -1,4 +1,7 @@
 #include "app/DocumentSubject.h"
+#include "controllers/DisplayController.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
 
 namespace velloria
 {
@@ -35,8 +38,8 @@ FloatBuffer DocumentSubject::columns(int64_t firstColumn, int64_t numColumns, do
 {
     const double stride = framesPerColumn / sampleRate();
     const double start = static_cast<double>(firstColumn) * stride;
-    return mController->minMaxDataFrom(start, start + static_cast<double>(numColumns) * stride, stride,
-                                       track);
+    return mController->display().minMaxDataFrom(start, start + static_cast<double>(numColumns) * stride,
+                                                 stride, track);
 }
 
 FloatBuffer DocumentSubject::overviewColumns(int64_t numColumns, int32_t track)
@@ -59,22 +62,27 @@ FloatBuffer DocumentSubject::overviewColumns(int64_t numColumns, int32_t track)
 
 SoundSelection DocumentSubject::selection() const
 {
-    return mController->normalizedSelection();
+    return mController->selection().normalizedSelection();
 }
 
 void DocumentSubject::setSelection(const SoundSelection& selection)
 {
-    mController->setSelection(selection);
+    mController->selection().setSelection(selection);
 }
 
 double DocumentSubject::cueTime() const
 {
-    return mController->cueTime();
+    return mController->transport().cueTime();
 }
 
 void DocumentSubject::setCueTime(double seconds)
 {
-    mController->setCueTime(seconds);
+    mController->transport().setCueTime(seconds);
+}
+
+bool DocumentSubject::isPlaying() const
+{
+    return mController->transport().isPlaying();
 }
 
 std::vector<AudioMarkerPtr> DocumentSubject::markers() const
@@ -99,7 +107,7 @@ void DocumentSubject::removeMarker(const AudioMarkerPtr& marker)
 
 double DocumentSubject::nearestZeroCrossing(double within, double to, int32_t track) const
 {
-    return mController->nearestZeroCrossingWithin(within, to, track);
+    return mController->display().nearestZeroCrossingWithin(within, to, track);
 }
 
 } // namespace velloria

@@ -29,7 +29,7 @@ public:
     void setSelection(const SoundSelection& selection) override;
     double cueTime() const override;
     void setCueTime(double seconds) override;
-    bool isPlaying() const override { return mController->isPlaying(); }
+    bool isPlaying() const override;
     std::vector<AudioMarkerPtr> markers() const override;
     void setMarkerName(const AudioMarkerPtr& marker, const QString& name) override;
     void setMarkerPosition(const AudioMarkerPtr& marker, int64_t position) override;

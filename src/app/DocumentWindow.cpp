@@ -23,6 +23,10 @@
 #include "app/TransportBar.h"
 #include "app/ViewActions.h"
 #include "app/WaveformView.h"
+#include "controllers/DisplayController.h"
+#include "controllers/RecordingController.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
 #include "document/LeftOverSounds.h"
 #include "platform/NotificationCenter.h"
 #include "platform/UserDefaults.h"
@@ -98,7 +102,7 @@ void DocumentWindow::adopt(std::shared_ptr<SoundDocument> document)
     connect(&history, &QUndoStack::indexChanged, this, &DocumentWindow::updateState);
     connect(&history, &QUndoStack::undoTextChanged, this, &DocumentWindow::updateState);
     connect(&history, &QUndoStack::redoTextChanged, this, &DocumentWindow::updateState);
-    mController->startWaveformRender();
+    mController->display().startWaveformRender();
     mActivityTimer.start(kActivityMilliseconds);
 }
 
@@ -142,15 +146,15 @@ void DocumentWindow::endOpening(std::shared_ptr<SoundDocument> document)
     const bool wasFitted = mView->context().isFitted();
     const double zoom = geometry.zoom();
     const double scrollPosition = geometry.scrollPosition();
-    const SoundSelection selection = mController->selection();
-    const double cue = mController->cueTime();
+    const SoundSelection selection = mController->selection().value();
+    const double cue = mController->transport().cueTime();
     replaceDocument(std::move(document));
     if (!wasFitted) {
         geometry.setZoom(zoom);
         geometry.setScrollPosition(scrollPosition);
     }
-    mController->setSelection(selection);
-    mController->setCueTime(cue);
+    mController->selection().setSelection(selection);
+    mController->transport().setCueTime(cue);
 }
 
 bool DocumentWindow::shows(const OpenJob& job) const
@@ -168,7 +172,7 @@ void DocumentWindow::cancelOpening()
 /// What is still being decoded or recorded is not to be changed; markers may be set while it is recorded.
 void DocumentWindow::updateEditing()
 {
-    const bool canEdit = !isOpening() && !mController->isRecording();
+    const bool canEdit = !isOpening() && !mController->recording().isRecording();
     for (QAction* const menu : {mEditMenu, mSoundMenu, mEffectsMenu})
         menu->setEnabled(canEdit);
     mMarkersMenu->setEnabled(!isOpening());
@@ -218,7 +222,7 @@ void DocumentWindow::updateFormat()
 
 void DocumentWindow::updateActivity()
 {
-    const double progress = mController->waveformRenderProgress();
+    const double progress = mController->display().waveformRenderProgress();
     if (progress >= 1) {
         mActivityTimer.stop();
         mStatusLine->setActivity({});
@@ -299,7 +303,7 @@ bool DocumentWindow::prepareToClose()
 bool DocumentWindow::keepForNextStart()
 {
     mRecordActions->finish();
-    mController->stopAudio();
+    mController->transport().stopAudio();
     return !document().isDocumentEdited() || document().numberOfFrames() < 1 ||
            !LeftOverSounds::keep(document());
 }
@@ -323,8 +327,8 @@ void DocumentWindow::closeEvent(QCloseEvent* event)
     }
     if (!isMaximized() && !isFullScreen())
         UserDefaults::standard().setValue(Settings::windowSize, size());
-    mController->stopWaveformRender();
-    mController->stopAudio();
+    mController->display().stopWaveformRender();
+    mController->transport().stopAudio();
     Q_EMIT closed(this);
     event->accept();
 }

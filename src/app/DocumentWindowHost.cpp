@@ -14,6 +14,8 @@
 #include "app/TransportBar.h"
 #include "app/ViewActions.h"
 #include "app/WaveformView.h"
+#include "controllers/RecordingController.h"
+#include "controllers/TransportController.h"
 
 namespace velloria
 {
@@ -76,8 +78,8 @@ void DocumentWindow::transportDidChange()
         return;
     mTransportActions->update();
     mRecordActions->update();
-    mTransportBar->showSpeed(mController->playbackSpeed());
-    const bool isRecording = mController->isRecording();
+    mTransportBar->showSpeed(mController->transport().playbackSpeed());
+    const bool isRecording = mController->recording().isRecording();
     if (isRecording != mWasRecording) {
         mWasRecording = isRecording;
         updateEditing();
@@ -86,7 +88,7 @@ void DocumentWindow::transportDidChange()
         mMarkerActions->update();
     }
     // What kept it from playing or recording is settled.
-    if (mController->isPlaying() || isRecording)
+    if (mController->transport().isPlaying() || isRecording)
         mMessageBar->hide();
 }
 
@@ -99,7 +101,7 @@ void DocumentWindow::outputLevelsDidChange(double leftDB, double rightDB)
 void DocumentWindow::playbackVolumeDidChange()
 {
     if (mTransportBar)
-        mTransportBar->showOutputLevel(SoundController::outputGain());
+        mTransportBar->showOutputLevel(TransportController::outputGain());
 }
 
 void DocumentWindow::playbackFailed(const QString& message)

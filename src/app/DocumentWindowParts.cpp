@@ -22,6 +22,7 @@
 #include "app/WaveformView.h"
 #include "app/WaveformWidget.h"
 #include "app/ZoomSlider.h"
+#include "controllers/TransportController.h"
 
 #include <QMenuBar>
 #include <QToolBar>
@@ -129,9 +130,9 @@ void DocumentWindow::buildTransportBar()
     mTransportBar = new TransportBar(*mTransportActions, mView->context(), centralWidget());
     layout->insertWidget(layout->indexOf(mStatusLine), mTransportBar);
     connect(&mTransportBar->levelSlider(), &OutputLevelSlider::decibelsAsked, this,
-            [this](double decibels) { mController->takeOutputGainValueFrom(decibels); });
+            [this](double decibels) { mController->transport().takeOutputGainValueFrom(decibels); });
     connect(&mView->context(), &WaveformContext::viewChanged, this,
-            [this] { mController->didScrollHorizontally(); });
+            [this] { mController->transport().didScrollHorizontally(); });
     mRecordActions->addToBar();
     playbackVolumeDidChange();
 }

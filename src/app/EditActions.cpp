@@ -6,6 +6,9 @@
 #include "app/EditSheets.h"
 #include "app/TrackNames.h"
 #include "app/WaveformView.h"
+#include "controllers/EditCommands.h"
+#include "controllers/RecordingController.h"
+#include "controllers/SelectionModel.h"
 #include "document/AudioClipboard.h"
 #include "platform/NotificationCenter.h"
 
@@ -57,13 +60,13 @@ void EditActions::addHistory(QMenu& menu, QAction& historyToggle)
 {
     //% "&Undo"
     mUndo = Commands::add(menu, qtTrId("edit-undo"), {QKeySequence(Qt::CTRL | Qt::Key_Z)},
-                          [this] { mWindow.controller().undo(); });
+                          [this] { mWindow.controller().editing().undo(); });
     Commands::setIcon(*mUndo, QStringLiteral("undo"));
     //% "&Redo"
     mRedo =
         Commands::add(menu, qtTrId("edit-redo"),
                       {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)},
-                      [this] { mWindow.controller().redo(); });
+                      [this] { mWindow.controller().editing().redo(); });
     Commands::setIcon(*mRedo, QStringLiteral("redo"));
     //% "Undo &History"
     historyToggle.setText(qtTrId("edit-history"));
@@ -84,16 +87,17 @@ void EditActions::addClipboard(QMenu& menu)
                               {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V), QKeySequence(Qt::Key_9)},
                               [this] { EditSheets::mixPaste(mWindow); });
     //% "&Delete"
-    mDelete = Commands::add(menu, qtTrId("edit-delete"), {Qt::Key_Delete, Qt::Key_Backspace},
-                            [this] { mWindow.controller().deleteSelection(Commands::plainName(*mDelete)); });
+    mDelete = Commands::add(menu, qtTrId("edit-delete"), {Qt::Key_Delete, Qt::Key_Backspace}, [this] {
+        mWindow.controller().editing().deleteSelection(Commands::plainName(*mDelete));
+    });
     //% "C&lear"
     mClear = Commands::add(menu, qtTrId("edit-clear"), {QKeySequence(Qt::CTRL | Qt::Key_Delete)},
-                           [this] { mWindow.controller().clear(Commands::plainName(*mClear)); });
+                           [this] { mWindow.controller().editing().clear(Commands::plainName(*mClear)); });
     //% "Makes the selection silent"
     mClear->setToolTip(qtTrId("edit-clear-tip"));
     //% "Cr&op"
     mCrop = Commands::add(menu, qtTrId("edit-crop"), {QKeySequence(Qt::CTRL | Qt::Key_T)},
-                          [this] { mWindow.controller().crop(Commands::plainName(*mCrop)); });
+                          [this] { mWindow.controller().editing().crop(Commands::plainName(*mCrop)); });
     //% "Removes everything but the selection"
     mCrop->setToolTip(qtTrId("edit-crop-tip"));
     menu.setToolTipsVisible(true);
@@ -103,16 +107,16 @@ void EditActions::addSelection(QMenu& menu)
 {
     //% "Select &All"
     Commands::add(menu, qtTrId("edit-select-all"), {QKeySequence::SelectAll},
-                  [this] { mWindow.controller().selectAll(); });
+                  [this] { mWindow.controller().selection().selectAll(); });
     //% "Select &None"
     Commands::add(menu, qtTrId("edit-select-none"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A)},
-                  [this] { mWindow.controller().selectNone(); });
+                  [this] { mWindow.controller().selection().selectNone(); });
     //% "Select to Start"
     Commands::add(menu, qtTrId("edit-select-to-start"), {QKeySequence(Qt::CTRL | Qt::Key_BracketLeft)},
-                  [this] { mWindow.controller().selectToStart(); });
+                  [this] { mWindow.controller().selection().selectToStart(); });
     //% "Select to End"
     Commands::add(menu, qtTrId("edit-select-to-end"), {QKeySequence(Qt::CTRL | Qt::Key_BracketRight)},
-                  [this] { mWindow.controller().selectToEnd(); });
+                  [this] { mWindow.controller().selection().selectToEnd(); });
     //% "Select &Tracks"
     mTracks = menu.addMenu(qtTrId("edit-select-tracks"));
     connect(mTracks, &QMenu::aboutToShow, this, &EditActions::fillTracks);
@@ -122,7 +126,7 @@ void EditActions::fillTracks()
 {
     mTracks->clear();
     const int32_t count = mWindow.document().trackCount();
-    const SoundSelection selection = mWindow.controller().normalizedSelection();
+    const SoundSelection selection = mWindow.controller().selection().normalizedSelection();
     //% "All Tracks"
     QAction* const all =
         Commands::add(*mTracks, qtTrId("edit-all-tracks"), {}, [this, count] { selectTracks(0, count); });
@@ -138,10 +142,10 @@ void EditActions::fillTracks()
 
 void EditActions::selectTracks(int32_t firstTrack, int32_t numTracks)
 {
-    SoundSelection selection = mWindow.controller().normalizedSelection();
+    SoundSelection selection = mWindow.controller().selection().normalizedSelection();
     selection.firstTrack = firstTrack;
     selection.numTracks = numTracks;
-    mWindow.controller().setSelection(selection);
+    mWindow.controller().selection().setSelection(selection);
 }
 
 void EditActions::update()
@@ -156,10 +160,10 @@ void EditActions::update()
     mRedo->setText(history.canRedo() ? qtTrId("edit-redo-step").arg(inMenu(history.redoText()))
                                      : qtTrId("edit-redo"));
     // These are in the tool bar as well.
-    const bool canEdit = !mWindow.controller().isRecording();
+    const bool canEdit = !mWindow.controller().recording().isRecording();
     mUndo->setEnabled(history.canUndo() && canEdit);
     mRedo->setEnabled(history.canRedo() && canEdit);
-    const bool hasSelection = !mWindow.controller().isSelectionEmpty();
+    const bool hasSelection = !mWindow.controller().selection().isEmpty();
     for (QAction* const action : {mCut, mCopy, mDelete, mClear, mCrop})
         action->setEnabled(hasSelection);
     mPaste->setEnabled(AudioClipboard::clipboard().hasContent());
@@ -169,13 +173,13 @@ void EditActions::update()
 
 void EditActions::copy()
 {
-    mWindow.controller().copy();
+    mWindow.controller().editing().copy();
     clipboardDidChange();
 }
 
 void EditActions::cut()
 {
-    mWindow.controller().cut(Commands::plainName(*mCut));
+    mWindow.controller().editing().cut(Commands::plainName(*mCut));
     clipboardDidChange();
 }
 
@@ -188,7 +192,7 @@ void EditActions::paste()
 {
     MaybeError error;
     const bool wasEmpty = mWindow.document().numberOfFrames() == 0;
-    if (!mWindow.controller().paste(Commands::plainName(*mPaste), &error)) {
+    if (!mWindow.controller().editing().paste(Commands::plainName(*mPaste), &error)) {
         if (error && !error->isUserCancelled())
             mWindow.alerts().showError(error->message);
         return;

@@ -4,7 +4,10 @@
 #include "app/FormSheet.h"
 #include "app/Settings.h"
 #include "app/TimeField.h"
+#include "controllers/ConversionCommands.h"
+#include "controllers/EditCommands.h"
 #include "controllers/MixPasteController.h"
+#include "controllers/SelectionModel.h"
 #include "platform/UserDefaults.h"
 
 #include <QComboBox>
@@ -78,7 +81,7 @@ TimeField* addTime(FormSheet& sheet, const QString& label, double sampleRate, do
 void EditSheets::insertSilence(DocumentWindow& window)
 {
     SoundController& controller = window.controller();
-    const double selected = controller.normalizedSelection().duration();
+    const double selected = controller.selection().normalizedSelection().duration();
     //% "Insert Silence"
     const QString title = qtTrId("sheet-silence");
     //% "Insert"
@@ -90,7 +93,7 @@ void EditSheets::insertSilence(DocumentWindow& window)
     sheet.addNote(qtTrId("sheet-silence-note"));
     sheet.setCondition([length] { return length->time().value_or(0) > 0; });
     if (sheet.ask())
-        report(window, controller.insertSilence(*length->time(), title));
+        report(window, controller.editing().insertSilence(*length->time(), title));
 }
 
 void EditSheets::mixPaste(DocumentWindow& window)
@@ -108,7 +111,7 @@ void EditSheets::mixPaste(DocumentWindow& window)
     //% "Into the selection only"
     auto* const into = new QRadioButton(qtTrId("sheet-mix-into"), &sheet);
     all->setChecked(true);
-    into->setEnabled(!window.controller().isSelectionEmpty());
+    into->setEnabled(!window.controller().selection().isEmpty());
     //% "Paste:"
     sheet.form().addRow(qtTrId("sheet-mix-where"), all);
     sheet.form().addRow(QString(), into);
@@ -139,7 +142,7 @@ void EditSheets::resample(DocumentWindow& window)
         return;
     const double seconds = *duration->time();
     const auto asked = seconds == document.totalTime() ? std::nullopt : std::optional(seconds);
-    report(window, window.controller().resample(*rateOf(*rate), asked, title));
+    report(window, window.controller().conversions().resample(*rateOf(*rate), asked, title));
 }
 
 void EditSheets::documentProperties(DocumentWindow& window)
@@ -163,7 +166,8 @@ void EditSheets::documentProperties(DocumentWindow& window)
     sheet.addNote(qtTrId("sheet-properties-note"));
     sheet.setCondition([rate] { return rateOf(*rate).has_value(); });
     if (sheet.ask())
-        report(window, window.controller().setProperties(*rateOf(*rate), bits->currentData().toInt(), title));
+        report(window, window.controller().conversions().setProperties(*rateOf(*rate),
+                                                                       bits->currentData().toInt(), title));
 }
 
 void EditSheets::gridSettings(DocumentWindow& window)

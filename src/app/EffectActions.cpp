@@ -4,6 +4,8 @@
 #include "app/DocumentWindow.h"
 #include "app/EffectDialog.h"
 #include "app/WaveformView.h"
+#include "controllers/EffectController.h"
+#include "controllers/TransportController.h"
 #include "platform/NotificationCenter.h"
 
 #include <QMap>
@@ -88,7 +90,7 @@ void EffectActions::update()
     const bool hasSound = mWindow.document().numberOfFrames() > 0;
     for (QAction* const action : mEffects)
         action->setEnabled(hasSound);
-    const std::shared_ptr<Filter> last = SoundController::lastFilter();
+    const std::shared_ptr<Filter> last = EffectController::lastFilter();
     mLast->setEnabled(hasSound && last);
     QString name = last ? last->name() : QString();
     name.replace(u'&', QLatin1String("&&"));
@@ -98,7 +100,7 @@ void EffectActions::update()
 void EffectActions::perform(const EffectEntry& entry)
 {
     const std::shared_ptr<Filter> filter = entry.make(entry.menuTitle);
-    mWindow.controller().setUpFilter(*filter);
+    mWindow.controller().effects().setUpFilter(*filter);
     if (!filter->hasOptionsDialog()) {
         apply(filter);
         return;
@@ -106,7 +108,8 @@ void EffectActions::perform(const EffectEntry& entry)
     filter->loadDefaults();
     auto* const dialog = new EffectDialog(filter, entry.summary, &mWindow);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &EffectDialog::previewWillStart, this, [this] { mWindow.controller().stopAudio(); });
+    connect(dialog, &EffectDialog::previewWillStart, this,
+            [this] { mWindow.controller().transport().stopAudio(); });
     // The dialog is gone before the work begins, so that its progress stands alone.
     connect(
         dialog, &QDialog::accepted, this, [this, filter] { apply(filter); }, Qt::QueuedConnection);
@@ -116,7 +119,7 @@ void EffectActions::perform(const EffectEntry& entry)
 
 void EffectActions::apply(const std::shared_ptr<Filter>& filter)
 {
-    const MaybeError error = mWindow.controller().applyFilter(filter);
+    const MaybeError error = mWindow.controller().effects().applyFilter(filter);
     NotificationCenter::standard().post(kLastFilterDidChange);
     mWindow.updateState();
     showError(error);
@@ -124,7 +127,7 @@ void EffectActions::apply(const std::shared_ptr<Filter>& filter)
 
 void EffectActions::applyLast()
 {
-    const MaybeError error = mWindow.controller().applyLastFilter();
+    const MaybeError error = mWindow.controller().effects().applyLastFilter();
     mWindow.updateState();
     showError(error);
 }

@@ -7,6 +7,8 @@
 #include "app/FolderMemory.h"
 #include "app/RecentFiles.h"
 #include "app/SaveDialog.h"
+#include "controllers/RecordingController.h"
+#include "controllers/SelectionModel.h"
 #include "formats/AudioFileRegistry.h"
 
 #include <QFileDialog>
@@ -90,11 +92,11 @@ void FileActions::addSaving(QMenu& menu)
 void FileActions::update()
 {
     const SoundDocument& document = mWindow.document();
-    const bool isComplete = !mWindow.isOpening() && !mWindow.controller().isRecording();
+    const bool isComplete = !mWindow.isOpening() && !mWindow.controller().recording().isRecording();
     const bool hasSound = document.numberOfFrames() > 0 && isComplete;
     mSave->setEnabled(hasSound && (document.isDocumentEdited() || document.filePath().empty()));
     mSaveAs->setEnabled(hasSound);
-    mSaveSelection->setEnabled(hasSound && !mWindow.controller().isSelectionEmpty());
+    mSaveSelection->setEnabled(hasSound && !mWindow.controller().selection().isEmpty());
     mRevert->setEnabled(isComplete && document.isDocumentEdited() && !document.filePath().empty());
     mRecent->setEnabled(!RecentFiles::paths().empty());
 }
@@ -163,7 +165,7 @@ bool FileActions::saveSelection()
 {
     SaveRequest request;
     request.operation = SaveOperation::saveTo;
-    request.selection = mWindow.controller().normalizedSelection();
+    request.selection = mWindow.controller().selection().normalizedSelection();
     SaveDialog dialog(mWindow.document(), request, &mWindow);
     const std::optional<SaveRequest> answer = dialog.ask();
     return answer && write(*answer);

@@ -6,6 +6,9 @@
 #include "app/Settings.h"
 #include "app/SplitSheet.h"
 #include "app/WaveformView.h"
+#include "controllers/MarkerCommands.h"
+#include "controllers/RecordingController.h"
+#include "controllers/TransportController.h"
 #include "platform/UserDefaults.h"
 
 #include <QMenu>
@@ -46,14 +49,14 @@ void MarkerActions::addPutting(QMenu& menu)
     //% "Insert &Marker"
     Commands::add(menu, qtTrId("edit-insert-marker"),
                   Commands::letter(Qt::Key_M) + QList<QKeySequence>{Qt::Key_Enter},
-                  [this] { report(mWindow, mWindow.controller().insertMarker()); });
+                  [this] { report(mWindow, mWindow.controller().markers().insertMarker()); });
     //% "Insert Markers at &Loud Passages"
     mGaps = Commands::add(menu, qtTrId("marker-gaps"), {}, [this] { insertInGaps(); });
     //% "Insert Markers at &Grid Lines"
     mGridlines = Commands::add(menu, qtTrId("marker-gridlines"), {}, [this] { insertAtGridlines(); });
     //% "&Delete All Markers"
     mDeleteAll = Commands::add(menu, qtTrId("edit-delete-markers"), {}, [this] {
-        mWindow.controller().deleteAllMarkers(Commands::plainName(*mDeleteAll));
+        mWindow.controller().markers().deleteAllMarkers(Commands::plainName(*mDeleteAll));
     });
 }
 
@@ -92,21 +95,21 @@ void MarkerActions::addSetting(QMenu& menu, const QString& text, const QString& 
 
 void MarkerActions::insertInGaps()
 {
-    report(mWindow, mWindow.controller().insertMarkersInGaps(Commands::plainName(*mGaps)));
+    report(mWindow, mWindow.controller().markers().insertMarkersInGaps(Commands::plainName(*mGaps)));
 }
 
 void MarkerActions::insertAtGridlines()
 {
     const SnapSettings grid = Settings::snapSettings();
     const double rate = mWindow.document().sampleRate();
-    report(mWindow, mWindow.controller().insertMarkersAtGridlines(
+    report(mWindow, mWindow.controller().markers().insertMarkersAtGridlines(
                         grid.gridOffset(rate), grid.gridSpacing(rate), Commands::plainName(*mGridlines)));
 }
 
 void MarkerActions::jump(int direction)
 {
     const double rate = mWindow.document().sampleRate();
-    const int64_t from = frameAtTime(mWindow.controller().cueTime(), rate);
+    const int64_t from = frameAtTime(mWindow.controller().transport().cueTime(), rate);
     std::optional<int64_t> target;
     for (const AudioMarkerPtr& marker : *mWindow.document().audioMarkers()) {
         const int64_t position = marker->position();
@@ -132,7 +135,7 @@ void MarkerActions::split()
 
 void MarkerActions::update()
 {
-    const bool isRecording = mWindow.controller().isRecording();
+    const bool isRecording = mWindow.controller().recording().isRecording();
     const bool hasSound = mWindow.document().numberOfFrames() > 0 && !isRecording;
     const bool hasMarkers = !mWindow.document().audioMarkers()->empty() && !isRecording;
     mGaps->setEnabled(hasSound);

@@ -12,6 +12,8 @@
 #include "app/TimerRecordingSheets.h"
 #include "app/TransportActions.h"
 #include "app/TransportBar.h"
+#include "controllers/RecordingController.h"
+#include "controllers/TransportController.h"
 #include "document/DocumentRecording.h"
 #include "document/DocumentTransport.h"
 #include "platform/NotificationCenter.h"
@@ -54,14 +56,15 @@ void RecordActions::addRecord()
     //% "&Record"
     mRecord = Commands::add(menu, qtTrId("transport-record"),
                             {QKeySequence(Qt::Key_3), QKeySequence(Qt::CTRL | Qt::Key_Space)},
-                            [this] { mWindow.controller().recordOrStop(); });
+                            [this] { mWindow.controller().recording().recordOrStop(); });
     mRecord->setAutoRepeat(false);
     Commands::setIcon(*mRecord, QStringLiteral("toolbar-record"));
     const QString key = mRecord->shortcut().toString(QKeySequence::NativeText);
     mRecord->setToolTip(QStringLiteral("%1 (%2)").arg(Commands::plainName(*mRecord), key));
     mStopBySpace = new QAction(this);
     mStopBySpace->setAutoRepeat(false);
-    connect(mStopBySpace, &QAction::triggered, this, [this] { mWindow.controller().stopAudio(); });
+    connect(mStopBySpace, &QAction::triggered, this,
+            [this] { mWindow.controller().transport().stopAudio(); });
     mWindow.addAction(mStopBySpace);
 }
 
@@ -91,7 +94,7 @@ void RecordActions::addToBar()
     mLevelsToken = NotificationCenter::standard().addObserver(
         AudioNotification::inputLevelsDidChange(), [this](const void* sender) {
             const auto& levels = *static_cast<const InputLevels*>(sender);
-            if (mWindow.controller().isRecording())
+            if (mWindow.controller().recording().isRecording())
                 mInputMeters->setLevels(levels.leftLevel, levels.rightLevel);
         });
 }
@@ -99,8 +102,8 @@ void RecordActions::addToBar()
 void RecordActions::update()
 {
     const SoundController& controller = mWindow.controller();
-    const bool isRecording = controller.isRecording();
-    const bool canRecord = !isRecording && !controller.isPlaying() && !mWindow.isOpening();
+    const bool isRecording = controller.recording().isRecording();
+    const bool canRecord = !isRecording && !controller.transport().isPlaying() && !mWindow.isOpening();
     mRecord->setEnabled(isRecording || canRecord);
     mRecord->setIcon(ThemedIcon::named(isRecording ? QStringLiteral("toolbar-record-on")
                                                    : QStringLiteral("toolbar-record")));
@@ -148,15 +151,15 @@ bool RecordActions::finish()
     if (mSheet)
         mSheet->reject();
     SoundController& controller = mWindow.controller();
-    if (!controller.isRecording())
+    if (!controller.recording().isRecording())
         return true;
-    controller.stopAudio();
+    controller.transport().stopAudio();
     const QDeadlineTimer deadline(mPatience);
     QTimer alarm;
     alarm.start(mPatience);
-    while (controller.isRecording() && !deadline.hasExpired())
+    while (controller.recording().isRecording() && !deadline.hasExpired())
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
-    if (!controller.isRecording())
+    if (!controller.recording().isRecording())
         return true;
     mWindow.document().recording().leaveBehind();
     return false;

@@ -3,6 +3,7 @@
 #include "app/Commands.h"
 #include "app/DocumentWindow.h"
 #include "app/EditSheets.h"
+#include "controllers/ConversionCommands.h"
 
 #include <QMenu>
 #include <QMenuBar>
@@ -23,10 +24,10 @@ SoundActions::SoundActions(DocumentWindow& window, QMenuBar& menuBar)
     //% "&Add Track"
     QAction* const add = menu.addAction(qtTrId("sound-add-track"));
     connect(add, &QAction::triggered, this,
-            [this, add] { mWindow.controller().addTrack(Commands::plainName(*add)); });
+            [this, add] { mWindow.controller().conversions().addTrack(Commands::plainName(*add)); });
     //% "&Remove Selected Tracks"
     mRemoveTracks = Commands::add(menu, qtTrId("sound-remove-tracks"), {}, [this] {
-        mWindow.controller().removeSelectedTracks(Commands::plainName(*mRemoveTracks));
+        mWindow.controller().conversions().removeSelectedTracks(Commands::plainName(*mRemoveTracks));
     });
     //% "Mix Down to &Mono"
     mMono = Commands::add(menu, qtTrId("sound-mono"), {}, [this] { mixdown(1, *mMono); });
@@ -42,7 +43,8 @@ SoundActions::SoundActions(DocumentWindow& window, QMenuBar& menuBar)
 
 void SoundActions::mixdown(int numChannels, const QAction& action)
 {
-    const MaybeError error = mWindow.controller().mixdown(numChannels, Commands::plainName(action));
+    const MaybeError error =
+        mWindow.controller().conversions().mixdown(numChannels, Commands::plainName(action));
     if (error)
         mWindow.alerts().showError(error->message);
 }

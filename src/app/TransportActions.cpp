@@ -4,6 +4,8 @@
 #include "app/DocumentWindow.h"
 #include "app/Settings.h"
 #include "app/ThemedIcon.h"
+#include "controllers/RecordingController.h"
+#include "controllers/TransportController.h"
 #include "platform/UserDefaults.h"
 
 #include <QActionGroup>
@@ -48,22 +50,23 @@ void TransportActions::addPlaying()
 {
     //% "&Play"
     mPlay = Commands::add(*mMenu, qtTrId("transport-play"), {QKeySequence(Qt::Key_Space)},
-                          [this] { mWindow.controller().playReturning(); });
+                          [this] { mWindow.controller().transport().playReturning(); });
     //% "Pa&use"
     mPause = Commands::add(*mMenu, qtTrId("transport-pause"), {QKeySequence(Qt::Key_Comma)},
-                           [this] { mWindow.controller().playStaying(); });
+                           [this] { mWindow.controller().transport().playStaying(); });
     //% "&Stop"
     mStop = Commands::add(*mMenu, qtTrId("transport-stop"), {QKeySequence(Qt::Key_Escape)},
-                          [this] { mWindow.controller().cancelOperation(); });
+                          [this] { mWindow.controller().transport().cancelOperation(); });
     // For the number pad, where all of the transport is under one hand.
     auto* const playOrStop = new QAction(this);
     playOrStop->setShortcut(QKeySequence(Qt::Key_0));
     playOrStop->setAutoRepeat(false);
-    connect(playOrStop, &QAction::triggered, this, [this] { mWindow.controller().playOrStopReturning(); });
+    connect(playOrStop, &QAction::triggered, this,
+            [this] { mWindow.controller().transport().playOrStopReturning(); });
     mWindow.addAction(playOrStop);
     //% "&Loop"
     mLoop = Commands::addToggle(*mMenu, qtTrId("transport-loop"), {QKeySequence(Qt::Key_4)},
-                                [this](bool) { mWindow.controller().loop(); });
+                                [this](bool) { mWindow.controller().transport().loop(); });
     for (QAction* const action : {mPlay, mPause, mLoop})
         action->setAutoRepeat(false);
     describe(*mPlay, QStringLiteral("toolbar-play"));
@@ -77,13 +80,13 @@ void TransportActions::addMoving()
     //% "Return to &Zero"
     mReturnToZero =
         Commands::add(*mMenu, qtTrId("transport-return-to-zero"), {Qt::Key_Period, Qt::Key_Return},
-                      [this] { mWindow.controller().returnToZero(); });
+                      [this] { mWindow.controller().transport().returnToZero(); });
     //% "Re&wind"
     mRewind = Commands::add(*mMenu, qtTrId("transport-rewind"), {QKeySequence(Qt::Key_1)},
-                            [this] { mWindow.controller().rewind(); });
+                            [this] { mWindow.controller().transport().rewind(); });
     //% "Fast &Forward"
     mFastForward = Commands::add(*mMenu, qtTrId("transport-forward"), {QKeySequence(Qt::Key_2)},
-                                 [this] { mWindow.controller().fastForward(); });
+                                 [this] { mWindow.controller().transport().fastForward(); });
     describe(*mReturnToZero, QStringLiteral("toolbar-zero"));
     describe(*mRewind, QStringLiteral("toolbar-rewind"));
     describe(*mFastForward, QStringLiteral("toolbar-forward"));
@@ -99,7 +102,7 @@ void TransportActions::addSpeeds()
         //% "%1 %"
         QAction* const item =
             Commands::add(*mSpeeds, qtTrId("transport-percent").arg(QLocale().toString(percent)), {},
-                          [this, percent] { mWindow.controller().playbackSpeed(percent); });
+                          [this, percent] { mWindow.controller().transport().playbackSpeed(percent); });
         item->setCheckable(true);
         item->setData(percent);
         group->addAction(item);
@@ -108,10 +111,10 @@ void TransportActions::addSpeeds()
     mSpeeds->addSeparator();
     //% "&Faster"
     Commands::add(*mSpeeds, qtTrId("transport-faster"), {QKeySequence(Qt::CTRL | Qt::Key_Up)},
-                  [this] { mWindow.controller().speedUpPlayback(); });
+                  [this] { mWindow.controller().transport().speedUpPlayback(); });
     //% "&Slower"
     Commands::add(*mSpeeds, qtTrId("transport-slower"), {QKeySequence(Qt::CTRL | Qt::Key_Down)},
-                  [this] { mWindow.controller().slowDownPlayback(); });
+                  [this] { mWindow.controller().transport().slowDownPlayback(); });
 }
 
 void TransportActions::addFollowing()
@@ -127,7 +130,7 @@ void TransportActions::addFollowing()
                                      std::pair{qtTrId("transport-follow-never"), CueFollower::never}}) {
         QAction* const item = Commands::add(*follow, text, {}, [this, mode = mode] {
             Settings::change(CueFollower::preferenceKey(), static_cast<int>(mode));
-            mWindow.controller().updateTransportButtons();
+            mWindow.controller().transport().updateTransportButtons();
         });
         item->setCheckable(true);
         item->setData(static_cast<int>(mode));
@@ -139,19 +142,19 @@ void TransportActions::addFollowing()
 void TransportActions::update()
 {
     const SoundController& controller = mWindow.controller();
-    const bool isPlaying = controller.isPlaying();
-    const bool isRecording = controller.isRecording();
+    const bool isPlaying = controller.transport().isPlaying();
+    const bool isRecording = controller.recording().isRecording();
     const bool canPlay = !isRecording && !mWindow.isOpening() && mWindow.document().numberOfFrames() > 0;
     mPlay->setEnabled(isPlaying || canPlay);
     mPause->setEnabled(isPlaying || canPlay);
     mStop->setEnabled(isPlaying || isRecording);
     mPlay->setIcon(
         ThemedIcon::named(isPlaying ? QStringLiteral("toolbar-play-on") : QStringLiteral("toolbar-play")));
-    const bool isLooping = controller.isLooping();
+    const bool isLooping = controller.transport().isLooping();
     mLoop->setChecked(isLooping);
     mLoop->setIcon(
         ThemedIcon::named(isLooping ? QStringLiteral("toolbar-loop-on") : QStringLiteral("toolbar-loop")));
-    const auto percent = static_cast<int>(std::lround(controller.playbackSpeed() * 100));
+    const auto percent = static_cast<int>(std::lround(controller.transport().playbackSpeed() * 100));
     for (QAction* const item : mSpeedItems)
         item->setChecked(item->data().toInt() == percent);
     const int mode = UserDefaults::standard().integerValue(CueFollower::preferenceKey());

@@ -5,6 +5,7 @@
 #include "app/RulerUnitNames.h"
 #include "app/Settings.h"
 #include "app/WaveformView.h"
+#include "controllers/SelectionModel.h"
 #include "platform/UserDefaults.h"
 
 #include <QActionGroup>
@@ -160,7 +161,7 @@ void ViewActions::update()
     const UserDefaults& defaults = UserDefaults::standard();
     const bool hasSound = mWindow.document().numberOfFrames() > 0;
     mFit->setEnabled(hasSound);
-    mZoomToSelection->setEnabled(!mWindow.controller().isSelectionEmpty());
+    mZoomToSelection->setEnabled(!mWindow.controller().selection().isEmpty());
     for (QAction* const action : mUnits->actions())
         action->setChecked(action->data().toInt() == defaults.integerValue(Settings::rulerUnits));
     (defaults.boolValue(Settings::levelScaleInDecibels) ? mDecibels : mLinear)->setChecked(true);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/Terminal.h"
-#include "controllers/SoundController.h"
+#include "controllers/SoundControllerHost.h"
 
 namespace velloria
 {

@@ -1,6 +1,8 @@
 #include "cli/CliHost.h"
 #include "cli/DocumentFiles.h"
 #include "cli/ScriptReader.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/SoundController.h"
 #include "document/AudioClipboard.h"
 #include "scripting/CommandDictionary.h"
 #include "scripting/SaveArguments.h"
@@ -101,7 +103,7 @@ ExitStatus runCommands(const Arguments& arguments)
 
     CliHost host;
     SoundController controller(document, host);
-    controller.selectAll();
+    controller.selection().selectAll();
     const bool isDone = runAll(*commands, controller, outputType != nullptr) &&
                         (!outputType || saveAtEnd(controller, output, outputType->uti));
     // What was copied may hold scratch files, which must go before the program's own objects do.

@@ -1,5 +1,6 @@
 #include "controllers/AutoRecordController.h"
 
+#include "controllers/RecordingController.h"
 #include "document/DocumentTransport.h"
 #include "platform/UserDefaults.h"
 
@@ -58,7 +59,7 @@ void AutoRecordController::registerDefaults()
 
 MaybeError AutoRecordController::begin()
 {
-    return mController.recordAtEnd(this);
+    return mController.recording().recordAtEnd(this);
 }
 
 void AutoRecordController::completeAction()

@@ -1,5 +1,7 @@
 #include "controllers/MixPasteController.h"
 
+#include "controllers/EditCommands.h"
+#include "controllers/SelectionModel.h"
 #include "document/AudioClipboard.h"
 #include "document/UndoGroup.h"
 #include "document/clips/ClipWriter.h"
@@ -28,7 +30,7 @@ int64_t truncatedFrame(double seconds, double sampleRate)
 MixPasteController::Target MixPasteController::targetOf(const ClipboardClip& clip) const
 {
     const SoundDocument& document = mController.document();
-    const SoundSelection selection = mController.normalizedSelection();
+    const SoundSelection selection = mController.selection().normalizedSelection();
     const double rate = document.sampleRate();
     const bool staysInside = mPasteInto && selection.duration() > 0.0;
     Target target;
@@ -53,12 +55,12 @@ MaybeError MixPasteController::performMixPaste(const QString& actionName)
         logLine(QStringLiteral("-[MixPasteController performMixPaste] clip == nil"));
         return std::nullopt;
     }
-    if (MaybeError error = mController.checkRoomFor(clip->duration()))
+    if (MaybeError error = mController.editing().checkRoomFor(clip->duration()))
         return error;
     Target target = targetOf(*clip);
     MaybeError error;
-    const std::vector<AudioTrackPtr> tracks =
-        mController.tracksOfClip(*clip, target.numTracks, QStringLiteral("Resampling audio"), &error);
+    const std::vector<AudioTrackPtr> tracks = mController.editing().tracksOfClip(
+        *clip, target.numTracks, QStringLiteral("Resampling audio"), &error);
     if (error)
         return error;
     if (tracks.empty()) {
@@ -124,9 +126,10 @@ void MixPasteController::install(const std::vector<std::shared_ptr<MutableAudioC
     for (const auto& clip : clips)
         document.replaceDataAndMarkersAtOffset(target.start, clip->numFrames(), track++, clip);
     const double rate = document.sampleRate();
-    mController.setSelection({static_cast<double>(target.start) / rate,
-                              static_cast<double>(target.start + clips.front()->numFrames()) / rate,
-                              target.firstTrack, target.numTracks});
+    mController.selection().setSelection(
+        {static_cast<double>(target.start) / rate,
+         static_cast<double>(target.start + clips.front()->numFrames()) / rate, target.firstTrack,
+         target.numTracks});
 }
 
 FloatBuffer MixPasteController::mixedData(std::span<const float> existing, std::span<const float> paste) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "controllers/SoundController.h"
+#include "document/ClipboardClip.h"
 
 #include <span>
 

@@ -1,138 +1,66 @@
 #include "controllers/SoundController.h"
 
-#include "Classes/CoreAudio/AudioPreferences.h"
+#include "controllers/ConversionCommands.h"
+#include "controllers/DisplayController.h"
+#include "controllers/EditCommands.h"
+#include "controllers/EffectController.h"
+#include "controllers/MarkerCommands.h"
+#include "controllers/RecordingController.h"
+#include "controllers/TransportController.h"
 #include "document/DocumentTransport.h"
-
-#include <algorithm>
 
 namespace velloria
 {
 
-namespace
-{
-
-/// NaN becomes 0.
-double clampedTime(double seconds, double totalTime)
-{
-    return seconds > totalTime ? totalTime : seconds >= 0.0 ? seconds : 0.0;
-}
-
-} // namespace
-
 SoundController::SoundController(std::shared_ptr<SoundDocument> document, SoundControllerHost& host)
     : mDocument(std::move(document))
     , mHost(host)
-    , mNumTracks(mDocument->trackCount())
+    , mSelection(std::make_unique<SelectionModel>(*mDocument, host))
+    , mDisplay(std::make_unique<DisplayController>(*mDocument, host))
+    , mTransport(std::make_unique<TransportController>(*mDocument, *mSelection, host))
+    , mRecording(std::make_unique<RecordingController>(*mDocument, *mSelection, *mTransport, host))
+    , mMarkers(std::make_unique<MarkerCommands>(*mDocument, *mSelection, *mTransport, *mDisplay))
+    , mEditing(std::make_unique<EditCommands>(*mDocument, *mSelection, host))
+    , mConversions(std::make_unique<ConversionCommands>(*mDocument, *mSelection, host))
+    , mEffects(std::make_unique<EffectController>(mDocument, *mSelection, host))
 {
-    mSelection.numTracks = mNumTracks;
     mDocument->addController(this);
-    mCueMainTimer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&mCueMainTimer, &QTimer::timeout, &mCueMainTimer, [this] { cueMainTimerFire(); });
-    mVolumeToken =
-        NotificationCenter::standard().addObserver(AudioNotification::playbackVolumeDidChange(),
-                                                   [this](const void*) { mHost.playbackVolumeDidChange(); });
 }
 
 SoundController::~SoundController()
 {
-    NotificationCenter::standard().removeObserver(mVolumeToken);
     mDocument->removeController(this);
-    // The last filter outlives this document: it must neither call back nor keep the document's files open.
-    const std::shared_ptr<Filter> last = lastFilter();
-    if (last && last->delegate() == this) {
-        last->setDelegate(nullptr);
-        last->setSource(nullptr);
-    }
 }
 
-SoundSelection SoundController::everything() const
+void SoundController::setMostScratchBytes(int64_t numBytes)
 {
-    return {0.0, mDocument->totalTime(), 0, mDocument->trackCount()};
+    mEffects->setMostScratchBytes(numBytes);
+    mConversions->setMostScratchBytes(numBytes);
 }
 
-SoundSelection SoundController::normalizedSelection() const
+MaybeError SoundController::save(const SaveRequest& request)
 {
-    const double total = mDocument->numberOfFrames() > 0 ? mDocument->totalTime() : 0.0;
-    const int32_t count = mDocument->trackCount();
-    SoundSelection selection = mSelection;
-    const double start = clampedTime(selection.startTime, total);
-    const double end = clampedTime(selection.endTime, total);
-    selection.startTime = std::min(start, end);
-    selection.endTime = std::max(start, end);
-    if (selection.firstTrack < 0) {
-        selection.firstTrack = 0;
-        selection.numTracks = count;
-    }
-    selection.firstTrack = std::min(selection.firstTrack, std::max(0, count - 1));
-    selection.numTracks = std::clamp(selection.numTracks, 0, count - selection.firstTrack);
-    return selection;
-}
-
-bool SoundController::isSelectionEmpty() const
-{
-    const SoundSelection selection = normalizedSelection();
-    return selection.startTime == selection.endTime;
-}
-
-SoundSelection SoundController::selectionOrAll() const
-{
-    return isSelectionEmpty() ? everything() : normalizedSelection();
-}
-
-void SoundController::setSelection(const SoundSelection& selection)
-{
-    if (selection == mSelection)
-        return;
-    mSelection = selection;
-    mHost.selectionDidChange();
-}
-
-void SoundController::selectAll()
-{
-    setSelection(everything());
-}
-
-void SoundController::selectNone()
-{
-    SoundSelection selection = normalizedSelection();
-    selection.endTime = selection.startTime;
-    setSelection(selection);
-}
-
-void SoundController::setCueTime(double seconds)
-{
-    if (isPlaying())
-        moveCueWhilePlaying(clampedTime(seconds, mDocument->totalTime()));
-    else
-        showCueTime(seconds);
-}
-
-void SoundController::showCueTime(double seconds)
-{
-    const double time = clampedTime(seconds, mDocument->totalTime());
-    if (time == mCueTime)
-        return;
-    mCueTime = time;
-    mHost.cueDidChange();
+    const QString name = displayName(request.path);
+    const QStringList losses = mDocument->lossesWhenSaving(request);
+    if (!losses.isEmpty() &&
+        !mHost.alerts().confirmLoss(QStringLiteral("Save “%1” all the same?").arg(name), losses))
+        return Error::cancelled();
+    const std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Saving “%1”").arg(name));
+    return mDocument->writeToPath(request, *progress);
 }
 
 void SoundController::setNumTracks(int32_t numTracks)
 {
-    if (numTracks == mNumTracks)
+    if (numTracks == mSelection->numTracks())
         return;
-    // A selection of all tracks stays one.
-    SoundSelection selection = normalizedSelection();
-    if (mSelection.firstTrack <= 0 && mSelection.numTracks >= mNumTracks)
-        selection.numTracks = numTracks;
-    mNumTracks = numTracks;
-    mCloseUps.clear();
-    setSelection(selection);
+    mDisplay->forgetCloseUps();
+    mSelection->setNumTracks(numTracks);
 }
 
 void SoundController::reload()
 {
     mDocument->transport().documentDidChange();
-    showCueTime(mCueTime);
+    mSelection->showCueTime(mSelection->cueTime());
     mHost.documentDidReload();
 }
 
@@ -141,9 +69,30 @@ void SoundController::markersDidChange()
     mHost.markersDidChange();
 }
 
+std::optional<SoundSelection> SoundController::selectionForUndo() const
+{
+    return mSelection->value();
+}
+
 void SoundController::restoreSelection(const SoundSelection& selection)
 {
-    setSelection(selection);
+    mSelection->setSelection(selection);
+}
+
+void SoundController::transportDidChange()
+{
+    mTransport->updateTransportButtons();
+}
+
+void SoundController::playbackDidStop()
+{
+    mTransport->playbackDidStop();
+}
+
+void SoundController::recordingDidStop()
+{
+    mDisplay->forgetCloseUps();
+    mRecording->recordingDidStop();
 }
 
 } // namespace velloria

@@ -1,5 +1,6 @@
 #include "controllers/TimerRecordingEnabledController.h"
 
+#include "controllers/RecordingController.h"
 #include "document/DocumentRecording.h"
 #include "document/DocumentTransport.h"
 
@@ -66,7 +67,7 @@ void TimerRecordingEnabledController::startRecording()
 {
     if (mState != State::waiting)
         return;
-    if (const MaybeError error = mController.recordAtEnd(nullptr))
+    if (const MaybeError error = mController.recording().recordAtEnd(nullptr))
         change(State::over, error);
     else
         change(State::recording, std::nullopt);

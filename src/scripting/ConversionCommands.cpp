@@ -1,4 +1,7 @@
+#include "controllers/ConversionCommands.h"
+#include "controllers/EditCommands.h"
 #include "controllers/MixPasteController.h"
+#include "controllers/SelectionModel.h"
 #include "document/AudioClipboard.h"
 #include "scripting/CommandGroups.h"
 
@@ -57,8 +60,8 @@ CommandDescription insertSilenceCommand()
     };
     command.run = [](SoundController& controller, const QVariantMap& arguments) {
         const double duration =
-            number(arguments, kDuration).value_or(controller.normalizedSelection().duration());
-        return controller.insertSilence(duration, {});
+            number(arguments, kDuration).value_or(controller.selection().normalizedSelection().duration());
+        return controller.editing().insertSilence(duration, {});
     };
     return command;
 }
@@ -104,7 +107,7 @@ CommandDescription mixdownCommand()
         return channels == 1 || channels == 2 ? QString() : QStringLiteral("Channels= must be 1 or 2");
     };
     command.run = [](SoundController& controller, const QVariantMap& arguments) {
-        return controller.mixdown(arguments.value(kChannels).toInt(), {});
+        return controller.conversions().mixdown(arguments.value(kChannels).toInt(), {});
     };
     return command;
 }
@@ -125,8 +128,9 @@ CommandDescription resampleCommand()
         return checkRate(arguments);
     };
     command.run = [](SoundController& controller, const QVariantMap& arguments) {
-        return controller.resample(number(arguments, kRate).value_or(controller.document().sampleRate()),
-                                   number(arguments, kDuration), {});
+        return controller.conversions().resample(
+            number(arguments, kRate).value_or(controller.document().sampleRate()),
+            number(arguments, kDuration), {});
     };
     return command;
 }
@@ -151,21 +155,21 @@ CommandDescription setFormatCommand()
     };
     command.run = [](SoundController& controller, const QVariantMap& arguments) {
         const SoundDocument& document = controller.document();
-        return controller.setProperties(number(arguments, kRate).value_or(document.sampleRate()),
-                                        arguments.value(kBits, qlonglong{document.sampleSize()}).toLongLong(),
-                                        {});
+        return controller.conversions().setProperties(
+            number(arguments, kRate).value_or(document.sampleRate()),
+            arguments.value(kBits, qlonglong{document.sampleSize()}).toLongLong(), {});
     };
     return command;
 }
 
 CommandDescription trackCommand(const char* name, const char* summary,
-                                void (SoundController::*change)(const QString&))
+                                void (ConversionCommands::*change)(const QString&))
 {
     CommandDescription command;
     command.name = QString::fromLatin1(name);
     command.summary = QString::fromLatin1(summary);
     command.run = [change](SoundController& controller, const QVariantMap&) {
-        (controller.*change)({});
+        (controller.conversions().*change)({});
         return MaybeError();
     };
     return command;
@@ -181,10 +185,10 @@ void CommandGroups::appendConversionCommands(std::vector<CommandDescription>& co
     commands.push_back(resampleCommand());
     commands.push_back(setFormatCommand());
     commands.push_back(
-        trackCommand("add track", "Adds a silent track behind the others.", &SoundController::addTrack));
+        trackCommand("add track", "Adds a silent track behind the others.", &ConversionCommands::addTrack));
     commands.push_back(trackCommand("remove tracks",
                                     "Removes the selected tracks; one stays when all are selected.",
-                                    &SoundController::removeSelectedTracks));
+                                    &ConversionCommands::removeSelectedTracks));
 }
 
 } // namespace velloria

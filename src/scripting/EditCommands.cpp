@@ -1,3 +1,5 @@
+#include "controllers/EditCommands.h"
+#include "controllers/SelectionModel.h"
 #include "controllers/SoundController.h"
 #include "document/AudioClipboard.h"
 #include "scripting/CommandGroups.h"
@@ -16,25 +18,25 @@ MaybeError select(SoundController& controller, const QVariantMap& arguments)
 {
     MaybeError error;
     if (const auto selection = SelectionArguments::selection(controller.document(), arguments, &error))
-        controller.setSelection(*selection);
+        controller.selection().setSelection(*selection);
     return error;
 }
 
 MaybeError copy(SoundController& controller, const QVariantMap& arguments)
 {
     if (arguments.isEmpty()) {
-        controller.copy();
+        controller.editing().copy();
         return std::nullopt;
     }
     MaybeError error;
     std::shared_ptr<SoundDocument> document = controller.sharedDocument();
     if (arguments.contains(kFile))
-        document =
-            controller.documentForCopyingFrom(ScriptText::toPath(arguments.value(kFile).toString()), &error);
+        document = controller.editing().documentForCopyingFrom(
+            ScriptText::toPath(arguments.value(kFile).toString()), &error);
     if (!document)
         return error;
     if (const auto selection = SelectionArguments::selection(*document, arguments, &error))
-        SoundController::copyFrom(*document, *selection);
+        EditCommands::copyFrom(*document, *selection);
     return error;
 }
 
@@ -81,7 +83,7 @@ MaybeError paste(SoundController& controller)
         return std::nullopt;
     }
     MaybeError error;
-    controller.paste(QString(), &error);
+    controller.editing().paste(QString(), &error);
     return error;
 }
 
@@ -116,24 +118,25 @@ void CommandGroups::appendEditCommands(std::vector<CommandDescription>& commands
     commands.push_back(copyCommand());
 
     commands.push_back(plainCommand("cut", "Copies the selection and deletes it.",
-                                    [](SoundController& controller) { controller.cut({}); }));
+                                    [](SoundController& controller) { controller.editing().cut({}); }));
     commands.push_back(
         plainCommand("paste",
                      "Replaces the selection by what was copied (inserts it, when the selection is "
                      "empty) and selects it.",
                      paste));
-    commands.push_back(plainCommand("delete", "Takes the selection out; what follows moves up.",
-                                    [](SoundController& controller) { controller.deleteSelection({}); }));
+    commands.push_back(
+        plainCommand("delete", "Takes the selection out; what follows moves up.",
+                     [](SoundController& controller) { controller.editing().deleteSelection({}); }));
     commands.push_back(plainCommand("clear", "Replaces the selection by silence of its length.",
-                                    [](SoundController& controller) { controller.clear({}); }));
+                                    [](SoundController& controller) { controller.editing().clear({}); }));
     commands.push_back(plainCommand("crop", "Deletes all but the selection, other tracks included.",
-                                    [](SoundController& controller) { controller.crop({}); }));
+                                    [](SoundController& controller) { controller.editing().crop({}); }));
     commands.push_back(plainCommand("undo",
                                     "Takes the last command back; nothing happens when there is none.",
-                                    [](SoundController& controller) { controller.undo(); }));
+                                    [](SoundController& controller) { controller.editing().undo(); }));
     commands.back().makesStep = false;
     commands.push_back(plainCommand("redo", "Does again what was taken back.",
-                                    [](SoundController& controller) { controller.redo(); }));
+                                    [](SoundController& controller) { controller.editing().redo(); }));
     commands.back().makesStep = false;
 }
 

@@ -1,4 +1,7 @@
+#include "controllers/EffectController.h"
+#include "controllers/SelectionModel.h"
 #include "controllers/SoundController.h"
+#include "effects/EffectRegistry.h"
 #include "scripting/CommandGroups.h"
 #include "scripting/SelectionArguments.h"
 
@@ -24,8 +27,8 @@ MaybeError runEffect(const EffectEntry& entry, SoundController& controller, cons
         return std::nullopt;
     const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
     filter->setParameters(arguments);
-    controller.setUpFilter(*filter);
-    MaybeError error = controller.runFilter(*filter);
+    controller.effects().setUpFilter(*filter);
+    MaybeError error = controller.effects().runFilter(*filter);
     return !error && filter->wasCancelled() ? Error::cancelled() : error;
 }
 
@@ -90,10 +93,10 @@ MaybeError fade(SoundController& controller, const QVariantMap& arguments)
         const auto range = SelectionArguments::selection(controller.document(), arguments, &error);
         if (!range)
             return error;
-        SoundSelection selection = controller.normalizedSelection();
+        SoundSelection selection = controller.selection().normalizedSelection();
         selection.startTime = range->startTime;
         selection.endTime = range->endTime;
-        controller.setSelection(selection);
+        controller.selection().setSelection(selection);
     }
     return runEffect(*EffectRegistry::effectWithScriptName(name), controller, arguments);
 }

@@ -1,3 +1,5 @@
+#include "controllers/MarkerCommands.h"
+#include "controllers/SelectionModel.h"
 #include "controllers/SoundController.h"
 #include "scripting/CommandGroups.h"
 
@@ -111,19 +113,19 @@ CommandDescription insertMarkerCommand()
     command.run = [](SoundController& controller, const QVariantMap& arguments) -> MaybeError {
         SoundDocument& document = controller.document();
         if (!hasPosition(arguments) && !arguments.contains(kName)) {
-            return controller.insertMarker();
+            return controller.markers().insertMarker();
         }
         MaybeError error;
         const std::optional<int64_t> frame =
             hasPosition(arguments)
                 ? frameArgument(document, arguments, &error)
-                : frameAtTime(controller.normalizedSelection().startTime, document.sampleRate());
+                : frameAtTime(controller.selection().normalizedSelection().startTime, document.sampleRate());
         if (!frame)
             return error;
         const QString name =
             arguments.value(kName, QStringLiteral("New Marker %1").arg(document.audioMarkers()->size() + 1))
                 .toString();
-        return controller.addMarkers({std::make_shared<AudioMarker>(0, *frame, name)}, {});
+        return controller.markers().addMarkers({std::make_shared<AudioMarker>(0, *frame, name)}, {});
     };
     return command;
 }
@@ -211,7 +213,7 @@ CommandDescription insertMarkersInGapsCommand()
     command.summary =
         QStringLiteral("Adds a marker before each loud passage that 1.9 seconds of quiet precede.");
     command.run = [](SoundController& controller, const QVariantMap&) {
-        return controller.insertMarkersInGaps({});
+        return controller.markers().insertMarkersInGaps({});
     };
     return command;
 }
@@ -232,8 +234,8 @@ CommandDescription insertMarkersAtGridlinesCommand()
                                                           : QStringLiteral("Spacing= must be above 0");
     };
     command.run = [](SoundController& controller, const QVariantMap& arguments) {
-        return controller.insertMarkersAtGridlines(arguments.value(kOffset).toDouble(),
-                                                   arguments.value(kSpacing).toDouble(), {});
+        return controller.markers().insertMarkersAtGridlines(arguments.value(kOffset).toDouble(),
+                                                             arguments.value(kSpacing).toDouble(), {});
     };
     return command;
 }
@@ -250,7 +252,7 @@ void CommandGroups::appendMarkerCommands(std::vector<CommandDescription>& comman
     deleteAll.name = QStringLiteral("delete markers");
     deleteAll.summary = QStringLiteral("Deletes all markers.");
     deleteAll.run = [](SoundController& controller, const QVariantMap&) {
-        controller.deleteAllMarkers({});
+        controller.markers().deleteAllMarkers({});
         return MaybeError();
     };
     commands.push_back(deleteAll);

@@ -5,6 +5,7 @@
 #include "app/Theme.h"
 #include "app/WaveformView.h"
 #include "app/WaveformWidget.h"
+#include "controllers/DisplayController.h"
 #include "platform/FileHandle.h"
 #include "platform/UserDefaults.h"
 
@@ -138,7 +139,8 @@ protected:
                 if (window->document().filePath() == file && !window->isOpening())
                     found = window;
             }
-            return found && !editor.isOpening() && found->controller().waveformRenderProgress() >= 1;
+            return found && !editor.isOpening() &&
+                   found->controller().display().waveformRenderProgress() >= 1;
         });
         EXPECT_TRUE(isOpen);
         EXPECT_TRUE(found && QTest::qWaitForWindowExposed(found));

@@ -14,6 +14,8 @@
 #include "app/TimeReadout.h"
 #include "app/TransportBar.h"
 #include "app/ViewActions.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
 #include "document/AudioClipboard.h"
 
 #include <QComboBox>
@@ -46,7 +48,7 @@ protected:
 
     static void select(DocumentWindow& window, double start, double end)
     {
-        window.controller().setSelection({start, end, 0, window.document().trackCount()});
+        window.controller().selection().setSelection({start, end, 0, window.document().trackCount()});
     }
 
     /// Drags over the waveform from one time to another.
@@ -71,7 +73,7 @@ TEST_F(DocumentWindowTest, SelectEffectUndoRedoSaveReopen)
     DocumentWindow* const window = open(makeSound());
     EXPECT_FALSE(window->isWindowModified());
     dragOver(*window, 0.1, 0.3);
-    EXPECT_NEAR(window->controller().selection().startTime, 0.1, 0.01);
+    EXPECT_NEAR(window->controller().selection().value().startTime, 0.1, 0.01);
     const float before = peak(*window, 0.15, 0.25);
 
     window->effectActions().actionNamed(QStringLiteral("amplify"))->trigger();
@@ -153,7 +155,7 @@ TEST_F(DocumentWindowTest, ALongEffectIsCancelledAndLeavesTheDocument)
 {
     // Half an hour: no machine is done with it before the key is pressed.
     DocumentWindow* const window = open(makeLongSound("long.wav", int64_t{44100} * 1800));
-    window->controller().selectAll();
+    window->controller().selection().selectAll();
     QTimer cancel;
     QObject::connect(&cancel, &QTimer::timeout, window,
                      [window] { QTest::keyClick(window, Qt::Key_Escape); });
@@ -275,7 +277,7 @@ TEST_F(DocumentWindowTest, ASelectionIsSavedToAFileOfItsOwn)
 {
     DocumentWindow* const window = open(makeSound());
     EXPECT_FALSE(window->fileActions().saveSelectionAction()->isEnabled());
-    window->controller().setSelection({0.1, 0.35, 1, 1});
+    window->controller().selection().setSelection({0.1, 0.35, 1, 1});
     whenShown<SaveDialog>([](SaveDialog& dialog) {
         dialog.findChild<QLineEdit*>()->setText(QStringLiteral("part.wav"));
         dialog.accept();
@@ -348,7 +350,7 @@ TEST_F(DocumentWindowTest, TheStatusLineTellsTimesInTheUnitsOfTheRuler)
 {
     DocumentWindow* const window = open(makeSound());
     select(*window, 0.1, 0.35);
-    window->controller().setCueTime(0.1);
+    window->controller().transport().setCueTime(0.1);
     EXPECT_EQ(window->transportBar().readout().text(), QStringLiteral("0'00.1000"));
     EXPECT_EQ(window->statusLine().selectionText(), QStringLiteral("0'00.1000 – 0'00.3500"));
     EXPECT_EQ(window->statusLine().lengthText(), QStringLiteral("0'00.2500"));

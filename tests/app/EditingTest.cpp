@@ -7,6 +7,9 @@
 #include "app/Settings.h"
 #include "app/SplitSheet.h"
 #include "app/TimeField.h"
+#include "controllers/EditCommands.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -78,7 +81,7 @@ TEST_F(EditingTest, SilenceOfATypedLengthInAnyUnit)
         });
         EditSheets::insertSilence(*window);
         EXPECT_EQ(window->document().numberOfFrames(), 66'150) << text;
-        window->controller().undo();
+        window->controller().editing().undo();
         EXPECT_EQ(window->document().numberOfFrames(), 44'100);
     }
 }
@@ -86,8 +89,8 @@ TEST_F(EditingTest, SilenceOfATypedLengthInAnyUnit)
 TEST_F(EditingTest, SheetsDoWhatTheyAreAskedFor)
 {
     DocumentWindow* const window = open(makeSound());
-    window->controller().selectAll();
-    window->controller().copy();
+    window->controller().selection().selectAll();
+    window->controller().editing().copy();
     whenShown<FormSheet>([](FormSheet& sheet) {
         keepPicture(sheet, QStringLiteral("sheet-mix"));
         accept(sheet);
@@ -137,7 +140,7 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
     Settings::change(Settings::snapsToGrid, 1);
     drag(0.155, {});
     EXPECT_EQ(markersOf(*window).front() % 4410, 0) << "snapped to the grid";
-    window->controller().undo();
+    window->controller().editing().undo();
     EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{11'025, 22'050}));
 
     lane->rename(window->document().orderedMarkers().front());
@@ -189,14 +192,14 @@ TEST_F(EditingTest, KeysMoveTheCueByGridLinesAndZeroCrossings)
     WaveformWidget& waveform = window->view().waveform();
     QTest::keyClick(&waveform, Qt::Key_Right, Qt::AltModifier);
     QTest::keyClick(&waveform, Qt::Key_Right, Qt::AltModifier);
-    EXPECT_NEAR(window->controller().cueTime(), 0.2, 1e-9);
+    EXPECT_NEAR(window->controller().transport().cueTime(), 0.2, 1e-9);
     QTest::keyClick(&waveform, Qt::Key_Right, Qt::AltModifier | Qt::ControlModifier);
     // The sine crosses zero every 20 pi frames.
-    const double frame = window->controller().cueTime() * 44'100;
+    const double frame = window->controller().transport().cueTime() * 44'100;
     EXPECT_GT(frame, 8820.5);
     EXPECT_LT(frame, 8820 + 80);
     QTest::keyClick(&waveform, Qt::Key_Left, Qt::AltModifier);
-    EXPECT_NEAR(window->controller().cueTime(), 0.2, 1e-9);
+    EXPECT_NEAR(window->controller().transport().cueTime(), 0.2, 1e-9);
 }
 
 } // namespace velloria::test

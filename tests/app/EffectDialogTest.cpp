@@ -5,6 +5,7 @@
 #include "app/ParameterRow.h"
 #include "app/PreviewControls.h"
 #include "app/Settings.h"
+#include "controllers/TransportController.h"
 #include "effects/EffectRegistry.h"
 #include "platform/Log.h"
 #include "platform/hardware/SimulatedStreams.h"
@@ -176,10 +177,10 @@ TEST_F(EffectPreviewTest, IsHeardAsItIsChangedAndFallsSilentWithTheDialog)
 
 TEST_F(EffectPreviewTest, StopsWhatTheWindowPlaysAndKeepsTheLoopSwitch)
 {
-    window->controller().playFromTime(0);
+    window->controller().transport().playFromTime(0);
     dialog->preview()->loopBox().setChecked(true);
     QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
-    EXPECT_FALSE(window->controller().isPlaying());
+    EXPECT_FALSE(window->controller().transport().isPlaying());
     dialog->accept();
     EXPECT_TRUE(waitUntil([this] { return hardware->output() == nullptr; }));
     EXPECT_EQ(UserDefaults::standard().integerValue(Settings::previewLoops), 1);

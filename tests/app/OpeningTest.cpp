@@ -2,6 +2,8 @@
 #include "app/FileActions.h"
 #include "app/OpenJob.h"
 #include "app/OpeningBar.h"
+#include "controllers/DisplayController.h"
+#include "controllers/TransportController.h"
 
 #include <QMenuBar>
 #include <QPushButton>
@@ -62,7 +64,7 @@ protected:
 
     static bool hasInk(DocumentWindow& window, double time)
     {
-        const FloatBuffer pairs = window.controller().minMaxDataFrom(time, time + 0.1, 0.1, 0);
+        const FloatBuffer pairs = window.controller().display().minMaxDataFrom(time, time + 0.1, 0.1, 0);
         return pairs.size() >= 2 && pairs[1] > 0.5F;
     }
 
@@ -95,7 +97,7 @@ TEST_F(OpeningTest, TheSoundDecodedSoFarIsShownButNotForChanging)
     QCoreApplication::processEvents();
     keepPicture(window, QStringLiteral("opening"));
     window.view().context().zoomCommands().zoomTo(64);
-    window.controller().setCueTime(3);
+    window.controller().transport().setCueTime(3);
 
     const std::filesystem::path file = makeSound("talk.wav", kNumFrames);
     SilentProgress silent;
@@ -104,7 +106,7 @@ TEST_F(OpeningTest, TheSoundDecodedSoFarIsShownButNotForChanging)
     EXPECT_FALSE(menuStates(window).contains(false));
     EXPECT_EQ(window.findChild<OpeningBar*>(), nullptr);
     EXPECT_DOUBLE_EQ(window.view().context().geometry().zoom(), 64);
-    EXPECT_DOUBLE_EQ(window.controller().cueTime(), 3);
+    EXPECT_DOUBLE_EQ(window.controller().transport().cueTime(), 3);
 }
 
 TEST_F(OpeningTest, CancelAndClosingEndTheOpeningOfALongFile)

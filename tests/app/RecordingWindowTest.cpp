@@ -11,6 +11,8 @@
 #include "app/TimerRecordingSheets.h"
 #include "app/TransportActions.h"
 #include "controllers/InputLevelsController.h"
+#include "controllers/RecordingController.h"
+#include "controllers/TransportController.h"
 #include "document/DocumentRecording.h"
 #include "document/DocumentTransport.h"
 #include "platform/Log.h"
@@ -42,8 +44,8 @@ protected:
     ~RecordingWindowTest() override
     {
         if (!editor.windows().empty()) {
-            window->controller().stopAudio();
-            EXPECT_TRUE(waitUntil([this] { return !window->controller().isRecording(); }));
+            window->controller().transport().stopAudio();
+            EXPECT_TRUE(waitUntil([this] { return !window->controller().recording().isRecording(); }));
             window->closeWithoutAsking();
         }
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -81,7 +83,7 @@ protected:
     }
     bool waitForStop()
     {
-        return waitUntil([this] { return !controller().isRecording(); });
+        return waitUntil([this] { return !controller().recording().isRecording(); });
     }
 
     LogCapture log;
@@ -95,12 +97,12 @@ private:
 TEST_F(RecordingWindowTest, RecordsFromTheKeyboardAndShowsTheTakeAsItComes)
 {
     press(Qt::Key_3);
-    ASSERT_TRUE(controller().isRecording());
+    ASSERT_TRUE(controller().recording().isRecording());
     EXPECT_TRUE(SleepInhibitor::shared().isHeld());
     EXPECT_FALSE(window->transportActions().playAction()->isEnabled());
     hear(4.0);
-    ASSERT_TRUE(waitUntil([this] { return controller().cueTime() > 3.9; }));
-    EXPECT_NEAR(window->view().context().geometry().totalTime(), controller().cueTime(), 0.1);
+    ASSERT_TRUE(waitUntil([this] { return controller().transport().cueTime() > 3.9; }));
+    EXPECT_NEAR(window->view().context().geometry().totalTime(), controller().transport().cueTime(), 0.1);
     QTest::qWait(250);
     keepPicture(*window, QStringLiteral("recording"));
     press(Qt::Key_Space, Qt::ControlModifier);
@@ -110,7 +112,7 @@ TEST_F(RecordingWindowTest, RecordsFromTheKeyboardAndShowsTheTakeAsItComes)
     EXPECT_EQ(window->document().undoManager().undoText(), QStringLiteral("Recording"));
     const int64_t numFrames = window->document().numberOfFrames();
     press(Qt::Key_Space, Qt::ControlModifier);
-    ASSERT_TRUE(controller().isRecording());
+    ASSERT_TRUE(controller().recording().isRecording());
     hear(0.5);
     press(Qt::Key_Space);
     ASSERT_TRUE(waitForStop());
@@ -151,7 +153,7 @@ TEST_F(RecordingWindowTest, SaysThatTheDeviceWentAwayAndKeepsTheTake)
     EXPECT_GE(window->document().numberOfFrames(), 21 * 1024);
     keepPicture(*window, QStringLiteral("recording-device-lost"));
     press(Qt::Key_3);
-    EXPECT_FALSE(controller().isRecording());
+    EXPECT_FALSE(controller().recording().isRecording());
     EXPECT_TRUE(window->messageBar().isVisible());
 }
 
@@ -161,7 +163,7 @@ TEST_F(RecordingWindowTest, StopsTheRecordingBeforeItAsksWhetherToSave)
     hear(0.5);
     bool wasRecording = true;
     whenShown<QMessageBox>([&](QMessageBox& box) {
-        wasRecording = controller().isRecording();
+        wasRecording = controller().recording().isRecording();
         box.button(QMessageBox::Cancel)->click();
     });
     EXPECT_FALSE(editor.quit());
@@ -199,7 +201,7 @@ TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuest
     QObject::connect(&signals, &TerminationSignals::received, &editor, &Application::endAtOnce);
     ::kill(::getpid(), SIGTERM);
     QApplication::exec();
-    EXPECT_FALSE(controller().isRecording());
+    EXPECT_FALSE(controller().recording().isRecording());
     EXPECT_EQ(ScratchFolder::leftOvers().size(), 1U);
 
     Application next;
@@ -262,7 +264,7 @@ TEST_F(RecordingWindowTest, WaitsForATimerRecordingAndEndsItEarly)
     window->recordActions().timerAction()->trigger();
     const QPointer<TimerRecordingEnabledSheet> sheet = window->findChild<TimerRecordingEnabledSheet*>();
     ASSERT_TRUE(sheet && sheet->isVisible());
-    ASSERT_TRUE(waitUntil([&] { return controller().isRecording(); })) << "its start has passed";
+    ASSERT_TRUE(waitUntil([&] { return controller().recording().isRecording(); })) << "its start has passed";
     hear(0.5);
     auto* const cancel = sheet->findChild<QPushButton*>();
     EXPECT_EQ(cancel->text(), QStringLiteral("Stop Recording"));

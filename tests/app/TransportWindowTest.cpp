@@ -10,6 +10,9 @@
 #include "app/TransportActions.h"
 #include "app/TransportBar.h"
 #include "app/VLLevelMeterView.h"
+#include "controllers/MarkerCommands.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
 #include "document/DocumentTransport.h"
 #include "platform/Log.h"
 #include "platform/hardware/SimulatedStreams.h"
@@ -88,7 +91,7 @@ protected:
 TEST_F(TransportWindowTest, IsPlayedWithTheKeyboardAlone)
 {
     press(Qt::Key_Space);
-    ASSERT_TRUE(controller().isPlaying());
+    ASSERT_TRUE(controller().transport().isPlaying());
     hear(22050);
     ASSERT_TRUE(waitUntil([this] { return window->view().context().cueTime() > 0.4; }));
     EXPECT_GT(window->transportBar().outputMeters().left().peakValue(), -3);
@@ -102,27 +105,27 @@ TEST_F(TransportWindowTest, IsPlayedWithTheKeyboardAlone)
     ASSERT_TRUE(waitUntil([this] { return window->view().context().cueTime() > 1.4; }));
     press(Qt::Key_1);
     press(Qt::Key_4);
-    EXPECT_TRUE(controller().isLooping());
+    EXPECT_TRUE(controller().transport().isLooping());
     press(Qt::Key_Up, Qt::ControlModifier);
     EXPECT_EQ(window->transportBar().speedText(), QStringLiteral("125 %"));
-    EXPECT_TRUE(controller().isPlaying());
+    EXPECT_TRUE(controller().transport().isPlaying());
     press(Qt::Key_Comma);
     ASSERT_TRUE(waitForStop());
-    EXPECT_EQ(controller().selection().startTime, controller().cueTime());
+    EXPECT_EQ(controller().selection().value().startTime, controller().transport().cueTime());
     press(Qt::Key_Period);
-    EXPECT_EQ(controller().cueTime(), 0);
+    EXPECT_EQ(controller().transport().cueTime(), 0);
     press(Qt::Key_0, Qt::KeypadModifier);
-    ASSERT_TRUE(controller().isPlaying());
+    ASSERT_TRUE(controller().transport().isPlaying());
     press(Qt::Key_Escape);
     ASSERT_TRUE(waitForStop());
     for (const Qt::Key key : {Qt::Key_5, Qt::Key_6, Qt::Key_7, Qt::Key_8})
         press(key);
-    EXPECT_EQ(controller().cueTime(), 0);
+    EXPECT_EQ(controller().transport().cueTime(), 0);
 }
 
 TEST_F(TransportWindowTest, TypingANameIsNoCommand)
 {
-    controller().insertMarker();
+    controller().markers().insertMarker();
     window->markerList().show();
     auto* const field = new QLineEdit(window);
     field->show();
@@ -130,7 +133,7 @@ TEST_F(TransportWindowTest, TypingANameIsNoCommand)
     ASSERT_TRUE(waitUntil([&] { return field->hasFocus(); }));
     QTest::keyClicks(field, QStringLiteral("a 0,1.9m"));
     EXPECT_EQ(field->text(), QStringLiteral("a 0,1.9m"));
-    EXPECT_FALSE(controller().isPlaying());
+    EXPECT_FALSE(controller().transport().isPlaying());
     EXPECT_EQ(window->document().audioMarkers()->size(), 1U);
 }
 
@@ -146,11 +149,11 @@ TEST_F(TransportWindowTest, AClickMovesWhatIsHeardButSelectingDoesNot)
     QTest::mousePress(&waveform, Qt::LeftButton, {}, at(0.5));
     QTest::mouseMove(&waveform, at(0.8));
     QTest::mouseRelease(&waveform, Qt::LeftButton, {}, at(0.8));
-    EXPECT_NEAR(controller().selection().duration(), 0.3, 0.01);
+    EXPECT_NEAR(controller().selection().value().duration(), 0.3, 0.01);
     EXPECT_EQ(transport().audioPlaybackRecordingCueStart(), 0) << "went on undisturbed";
     QTest::mouseClick(&waveform, Qt::LeftButton, {}, at(1.2));
     EXPECT_NEAR(static_cast<double>(transport().audioPlaybackRecordingCueStart()), 1.2 * 44100, 441);
-    EXPECT_TRUE(controller().isPlaying());
+    EXPECT_TRUE(controller().transport().isPlaying());
 }
 
 TEST_F(TransportWindowTest, TheMovingCueRepaintsOnlyItsSurroundings)
@@ -186,14 +189,14 @@ TEST_F(TransportWindowTest, AMissingServerIsAQuietMessage)
 {
     hardware->setOpenError(Error{Error::Code::failed, QStringLiteral("No sound server can be reached.")});
     press(Qt::Key_Space);
-    EXPECT_FALSE(controller().isPlaying());
+    EXPECT_FALSE(controller().transport().isPlaying());
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
     EXPECT_EQ(window->messageBar().message(),
               QStringLiteral("The sound cannot be played. No sound server can be reached."));
     keepPicture(*window, QStringLiteral("no-server"));
     hardware->setOpenError(std::nullopt);
     press(Qt::Key_Space);
-    EXPECT_TRUE(controller().isPlaying());
+    EXPECT_TRUE(controller().transport().isPlaying());
     EXPECT_EQ(window->messageBar().message(), QString());
 }
 
@@ -201,13 +204,13 @@ TEST_F(TransportWindowTest, PausesAndSaysSoWhenTheDeviceIsUnplugged)
 {
     press(Qt::Key_Space);
     hear(22050);
-    ASSERT_TRUE(waitUntil([this] { return controller().cueTime() > 0.4; }));
+    ASSERT_TRUE(waitUntil([this] { return controller().transport().cueTime() > 0.4; }));
     hardware->unplug(QStringLiteral("out"));
     ASSERT_TRUE(waitForStop());
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
     EXPECT_EQ(window->messageBar().message(),
               QStringLiteral("The output device went away. Playback is paused."));
-    EXPECT_GT(controller().cueTime(), 0.4);
+    EXPECT_GT(controller().transport().cueTime(), 0.4);
 }
 
 TEST_F(TransportWindowTest, TheLevelSliderStopsAtZero)
@@ -219,9 +222,9 @@ TEST_F(TransportWindowTest, TheLevelSliderStopsAtZero)
     EXPECT_EQ(slider.decibels(), 0);
     EXPECT_EQ(window->transportBar().outputLevelText(), QStringLiteral("0.0 dB"));
     slider.setValue(20);
-    EXPECT_EQ(SoundController::outputGain(), 2.0);
+    EXPECT_EQ(TransportController::outputGain(), 2.0);
     QTest::mouseDClick(&slider, Qt::LeftButton);
-    EXPECT_EQ(SoundController::outputGain(), 0.0);
+    EXPECT_EQ(TransportController::outputGain(), 0.0);
 }
 
 TEST_F(TransportWindowTest, FollowsTheCueUntilSomebodyScrolls)
@@ -243,7 +246,7 @@ TEST_F(TransportWindowTest, FollowsTheCueUntilSomebodyScrolls)
     press(Qt::Key_Escape);
     ASSERT_TRUE(waitForStop());
     // Scrolled by hand: the page stays.
-    controller().setCueTime(0);
+    controller().transport().setCueTime(0);
     view.setScrollPosition(0);
     press(Qt::Key_Space);
     QTest::keyClick(&window->view().waveform(), Qt::Key_PageDown);

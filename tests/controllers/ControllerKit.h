@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controllers/SelectionModel.h"
 #include "controllers/SoundController.h"
 #include "document/DocumentKit.h"
 
@@ -54,15 +55,15 @@ struct Window {
     void select(int64_t start, int64_t end, int32_t firstTrack = 0, int32_t numTracks = -1)
     {
         const double rate = document->sampleRate();
-        controller.setSelection({static_cast<double>(start) / rate, static_cast<double>(end) / rate,
-                                 firstTrack,
-                                 numTracks < 0 ? document->trackCount() - firstTrack : numTracks});
+        controller.selection().setSelection(
+            {static_cast<double>(start) / rate, static_cast<double>(end) / rate, firstTrack,
+             numTracks < 0 ? document->trackCount() - firstTrack : numTracks});
     }
 
     /// The selection's frames.
     std::pair<int64_t, int64_t> selectedFrames() const
     {
-        const SoundSelection selection = controller.normalizedSelection();
+        const SoundSelection selection = controller.selection().normalizedSelection();
         return {frameAtTime(selection.startTime, document->sampleRate()),
                 frameAtTime(selection.endTime, document->sampleRate())};
     }

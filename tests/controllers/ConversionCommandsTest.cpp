@@ -1,4 +1,8 @@
+#include "controllers/ConversionCommands.h"
 #include "controllers/ControllerKit.h"
+#include "controllers/EditCommands.h"
+#include "controllers/MarkerCommands.h"
+#include "controllers/SelectionModel.h"
 #include "document/AudioClipboard.h"
 
 #include <cmath>
@@ -36,48 +40,48 @@ TEST(ConversionCommands, InsertsSilenceAtTheSelectionsStart)
     Window window({kit::ramp(100, 1), kit::ramp(100, 1)});
     kit::setMarkers(*window.document, {10, 50, 90});
     window.select(50, 60);
-    EXPECT_FALSE(window.controller.insertSilence(441.0 / 44100, QStringLiteral("Insert Silence")));
+    EXPECT_FALSE(window.controller.editing().insertSilence(441.0 / 44100, QStringLiteral("Insert Silence")));
     EXPECT_EQ(window.document->numberOfFrames(), 541);
     EXPECT_EQ(window.markers(), (Positions{10, 491, 531}));
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{50}, int64_t{491}));
     window.select(0, 0, 1, 1);
-    EXPECT_FALSE(window.controller.insertSilence(1.0, {}));
+    EXPECT_FALSE(window.controller.editing().insertSilence(1.0, {}));
     EXPECT_EQ(window.markers(), (Positions{10, 491, 531})) << "the first track is not among those changed";
     for (const double wrong : {-1.0, std::nan(""), 1e300, static_cast<double>(INFINITY)})
-        EXPECT_TRUE(window.controller.insertSilence(wrong, {})) << wrong;
+        EXPECT_TRUE(window.controller.editing().insertSilence(wrong, {})) << wrong;
 }
 
 TEST(ConversionCommands, SelectionFollowsTheSoundToAnotherRate)
 {
     Window window({kit::noise(44'100, 1)});
     window.select(11'025, 22'050);
-    EXPECT_FALSE(window.controller.resample(22'050, std::nullopt, QStringLiteral("Resample")));
+    EXPECT_FALSE(window.controller.conversions().resample(22'050, std::nullopt, QStringLiteral("Resample")));
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{5513}, int64_t{11'025}));
-    EXPECT_FALSE(window.controller.setProperties(44'100, 24, QStringLiteral("Properties")));
+    EXPECT_FALSE(window.controller.conversions().setProperties(44'100, 24, QStringLiteral("Properties")));
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{5513}, int64_t{11'025}));
     EXPECT_EQ(window.document->sampleSize(), 24);
     EXPECT_EQ(window.document->undoManager().count(), 2);
-    window.controller.undo();
+    window.controller.editing().undo();
     EXPECT_EQ(window.document->sampleSize(), 16);
     EXPECT_EQ(window.document->sampleRate(), 22'050);
     for (const double rate : {0.0, -1.0, 99.0, 1e7, std::nan("")}) {
-        EXPECT_TRUE(window.controller.resample(rate, std::nullopt, {}));
-        EXPECT_TRUE(window.controller.setProperties(rate, 16, {}));
+        EXPECT_TRUE(window.controller.conversions().resample(rate, std::nullopt, {}));
+        EXPECT_TRUE(window.controller.conversions().setProperties(rate, 16, {}));
     }
-    EXPECT_TRUE(window.controller.resample(8000, 0.0, {}));
-    EXPECT_TRUE(window.controller.resample(8000, 1e300, {}));
+    EXPECT_TRUE(window.controller.conversions().resample(8000, 0.0, {}));
+    EXPECT_TRUE(window.controller.conversions().resample(8000, 1e300, {}));
 }
 
 TEST(ConversionCommands, AddsAndRemovesTracks)
 {
     Window window({kit::ramp(10, 1), kit::ramp(10, 101), kit::ramp(10, 201)});
     window.select(0, 10, 1, 1);
-    window.controller.removeSelectedTracks({});
+    window.controller.conversions().removeSelectedTracks({});
     EXPECT_EQ(kit::samplesOf(*window.document), (kit::TrackSamples{kit::ramp(10, 1), kit::ramp(10, 201)}));
-    window.controller.selectAll();
-    window.controller.removeSelectedTracks({});
+    window.controller.selection().selectAll();
+    window.controller.conversions().removeSelectedTracks({});
     EXPECT_EQ(window.document->trackCount(), 1);
-    window.controller.addTrack({});
+    window.controller.conversions().addTrack({});
     EXPECT_EQ(window.document->trackCount(), 2);
     EXPECT_EQ(kit::pansOf(*window.document), (std::vector<double>{-1.0, 1.0}));
     window.document->undoManager().setIndex(0);
@@ -94,7 +98,7 @@ TEST(ConversionCommands, PutsMarkersBeforeLoudPassages)
         Window window({FloatBuffer(), bins(passages(each.numQuiet))});
         window.document->undoableSetSampleRate(51'200);
         window.document->undoManager().clear();
-        EXPECT_FALSE(window.controller.insertMarkersInGaps(QStringLiteral("Gaps")));
+        EXPECT_FALSE(window.controller.markers().insertMarkersInGaps(QStringLiteral("Gaps")));
         EXPECT_EQ(window.markers(), each.markers);
         EXPECT_EQ(window.document->audioMarkers()->back()->name(),
                   QStringLiteral("0%1").arg(each.markers.size()));
@@ -105,12 +109,12 @@ TEST(ConversionCommands, PutsMarkersBeforeLoudPassages)
 TEST(ConversionCommands, PutsMarkersAtGridLines)
 {
     Window window({FloatBuffer(44'100)});
-    EXPECT_FALSE(window.controller.insertMarkersAtGridlines(-0.1, 0.2, {}));
+    EXPECT_FALSE(window.controller.markers().insertMarkersAtGridlines(-0.1, 0.2, {}));
     EXPECT_EQ(window.markers(), (Positions{4410, 13'230, 22'050, 30'870, 39'690}));
     EXPECT_EQ((*window.document->audioMarkers())[3]->name(), QStringLiteral("001-4"));
     EXPECT_EQ((*window.document->audioMarkers())[4]->name(), QStringLiteral("002-1"));
     for (const double spacing : {0.0, -1.0, std::nan(""), 1e-9})
-        EXPECT_TRUE(window.controller.insertMarkersAtGridlines(0, spacing, {})) << spacing;
+        EXPECT_TRUE(window.controller.markers().insertMarkersAtGridlines(0, spacing, {})) << spacing;
     EXPECT_EQ(window.document->undoManager().count(), 1);
 }
 
@@ -120,10 +124,10 @@ TEST(ConversionCommands, MarkersThatAScriptKeepsDoublingEndWithAnError)
     kit::setMarkers(*window.document, {1, 2, 3, 4});
     MaybeError error;
     for (int i = 0; i < 40 && !error; ++i) {
-        window.controller.selectAll();
-        window.controller.copy();
+        window.controller.selection().selectAll();
+        window.controller.editing().copy();
         window.select(window.document->numberOfFrames(), window.document->numberOfFrames());
-        window.controller.paste({}, &error);
+        window.controller.editing().paste({}, &error);
     }
     ASSERT_TRUE(error);
     EXPECT_TRUE(error->message.contains(QStringLiteral("1000000")));

@@ -1,5 +1,9 @@
 #include "controllers/ArrayModel.h"
 #include "controllers/ControllerKit.h"
+#include "controllers/ConversionCommands.h"
+#include "controllers/EditCommands.h"
+#include "controllers/MarkerCommands.h"
+#include "controllers/SelectionModel.h"
 #include "document/AudioClipboard.h"
 #include "document/clips/MemorySource.h"
 #include "platform/ScratchFolder.h"
@@ -59,7 +63,7 @@ public:
         mWindow.document->undoableSetAudioTracks(
             std::make_shared<const std::vector<AudioTrackPtr>>(std::move(tracks)));
         mWindow.document->undoManager().clear();
-        mWindow.controller.selectAll();
+        mWindow.controller.selection().selectAll();
         mModel.selection.end = mModel.numFrames();
     }
 
@@ -69,10 +73,10 @@ public:
             return undo();
         switch (mModel.numFrames() > kLongEnough ? randomNumber(6, 8) : randomNumber(0, 22)) {
         case 6:
-            mWindow.controller.deleteSelection({});
+            mWindow.controller.editing().deleteSelection({});
             return mModel.deleteSelection();
         case 7:
-            mWindow.controller.cut({});
+            mWindow.controller.editing().cut({});
             return mModel.cut();
         case 8:
             return crop();
@@ -83,7 +87,7 @@ public:
         case 12:
             return paste();
         case 13:
-            mWindow.controller.clear({});
+            mWindow.controller.editing().clear({});
             return mModel.clear();
         case 14:
             return changeMarkers();
@@ -91,7 +95,7 @@ public:
         case 16:
             return undo();
         case 17:
-            mWindow.controller.redo();
+            mWindow.controller.editing().redo();
             return mModel.redo();
         case 18:
             return insertSilence();
@@ -120,7 +124,7 @@ public:
         ASSERT_FALSE(mWindow.document->undoManager().canUndo());
         const int numForward = mWindow.document->undoManager().count();
         for (int i = 0; i < numForward; ++i) {
-            mWindow.controller.redo();
+            mWindow.controller.editing().redo();
             mModel.redo();
             ASSERT_NO_FATAL_FAILURE(expectEqual()) << "forward by " << i + 1;
         }
@@ -135,7 +139,7 @@ public:
         ASSERT_EQ(markers, mModel.content.markers);
         ASSERT_EQ(mWindow.document->audioMetadata().title(), mModel.content.title);
         ASSERT_EQ(mWindow.document->sampleRate(), mModel.content.sampleRate);
-        const SoundSelection selection = mWindow.controller.normalizedSelection();
+        const SoundSelection selection = mWindow.controller.selection().normalizedSelection();
         const auto [start, end] = mWindow.selectedFrames();
         const ArrayModel::Selection selected = {start, end, selection.firstTrack, selection.numTracks};
         ASSERT_EQ(selected, mModel.selection);
@@ -163,7 +167,7 @@ private:
 
     void undo()
     {
-        mWindow.controller.undo();
+        mWindow.controller.editing().undo();
         mModel.undo();
     }
 
@@ -172,7 +176,7 @@ private:
         // Markers at one place, copied and pasted there, would double each time.
         if (mModel.selection.start == mModel.selection.end && mModel.content.markers.size() > 20)
             return select();
-        mWindow.controller.copy();
+        mWindow.controller.editing().copy();
         mModel.copy();
     }
 
@@ -182,15 +186,15 @@ private:
         const auto& clip = AudioClipboard::clipboard().contents();
         if (clip && clip->sampleRate() != mModel.content.sampleRate)
             return copy();
-        mWindow.controller.paste({}, nullptr);
+        mWindow.controller.editing().paste({}, nullptr);
         mModel.paste();
     }
 
     void insertSilence()
     {
         const int64_t numFrames = randomNumber(0, 300);
-        EXPECT_FALSE(
-            mWindow.controller.insertSilence(static_cast<double>(numFrames) / mModel.content.sampleRate, {}));
+        EXPECT_FALSE(mWindow.controller.editing().insertSilence(
+            static_cast<double>(numFrames) / mModel.content.sampleRate, {}));
         if (numFrames > 0)
             mModel.insertSilence(numFrames);
     }
@@ -198,10 +202,10 @@ private:
     void changeTracks()
     {
         if (mModel.numTracks() < 4) {
-            mWindow.controller.addTrack({});
+            mWindow.controller.conversions().addTrack({});
             return mModel.addTrack();
         }
-        mWindow.controller.removeSelectedTracks({});
+        mWindow.controller.conversions().removeSelectedTracks({});
         mModel.removeSelectedTracks();
     }
 
@@ -209,7 +213,7 @@ private:
     {
         if (randomNumber(0, 1) == 0) {
             const double rate = randomNumber(0, 1) == 0 ? 44'100 : 8000;
-            EXPECT_FALSE(mWindow.controller.setProperties(rate, 16, {}));
+            EXPECT_FALSE(mWindow.controller.conversions().setProperties(rate, 16, {}));
             return mModel.setSampleRate(rate);
         }
         AudioMetadata metadata = mWindow.document->audioMetadata();
@@ -223,7 +227,7 @@ private:
     {
         if (mComputesNothing || randomNumber(0, 9) != 0)
             return select();
-        EXPECT_FALSE(mWindow.controller.mixdown(1, {}));
+        EXPECT_FALSE(mWindow.controller.conversions().mixdown(1, {}));
         mModel.mixdownToMono();
     }
 
@@ -232,7 +236,7 @@ private:
         // Rarely, for little is left of the tracks.
         if (randomNumber(0, 9) != 0)
             return select();
-        mWindow.controller.crop({});
+        mWindow.controller.editing().crop({});
         mModel.crop();
     }
 
@@ -243,7 +247,7 @@ private:
         const auto& markers = *mWindow.document->audioMarkers();
         const int64_t choice = markers.empty() ? 0 : randomNumber(0, 12);
         if (choice == 12) {
-            mWindow.controller.deleteAllMarkers({});
+            mWindow.controller.markers().deleteAllMarkers({});
             return mModel.deleteAllMarkers();
         }
         if (choice <= 5) {

@@ -1,4 +1,8 @@
+#include "controllers/EditCommands.h"
 #include "controllers/ControllerKit.h"
+#include "controllers/DisplayController.h"
+#include "controllers/MarkerCommands.h"
+#include "controllers/SelectionModel.h"
 #include "display/TimeFormatter.h"
 #include "document/AudioClipboard.h"
 #include "platform/Log.h"
@@ -39,10 +43,10 @@ TEST_F(EditCommandsTest, PastesIntoAnotherDocument)
     kit::setMarkers(*source.document, {10, 20, 30});
     kit::setMarkers(*target.document, {39, 40, 49, 50});
     source.select(10, 30);
-    source.controller.copy();
+    source.controller.editing().copy();
     target.select(40, 50);
     MaybeError error;
-    ASSERT_TRUE(target.controller.paste(QStringLiteral("Paste"), &error));
+    ASSERT_TRUE(target.controller.editing().paste(QStringLiteral("Paste"), &error));
     EXPECT_EQ(kit::samplesOf(*target.document, 0),
               joined({kit::ramp(40, 20'001), kit::ramp(20, 11), kit::ramp(50, 20'051)}));
     EXPECT_EQ(kit::samplesOf(*target.document, 1),
@@ -51,7 +55,7 @@ TEST_F(EditCommandsTest, PastesIntoAnotherDocument)
     EXPECT_EQ(target.markers(), (Positions{39, 60, 40, 50, 60}));
     EXPECT_EQ(target.selectedFrames(), std::pair(int64_t{40}, int64_t{60}));
     EXPECT_EQ(target.document->undoManager().undoText(), QStringLiteral("Paste"));
-    target.controller.undo();
+    target.controller.editing().undo();
     EXPECT_EQ(kit::samplesOf(*target.document, 0), kit::ramp(100, 20'001));
     EXPECT_EQ(target.markers(), (Positions{39, 40, 49, 50}));
     EXPECT_EQ(target.selectedFrames(), std::pair(int64_t{40}, int64_t{50}));
@@ -61,24 +65,24 @@ TEST_F(EditCommandsTest, DropsPastedTracksBeyondTheLast)
 {
     Window source({kit::ramp(50, 1), kit::ramp(50, 1001)});
     source.select(0, 50);
-    source.controller.copy();
+    source.controller.editing().copy();
     Window target({kit::ramp(100, 1), kit::ramp(100, 2001)});
     kit::setMarkers(*target.document, {90});
     target.select(10, 20, 1, 1);
-    ASSERT_TRUE(target.controller.paste({}, nullptr));
+    ASSERT_TRUE(target.controller.editing().paste({}, nullptr));
     EXPECT_EQ(kit::samplesOf(*target.document, 0), kit::ramp(100, 1));
     EXPECT_EQ(kit::samplesOf(*target.document, 1),
               joined({kit::ramp(10, 2001), kit::ramp(50, 1), kit::ramp(80, 2021)}));
     EXPECT_EQ(target.markers(), (Positions{90})) << "the first track is not among those pasted into";
-    EXPECT_EQ(target.controller.selection().numTracks, 1);
+    EXPECT_EQ(target.controller.selection().value().numTracks, 1);
 }
 
 TEST_F(EditCommandsTest, SaysWhyItCannotPaste)
 {
     Window window({kit::ramp(100, 1)});
     MaybeError error;
-    EXPECT_FALSE(window.controller.canPaste());
-    EXPECT_FALSE(window.controller.paste({}, &error));
+    EXPECT_FALSE(window.controller.editing().canPaste());
+    EXPECT_FALSE(window.controller.editing().paste({}, &error));
     EXPECT_TRUE(error->message.contains(QStringLiteral("nothing was copied")));
 
     EXPECT_FALSE(window.document->isDocumentEdited());
@@ -89,16 +93,16 @@ TEST_F(EditCommandsTest, ConvertsWhatComesFromADocumentOfAnotherRate)
     Window source({kit::noise(44'101, 1), kit::noise(44'101, 2)});
     kit::setMarkers(*source.document, {101});
     source.select(0, 44'101);
-    source.controller.copy();
+    source.controller.editing().copy();
     Window target({kit::ramp(1000, 1), kit::ramp(1000, 1)});
     target.document->undoableSetSampleRate(22'050.0);
     target.select(100, 200);
-    EXPECT_TRUE(target.controller.paste(QStringLiteral("Paste"), nullptr));
+    EXPECT_TRUE(target.controller.editing().paste(QStringLiteral("Paste"), nullptr));
     EXPECT_TRUE(target.host.calls.contains(QStringLiteral("progress Pasting Audio")));
     EXPECT_EQ(target.document->numberOfFrames(), 900 + 22'051);
     EXPECT_EQ(target.markers(), (Positions{150}));
     EXPECT_EQ(target.selectedFrames(), std::pair(int64_t{100}, int64_t{22'151}));
-    target.controller.undo();
+    target.controller.editing().undo();
     EXPECT_EQ(kit::samplesOf(*target.document), (kit::TrackSamples{kit::ramp(1000, 1), kit::ramp(1000, 1)}));
 }
 
@@ -118,12 +122,12 @@ TEST_F(EditCommandsTest, ListsCopiedMarkersAsTheRulerTellsTime)
     QLocale::setDefault(QLocale::c());
     for (const Case& each : cases) {
         UserDefaults::standard().setValue(QStringLiteral("view.ruler.units"), each.units);
-        window.controller.copy();
+        window.controller.editing().copy();
         EXPECT_EQ(Pasteboard::general().text(), QString::fromLatin1(each.listing)) << each.units;
     }
     UserDefaults::standard().removeValue(QStringLiteral("view.ruler.units"));
     window.select(0, 10);
-    window.controller.copy();
+    window.controller.editing().copy();
     EXPECT_EQ(Pasteboard::general().text(), QString());
 }
 
@@ -132,7 +136,7 @@ TEST_F(EditCommandsTest, CopiesNoTracksWithAWord)
     Window window({kit::ramp(100, 1)});
     window.select(0, 100, 0, 0);
     const LogCapture log;
-    window.controller.copy();
+    window.controller.editing().copy();
     EXPECT_TRUE(log.hasLogged(
         QStringLiteral("SoundController copy: number of tracks in selection is less than one.")));
     EXPECT_EQ(AudioClipboard::clipboard().contents()->numTracks(), 0);
@@ -144,12 +148,12 @@ TEST_F(EditCommandsTest, LeavesAnEmptySelectionAlone)
     kit::setMarkers(*window.document, {50});
     window.document->undoManager().clear();
     window.select(50, 50);
-    window.controller.cut({});
-    window.controller.deleteSelection({});
-    window.controller.clear({});
-    window.controller.crop({});
-    window.controller.undo();
-    window.controller.redo();
+    window.controller.editing().cut({});
+    window.controller.editing().deleteSelection({});
+    window.controller.editing().clear({});
+    window.controller.editing().crop({});
+    window.controller.editing().undo();
+    window.controller.editing().redo();
     EXPECT_EQ(kit::samplesOf(*window.document, 0), kit::ramp(100, 1));
     EXPECT_EQ(window.markers(), (Positions{50}));
     EXPECT_EQ(window.document->undoManager().count(), 0);
@@ -162,18 +166,18 @@ TEST_F(EditCommandsTest, NamesItsStepsAndTellsTheWindow)
     const auto undoText = [&window] { return window.document->undoManager().undoText(); };
     window.select(10, 20);
     window.host.calls.clear();
-    window.controller.cut(QStringLiteral("Cut"));
+    window.controller.editing().cut(QStringLiteral("Cut"));
     EXPECT_EQ(undoText(), QStringLiteral("Cut"));
     EXPECT_EQ(window.host.calls.last(), QStringLiteral("reveal"));
     EXPECT_EQ(window.document->undoManager().count(), 1);
     window.select(10, 20);
-    window.controller.deleteSelection({});
+    window.controller.editing().deleteSelection({});
     EXPECT_EQ(undoText(), QStringLiteral("Delete"));
     window.select(10, 20);
-    window.controller.clear(QStringLiteral("Clear"));
+    window.controller.editing().clear(QStringLiteral("Clear"));
     EXPECT_EQ(undoText(), QStringLiteral("Clear"));
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{10}, int64_t{20}));
-    window.controller.crop(QStringLiteral("Crop"));
+    window.controller.editing().crop(QStringLiteral("Crop"));
     EXPECT_EQ(undoText(), QStringLiteral("Crop"));
     EXPECT_EQ(window.host.calls.last(), QStringLiteral("constrain"));
     EXPECT_EQ(window.document->undoManager().count(), 4);
@@ -184,8 +188,8 @@ TEST_F(EditCommandsTest, ClearKeepsTheLengthWhereverTheEndsLie)
     Window window({kit::ramp(1000, 1)});
     kit::setMarkers(*window.document, {150, 800});
     // From 100.4 to 200.6 frames: 101 frames are taken out, and the duration alone would round to 100.
-    window.controller.setSelection({100.4 / 44100.0, 200.6 / 44100.0, 0, 1});
-    window.controller.clear({});
+    window.controller.selection().setSelection({100.4 / 44100.0, 200.6 / 44100.0, 0, 1});
+    window.controller.editing().clear({});
     EXPECT_EQ(kit::samplesOf(*window.document, 0),
               joined({kit::ramp(100, 1), FloatBuffer(101), kit::ramp(799, 202)}));
     EXPECT_EQ(window.markers(), (Positions{150, 800}));
@@ -201,18 +205,18 @@ TEST_F(EditCommandsTest, InsertsMarkersAtTheSelection)
         return list;
     };
     window.select(500, 500);
-    window.controller.insertMarker();
+    window.controller.markers().insertMarker();
     EXPECT_EQ(texts(), QStringList{QStringLiteral("500 New Marker 1")});
-    window.controller.setSelection({1.0, 2.0, 0, 1});
-    window.controller.insertMarker();
+    window.controller.selection().setSelection({1.0, 2.0, 0, 1});
+    window.controller.markers().insertMarker();
     EXPECT_EQ(texts().sliced(1),
               (QStringList{QStringLiteral("44100 Start Marker"), QStringLiteral("88200 End Marker")}));
     EXPECT_EQ(window.document->undoManager().count(), 2) << "two markers, but one command";
-    window.controller.deleteAllMarkers(QStringLiteral("Delete All Markers"));
+    window.controller.markers().deleteAllMarkers(QStringLiteral("Delete All Markers"));
     EXPECT_TRUE(window.markers().empty());
-    window.controller.deleteAllMarkers(QStringLiteral("Delete All Markers"));
+    window.controller.markers().deleteAllMarkers(QStringLiteral("Delete All Markers"));
     EXPECT_EQ(window.document->undoManager().count(), 3);
-    window.controller.undo();
+    window.controller.editing().undo();
     EXPECT_EQ(texts().size(), 3);
 }
 
@@ -239,9 +243,11 @@ TEST_F(EditCommandsTest, FindsTheNearestZeroCrossing)
         {3.0, NAN, 3.0},
     };
     for (const Case& each : cases)
-        EXPECT_EQ(window.controller.nearestZeroCrossingWithin(each.halfWidth, each.time, 0), each.expected)
+        EXPECT_EQ(window.controller.display().nearestZeroCrossingWithin(each.halfWidth, each.time, 0),
+                  each.expected)
             << each.time << " within " << each.halfWidth;
-    EXPECT_EQ(window.controller.nearestZeroCrossingWithin(2.0, 2.2, 1), 2.2) << "there is no such track";
+    EXPECT_EQ(window.controller.display().nearestZeroCrossingWithin(2.0, 2.2, 1), 2.2)
+        << "there is no such track";
 }
 
 } // namespace velloria

@@ -1,6 +1,8 @@
 #include "controllers/MixPasteController.h"
 
 #include "controllers/ControllerKit.h"
+#include "controllers/EditCommands.h"
+#include "controllers/SelectionModel.h"
 #include "document/AudioClipboard.h"
 #include "platform/Log.h"
 
@@ -17,8 +19,8 @@ using kit::Window;
 void copyAll(const kit::TrackSamples& samples)
 {
     Window source(samples);
-    source.controller.selectAll();
-    source.controller.copy();
+    source.controller.selection().selectAll();
+    source.controller.editing().copy();
 }
 
 } // namespace
@@ -44,7 +46,7 @@ TEST(MixPasteController, AddsAtBothLevelsAndGrowsTheDocument)
     EXPECT_FLOAT_EQ(mixed[1][219], static_cast<float>(100 * gain));
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{120}, int64_t{220}));
     EXPECT_EQ(window.document->undoManager().count(), 1);
-    window.controller.undo();
+    window.controller.editing().undo();
     EXPECT_EQ(kit::samplesOf(*window.document), (kit::TrackSamples{FloatBuffer(150, 0.5F)}));
 }
 

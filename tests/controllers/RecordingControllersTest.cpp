@@ -1,7 +1,11 @@
 #include "controllers/AutoRecordController.h"
+#include "controllers/EditCommands.h"
 #include "controllers/InputLevelsController.h"
+#include "controllers/RecordingController.h"
+#include "controllers/SelectionModel.h"
 #include "controllers/TimerRecordingEnabledController.h"
 #include "controllers/TimerRecordingSetupController.h"
+#include "controllers/TransportController.h"
 #include "controllers/TransportKit.h"
 #include "document/DocumentRecording.h"
 
@@ -72,7 +76,7 @@ protected:
     }
     bool waitForStop()
     {
-        return waitUntil([this] { return !controller->isRecording(); });
+        return waitUntil([this] { return !controller->recording().isRecording(); });
     }
     static InputLevelsController& levels() { return InputLevelsController::inputLevelsController(); }
 
@@ -92,32 +96,33 @@ FloatBuffer block(size_t numFrames, double decibels)
 
 TEST_F(RecordingControllersTest, RecordsIntoTheSelectionAndLeavesTheCueBehindTheTake)
 {
-    controller->setSelection({0.5, 1.0, 1, 1});
-    controller->record();
-    ASSERT_TRUE(controller->isRecording());
+    controller->selection().setSelection({0.5, 1.0, 1, 1});
+    controller->recording().record();
+    ASSERT_TRUE(controller->recording().isRecording());
     EXPECT_TRUE(levels().metersActive());
-    controller->play();
-    EXPECT_FALSE(controller->isPlaying());
+    controller->transport().play();
+    EXPECT_FALSE(controller->transport().isPlaying());
     hear(44100, 0.5F);
     ASSERT_TRUE(waitUntil([&] { return document->numberOfFrames() == 110250; }));
-    ASSERT_TRUE(waitUntil([&] { return controller->cueTime() == 1.5; })) << "the cue rides the take's end";
+    ASSERT_TRUE(waitUntil([&] { return controller->transport().cueTime() == 1.5; }))
+        << "the cue rides the take's end";
     EXPECT_GT(host.numGrowths, 0);
     EXPECT_FALSE(host.drawn.empty());
-    EXPECT_TRUE(controller->isSelectionEmpty());
-    controller->recordOrStop();
+    EXPECT_TRUE(controller->selection().isEmpty());
+    controller->recording().recordOrStop();
     ASSERT_TRUE(waitForStop());
     EXPECT_FALSE(levels().metersActive()) << "as before";
-    EXPECT_EQ(controller->selection(), (SoundSelection{1.5, 1.5, 0, 2}));
+    EXPECT_EQ(controller->selection().value(), (SoundSelection{1.5, 1.5, 0, 2}));
     EXPECT_EQ(document->sampleDataAtOffset(22049, 3, 1), (FloatBuffer{0.0F, 0.5F, 0.5F}));
     EXPECT_TRUE(host.recordingFailure.isEmpty());
-    controller->undo();
+    controller->editing().undo();
     EXPECT_EQ(document->numberOfFrames(), 88200);
-    EXPECT_EQ(controller->selection(), (SoundSelection{0.5, 1.0, 1, 1}));
+    EXPECT_EQ(controller->selection().value(), (SoundSelection{0.5, 1.0, 1, 1}));
 }
 
 TEST_F(RecordingControllersTest, SaysWhyItDoesNotRecordAndWhyItEnded)
 {
-    controller->recordOrStop();
+    controller->recording().recordOrStop();
     hear(1000, 0.5F);
     hear(70'000, 0.5F); // more than waits for the disk
     hardware->unplug(QStringLiteral("in"));
@@ -128,8 +133,8 @@ TEST_F(RecordingControllersTest, SaysWhyItDoesNotRecordAndWhyItEnded)
                              "one place."));
     EXPECT_EQ(document->numberOfFrames(), 89200);
     host.recordingFailure.clear();
-    controller->recordOrStop();
-    EXPECT_FALSE(controller->isRecording());
+    controller->recording().recordOrStop();
+    EXPECT_FALSE(controller->recording().isRecording());
     EXPECT_EQ(host.recordingFailure, QStringLiteral("The audio device is not there."));
 }
 
@@ -198,7 +203,7 @@ TEST_F(RecordingControllersTest, RecordsAutomaticallyWhatIsLoudEnough)
     EXPECT_TRUE(wasWritten);
     automatic.completeAction();
     ASSERT_TRUE(waitUntil([&] { return hasStopped; }));
-    EXPECT_FALSE(controller->isRecording());
+    EXPECT_FALSE(controller->recording().isRecording());
     EXPECT_GE(document->numberOfFrames(), 88200 + 4410) << "appended";
     EXPECT_EQ(document->sampleDataAtOffset(document->numberOfFrames() - 1, 1, 0), FloatBuffer{0.5F});
     EXPECT_EQ(AutoRecordController(*controller).startReadout(), QStringLiteral("-12 dB")) << "kept";
@@ -212,7 +217,7 @@ TEST_F(RecordingControllersTest, GoesOnAsAPlainRecordingWithoutItsAutomaticContr
     }
     hear(1000, 0.0F);
     ASSERT_TRUE(waitForFrames(1000));
-    controller->stopAudio();
+    controller->transport().stopAudio();
     EXPECT_TRUE(waitForStop());
 }
 
@@ -274,7 +279,7 @@ TEST_F(RecordingControllersTest, StartsATimerRecordingWhoseStartHasPassedAndSays
     TimerRecordingEnabledController tooLate(*controller, now.addSecs(-60), now.addSecs(-30), clock);
     tooLate.check();
     EXPECT_TRUE(tooLate.isOver());
-    EXPECT_FALSE(controller->isRecording());
+    EXPECT_FALSE(controller->recording().isRecording());
     hardware->setStartError(Error{Error::Code::failed, QStringLiteral("It is in use.")});
     TimerRecordingEnabledController failing(*controller, now, now.addSecs(60), clock);
     MaybeError told;

@@ -1,4 +1,9 @@
 #include "controllers/ControllerKit.h"
+#include "controllers/DisplayController.h"
+#include "controllers/EditCommands.h"
+#include "controllers/EffectController.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
 #include "effects/AmplifyVolume.h"
 #include "formats/kit/FileTestKit.h"
 
@@ -14,8 +19,8 @@ using kit::Window;
 
 SoundSelection normalized(Window& window, const SoundSelection& selection)
 {
-    window.controller.setSelection(selection);
-    return window.controller.normalizedSelection();
+    window.controller.selection().setSelection(selection);
+    return window.controller.selection().normalizedSelection();
 }
 
 std::unique_ptr<AmplifyVolume> amplifier(double gainDB)
@@ -52,22 +57,22 @@ TEST(SoundControllerTest, NormalizesAnySelection)
         EXPECT_EQ(normalized(window, given), expected) << given.startTime << " " << given.firstTrack;
     Window empty({FloatBuffer()});
     EXPECT_EQ(normalized(empty, {1.0, 2.0, 0, 1}), (SoundSelection{0.0, 0.0, 0, 1}));
-    EXPECT_TRUE(empty.controller.isSelectionEmpty());
+    EXPECT_TRUE(empty.controller.selection().isEmpty());
 }
 
 TEST(SoundControllerTest, SelectsAndTellsTheWindowOfChangesOnly)
 {
     Window window({FloatBuffer(44'100), FloatBuffer(22'050)});
     window.host.calls.clear();
-    window.controller.selectAll();
-    window.controller.selectAll();
-    EXPECT_EQ(window.controller.selection(), (SoundSelection{0.0, 1.0, 0, 2}));
-    window.controller.selectNone();
-    EXPECT_EQ(window.controller.selection(), (SoundSelection{0.0, 0.0, 0, 2}));
-    EXPECT_EQ(window.controller.selectionOrAll(), (SoundSelection{0.0, 1.0, 0, 2}));
-    window.controller.setCueTime(7.0);
-    window.controller.setCueTime(1.0);
-    EXPECT_EQ(window.controller.cueTime(), 1.0);
+    window.controller.selection().selectAll();
+    window.controller.selection().selectAll();
+    EXPECT_EQ(window.controller.selection().value(), (SoundSelection{0.0, 1.0, 0, 2}));
+    window.controller.selection().selectNone();
+    EXPECT_EQ(window.controller.selection().value(), (SoundSelection{0.0, 0.0, 0, 2}));
+    EXPECT_EQ(window.controller.selection().selectionOrAll(), (SoundSelection{0.0, 1.0, 0, 2}));
+    window.controller.transport().setCueTime(7.0);
+    window.controller.transport().setCueTime(1.0);
+    EXPECT_EQ(window.controller.transport().cueTime(), 1.0);
     EXPECT_EQ(window.host.calls,
               (QStringList{QStringLiteral("selection"), QStringLiteral("selection"), QStringLiteral("cue")}));
 }
@@ -77,12 +82,12 @@ TEST(SoundControllerTest, KeepsASelectionOfAllTracksWhenTheirNumberChanges)
     Window window({FloatBuffer(100), FloatBuffer(100)});
     window.select(10, 20);
     window.document->setNumTracks(4);
-    EXPECT_EQ(window.controller.selection().numTracks, 4);
+    EXPECT_EQ(window.controller.selection().value().numTracks, 4);
     window.select(10, 20, 2, 1);
     window.document->setNumTracks(2);
-    EXPECT_EQ(window.controller.normalizedSelection().firstTrack, 1);
-    window.controller.undo();
-    EXPECT_EQ(window.controller.selection().firstTrack, 2);
+    EXPECT_EQ(window.controller.selection().normalizedSelection().firstTrack, 1);
+    window.controller.editing().undo();
+    EXPECT_EQ(window.controller.selection().value().firstTrack, 2);
 }
 
 TEST(SoundControllerTest, AppliesAnEffectToEverythingWhenTheSelectionIsEmpty)
@@ -90,8 +95,8 @@ TEST(SoundControllerTest, AppliesAnEffectToEverythingWhenTheSelectionIsEmpty)
     Window window({FloatBuffer(1000, 0.5F), FloatBuffer(1000, 0.25F)});
     window.select(300, 300);
     const std::shared_ptr<Filter> filter = amplifier(6.0205999);
-    window.controller.setUpFilter(*filter);
-    EXPECT_FALSE(window.controller.applyFilter(filter));
+    window.controller.effects().setUpFilter(*filter);
+    EXPECT_FALSE(window.controller.effects().applyFilter(filter));
     EXPECT_NEAR(kit::samplesOf(*window.document, 0)[0], 1.0, 1e-6);
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{0}, int64_t{1000}));
     EXPECT_EQ(window.document->undoManager().undoText(), QStringLiteral("Amplify"));
@@ -103,13 +108,13 @@ TEST(SoundControllerTest, AppliesTheLastFilterAgainToAnotherDocument)
 {
     Window first({FloatBuffer(1000, 0.5F)});
     const std::shared_ptr<Filter> filter = amplifier(-6.0205999);
-    first.controller.setUpFilter(*filter);
-    first.controller.applyFilter(filter);
-    ASSERT_EQ(SoundController::lastFilter(), filter);
+    first.controller.effects().setUpFilter(*filter);
+    first.controller.effects().applyFilter(filter);
+    ASSERT_EQ(EffectController::lastFilter(), filter);
     {
         Window second({FloatBuffer(1000, 0.5F)});
         second.select(100, 200);
-        EXPECT_FALSE(second.controller.applyLastFilter());
+        EXPECT_FALSE(second.controller.effects().applyLastFilter());
         const FloatBuffer samples = kit::samplesOf(*second.document, 0);
         EXPECT_FLOAT_EQ(samples[99], 0.5F);
         EXPECT_NEAR(samples[100], 0.25, 1e-6);
@@ -119,9 +124,9 @@ TEST(SoundControllerTest, AppliesTheLastFilterAgainToAnotherDocument)
     EXPECT_EQ(filter->delegate(), nullptr) << "a window that closed is called back no more";
     EXPECT_FALSE(filter->source()) << "and its document is let go";
     const std::shared_ptr<Filter> next = amplifier(0.0);
-    first.controller.setUpFilter(*filter);
-    first.controller.setUpFilter(*next);
-    first.controller.applyFilter(next);
+    first.controller.effects().setUpFilter(*filter);
+    first.controller.effects().setUpFilter(*next);
+    first.controller.effects().applyFilter(next);
     EXPECT_EQ(filter->delegate(), nullptr);
 }
 
@@ -131,13 +136,13 @@ TEST(SoundControllerTest, LeavesTheDocumentWhenAnEffectIsCancelledOrFails)
     window.select(100, 50'000);
     const std::shared_ptr<Filter> filter = amplifier(-6.0);
     window.host.cancelAfter = 3;
-    window.controller.setUpFilter(*filter);
-    EXPECT_FALSE(window.controller.applyFilter(filter));
+    window.controller.effects().setUpFilter(*filter);
+    EXPECT_FALSE(window.controller.effects().applyFilter(filter));
     EXPECT_TRUE(filter->wasCancelled());
     window.host.cancelAfter = SIZE_MAX;
     {
         const kit::FileSizeLimit fullDisk(4096);
-        EXPECT_TRUE(window.controller.applyFilter(filter));
+        EXPECT_TRUE(window.controller.effects().applyFilter(filter));
     }
     EXPECT_EQ(kit::samplesOf(*window.document, 0), kit::noise(100'000, 1));
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{100}, int64_t{50'000}));
@@ -148,7 +153,7 @@ TEST(SoundControllerTest, AnswersColumnsOnlyInsideTheDocument)
 {
     Window window({FloatBuffer(44'100, 0.5F)});
     const auto numColumns = [&window](double start, double end, int32_t track) {
-        return window.controller.minMaxDataFrom(start, end, 0.05, track).size() / 2;
+        return window.controller.display().minMaxDataFrom(start, end, 0.05, track).size() / 2;
     };
     EXPECT_EQ(numColumns(0.0, 1.0, 0), 20U);
     EXPECT_EQ(numColumns(0.5, 7.0, 0), 10U);
@@ -164,7 +169,7 @@ TEST(SoundControllerTest, ShowsTheSamplesThemselvesInACloseUp)
     samples[1000] = 1.0F;
     Window window({samples});
     const auto columns = [&window] {
-        return window.controller.minMaxDataFrom(0.0, 0.05, 10.0 / 44'100.0, 0);
+        return window.controller.display().minMaxDataFrom(0.0, 0.05, 10.0 / 44'100.0, 0);
     };
     const auto numLoud = [](const FloatBuffer& pairs) {
         return std::count_if(pairs.begin(), pairs.end(), [](float value) { return value > 0.5F; });
@@ -174,7 +179,7 @@ TEST(SoundControllerTest, ShowsTheSamplesThemselvesInACloseUp)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     EXPECT_EQ(numLoud(columns()), 1);
     window.select(0, 500);
-    window.controller.deleteSelection({});
+    window.controller.editing().deleteSelection({});
     columns();
     while (window.host.drawn.size() < 2)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -190,20 +195,20 @@ TEST_F(SoundControllerFileTest, FillsTheSummaryOfAnOpenedFile)
     ASSERT_TRUE(document);
     kit::HostRecorder host;
     SoundController controller(document, host);
-    EXPECT_EQ(controller.minMaxDataFrom(0.0, 0.1, 0.1, 0), (FloatBuffer{1.0F, -1.0F}));
-    controller.startWaveformRender();
+    EXPECT_EQ(controller.display().minMaxDataFrom(0.0, 0.1, 0.1, 0), (FloatBuffer{1.0F, -1.0F}));
+    controller.display().startWaveformRender();
     int64_t numDrawn = 0;
     while (numDrawn < numFrames) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         numDrawn = host.drawn.empty() ? 0 : host.drawn.back().first + host.drawn.back().second;
     }
-    EXPECT_EQ(controller.waveformRenderProgress(), 1.0);
-    const FloatBuffer columns = controller.minMaxDataFrom(0.0, 9.0, 0.1, 1);
+    EXPECT_EQ(controller.display().waveformRenderProgress(), 1.0);
+    const FloatBuffer columns = controller.display().minMaxDataFrom(0.0, 9.0, 0.1, 1);
     for (size_t i = 0; i < columns.size(); i += 2)
         EXPECT_LT(columns[i], columns[i + 1]) << i;
-    controller.stopWaveformRender();
+    controller.display().stopWaveformRender();
     host.drawn.clear();
-    controller.startWaveformRender();
+    controller.display().startWaveformRender();
     QCoreApplication::processEvents();
     EXPECT_TRUE(host.drawn.empty()) << "it has its summary already";
 }

@@ -3,6 +3,8 @@
 #include "Classes/CoreAudio/AudioPreferences.h"
 #include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "controllers/ControllerKit.h"
+#include "controllers/CueFollower.h"
+#include "controllers/SelectionModel.h"
 #include "display/WaveformViewGeometry.h"
 #include "document/DocumentTransport.h"
 #include "kit/SimulatedDevice.h"
@@ -61,7 +63,7 @@ protected:
     }
 
     DocumentTransport& transport() { return document->transport(); }
-    void select(double start, double end) { controller->setSelection({start, end, 0, 1}); }
+    void select(double start, double end) { controller->selection().setSelection({start, end, 0, 1}); }
 
     /// The device asks for so many frames; what it gets.
     std::vector<float> pull(int64_t numFrames)

@@ -1,3 +1,7 @@
+#include "controllers/EditCommands.h"
+#include "controllers/MarkerCommands.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
 #include "controllers/TransportKit.h"
 
 #include <algorithm>
@@ -25,14 +29,14 @@ TEST_F(TransportTest, PlaysTheSelectionOrTheDocumentFromAFittingTime)
          }) {
         SCOPED_TRACE(c.what);
         select(c.start, c.end);
-        if (controller->isLooping() != c.loops)
-            controller->loop();
-        controller->playFromTime(c.time);
-        ASSERT_TRUE(controller->isPlaying());
+        if (controller->transport().isLooping() != c.loops)
+            controller->transport().loop();
+        controller->transport().playFromTime(c.time);
+        ASSERT_TRUE(controller->transport().isPlaying());
         EXPECT_EQ(transport().audioPlaybackSource()->loopStart(), frameAtTime(c.loopStart, kRate));
         EXPECT_EQ(transport().audioPlaybackSource()->loopEnd(), frameAtTime(c.loopEnd, kRate));
         EXPECT_EQ(pull(512).front(), static_cast<float>(frameAtTime(c.firstHeard, kRate) + 1));
-        controller->stopAudio();
+        controller->transport().stopAudio();
         ASSERT_TRUE(waitForStop());
     }
 }
@@ -41,83 +45,83 @@ TEST_F(TransportTest, ReturnsOrStaysWhenItStops)
 {
     const auto hear = [this] {
         pull(22050);
-        return waitUntil([this] { return controller->cueTime() > 4.3; });
+        return waitUntil([this] { return controller->transport().cueTime() > 4.3; });
     };
     select(4, 4);
-    controller->setCueTime(4);
-    controller->playReturning();
+    controller->transport().setCueTime(4);
+    controller->transport().playReturning();
     ASSERT_TRUE(hear());
-    controller->playReturning();
+    controller->transport().playReturning();
     ASSERT_TRUE(waitForStop());
-    EXPECT_EQ(controller->cueTime(), 4);
+    EXPECT_EQ(controller->transport().cueTime(), 4);
     EXPECT_EQ(host.levels, std::pair(-100.0, -100.0));
 
-    controller->playStaying();
+    controller->transport().playStaying();
     ASSERT_TRUE(hear());
-    controller->playStaying();
+    controller->transport().playStaying();
     ASSERT_TRUE(waitForStop());
-    EXPECT_GT(controller->cueTime(), 4.3);
-    EXPECT_EQ(controller->selection().startTime, controller->cueTime());
+    EXPECT_GT(controller->transport().cueTime(), 4.3);
+    EXPECT_EQ(controller->selection().value().startTime, controller->transport().cueTime());
 
     // A selection stays, and the cue in it.
     select(4, 5);
-    controller->setCueTime(4);
-    controller->playStaying();
+    controller->transport().setCueTime(4);
+    controller->transport().playStaying();
     ASSERT_TRUE(hear());
-    controller->cancelOperation();
+    controller->transport().cancelOperation();
     ASSERT_TRUE(waitForStop());
-    EXPECT_GT(controller->cueTime(), 4.3);
-    EXPECT_EQ(controller->selection().startTime, 4);
+    EXPECT_GT(controller->transport().cueTime(), 4.3);
+    EXPECT_EQ(controller->selection().value().startTime, 4);
 }
 
 TEST_F(TransportTest, ASoundPlayedToItsEndLeavesTheCueThere)
 {
     select(19, 19);
-    controller->setCueTime(19);
-    controller->playStaying();
+    controller->transport().setCueTime(19);
+    controller->transport().playStaying();
     ASSERT_TRUE(playToTheEnd());
-    EXPECT_EQ(controller->cueTime(), 20);
+    EXPECT_EQ(controller->transport().cueTime(), 20);
     // And so it begins anew the next time.
-    controller->playStaying();
+    controller->transport().playStaying();
     EXPECT_EQ(pull(512).front(), 1.0F);
 }
 
 TEST_F(TransportTest, MovesTheCueWhileItPlays)
 {
     select(4, 5);
-    controller->setCueTime(4);
-    controller->play();
+    controller->transport().setCueTime(4);
+    controller->transport().play();
     pull(512);
-    controller->setCueTime(4.5);
+    controller->transport().setCueTime(4.5);
     EXPECT_EQ(pull(512).front(), static_cast<float>(frameAtTime(4.5, kRate) + 1));
     // Behind what was selected it goes on to the document's end.
-    controller->setCueTime(7);
+    controller->transport().setCueTime(7);
     const std::vector<float> heard = pull(kRate);
     EXPECT_EQ(heard.front(), static_cast<float>(frameAtTime(7, kRate) + 1));
     EXPECT_GT(heard.back(), 7.9F * 44100);
-    controller->returnToZero();
+    controller->transport().returnToZero();
     EXPECT_EQ(pull(512).front(), 1.0F);
     EXPECT_EQ(host.view.scrollPosition(), -10);
 }
 
 TEST_F(TransportTest, SkipsByASecond)
 {
-    controller->fastForward();
+    controller->transport().fastForward();
     EXPECT_EQ(host.view.scrollPosition(), 100) << "without a player only the view moves";
-    controller->rewind();
+    controller->transport().rewind();
     EXPECT_EQ(host.view.scrollPosition(), 0);
-    EXPECT_EQ(controller->cueTime(), 0);
+    EXPECT_EQ(controller->transport().cueTime(), 0);
 
-    controller->playFromTime(9.5);
-    controller->fastForward();
+    controller->transport().playFromTime(9.5);
+    controller->transport().fastForward();
     EXPECT_EQ(pull(512).front(), static_cast<float>(frameAtTime(10.5, kRate) + 1));
     EXPECT_EQ(host.view.scrollPosition(), 100) << "10.5 s was out of sight, 9.5 s in it";
-    controller->playFromTime(0.5);
-    controller->rewind();
+    controller->transport().playFromTime(0.5);
+    controller->transport().rewind();
     EXPECT_EQ(pull(512).front(), 1.0F);
-    controller->playFromTime(19.5);
+    controller->transport().playFromTime(19.5);
     pull(512);
-    controller->fastForward();
+    controller->transport().fastForward();
     EXPECT_GT(pull(512).front(), 19.5F * 44100) << "there is no second to skip";
 }
 
@@ -125,13 +129,13 @@ TEST_F(TransportTest, LoopsTheSelectionWithFramesCutOff)
 {
     // 1.00001 s is frame 44100.441; 1.00002 s is 44100.882 and would be rounded up.
     select(1.00001, 1.00002 + 1);
-    controller->playFromTime(1.5);
-    controller->loop();
-    EXPECT_TRUE(controller->isLooping());
+    controller->transport().playFromTime(1.5);
+    controller->transport().loop();
+    EXPECT_TRUE(controller->transport().isLooping());
     EXPECT_EQ(transport().audioPlaybackSource()->loopStart(), 44100);
     EXPECT_EQ(transport().audioPlaybackSource()->loopEnd(), 88200);
-    controller->loop();
-    EXPECT_FALSE(controller->isLooping());
+    controller->transport().loop();
+    EXPECT_FALSE(controller->transport().isLooping());
     EXPECT_EQ(transport().audioPlaybackSource()->loopStart(), 0);
     EXPECT_EQ(transport().audioPlaybackSource()->loopEnd(), kNumFrames);
 }
@@ -139,8 +143,8 @@ TEST_F(TransportTest, LoopsTheSelectionWithFramesCutOff)
 TEST_F(TransportTest, LoopsASingleFrame)
 {
     select(1000 / kRate, 1001 / kRate);
-    controller->loop();
-    controller->playFromTime(1000 / kRate);
+    controller->transport().loop();
+    controller->transport().playFromTime(1000 / kRate);
     const std::vector<float> heard = pull(8192);
     EXPECT_EQ(std::count(heard.begin(), heard.end(), 1001.0F), std::ssize(heard));
 }
@@ -148,14 +152,14 @@ TEST_F(TransportTest, LoopsASingleFrame)
 TEST_F(TransportTest, StepsTheSpeed)
 {
     for (const auto& [percent, expected] : {std::pair{190, 1.9}, {0, 1.9}, {60, 0.6}}) {
-        controller->playbackSpeed(percent);
-        EXPECT_EQ(controller->playbackSpeed(), expected);
+        controller->transport().playbackSpeed(percent);
+        EXPECT_EQ(controller->transport().playbackSpeed(), expected);
     }
-    controller->slowDownPlayback();
-    EXPECT_EQ(controller->playbackSpeed(), 0.5);
-    controller->playbackSpeed(190);
-    controller->speedUpPlayback();
-    EXPECT_EQ(controller->playbackSpeed(), 2.0);
+    controller->transport().slowDownPlayback();
+    EXPECT_EQ(controller->transport().playbackSpeed(), 0.5);
+    controller->transport().playbackSpeed(190);
+    controller->transport().speedUpPlayback();
+    EXPECT_EQ(controller->transport().playbackSpeed(), 2.0);
 }
 
 TEST_F(TransportTest, TheOutputLevelStopsAtZeroOnce)
@@ -163,44 +167,44 @@ TEST_F(TransportTest, TheOutputLevelStopsAtZeroOnce)
     double stored = -3;
     UserDefaults::standard().setValue(AudioPreference::playbackVolume(), stored);
     for (const auto& [asked, expected] : {std::pair{2.0, 0.0}, {2.0, 2.0}, {-1.0, 0.0}, {-1.0, -1.0}}) {
-        controller->takeOutputGainValueFrom(asked);
-        EXPECT_EQ(SoundController::outputGain(), expected);
+        controller->transport().takeOutputGainValueFrom(asked);
+        EXPECT_EQ(TransportController::outputGain(), expected);
     }
 }
 
 TEST_F(TransportTest, SetsMarkersAtWhatIsHeardWithoutStopping)
 {
     select(2, 3);
-    controller->playFromTime(2);
+    controller->transport().playFromTime(2);
     pull(4096);
-    EXPECT_FALSE(controller->insertMarker());
+    EXPECT_FALSE(controller->markers().insertMarker());
     const std::vector<int64_t> markers = positionsOf(*document->audioMarkers());
     ASSERT_EQ(markers.size(), 1U);
     EXPECT_NEAR(static_cast<double>(markers[0]), 2 * 44100 + 4096, 512 + 512);
     EXPECT_EQ(document->audioMarkers()->front()->name(), QStringLiteral("New Marker 1"));
-    EXPECT_TRUE(controller->isPlaying());
+    EXPECT_TRUE(controller->transport().isPlaying());
 }
 
 TEST_F(TransportTest, GoesOnWithWhatAnEditLeaves)
 {
-    controller->playFromTime(1);
+    controller->transport().playFromTime(1);
     const std::vector<float> before = pull(4096);
     select(5, 6);
-    controller->deleteSelection(QStringLiteral("Delete"));
+    controller->editing().deleteSelection(QStringLiteral("Delete"));
     std::vector<float> after = pull(5 * 44100);
     EXPECT_EQ(after.front(), before.back() + 1);
     const auto seam = std::find(after.begin(), after.end(), 5.0F * 44100);
     ASSERT_NE(seam, after.end());
     EXPECT_EQ(*(seam + 1), 6.0F * 44100 + 1);
-    controller->undo();
+    controller->editing().undo();
     EXPECT_EQ(pull(512).front(), after.back() + 1 - 44100) << "the frames between are back";
 }
 
 TEST_F(TransportTest, SaysWhyItCannotPlay)
 {
     hardware->setOpenError(Error{Error::Code::failed, QStringLiteral("No sound server can be reached.")});
-    controller->play();
-    EXPECT_FALSE(controller->isPlaying());
+    controller->transport().play();
+    EXPECT_FALSE(controller->transport().isPlaying());
     EXPECT_EQ(host.failure, QStringLiteral("No sound server can be reached."));
 }
 
@@ -208,25 +212,25 @@ TEST_F(TransportTest, AnEmptyDocumentPlaysNothing)
 {
     auto empty = std::make_shared<SoundDocument>();
     SoundController other(empty, host);
-    other.playReturning();
-    other.playStaying();
-    other.rewind();
-    other.loop();
-    EXPECT_FALSE(other.isPlaying());
+    other.transport().playReturning();
+    other.transport().playStaying();
+    other.transport().rewind();
+    other.transport().loop();
+    EXPECT_FALSE(other.transport().isPlaying());
     EXPECT_TRUE(host.failure.isEmpty());
 }
 
 TEST_F(TransportTest, PausesWhereItsDeviceWentAway)
 {
     select(4, 4);
-    controller->setCueTime(4);
-    controller->playReturning();
+    controller->transport().setCueTime(4);
+    controller->transport().playReturning();
     pull(22050);
-    ASSERT_TRUE(waitUntil([this] { return controller->cueTime() > 4.3; }));
+    ASSERT_TRUE(waitUntil([this] { return controller->transport().cueTime() > 4.3; }));
     hardware->unplug(QStringLiteral("out"));
     ASSERT_TRUE(waitForStop());
     EXPECT_EQ(host.interruption, StopReason::deviceLost);
-    EXPECT_GT(controller->cueTime(), 4.3) << "nothing of what was heard is lost";
+    EXPECT_GT(controller->transport().cueTime(), 4.3) << "nothing of what was heard is lost";
 }
 
 class DefaultDeviceTest : public TransportTest
@@ -248,10 +252,10 @@ protected:
 
 TEST_F(DefaultDeviceTest, IsFollowedWhileSomethingPlays)
 {
-    controller->playFromTime(1);
+    controller->transport().playFromTime(1);
     const float last = pull(4096).back();
     makeDefault(7);
-    ASSERT_TRUE(controller->isPlaying());
+    ASSERT_TRUE(controller->transport().isPlaying());
     EXPECT_EQ(hardware->output()->deviceID(), 7U);
     // Within the slot of 512 frames that the time stamp is good for.
     EXPECT_NEAR(pull(512).front(), last, 512);
@@ -260,7 +264,7 @@ TEST_F(DefaultDeviceTest, IsFollowedWhileSomethingPlays)
 TEST_F(DefaultDeviceTest, IsNotFollowedByWhoChoseAnother)
 {
     UserDefaults::standard().setValue(AudioPreference::outputDevice(), QStringLiteral("out"));
-    controller->playFromTime(1);
+    controller->transport().playFromTime(1);
     const float last = pull(512).back();
     makeDefault(7);
     EXPECT_EQ(hardware->output()->deviceID(), 2U);
@@ -273,7 +277,7 @@ TEST_F(DefaultDeviceTest, IsNotFollowedByWhoChoseAnother)
 
 TEST_F(DefaultDeviceTest, DoesNotTakeOverFromOneThatWasUnplugged)
 {
-    controller->playFromTime(1);
+    controller->transport().playFromTime(1);
     pull(512);
     std::erase_if(state.devices, [](const HardwareDevice& device) { return device.id == 2; });
     makeDefault(7);

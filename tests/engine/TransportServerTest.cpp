@@ -1,3 +1,4 @@
+#include "controllers/TransportController.h"
 #include "controllers/TransportKit.h"
 #include "engine/Capture.h"
 #include "engine/ServerKinds.h"
@@ -39,7 +40,7 @@ protected:
 
     bool hear(double fromTime)
     {
-        return kit::waitUntil([&] { return controller->cueTime() > fromTime + 0.3; });
+        return kit::waitUntil([&] { return controller->transport().cueTime() > fromTime + 0.3; });
     }
     bool waitForStop()
     {
@@ -63,21 +64,21 @@ INSTANTIATE_TEST_SUITE_P(Server, TransportServerTest, kit::eachServer(), kit::na
 
 TEST_P(TransportServerTest, PausesWhenTheServerDiesAndPlaysAgainWhenItIsBack)
 {
-    controller->playReturning();
+    controller->transport().playReturning();
     ASSERT_TRUE(hear(0));
     server->stop();
     ASSERT_TRUE(waitForStop());
     EXPECT_EQ(host.interruption, StopReason::serverLost);
-    const double pausedAt = controller->cueTime();
+    const double pausedAt = controller->transport().cueTime();
     EXPECT_GT(pausedAt, 0.3);
-    controller->playReturning();
-    EXPECT_FALSE(controller->isPlaying());
+    controller->transport().playReturning();
+    EXPECT_FALSE(controller->transport().isPlaying());
     EXPECT_TRUE(host.failure.startsWith(QStringLiteral("No sound server can be reached")))
         << qPrintable(host.failure);
     server->start();
     ASSERT_TRUE(kit::waitUntil([this] {
-        controller->play();
-        return controller->isPlaying();
+        controller->transport().play();
+        return controller->transport().isPlaying();
     }));
     EXPECT_TRUE(hear(pausedAt));
 }
@@ -87,24 +88,24 @@ TEST_P(TransportServerTest, FollowsTheDefaultSinkWhileItPlays)
     ASSERT_TRUE(server->tell({QStringLiteral("set-default-sink"), QStringLiteral("two44")}));
     const kit::MonitorCapture other(QStringLiteral("two48"), 480000);
     ASSERT_TRUE(other.isRunning());
-    controller->playReturning();
+    controller->transport().playReturning();
     ASSERT_TRUE(hear(0));
     ASSERT_TRUE(server->tell({QStringLiteral("set-default-sink"), QStringLiteral("two48")}));
     EXPECT_TRUE(isHeard(other));
-    EXPECT_TRUE(controller->isPlaying());
-    EXPECT_TRUE(hear(controller->cueTime()));
+    EXPECT_TRUE(controller->transport().isPlaying());
+    EXPECT_TRUE(hear(controller->transport().cueTime()));
 }
 
 TEST_P(TransportServerTest, PausesWhenItsSinkIsTakenAway)
 {
     ASSERT_TRUE(server->tell({QStringLiteral("set-default-sink"), QStringLiteral("two44")}));
-    controller->playReturning();
+    controller->transport().playReturning();
     ASSERT_TRUE(hear(0));
     ASSERT_TRUE(server->takeSinkAway(QStringLiteral("two44")));
     ASSERT_TRUE(waitForStop());
     EXPECT_EQ(host.interruption, StopReason::deviceLost);
-    EXPECT_FALSE(controller->isPlaying());
-    controller->play();
-    EXPECT_TRUE(hear(controller->cueTime()))
+    EXPECT_FALSE(controller->transport().isPlaying());
+    controller->transport().play();
+    EXPECT_TRUE(hear(controller->transport().cueTime()))
         << "who asks for it hears it there: " << qPrintable(host.failure);
 }

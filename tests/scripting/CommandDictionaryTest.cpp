@@ -1,7 +1,9 @@
 #include "scripting/CommandDictionary.h"
 
 #include "controllers/ControllerKit.h"
+#include "controllers/SelectionModel.h"
 #include "document/AudioClipboard.h"
+#include "effects/EffectRegistry.h"
 #include "formats/kit/FileTestKit.h"
 
 #include <QSet>
@@ -18,7 +20,7 @@ public:
     explicit ScriptedWindow(const kit::TrackSamples& samples)
         : kit::Window(samples)
     {
-        controller.selectAll();
+        controller.selection().selectAll();
     }
 
     /// The error's words, or nothing.
@@ -92,8 +94,8 @@ TEST_F(CommandDictionaryTest, SelectsWithinTheDocument)
     for (const Case& each : cases) {
         EXPECT_EQ(window.run(each.command), QString()) << each.command;
         EXPECT_EQ(window.selectedFrames(), std::pair(each.start, each.end)) << each.command;
-        EXPECT_EQ(window.controller.selection().firstTrack, each.firstTrack) << each.command;
-        EXPECT_EQ(window.controller.selection().numTracks, each.numTracks) << each.command;
+        EXPECT_EQ(window.controller.selection().value().firstTrack, each.firstTrack) << each.command;
+        EXPECT_EQ(window.controller.selection().value().numTracks, each.numTracks) << each.command;
     }
     for (const char* command : {"select FirstTrack=3", "select FirstTrack=-1", "select NumTracks=4",
                                 "select FirstTrack=2 NumTracks=2", "select NumTracks=0"})
@@ -237,7 +239,7 @@ TEST_F(CommandDictionaryTest, SavesOverItsOwnFileOrElsewhere)
     ASSERT_TRUE(document);
     kit::HostRecorder host;
     SoundController controller(document, host);
-    controller.selectAll();
+    controller.selection().selectAll();
     const auto run = [&controller](const QString& text) {
         return CommandDictionary::run(*CommandDictionary::parse(text, nullptr), controller);
     };

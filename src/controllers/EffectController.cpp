@@ -1,4 +1,4 @@
-#include "controllers/SoundController.h"
+#include "controllers/EffectController.h"
 
 #include "document/UndoGroup.h"
 
@@ -24,21 +24,31 @@ void rememberFilter(std::shared_ptr<Filter> filter)
 
 } // namespace
 
-void SoundController::setUpFilter(Filter& filter)
+EffectController::~EffectController()
 {
-    if (isSelectionEmpty())
-        selectAll();
+    // It must neither call back nor keep the document's files open.
+    const std::shared_ptr<Filter> last = lastFilter();
+    if (last && last->delegate() == this) {
+        last->setDelegate(nullptr);
+        last->setSource(nullptr);
+    }
+}
+
+void EffectController::setUpFilter(Filter& filter)
+{
+    if (mSelection.isEmpty())
+        mSelection.selectAll();
     // In whole frames: the source rounds start, end and duration each by itself, and where they disagree the
     // effect would replace one frame more than it read.
     const double rate = mDocument->sampleRate();
-    SoundSelection selection = normalizedSelection();
+    SoundSelection selection = mSelection.normalizedSelection();
     selection.startTime = static_cast<double>(frameAtTime(selection.startTime, rate)) / rate;
     selection.endTime = static_cast<double>(frameAtTime(selection.endTime, rate)) / rate;
     filter.setSource(std::make_shared<DocumentSource>(mDocument, selection));
     filter.setDelegate(this);
 }
 
-MaybeError SoundController::runFilter(Filter& filter)
+MaybeError EffectController::runFilter(Filter& filter)
 {
     const UndoGroup group(*mDocument, filter.name());
     filter.setMostScratchBytes(mMostScratchBytes);
@@ -47,18 +57,18 @@ MaybeError SoundController::runFilter(Filter& filter)
     return error;
 }
 
-MaybeError SoundController::applyFilter(const std::shared_ptr<Filter>& filter)
+MaybeError EffectController::applyFilter(const std::shared_ptr<Filter>& filter)
 {
     rememberFilter(filter);
     return runFilter(*filter);
 }
 
-std::shared_ptr<Filter> SoundController::lastFilter()
+std::shared_ptr<Filter> EffectController::lastFilter()
 {
     return lastFilterOfApplication();
 }
 
-MaybeError SoundController::applyLastFilter()
+MaybeError EffectController::applyLastFilter()
 {
     const std::shared_ptr<Filter> filter = lastFilter();
     if (!filter)
@@ -67,7 +77,7 @@ MaybeError SoundController::applyLastFilter()
     return runFilter(*filter);
 }
 
-void SoundController::filterDidReachProgress(Filter& filter, double progress)
+void EffectController::filterDidReachProgress(Filter& filter, double progress)
 {
     if (!mFilterProgress)
         mFilterProgress = mHost.beginProgress(filter.name());
@@ -75,22 +85,22 @@ void SoundController::filterDidReachProgress(Filter& filter, double progress)
         mFilterProgress->setProgressValue(progress);
 }
 
-bool SoundController::filterShouldCancel(Filter&)
+bool EffectController::filterShouldCancel(Filter&)
 {
     return mFilterProgress && mFilterProgress->isCancelled();
 }
 
-void SoundController::filterDidFinishProgress(Filter&)
+void EffectController::filterDidFinishProgress(Filter&)
 {
     mFilterProgress.reset();
 }
 
-void SoundController::filterDidInsertData(Filter&, int64_t offset, int64_t length, int32_t firstTrack,
-                                          int32_t numTracks)
+void EffectController::filterDidInsertData(Filter&, int64_t offset, int64_t length, int32_t firstTrack,
+                                           int32_t numTracks)
 {
     const double rate = mDocument->sampleRate();
-    setSelection({static_cast<double>(offset) / rate, static_cast<double>(offset + length) / rate, firstTrack,
-                  numTracks});
+    mSelection.setSelection({static_cast<double>(offset) / rate, static_cast<double>(offset + length) / rate,
+                             firstTrack, numTracks});
 }
 
 } // namespace velloria

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "controllers/SelectionModel.h"
+#include "effects/Filter.h"
+
+#include <memory>
+
+namespace velloria
+{
+
+/// Runs effects on a document: gives them the selection, shows their progress, selects what they computed,
+/// and remembers the last one for the whole application. Main thread.
+class EffectController : public FilterDelegate
+{
+public:
+    EffectController(std::shared_ptr<SoundDocument> document, SelectionModel& selection, CommandHost& host)
+        : mDocument(std::move(document))
+        , mSelection(selection)
+        , mHost(host)
+    {
+    }
+    /// The last filter goes on without this document.
+    ~EffectController() override;
+    EffectController(const EffectController&) = delete;
+    EffectController& operator=(const EffectController&) = delete;
+
+    /// Gives the effect a source over the selection (everything, when it is empty; the selection then
+    /// follows) and this controller as delegate.
+    void setUpFilter(Filter& filter);
+    /// Applies an effect that was set up, as one step named after it, and keeps it as the last filter.
+    /// Nothing is answered when the person cancelled it, as Filter::apply() does.
+    MaybeError applyFilter(const std::shared_ptr<Filter>& filter);
+    /// The same without keeping it.
+    MaybeError runFilter(Filter& filter);
+    /// Passed on to the effects run from now on; see Filter.
+    void setMostScratchBytes(int64_t numBytes) { mMostScratchBytes = numBytes; }
+    /// The application-wide last filter, or null.
+    static std::shared_ptr<Filter> lastFilter();
+    MaybeError applyLastFilter();
+
+private:
+    void filterDidReachProgress(Filter& filter, double progress) override;
+    bool filterShouldCancel(Filter& filter) override;
+    void filterDidFinishProgress(Filter& filter) override;
+    void filterDidInsertData(Filter& filter, int64_t offset, int64_t length, int32_t firstTrack,
+                             int32_t numTracks) override;
+
+    std::shared_ptr<SoundDocument> mDocument;
+    SelectionModel& mSelection;
+    CommandHost& mHost;
+    std::unique_ptr<Progress> mFilterProgress;
+    int64_t mMostScratchBytes = INT64_MAX;
+};
+
+} // namespace velloria
