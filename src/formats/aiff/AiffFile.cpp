@@ -311,15 +311,14 @@ void AiffFile::readId3Chunk()
     const RiffChunk* const chunk = mChunks.find(tagIdent);
     if (!chunk || chunk->size == 0)
         return;
-    const auto keysNotKept = chunk->isComplete ? takeInId3Tag(payloadOf(*chunk), mMetadata) : std::nullopt;
-    if (!keysNotKept) {
+    const auto tagLedger = chunk->isComplete ? takeInId3Tag(payloadOf(*chunk), mMetadata) : std::nullopt;
+    if (!tagLedger) {
         logException("readMetadata", QStringLiteral("the chunk holds no complete ID3v2 tag"));
         mWarnings.append(FileDamage::tagsUnreadable(name()));
         return;
     }
     mOffsetsOfKeptChunks.push_back(chunk->offset);
-    for (const QString& key : *keysNotKept)
-        mLedger.addNotKept(ItemKind::tag, key);
+    mLedger.addNested(*tagLedger, chunk->payloadOffset());
 }
 
 /// True for a text chunk that a save would write again; where there is an ID3v2 tag too, that may say

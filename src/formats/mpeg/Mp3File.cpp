@@ -89,10 +89,9 @@ void Mp3File::readTag()
         tellOfTrailingTag();
         return;
     }
-    if (const auto keysNotKept = takeInId3Tag(tag->tagData(), mMetadata)) {
-        for (const QString& key : *keysNotKept)
-            mLedger.addNotKept(ItemKind::tag, key);
-    } else
+    if (const auto ledger = takeInId3Tag(tag->tagData(), mMetadata))
+        mLedger.addNested(*ledger, 0);
+    else
         mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
 }
 

@@ -54,6 +54,9 @@ public:
     /// "public.jpeg" or "public.png", empty for another format.
     QString imageUTI() const;
 
+    /// True for a picture in one of the formats that tags can name, whatever it is called.
+    bool isJpegOrPng() const { return kind() != Kind::other; }
+
     /// "jpg" or "png", empty for another format.
     QString filenameExtension() const;
 

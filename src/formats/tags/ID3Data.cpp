@@ -26,8 +26,7 @@ std::optional<ID3Data> ID3Data::id3DataWithFile(const FileHandle& file)
     const QByteArray header = file.readAt(0, id3HeaderLength);
     if (header.size() < id3HeaderLength || !header.startsWith("ID3"))
         return std::nullopt;
-    const int64_t length = id3HeaderLength + intFromSynchSafe(QByteArrayView(header).sliced(6, 4));
-    return id3DataWithData(file.readAt(0, length));
+    return id3DataWithData(file.readAt(0, id3TagLength(header)));
 }
 
 ID3Data ID3Data::id3DataWithData(const QByteArray& tagData)

@@ -1,17 +1,18 @@
 #pragma once
 
+#include "formats/ledger/FileLedger.h"
 #include "formats/tags/AudioMetadata.h"
 
 #include <QByteArray>
-#include <QStringList>
 #include <optional>
 
 namespace velloria
 {
 
-/// Replaces every tag of `metadata` by those of an ID3v2 tag. Gives the keys of what the tag says and the
-/// metadata has no room for; nothing (and `metadata` as it was) when the bytes are no such tag. What a tag
-/// says of the file that it stands in counts as nothing: it would be wrong in another file.
-std::optional<QStringList> takeInId3Tag(const QByteArray& tag, AudioMetadata& metadata);
+/// Replaces every tag of `metadata` by those of an ID3v2 tag. Gives the account of all its bytes, from offset
+/// 0 on, and of the values that change on the way; nothing (and `metadata` as it was) when the bytes are no
+/// such tag. What a tag says of the file that it stands in counts as structure: it would be wrong in another
+/// file.
+std::optional<FileLedger> takeInId3Tag(const QByteArray& tag, AudioMetadata& metadata);
 
 } // namespace velloria

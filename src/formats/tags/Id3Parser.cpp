@@ -1,11 +1,7 @@
 #include "formats/tags/Id3Parser.h"
 
-#include "formats/tags/AttachedPicture.h"
-#include "formats/tags/Id3Frames.h"
-#include "formats/tags/Id3Genres.h"
-#include "formats/tags/Id3Text.h"
+#include "formats/tags/Id3FrameCollector.h"
 
-#include <QSet>
 #include <QtEndian>
 #include <algorithm>
 #include <array>
@@ -22,6 +18,7 @@ constexpr qsizetype frameHeaderLength = 10;
 constexpr uint8_t headerIsUnsynchronised = 0x80;
 constexpr uint8_t headerIsCompressed = 0x40; // version 2.2
 constexpr uint8_t headerIsExtended = 0x40;   // versions 2.3 and 2.4
+constexpr uint8_t headerHasFooter = 0x10;    // version 2.4
 
 /// What the second flag byte of a frame means in each version.
 struct FrameFlags {
@@ -62,179 +59,78 @@ bool isFrameOrEndAt(QByteArrayView tag, qsizetype offset)
     return isPadding || isFrameIDAt(tag, offset);
 }
 
-/// Gathers the values of frames. Pictures are kept aside so that thousands of them cost no more than one
-/// after the other.
-class FrameCollector
+/// Where the bytes of a tag lie in the file whose zero bytes behind 0xFF were taken out. Asked forwards.
+class StoredPositions
 {
 public:
-    void addVersion2Frame(QByteArrayView id, QByteArrayView payload);
-    void addFrame(QByteArrayView id, QByteArrayView payload);
-    /// A frame that means nothing here, or that cannot be read.
-    void addUnknownFrame(QByteArrayView id, QByteArrayView payload);
-    MetadataDictionary take();
-    const QStringList& unknownFrames() const { return mUnknownFrames; }
+    StoredPositions(QByteArrayView stored, bool isUnsynchronised)
+        : mBytes(stored)
+        , mIsUnsynchronised(isUnsynchronised)
+    {
+    }
+
+    qsizetype at(qsizetype offset)
+    {
+        if (!mIsUnsynchronised)
+            return offset;
+        for (; mOffset < offset && mStored < mBytes.size(); ++mOffset) {
+            ++mStored;
+            if (mStored < mBytes.size() && mBytes[mStored] == 0 && mBytes[mStored - 1] == '\xFF')
+                ++mStored;
+        }
+        return mStored;
+    }
+
+    ByteRange range(qsizetype offset, qsizetype end)
+    {
+        const int64_t start = at(offset);
+        return {start, at(end) - start};
+    }
 
 private:
-    void addText(const Id3Frame& frame, uint8_t encoding, QByteArrayView bytes);
-    void addTextFrame(const Id3Frame& frame, QByteArrayView payload);
-    void addPodcastAddress(const Id3Frame& frame, QByteArrayView payload);
-    void addComment(const Id3Frame& frame, QByteArrayView payload);
-    void addPicture(std::optional<AttachedPicture> picture);
-
-    MetadataDictionary mDictionary;
-    QList<AttachedPicture> mPictures;
-    QSet<QString> mKeysOfPlainComments;
-    QStringList mUnknownFrames;
+    QByteArrayView mBytes;
+    bool mIsUnsynchronised;
+    qsizetype mOffset = 0;
+    qsizetype mStored = 0;
 };
 
-void FrameCollector::addText(const Id3Frame& frame, uint8_t encoding, QByteArrayView bytes)
-{
-    const QString text = decodeId3Text(encoding, bytes);
-    if (!text.isEmpty())
-        mDictionary.insert(frame.keyString(), text);
-}
+/// A tag under way.
+struct Reading {
+    QByteArrayView tag;
+    StoredPositions positions;
+    Id3FrameCollector collector;
+    FileLedger& ledger;
 
-void FrameCollector::addTextFrame(const Id3Frame& frame, QByteArrayView payload)
-{
-    if (!payload.isEmpty())
-        addText(frame, byteAt(payload, 0), payload.sliced(1));
-}
-
-/// The podcast's own programs write this frame (WFED) as a text with an encoding byte, others without one,
-/// like every other URL frame.
-void FrameCollector::addPodcastAddress(const Id3Frame& frame, QByteArrayView payload)
-{
-    if (!payload.isEmpty() && byteAt(payload, 0) > Id3Encoding::utf8)
-        addText(frame, Id3Encoding::latin1, payload);
-    else
-        addTextFrame(frame, payload);
-}
-
-/// A text without a description is the one that people wrote; one with a description (which programs use
-/// for data of their own) only counts as long as there is no other.
-void FrameCollector::addComment(const Id3Frame& frame, QByteArrayView payload)
-{
-    const auto comment = decodeId3Comment(payload);
-    if (!comment || comment->text.isEmpty())
-        return;
-    const QString key = frame.keyString();
-    if (comment->description.isEmpty())
-        mKeysOfPlainComments.insert(key);
-    else if (mKeysOfPlainComments.contains(key))
-        return;
-    mDictionary.insert(key, comment->text);
-}
-
-void FrameCollector::addPicture(std::optional<AttachedPicture> picture)
-{
-    // No more than anybody looks at: each takes more room here than in the tag.
-    constexpr qsizetype mostPictures = 10'000;
-    if (picture && mPictures.size() < mostPictures)
-        mPictures.append(*std::move(picture));
-    else if (picture)
-        addUnknownFrame("APIC", {});
-}
-
-/// Version 2.2 writes a genre of the ID3v1 list as its number in parentheses.
-QString genreName(const QString& text)
-{
-    if (!text.startsWith(u'(') || text.size() < 2)
-        return text;
-    const auto number = leadingInteger(QStringView(text).sliced(1, text.size() - 2));
-    const QString name = number ? nameOfGenre(*number) : QString();
-    return name.isEmpty() ? text : name;
-}
-
-void FrameCollector::addVersion2Frame(QByteArrayView id, QByteArrayView payload)
-{
-    const Id3Frame* const frame = id3FrameWithID(id);
-    if (frame == nullptr)
-        return addUnknownFrame(id, payload);
-    switch (frame->kind) {
-    case Id3FrameKind::text:
-        addTextFrame(*frame, payload);
-        break;
-    case Id3FrameKind::url:
-        addText(*frame, Id3Encoding::latin1, payload);
-        break;
-    case Id3FrameKind::comment:
-        addComment(*frame, payload);
-        break;
-    case Id3FrameKind::podcastFlag:
-        mDictionary.insert(frame->keyString(), QStringLiteral("1"));
-        break;
-    case Id3FrameKind::pictures:
-        addPicture(AttachedPicture::withID3v220Data(payload));
-        break;
+    /// What follows the last frame: padding, or frames that cannot be found behind damage.
+    void finish(qsizetype offset)
+    {
+        const QByteArrayView rest = tag.sliced(std::min(offset, tag.size()));
+        const ByteRange bytes = positions.range(offset, tag.size());
+        if (std::all_of(rest.begin(), rest.end(), [](char c) { return c == 0; }))
+            ledger.addStructure(bytes);
+        else
+            ledger.addNotKept(ItemKind::part,
+                              QStringLiteral("a damaged part of the ID3 tag (%1 bytes)").arg(rest.size()),
+                              bytes);
     }
-    if (id == "TCO" && mDictionary.contains(MetadataKey::genre))
-        mDictionary[MetadataKey::genre] = genreName(mDictionary[MetadataKey::genre].toString());
-}
+};
 
-void FrameCollector::addUnknownFrame(QByteArrayView id, QByteArrayView payload)
-{
-    constexpr qsizetype mostFrames = 32;
-    constexpr qsizetype longestDescription = 64;
-    if (mUnknownFrames.size() >= mostFrames)
-        return;
-    QString name = QString::fromLatin1(id);
-    // Frames for whatever a program likes begin with a name for it.
-    const bool isDescribed = id.startsWith("TXX") || id.startsWith("WXX");
-    if (const auto text = isDescribed && !payload.isEmpty()
-                              ? splitId3Description(byteAt(payload, 0), payload.sliced(1))
-                              : std::nullopt;
-        text && !text->description.isEmpty())
-        name = text->description.left(longestDescription);
-    if (!mUnknownFrames.contains(name))
-        mUnknownFrames.append(name);
-}
-
-void FrameCollector::addFrame(QByteArrayView id, QByteArrayView payload)
-{
-    const Id3Frame* const frame = id3FrameWithID(id);
-    if (frame == nullptr)
-        return addUnknownFrame(id, payload);
-    switch (frame->kind) {
-    case Id3FrameKind::text:
-        addTextFrame(*frame, payload);
-        break;
-    case Id3FrameKind::url:
-        addPodcastAddress(*frame, payload);
-        break;
-    case Id3FrameKind::comment:
-        addComment(*frame, payload);
-        break;
-    case Id3FrameKind::podcastFlag:
-        mDictionary.insert(frame->keyString(), QStringLiteral("1"));
-        break;
-    case Id3FrameKind::pictures:
-        addPicture(AttachedPicture::withID3v230Data(payload));
-        break;
-    }
-}
-
-MetadataDictionary FrameCollector::take()
-{
-    if (!mPictures.isEmpty())
-        mDictionary.insert(MetadataKey::attachedPictures, QVariant::fromValue(std::exchange(mPictures, {})));
-    return std::exchange(mDictionary, {});
-}
-
-void parseVersion2(QByteArrayView tag, FrameCollector& collector)
+void parseVersion2(Reading& reading)
 {
     constexpr qsizetype shortestTag = 17;
-    if (tag.size() < shortestTag)
-        return;
+    const QByteArrayView tag = reading.tag;
     qsizetype offset = id3HeaderLength;
-    while (offset + version2FrameHeaderLength <= tag.size()) {
+    while (tag.size() >= shortestTag && offset + version2FrameHeaderLength <= tag.size()) {
         const QByteArrayView id = tag.sliced(offset, 3);
         const qsizetype size = uint32At(tag, offset + 2) & 0xFFFFFF;
-        offset += version2FrameHeaderLength;
-        if (id.contains('\0') || size > tag.size() - offset)
-            return;
-        collector.addVersion2Frame(id, tag.sliced(offset, size));
-        offset += size;
+        const qsizetype payload = offset + version2FrameHeaderLength;
+        if (id.contains('\0') || size > tag.size() - payload)
+            break;
+        reading.collector.addVersion2Frame(id, tag.sliced(payload, size),
+                                           reading.positions.range(offset, payload + size));
+        offset = payload + size;
     }
+    reading.finish(offset);
 }
 
 /// Where the frames begin. An extended header of version 2.3 does not count its own four size bytes, but
@@ -267,37 +163,39 @@ qsizetype version4FrameSize(QByteArrayView tag, qsizetype frameOffset)
 
 /// Hands over a frame's payload without what its flags put in front of it.
 void addFlaggedFrame(QByteArrayView id, QByteArrayView payload, uint8_t flags, const FrameFlags& meaning,
-                     bool isUnsynchronised, FrameCollector& collector)
+                     bool isUnsynchronised, ByteRange bytes, Id3FrameCollector& collector)
 {
     if ((flags & meaning.unreadable) != 0)
-        return collector.addUnknownFrame(id, {});
+        return collector.addUnreadableFrame(id, bytes);
     const qsizetype prefixLength =
         ((flags & meaning.hasGroup) != 0 ? 1 : 0) + ((flags & meaning.hasDataLength) != 0 ? 4 : 0);
     payload = payload.sliced(std::min(prefixLength, payload.size()));
     if (isUnsynchronised || (flags & meaning.isUnsynchronised) != 0)
-        collector.addFrame(id, unsynchronizeData(payload));
+        collector.addFrame(id, unsynchronizeData(payload), bytes);
     else
-        collector.addFrame(id, payload);
+        collector.addFrame(id, payload, bytes);
 }
 
 /// In version 2.4 the tag's unsynchronisation bit says that every frame is unsynchronised by itself, and
 /// sizes count the bytes as stored; in 2.3 the caller has undone it for the whole tag.
-void parseVersion3Or4(QByteArrayView tag, bool isVersion4, FrameCollector& collector)
+void parseVersion3Or4(Reading& reading, bool isVersion4)
 {
+    const QByteArrayView tag = reading.tag;
     const bool isUnsynchronised = isVersion4 && (byteAt(tag, 5) & headerIsUnsynchronised) != 0;
     qsizetype offset = firstFrameOffset(tag, isVersion4);
+    // An extended header.
+    reading.ledger.addStructure(reading.positions.range(id3HeaderLength, std::min(offset, tag.size())));
     while (offset < tag.size() - frameHeaderLength) {
-        const QByteArrayView id = tag.sliced(offset, 4);
         const qsizetype size = isVersion4 ? version4FrameSize(tag, offset) : uint32At(tag, offset + 4);
-        const uint8_t flags = byteAt(tag, offset + 9);
-        const bool isPadding = uint32At(tag, offset) == 0;
-        offset += frameHeaderLength;
-        if (isPadding || size > tag.size() - offset)
-            return;
-        addFlaggedFrame(id, tag.sliced(offset, size), flags, isVersion4 ? version4Flags : version3Flags,
-                        isUnsynchronised, collector);
-        offset += size;
+        const qsizetype payload = offset + frameHeaderLength;
+        if (uint32At(tag, offset) == 0 || size > tag.size() - payload)
+            break;
+        addFlaggedFrame(tag.sliced(offset, 4), tag.sliced(payload, size), byteAt(tag, offset + 9),
+                        isVersion4 ? version4Flags : version3Flags, isUnsynchronised,
+                        reading.positions.range(offset, payload + size), reading.collector);
+        offset = payload + size;
     }
+    reading.finish(offset);
 }
 
 } // namespace
@@ -324,7 +222,13 @@ QByteArray unsynchronizeData(QByteArrayView bytes)
     return result;
 }
 
-std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, QStringList* framesNotRead)
+int64_t id3TagLength(QByteArrayView header)
+{
+    const bool hasFooter = byteAt(header, 3) == 4 && (byteAt(header, 5) & headerHasFooter) != 0;
+    return id3HeaderLength + intFromSynchSafe(header.sliced(6, 4)) + (hasFooter ? id3HeaderLength : 0);
+}
+
+std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, FileLedger* ledger)
 {
     constexpr qsizetype shortestTag = 14;
     if (tag.size() < shortestTag || !tag.startsWith("ID3"))
@@ -334,19 +238,28 @@ std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, QStringList* f
     if (version < 2 || version > 4 || (version == 2 && (flags & headerIsCompressed) != 0))
         return std::nullopt;
 
+    FileLedger ownLedger;
+    FileLedger& account = ledger ? *ledger : ownLedger;
+    account.addStructure({0, id3HeaderLength});
+    if (version == 4 && tag.sliced(tag.size() - id3HeaderLength).startsWith("3DI")) {
+        account.addStructure({tag.size() - id3HeaderLength, id3HeaderLength});
+        tag.chop(id3HeaderLength);
+    }
     QByteArray resynchronised;
-    if (version != 4 && (flags & headerIsUnsynchronised) != 0) {
+    const QByteArrayView stored = tag;
+    const bool isUnsynchronised = version != 4 && (flags & headerIsUnsynchronised) != 0;
+    if (isUnsynchronised) {
         resynchronised = unsynchronizeData(tag);
         tag = resynchronised;
     }
-    FrameCollector collector;
+    Reading reading = {tag, {stored, isUnsynchronised}, {}, account};
     if (version == 2)
-        parseVersion2(tag, collector);
+        parseVersion2(reading);
     else if (tag.size() >= shortestTag)
-        parseVersion3Or4(tag, version == 4, collector);
-    if (framesNotRead)
-        *framesNotRead = collector.unknownFrames();
-    return collector.take();
+        parseVersion3Or4(reading, version == 4);
+    else
+        reading.finish(id3HeaderLength);
+    return reading.collector.take(account);
 }
 
 } // namespace velloria

@@ -50,28 +50,6 @@ QString decode(uint8_t encoding, QByteArrayView bytes)
     return encoding == Id3Encoding::utf8 ? QString::fromUtf8(bytes) : QString();
 }
 
-/// Each value of a list may carry a byte-order mark of its own.
-QString joinedAtNuls(const QString& text)
-{
-    if (!text.contains(QChar::Null))
-        return text;
-    QString joined;
-    for (qsizetype start = 0, end = 0; start < text.size(); start = end + 1) {
-        end = text.indexOf(QChar::Null, start);
-        if (end < 0)
-            end = text.size();
-        QStringView value = QStringView(text).sliced(start, end - start);
-        while (value.startsWith(byteOrderMark))
-            value = value.sliced(1);
-        if (value.isEmpty())
-            continue;
-        if (!joined.isEmpty())
-            joined += u"; ";
-        joined += value;
-    }
-    return joined;
-}
-
 qsizetype indexOfZeroPair(QByteArrayView bytes)
 {
     for (qsizetype i = 0; i + 1 < bytes.size(); i += 2) {
@@ -93,9 +71,28 @@ bool hasSingleByteTerminator(QByteArrayView bytes)
 
 } // namespace
 
+QStringList decodeId3Values(uint8_t encoding, QByteArrayView bytes)
+{
+    const QString text = decode(encoding, bytes);
+    const bool isList = text.contains(QChar::Null);
+    QStringList values;
+    for (qsizetype start = 0, end = 0; start < text.size(); start = end + 1) {
+        end = text.indexOf(QChar::Null, start);
+        if (end < 0)
+            end = text.size();
+        QStringView value = QStringView(text).sliced(start, end - start);
+        // Each value of a list may carry a mark of its own.
+        while (isList && value.startsWith(byteOrderMark))
+            value = value.sliced(1);
+        if (!value.isEmpty())
+            values.append(value.toString());
+    }
+    return values;
+}
+
 QString decodeId3Text(uint8_t encoding, QByteArrayView bytes)
 {
-    return joinedAtNuls(decode(encoding, bytes));
+    return decodeId3Values(encoding, bytes).join(QStringLiteral("; "));
 }
 
 Id3EncodedText encodeId3Text(const QString& text)
@@ -133,11 +130,11 @@ std::optional<Id3DescribedData> splitId3Description(uint8_t encoding, QByteArray
 std::optional<Id3Comment> decodeId3Comment(QByteArrayView payload)
 {
     constexpr qsizetype headerLength = 4;
-    if (payload.size() <= headerLength)
+    if (payload.size() < headerLength)
         return std::nullopt;
     const auto encoding = static_cast<uint8_t>(payload[0]);
     const auto described = splitId3Description(encoding, payload.sliced(headerLength));
-    if (!described || described->description.startsWith(u"iTun"))
+    if (!described || encoding > Id3Encoding::utf8)
         return std::nullopt;
 
     QByteArrayView content = described->content;
@@ -148,10 +145,11 @@ std::optional<Id3Comment> decodeId3Comment(QByteArrayView payload)
         while (content.startsWith('\0'))
             content = content.sliced(1);
     }
+    QString language = QString::fromLatin1(payload.sliced(1, 3));
+    language.remove(QChar::Null);
     // What is left when a text is empty is at most one stray byte.
-    if (content.size() <= 1)
-        return std::nullopt;
-    return Id3Comment{described->description, decodeId3Text(encoding, content)};
+    return Id3Comment{language, described->description,
+                      content.size() > 1 ? decodeId3Text(encoding, content) : QString()};
 }
 
 } // namespace velloria

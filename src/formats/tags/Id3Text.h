@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <optional>
 
@@ -22,6 +23,9 @@ constexpr uint8_t utf8 = 3;
 /// come out joined by "; ", so the text holds no NUL, at its end least of all.
 QString decodeId3Text(uint8_t encoding, QByteArrayView bytes);
 
+/// The same values one by one; those that are empty are left out.
+QStringList decodeId3Values(uint8_t encoding, QByteArrayView bytes);
+
 struct Id3EncodedText {
     uint8_t encoding = Id3Encoding::latin1;
     QByteArray bytes;
@@ -39,12 +43,17 @@ struct Id3DescribedData {
 /// Splits bytes at the terminator of the description that they begin with; nothing if it has none.
 std::optional<Id3DescribedData> splitId3Description(uint8_t encoding, QByteArrayView bytes);
 
-/// The text of a comment or lyrics frame's payload: encoding, language, description, text. Nothing when
-/// the frame is damaged, empty or private to a player ("iTunNORM" and its like).
+/// A comment or lyrics frame's payload: encoding, language, description, text.
 struct Id3Comment {
+    /// By ISO 639-2; some programs leave zeros or blanks here.
+    QString language;
     QString description;
     QString text;
+
+    /// True for what a player keeps for itself ("iTunNORM" and its like).
+    bool isPrivate() const { return description.startsWith(u"iTun"); }
 };
+/// Nothing when the payload is damaged.
 std::optional<Id3Comment> decodeId3Comment(QByteArrayView payload);
 
 } // namespace velloria

@@ -1,0 +1,59 @@
+#include "formats/tags/ValueChanges.h"
+
+#include <algorithm>
+
+namespace velloria::ValueChanges
+{
+
+namespace
+{
+
+/// The text of a value, bytes of an MPEG-4 file included.
+QString textOf(const QVariant& value)
+{
+    return value.typeId() == QMetaType::QByteArray ? numberDataText(value.toByteArray())
+                                                   : metadataText(value);
+}
+
+/// "0", "00", "0/0" and the like.
+bool isNoNumber(const QString& text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](QChar c) { return c == u'0' || c == u'/' || c.isSpace(); });
+}
+
+} // namespace
+
+QString quoted(const QString& text)
+{
+    constexpr qsizetype mostShown = 60;
+    QString shown = text.left(mostShown + 1).simplified();
+    if (text.size() > mostShown)
+        shown = shown.left(mostShown) + u'…';
+    return QStringLiteral("“%1”").arg(shown);
+}
+
+QString change(const QString& key, const QString& before, const QString& after)
+{
+    return QStringLiteral("%1 %2 becomes %3").arg(key, before, after);
+}
+
+void declare(const MetadataDictionary& values, const AudioMetadata& metadata, FileLedger& ledger)
+{
+    const MetadataDictionary kept = metadata.dictionary();
+    for (const QString& key : AudioMetadata::dictionaryKeys()) {
+        const auto value = values.constFind(key);
+        if (value == values.constEnd() || key == MetadataKey::attachedPictures)
+            continue;
+        const QString before = textOf(*value);
+        const QString after = metadataText(kept.value(key));
+        if (before == after)
+            continue;
+        if (!after.isEmpty())
+            ledger.addNotKept(ItemKind::value, change(key, quoted(before), quoted(after)));
+        else if (!isNoNumber(before))
+            ledger.addNotKept(ItemKind::tag, key + u' ' + quoted(before));
+    }
+}
+
+} // namespace velloria::ValueChanges

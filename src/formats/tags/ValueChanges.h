@@ -1,0 +1,26 @@
+#pragma once
+
+#include "formats/ledger/FileLedger.h"
+#include "formats/tags/AudioMetadata.h"
+
+namespace velloria
+{
+
+/// How a person is told that the text of a tag stays, but not as it is in the opened file.
+namespace ValueChanges
+{
+
+/// On one line and short enough to be read: “The text”.
+QString quoted(const QString& text);
+
+/// What the ledger says of a value that becomes another: key “before” becomes “after”.
+QString change(const QString& key, const QString& before, const QString& after);
+
+/// Accounts for the values of a dictionary that `metadata`, which has just taken it in, gives back otherwise
+/// ("120.5" as a tempo) or not at all ("A1" as a track number). A number, flag or position that is only zeros
+/// says nothing, so nothing is lost with it.
+void declare(const MetadataDictionary& values, const AudioMetadata& metadata, FileLedger& ledger);
+
+} // namespace ValueChanges
+
+} // namespace velloria
