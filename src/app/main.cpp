@@ -1,9 +1,9 @@
-#include "app/Application.h"
-#include "app/CommandLine.h"
-#include "app/Settings.h"
-#include "app/SingleInstance.h"
-#include "app/TerminationSignals.h"
-#include "app/Translations.h"
+#include "app/desktop/CommandLine.h"
+#include "app/desktop/SingleInstance.h"
+#include "app/desktop/TerminationSignals.h"
+#include "app/look/Translations.h"
+#include "app/preferences/Settings.h"
+#include "app/shell/Application.h"
 #include "platform/hardware/PulseHardware.h"
 
 #include <QApplication>

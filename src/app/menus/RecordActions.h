@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <chrono>
+
+class QAction;
+class QDialog;
+class QMenu;
+class QMenuBar;
+
+namespace velloria
+{
+
+class MenuHost;
+class StereoMeter;
+class TransportBar;
+
+/// The recording part of the Transport menu and of its bar: Record, the two sheets, the levels window. While
+/// the window records it shows the input's meters and keeps the machine awake. Main thread.
+class RecordActions : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Belongs to the menu bar.
+    RecordActions(MenuHost& window, QMenu& transportMenu, QMenuBar& menuBar);
+    ~RecordActions() override;
+
+    QAction* recordAction() const { return mRecord; }
+    QAction* automaticAction() const { return mAutomatic; }
+    QAction* timerAction() const { return mTimer; }
+    QAction* levelsAction() const { return mLevels; }
+
+    /// Behind the buttons and meters of playing.
+    void addToBar(TransportBar& bar);
+    void update();
+    /// Ends a recording and puts its sheets away; returns when the take is complete. False where it does not
+    /// come to an end: what was recorded is left behind for the next start then.
+    bool finish();
+    void sayThatItDoesNotEnd();
+    /// How long finish() waits.
+    void setPatience(std::chrono::milliseconds patience) { mPatience = patience; }
+
+private:
+    void addRecord(QMenu& menu);
+    void addSheets(QMenu& menu);
+    void showAutomaticRecording();
+    void askForTimerRecording();
+    void show(QDialog* sheet);
+
+    MenuHost& mWindow;
+    QAction* mRecord = nullptr;
+    QAction* mStopBySpace = nullptr; ///< whose key is that of playing otherwise
+    QAction* mAutomatic = nullptr;
+    QAction* mTimer = nullptr;
+    QAction* mLevels = nullptr;
+    TransportBar* mBar = nullptr;
+    StereoMeter* mInputMeters = nullptr;
+    QPointer<QDialog> mSheet;
+    std::chrono::milliseconds mPatience{5000};
+    int mLevelsToken = 0;
+};
+
+} // namespace velloria

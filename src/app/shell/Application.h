@@ -1,0 +1,82 @@
+#pragma once
+
+#include "app/desktop/DesktopPasteboard.h"
+#include "app/desktop/StartRequest.h"
+#include "app/menus/Editor.h"
+#include "app/preferences/AppearanceController.h"
+#include "document/LeftOverSounds.h"
+
+#include <QObject>
+#include <QPointer>
+#include <filesystem>
+#include <vector>
+
+namespace velloria
+{
+
+class DocumentWindow;
+class OpenJob;
+class PreferencesDialog;
+
+/// The running editor: its windows, the files on their way in, and the end. Main thread; needs a
+/// QApplication.
+class Application : public QObject, public Editor
+{
+    Q_OBJECT
+
+public:
+    explicit Application(QObject* parent = nullptr);
+    ~Application() override;
+
+    /// Serves a start: a window for each file, a new document where there is no file.
+    void serve(const StartRequest& request);
+
+    void newDocument() override;
+    void openFiles(const std::vector<std::filesystem::path>& paths) override;
+    bool quit() override;
+    void showPreferences() override;
+    std::vector<MenuHost*> documentWindows() const override;
+    /// Ends the event loop without a question, as somebody asks who cannot be answered. Recordings are
+    /// completed; what is not saved is kept in the scratch folder, and the next start offers it.
+    void endAtOnce();
+    /// Tells of sound that an earlier run left.
+    void offerRecovery();
+
+    const std::vector<DocumentWindow*>& windows() const { return mWindows; }
+    bool isOpening() const { return !mJobs.empty(); }
+
+Q_SIGNALS:
+    /// The last window closed and nothing is on its way.
+    void finished();
+
+private:
+    DocumentWindow* addWindow(std::shared_ptr<SoundDocument> document);
+    void openFile(const std::filesystem::path& path);
+    void showDecoding(OpenJob& job, const DecodingStart& start);
+    void didOpen(OpenJob* job, std::shared_ptr<SoundDocument> document, const MaybeError& error);
+    DocumentWindow* windowShowing(const OpenJob& job) const;
+    /// A pristine window that the document took over, or a new one.
+    DocumentWindow* windowFor(std::shared_ptr<SoundDocument> document);
+    void showDocument(std::shared_ptr<SoundDocument> document, DocumentWindow* window);
+    void showOpenError(const std::filesystem::path& path, const Error& error);
+    void windowClosed(DocumentWindow* window);
+    void finishIfIdle();
+    void takeJobOff(OpenJob* job);
+    DocumentWindow* windowOf(const std::filesystem::path& path) const;
+    DocumentWindow* frontWindow() const;
+    void bringToFront(const StartRequest& request);
+    void runWhenIdle();
+    void openLeftOvers(const std::vector<LeftOverSound>& sounds);
+    void removeScratchFiles();
+
+    DesktopPasteboard mPasteboard;
+    AppearanceController mAppearance;
+    std::vector<DocumentWindow*> mWindows; ///< in the order of their opening
+    std::vector<OpenJob*> mJobs;
+    std::vector<StartRequest> mWaiting; ///< what came while a long operation ran
+    std::vector<std::filesystem::path> mToldLeftOvers;
+    QPointer<PreferencesDialog> mPreferences;
+    bool mIsEnding = false;
+};
+
+} // namespace velloria

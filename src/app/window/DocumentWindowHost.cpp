@@ -1,0 +1,133 @@
+// What the controller asks of a document's window and tells it.
+
+#include "app/window/DocumentWindow.h"
+
+#include "app/menus/EditActions.h"
+#include "app/menus/FileActions.h"
+#include "app/menus/MarkerActions.h"
+#include "app/menus/RecordActions.h"
+#include "app/menus/TransportActions.h"
+#include "app/menus/ViewActions.h"
+#include "app/progress/MessageBar.h"
+#include "app/progress/ProgressSheet.h"
+#include "app/transport/StereoMeter.h"
+#include "app/transport/TransportBar.h"
+#include "app/waveform/WaveformView.h"
+#include "app/window/MarkerListDock.h"
+#include "controllers/RecordingController.h"
+#include "controllers/TransportController.h"
+
+namespace velloria
+{
+
+std::unique_ptr<Progress> DocumentWindow::beginProgress(const QString& title)
+{
+    return std::make_unique<ProgressSheet>(title, this);
+}
+
+void DocumentWindow::selectionDidChange()
+{
+    mView->context().selectionDidChange();
+    mEditActions->update();
+    mViewActions->update();
+    mFileActions->update();
+}
+
+void DocumentWindow::cueDidChange()
+{
+    mView->context().cueDidChange();
+}
+
+void DocumentWindow::documentDidReload()
+{
+    mView->context().documentDidReload();
+    mMarkerList->model().refresh();
+    updateState();
+}
+
+void DocumentWindow::markersDidChange()
+{
+    mView->context().markersDidChange();
+    mMarkerList->model().refresh();
+    mMarkerActions->update();
+}
+
+void DocumentWindow::setNeedsDisplayWithFrameOffset(int64_t offset, int64_t length)
+{
+    mView->context().framesDidChange(offset, length);
+}
+
+void DocumentWindow::revealSelection()
+{
+    mView->context().geometry().revealSelection();
+}
+
+void DocumentWindow::constrainRevealed()
+{
+    mView->context().geometry().constrainRevealed();
+}
+
+WaveformViewGeometry* DocumentWindow::mainView()
+{
+    return mView ? &mView->context().geometry() : nullptr;
+}
+
+void DocumentWindow::transportDidChange()
+{
+    if (!mTransportBar)
+        return;
+    mTransportActions->update();
+    mRecordActions->update();
+    mTransportBar->showSpeed(mController->transport().playbackSpeed());
+    const bool isRecording = mController->recording().isRecording();
+    if (isRecording != mWasRecording) {
+        mWasRecording = isRecording;
+        updateEditing();
+        mFileActions->update();
+        mEditActions->update();
+        mMarkerActions->update();
+    }
+    // What kept it from playing or recording is settled.
+    if (mController->transport().isPlaying() || isRecording)
+        mMessageBar->hide();
+}
+
+void DocumentWindow::outputLevelsDidChange(double leftDB, double rightDB)
+{
+    if (mTransportBar)
+        mTransportBar->outputMeters().setLevels(leftDB, rightDB);
+}
+
+void DocumentWindow::playbackVolumeDidChange()
+{
+    if (mTransportBar)
+        mTransportBar->showOutputLevel(TransportController::outputGain());
+}
+
+void DocumentWindow::playbackFailed(const QString& message)
+{
+    //: %1 says why
+    //% "The sound cannot be played. %1"
+    mMessageBar->showMessage(qtTrId("playback-failed").arg(message));
+}
+
+void DocumentWindow::playbackWasInterrupted(StopReason reason)
+{
+    //% "The sound server went away. Playback is paused."
+    const QString serverLost = qtTrId("playback-server-lost");
+    //% "The output device went away. Playback is paused."
+    const QString deviceLost = qtTrId("playback-device-lost");
+    mMessageBar->showMessage(reason == StopReason::serverLost ? serverLost : deviceLost);
+}
+
+void DocumentWindow::documentDidGrow()
+{
+    mView->context().documentDidGrow();
+}
+
+void DocumentWindow::recordingFailed(const QString& message)
+{
+    mMessageBar->showMessage(message);
+}
+
+} // namespace velloria

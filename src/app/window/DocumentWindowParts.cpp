@@ -1,0 +1,141 @@
+// What a document's window consists of.
+
+#include "app/window/DocumentWindow.h"
+
+#include "app/menus/EditActions.h"
+#include "app/menus/EffectActions.h"
+#include "app/menus/FileActions.h"
+#include "app/menus/HelpActions.h"
+#include "app/menus/MarkerActions.h"
+#include "app/menus/RecordActions.h"
+#include "app/menus/SoundActions.h"
+#include "app/menus/TransportActions.h"
+#include "app/menus/ViewActions.h"
+#include "app/progress/MessageBar.h"
+#include "app/transport/OutputLevelSlider.h"
+#include "app/transport/TransportBar.h"
+#include "app/waveform/LevelScale.h"
+#include "app/waveform/RulerWidget.h"
+#include "app/waveform/StatusLine.h"
+#include "app/waveform/WaveformView.h"
+#include "app/waveform/WaveformWidget.h"
+#include "app/waveform/ZoomSlider.h"
+#include "app/window/HistoryDock.h"
+#include "app/window/MarkerListDock.h"
+#include "controllers/TransportController.h"
+
+#include <QMenuBar>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr int kIconSize = 20;
+
+} // namespace
+
+void DocumentWindow::buildView()
+{
+    auto* const central = new QWidget(this);
+    auto* const layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    mView = new WaveformView(*mSubject, central);
+    mStatusLine = new StatusLine(mView->context(), central);
+    mMessageBar = new MessageBar(central);
+    layout->addWidget(mMessageBar);
+    layout->addWidget(mView, 1);
+    layout->addWidget(mStatusLine);
+    setCentralWidget(central);
+    connect(&mView->waveform(), &WaveformWidget::hintChanged, mStatusLine, &StatusLine::setHint);
+}
+
+void DocumentWindow::buildHistory()
+{
+    mHistory = new HistoryDock(this);
+    mHistory->setStack(&document().undoManager());
+    addDockWidget(Qt::RightDockWidgetArea, mHistory);
+    mHistory->hide();
+}
+
+void DocumentWindow::buildMarkerList()
+{
+    mMarkerList = new MarkerListDock(this);
+    mMarkerList->setDocument(mController->sharedDocument());
+    addDockWidget(Qt::RightDockWidgetArea, mMarkerList);
+    mMarkerList->hide();
+    connect(mMarkerList, &MarkerListDock::markerChosen, this, [this](double seconds) {
+        mView->context().placeCue(seconds);
+        revealSelection();
+    });
+}
+
+void DocumentWindow::buildMenus()
+{
+    mFileActions = std::make_unique<FileActions>(*this, *menuBar());
+    const auto lastMenu = [this] { return menuBar()->actions().constLast(); };
+    mEditActions = std::make_unique<EditActions>(*this, *menuBar(), *mHistory->toggleViewAction());
+    mEditMenu = lastMenu();
+    mViewActions = std::make_unique<ViewActions>(*this, *menuBar());
+    mMarkerActions = new MarkerActions(*this, *menuBar(), *mMarkerList->toggleViewAction());
+    mMarkersMenu = lastMenu();
+    mSoundActions = new SoundActions(*this, *menuBar());
+    mSoundMenu = lastMenu();
+    mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
+    mEffectsMenu = lastMenu();
+    mTransportActions = new TransportActions(*this, *menuBar());
+    mRecordActions = new RecordActions(*this, mTransportActions->menu(), *menuBar());
+    mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
+    mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
+    connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
+            [this](const QPoint& position) { mViewActions->unitsMenu().popup(position); });
+    connect(&mView->levelScale(), &LevelScale::scaleMenuRequested, this,
+            [this](const QPoint& position) { mViewActions->scaleMenu().popup(position); });
+}
+
+void DocumentWindow::buildToolBar()
+{
+    //% "Tool Bar"
+    auto* const bar = new QToolBar(qtTrId("tool-bar"), this);
+    bar->setMovable(false);
+    bar->setFloatable(false);
+    bar->setContextMenuPolicy(Qt::PreventContextMenu);
+    bar->setIconSize({kIconSize, kIconSize});
+    bar->addAction(mFileActions->openAction());
+    bar->addAction(mFileActions->saveAction());
+    bar->addSeparator();
+    bar->addAction(mEditActions->undoAction());
+    bar->addAction(mEditActions->redoAction());
+    auto* const space = new QWidget(bar);
+    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    bar->addWidget(space);
+    bar->addAction(mViewActions->zoomOutAction());
+    bar->addWidget(new ZoomSlider(mView->context(), bar));
+    bar->addAction(mViewActions->zoomInAction());
+    bar->addSeparator();
+    bar->addAction(mViewActions->fitAction());
+    bar->addAction(mViewActions->zoomToSelectionAction());
+    bar->addAction(mViewActions->previousZoomAction());
+    addToolBar(bar);
+    setContextMenuPolicy(Qt::NoContextMenu);
+}
+
+void DocumentWindow::buildTransportBar()
+{
+    auto* const layout = static_cast<QVBoxLayout*>(centralWidget()->layout());
+    mTransportBar = new TransportBar(mTransportActions->buttons(), mTransportActions->speedMenu(),
+                                     mView->context(), centralWidget());
+    layout->insertWidget(layout->indexOf(mStatusLine), mTransportBar);
+    connect(&mTransportBar->levelSlider(), &OutputLevelSlider::decibelsAsked, this,
+            [this](double decibels) { mController->transport().takeOutputGainValueFrom(decibels); });
+    connect(&mView->context(), &WaveformContext::viewChanged, this,
+            [this] { mController->transport().didScrollHorizontally(); });
+    mRecordActions->addToBar(*mTransportBar);
+    playbackVolumeDidChange();
+}
+
+} // namespace velloria

@@ -1,0 +1,198 @@
+#include "app/effects/EffectDialog.h"
+
+#include "app/effects/ParameterRow.h"
+#include "app/effects/PreviewControls.h"
+#include "app/kit/AppTestKit.h"
+#include "app/menus/EffectActions.h"
+#include "app/preferences/Settings.h"
+#include "controllers/TransportController.h"
+#include "effects/EffectRegistry.h"
+#include "platform/Log.h"
+#include "platform/hardware/SimulatedStreams.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QDoubleSpinBox>
+#include <QPushButton>
+#include <QSlider>
+
+namespace velloria::test
+{
+
+class EffectDialogTest : public testing::Test
+{
+protected:
+    EffectDialogTest()
+    {
+        const EffectEntry* const entry = EffectRegistry::effectWithScriptName(QStringLiteral("amplify"));
+        filter = entry->make(entry->menuTitle);
+        dialog = std::make_unique<EffectDialog>(filter, entry->summary, nullptr);
+        dialog->show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(dialog.get()));
+    }
+
+    ~EffectDialogTest() override
+    {
+        UserDefaults::standard().removeValue(filter->parameters()[0].settingsKey);
+    }
+
+    QDoubleSpinBox& field() { return *qobject_cast<QDoubleSpinBox*>(dialog->rows()[0]->editor()); }
+    QSlider& slider() { return *dialog->findChild<QSlider*>(); }
+    void type(const QString& text)
+    {
+        field().selectAll();
+        QTest::keyClicks(&field(), text);
+    }
+
+    std::shared_ptr<Filter> filter;
+    std::unique_ptr<EffectDialog> dialog;
+};
+
+TEST_F(EffectDialogTest, TypedValuesMoveTheSliderAndEnterAppliesThem)
+{
+    const int before = slider().value();
+    type(QStringLiteral("-6.5"));
+    EXPECT_LT(slider().value(), before);
+    keepPicture(*dialog, QStringLiteral("effect-dialog"));
+    QTest::keyClick(&field(), Qt::Key_Return);
+    EXPECT_FALSE(dialog->isVisible());
+    EXPECT_EQ(filter->parameterValue(0), -6.5);
+    EXPECT_EQ(UserDefaults::standard().doubleValue(filter->parameters()[0].settingsKey), -6.5);
+}
+
+TEST_F(EffectDialogTest, TheSliderChangesTheField)
+{
+    slider().setValue(slider().maximum());
+    EXPECT_EQ(field().value(), filter->parameters()[0].maximum);
+    QTest::keyClick(&slider(), Qt::Key_Home);
+    EXPECT_EQ(field().value(), filter->parameters()[0].minimum);
+}
+
+TEST_F(EffectDialogTest, TypedValuesMayGoBeyondTheSliderButNotBeyondTheHardLimits)
+{
+    const ParameterDescription& gain = filter->parameters()[0];
+    field().setValue(gain.maximum + 20);
+    EXPECT_EQ(field().value(), gain.maximum + 20);
+    EXPECT_EQ(slider().value(), slider().maximum());
+    field().setValue(gain.hardMaximum + 1000);
+    EXPECT_EQ(field().value(), gain.hardMaximum);
+}
+
+TEST_F(EffectDialogTest, CancelAndEscapeChangeNothing)
+{
+    const double before = filter->parameterValue(0);
+    type(QStringLiteral("12"));
+    QTest::keyClick(&field(), Qt::Key_Escape);
+    EXPECT_FALSE(dialog->isVisible());
+    EXPECT_EQ(filter->parameterValue(0), before);
+    EXPECT_FALSE(UserDefaults::standard().isSet(filter->parameters()[0].settingsKey));
+}
+
+TEST_F(EffectDialogTest, DefaultsComeBack)
+{
+    type(QStringLiteral("12"));
+    auto* const buttons = dialog->findChild<QDialogButtonBox*>();
+    buttons->button(QDialogButtonBox::RestoreDefaults)->click();
+    EXPECT_EQ(field().value(), filter->parameters()[0].defaultValue);
+}
+
+TEST(ParameterRowTest, PositionsAndValuesAreInverseOnLinearAndLogarithmicSliders)
+{
+    ParameterDescription gain;
+    gain.minimum = -60;
+    gain.maximum = 40;
+    ParameterDescription frequency;
+    frequency.minimum = 20;
+    frequency.maximum = 20000;
+    frequency.decimals = 0;
+    for (const ParameterDescription& parameter : {gain, frequency}) {
+        EXPECT_EQ(ParameterRow::positionOfValue(parameter, parameter.minimum), 0);
+        EXPECT_EQ(ParameterRow::positionOfValue(parameter, parameter.maximum), 1);
+        for (const double position : {0.1, 0.35, 0.5, 0.9}) {
+            const double value = ParameterRow::valueOfPosition(parameter, position);
+            EXPECT_NEAR(ParameterRow::positionOfValue(parameter, value), position, 0.01);
+        }
+    }
+    // The middle of a range of three decades is in the middle one.
+    EXPECT_NEAR(ParameterRow::valueOfPosition(frequency, 0.5), 632, 1);
+    EXPECT_NEAR(ParameterRow::valueOfPosition(gain, 0.5), -10, 0.1);
+}
+
+/// An effect over two seconds of sound, on simulated hardware.
+class EffectPreviewTest : public AppTest
+{
+protected:
+    EffectPreviewTest()
+    {
+        AudioHardware::setCurrent(hardware);
+        window = open(makeSound("sound.wav", 88200));
+        window->effectActions().actionNamed(QStringLiteral("amplify"))->trigger();
+        dialog = window->findChild<EffectDialog*>();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(dialog));
+    }
+    ~EffectPreviewTest() override
+    {
+        if (EffectDialog* const open = window->findChild<EffectDialog*>())
+            open->reject();
+        window->closeWithoutAsking();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        AudioHardware::setCurrent(nullptr);
+        UserDefaults::standard().removeValue(Settings::previewLoops);
+    }
+    float loudest()
+    {
+        float peak = 0.0F;
+        if (hardware->output())
+            for (const float sample : hardware->output()->pull(1024))
+                peak = std::max(peak, std::abs(sample));
+        return peak;
+    }
+
+    LogCapture log;
+    std::shared_ptr<SimulatedHardware> hardware = std::make_shared<SimulatedHardware>();
+    DocumentWindow* window = nullptr;
+    EffectDialog* dialog = nullptr;
+};
+
+TEST_F(EffectPreviewTest, IsHeardAsItIsChangedAndFallsSilentWithTheDialog)
+{
+    auto& field = *qobject_cast<QDoubleSpinBox*>(dialog->rows()[0]->editor());
+    field.setValue(-6);
+    QTest::keyClick(dialog, Qt::Key_Space, Qt::ControlModifier);
+    ASSERT_TRUE(dialog->preview()->isPlaying());
+    keepPicture(*dialog, QStringLiteral("effect-preview"));
+    EXPECT_NEAR(loudest(), 0.9 * 0.501, 0.02);
+    field.setValue(-20);
+    EXPECT_NEAR(loudest(), 0.9 * 0.1, 0.01);
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    EXPECT_TRUE(waitUntil([this] { return hardware->output() == nullptr; }));
+    EXPECT_FALSE(dialog->preview()->previewButton().isChecked());
+
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    ASSERT_TRUE(dialog->preview()->isPlaying());
+    dialog->reject();
+    EXPECT_EQ(hardware->output(), nullptr);
+    EXPECT_FALSE(window->document().isDocumentEdited());
+}
+
+TEST_F(EffectPreviewTest, StopsWhatTheWindowPlaysAndKeepsTheLoopSwitch)
+{
+    window->controller().transport().playFromTime(0);
+    dialog->preview()->loopBox().setChecked(true);
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    EXPECT_FALSE(window->controller().transport().isPlaying());
+    dialog->accept();
+    EXPECT_TRUE(waitUntil([this] { return hardware->output() == nullptr; }));
+    EXPECT_EQ(UserDefaults::standard().integerValue(Settings::previewLoops), 1);
+    EXPECT_TRUE(waitUntil([this] { return window->document().isDocumentEdited(); }));
+}
+
+TEST_F(EffectPreviewTest, SaysInTheDialogWhyItCannotBeHeard)
+{
+    hardware->setOpenError(Error{Error::Code::failed, QStringLiteral("No sound server can be reached.")});
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    EXPECT_EQ(dialog->preview()->message(), QStringLiteral("No sound server can be reached."));
+    EXPECT_FALSE(dialog->preview()->previewButton().isChecked());
+}
+
+} // namespace velloria::test

@@ -1,0 +1,205 @@
+#include "app/kit/AppTestKit.h"
+#include "app/menus/EditActions.h"
+#include "app/preferences/Settings.h"
+#include "app/sheets/EditSheets.h"
+#include "app/sheets/FormSheet.h"
+#include "app/sheets/SplitSheet.h"
+#include "app/sheets/TimeField.h"
+#include "app/waveform/MarkerLane.h"
+#include "app/window/MarkerListDock.h"
+#include "controllers/EditCommands.h"
+#include "controllers/SelectionModel.h"
+#include "controllers/TransportController.h"
+
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTableView>
+
+namespace velloria::test
+{
+
+namespace
+{
+
+class EditingTest : public AppTest
+{
+protected:
+    void TearDown() override
+    {
+        for (const QString& key : {Settings::showsGrid, Settings::snapsToGrid, Settings::gridSpacingValue,
+                                   Settings::gridSpacingUnits, Settings::locksMarkers})
+            UserDefaults::standard().removeValue(key);
+    }
+
+    static std::vector<int64_t> markersOf(DocumentWindow& window)
+    {
+        std::vector<int64_t> positions;
+        for (const AudioMarkerPtr& marker : window.document().orderedMarkers())
+            positions.push_back(marker->position());
+        return positions;
+    }
+
+    static void addMarkers(DocumentWindow& window)
+    {
+        window.document().addMarkers({std::make_shared<AudioMarker>(0, 11'025, QStringLiteral("Intro")),
+                                      std::make_shared<AudioMarker>(0, 22'050, QStringLiteral("Interview"))},
+                                     QStringLiteral("Markers"));
+    }
+};
+
+void accept(QDialog& dialog)
+{
+    dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+}
+
+void mouse(QWidget& widget, QEvent::Type type, QPointF position, Qt::KeyboardModifiers modifiers = {})
+{
+    const bool isMove = type == QEvent::MouseMove;
+    QMouseEvent event(type, position, widget.mapToGlobal(position), isMove ? Qt::NoButton : Qt::LeftButton,
+                      Qt::LeftButton, modifiers);
+    QApplication::sendEvent(&widget, &event);
+}
+
+} // namespace
+
+TEST_F(EditingTest, SilenceOfATypedLengthInAnyUnit)
+{
+    DocumentWindow* const window = open(makeSound());
+    for (const char* const text : {"0.5 s", "500 ms", "22050 samples", "0'00.5"}) {
+        whenShown<FormSheet>([text](FormSheet& sheet) {
+            auto* const field = sheet.findChild<TimeField*>();
+            auto* const ok = sheet.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+            for (const char* const wrong : {"", "nan", "inf", "-1 s", "0", "1e999 s", "x"}) {
+                field->setText(QString::fromUtf8(wrong));
+                EXPECT_FALSE(ok->isEnabled()) << wrong;
+            }
+            field->setText(QString::fromUtf8(text));
+            keepPicture(sheet, QStringLiteral("sheet-silence"));
+            accept(sheet);
+        });
+        EditSheets::insertSilence(window->controller(), *window);
+        EXPECT_EQ(window->document().numberOfFrames(), 66'150) << text;
+        window->controller().editing().undo();
+        EXPECT_EQ(window->document().numberOfFrames(), 44'100);
+    }
+}
+
+TEST_F(EditingTest, SheetsDoWhatTheyAreAskedFor)
+{
+    DocumentWindow* const window = open(makeSound());
+    window->controller().selection().selectAll();
+    window->controller().editing().copy();
+    whenShown<FormSheet>([](FormSheet& sheet) {
+        keepPicture(sheet, QStringLiteral("sheet-mix"));
+        accept(sheet);
+    });
+    EditSheets::mixPaste(window->controller(), *window);
+    EXPECT_EQ(window->document().undoManager().undoText(), QStringLiteral("Mix Paste"));
+    whenShown<FormSheet>([](FormSheet& sheet) {
+        sheet.findChild<QComboBox*>()->setEditText(QStringLiteral("22050"));
+        keepPicture(sheet, QStringLiteral("sheet-resample"));
+        accept(sheet);
+    });
+    EditSheets::resample(window->controller(), *window);
+    EXPECT_EQ(window->document().numberOfFrames(), 22'050);
+    whenShown<FormSheet>([](FormSheet& sheet) {
+        sheet.findChildren<QComboBox*>().first()->setEditText(QStringLiteral("44100"));
+        keepPicture(sheet, QStringLiteral("sheet-properties"));
+        accept(sheet);
+    });
+    EditSheets::documentProperties(window->controller(), *window);
+    EXPECT_EQ(window->document().sampleRate(), 44'100);
+    EXPECT_EQ(window->document().numberOfFrames(), 22'050);
+    whenShown<FormSheet>([](FormSheet& sheet) {
+        keepPicture(sheet, QStringLiteral("sheet-grid"));
+        sheet.reject();
+    });
+    EditSheets::gridSettings(*window);
+}
+
+TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
+{
+    DocumentWindow* const window = open(makeSound());
+    addMarkers(*window);
+    auto* const lane = window->findChild<MarkerLane*>();
+    ASSERT_TRUE(lane && waitUntil([lane] { return lane->isVisible(); }));
+    const WaveformViewGeometry& geometry = window->view().context().geometry();
+    const QPointF flag(geometry.xAtTime(0.25) + 3, 8);
+    const auto drag = [&](double seconds, Qt::KeyboardModifiers modifiers) {
+        mouse(*lane, QEvent::MouseButtonPress, flag);
+        mouse(*lane, QEvent::MouseMove, {geometry.xAtTime(0.25 + seconds) + 3, 8}, modifiers);
+        mouse(*lane, QEvent::MouseButtonRelease, {geometry.xAtTime(0.25 + seconds) + 3, 8}, modifiers);
+    };
+    Settings::change(Settings::locksMarkers, 1);
+    drag(0.1, Qt::ControlModifier);
+    EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{11'025, 22'050})) << "locked";
+    Settings::change(Settings::locksMarkers, 0);
+    Settings::change(Settings::gridSpacingValue, 0.1);
+    Settings::change(Settings::snapsToGrid, 1);
+    drag(0.155, {});
+    EXPECT_EQ(markersOf(*window).front() % 4410, 0) << "snapped to the grid";
+    window->controller().editing().undo();
+    EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{11'025, 22'050}));
+
+    lane->rename(window->document().orderedMarkers().front());
+    auto* const field = lane->findChild<QLineEdit*>();
+    ASSERT_TRUE(field);
+    field->setText(QStringLiteral("Welcome"));
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(window->document().orderedMarkers().front()->name(), QStringLiteral("Welcome"));
+
+    MarkerListModel& model = window->markerList().model();
+    ASSERT_EQ(model.rowCount(), 2);
+    EXPECT_TRUE(
+        model.setData(model.index(1, MarkerListModel::timeColumn), QStringLiteral("750 ms"), Qt::EditRole));
+    EXPECT_TRUE(
+        model.setData(model.index(1, MarkerListModel::nameColumn), QStringLiteral("End"), Qt::EditRole));
+    for (const char* const wrong : {"nan", "-1 s", "2 s", ""})
+        EXPECT_FALSE(model.setData(model.index(1, MarkerListModel::timeColumn), QString::fromUtf8(wrong),
+                                   Qt::EditRole));
+    EXPECT_EQ(markersOf(*window).back(), 33'075);
+    window->markerList().show();
+    Settings::change(Settings::showsGrid, 1);
+    QCoreApplication::processEvents();
+    keepPicture(*window, QStringLiteral("markers"));
+    window->markerList().list().selectRow(0);
+    QTest::keyClick(&window->markerList().list(), Qt::Key_Delete);
+    EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{33'075}));
+}
+
+TEST_F(EditingTest, SplitsIntoTheChosenFolder)
+{
+    DocumentWindow* const window = open(makeSound());
+    addMarkers(*window);
+    SplitSheet sheet(window->document(), window);
+    sheet.show();
+    sheet.findChild<QLineEdit*>()->setText(QStringLiteral("/gone/for/good"));
+    auto* const ok = sheet.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+    EXPECT_FALSE(ok->isEnabled());
+    sheet.findChild<QLineEdit*>()->setText(mFolder.path());
+    EXPECT_TRUE(ok->isEnabled());
+    keepPicture(sheet, QStringLiteral("sheet-split"));
+    SilentProgress progress;
+    EXPECT_EQ(MarkerSplitter(window->document(), sheet.request()).run(progress).paths.size(), 3);
+}
+
+TEST_F(EditingTest, KeysMoveTheCueByGridLinesAndZeroCrossings)
+{
+    DocumentWindow* const window = open(makeSound());
+    Settings::change(Settings::gridSpacingValue, 0.1);
+    WaveformWidget& waveform = window->view().waveform();
+    QTest::keyClick(&waveform, Qt::Key_Right, Qt::AltModifier);
+    QTest::keyClick(&waveform, Qt::Key_Right, Qt::AltModifier);
+    EXPECT_NEAR(window->controller().transport().cueTime(), 0.2, 1e-9);
+    QTest::keyClick(&waveform, Qt::Key_Right, Qt::AltModifier | Qt::ControlModifier);
+    // The sine crosses zero every 20 pi frames.
+    const double frame = window->controller().transport().cueTime() * 44'100;
+    EXPECT_GT(frame, 8820.5);
+    EXPECT_LT(frame, 8820 + 80);
+    QTest::keyClick(&waveform, Qt::Key_Left, Qt::AltModifier);
+    EXPECT_NEAR(window->controller().transport().cueTime(), 0.2, 1e-9);
+}
+
+} // namespace velloria::test
