@@ -127,7 +127,12 @@ void PlaySession::update()
     const QString state = QStringLiteral("%1 %2 / %3")
                               .arg(mPausedAt ? QStringLiteral("paused ") : QStringLiteral("playing"),
                                    timeText(std::min(now, mSelection.endTime)), timeText(mSelection.endTime));
-    mLine.show(state, player ? player->leftPeak() : 0.0, player ? player->rightPeak() : 0.0);
+    // An update in between two requests of the device says nothing about the level.
+    if (!player)
+        mPeaks = {};
+    else if (const std::optional<PeakHolder::Peaks> peaks = player->takePeaks())
+        mPeaks = *peaks;
+    mLine.show(state, mPeaks.leftPeak, mPeaks.rightPeak);
 }
 
 } // namespace velloria

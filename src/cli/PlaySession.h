@@ -40,6 +40,7 @@ private:
     bool mIsEnding = false;
     ExitStatus mStatus = ExitStatus::done;
     LevelLine mLine;
+    PeakHolder::Peaks mPeaks; ///< as shown last
     KeyReader mKeys;
     QTimer mTimer;
 };

@@ -37,7 +37,7 @@ void CueTimer::startCueTimers()
 
 void CueTimer::cueMainTimerFire()
 {
-    const double now = mDocument.transport().cueTime();
+    const double now = mDocument.transport().nextCueTime();
     WaveformViewGeometry* const view = mHost.mainView();
     if (now < 0.0 || !view)
         return;

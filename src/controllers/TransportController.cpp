@@ -55,13 +55,7 @@ bool TransportController::isPlaying() const
 
 double TransportController::transportTime() const
 {
-    const DocumentTransport& transport = mDocument.transport();
-    const double time = transport.cueTime();
-    const VLRTAudioPlayer* const player = transport.audioPlayback();
-    if (!player || (time >= 0.0 && !player->core().isMoveUnheard()))
-        return time;
-    // Nothing is heard yet of where it goes on: two steps back are two, however quickly they are asked for.
-    return static_cast<double>(transport.audioPlaybackRecordingCueStart()) / mDocument.sampleRate();
+    return mDocument.transport().nextCueTime();
 }
 
 void TransportController::play()
@@ -288,10 +282,15 @@ void TransportController::updateTransportButtons()
 
 void TransportController::updateOutputLevelMeters()
 {
-    if (VLRTAudioPlayer* const player = mDocument.transport().audioPlayback())
-        mHost.outputLevelsDidChange(decibels(player->leftPeak()), decibels(player->rightPeak()));
-    else
+    VLRTAudioPlayer* const player = mDocument.transport().audioPlayback();
+    if (!player) {
         mHost.outputLevelsDidChange(kNoLevelDB, kNoLevelDB);
+        return;
+    }
+    // The tick comes more often than the device asks: one in between says nothing about the level, and a
+    // steady tone would flicker.
+    if (const std::optional<PeakHolder::Peaks> peaks = player->takePeaks())
+        mHost.outputLevelsDidChange(decibels(peaks->leftPeak), decibels(peaks->rightPeak));
 }
 
 void TransportController::recordingWillStart()
@@ -306,7 +305,7 @@ void TransportController::playbackDidStop()
     mHost.outputLevelsDidChange(kNoLevelDB, kNoLevelDB);
     const StopReason reason = mDocument.transport().stopReason();
     const bool wasInterrupted = reason != StopReason::requested;
-    if (!wasInterrupted && !mWasStopped)
+    if (mDocument.transport().hasReachedEnd() && !mWasStopped)
         mSelection.showCueTime(mPlayedEnd);
     if (!wasInterrupted && mCueReturnsToStart) {
         mSelection.showCueTime(mSelection.normalizedSelection().startTime);

@@ -80,7 +80,8 @@ MaybeError DocumentTransport::moveToSelectedDevice()
     const int64_t heard = mPlayer->playbackTimestamp();
     // Before its source is moved: it reads from it.
     mPlayer.reset();
-    mSource->setMark(heard < 0 ? mCueStart : heard);
+    mCueStart = heard < 0 ? mCueStart : heard;
+    mSource->setMark(mCueStart);
     MaybeError error = startPlayer();
     tellDidChange();
     return error;
@@ -125,6 +126,14 @@ double DocumentTransport::cueTime() const
     return mPlayer ? static_cast<double>(mPlayer->playbackTimestamp()) / mDocument.sampleRate() : -1.0;
 }
 
+double DocumentTransport::nextCueTime() const
+{
+    const double time = cueTime();
+    if (!mPlayer || mDocument.recording().isInProgress() || (time >= 0.0 && !mPlayer->core().isMoveUnheard()))
+        return time;
+    return static_cast<double>(mCueStart) / mDocument.sampleRate();
+}
+
 void DocumentTransport::setAudioPlaybackLoops(bool loops, std::optional<int64_t> loopStart,
                                               std::optional<int64_t> loopEnd)
 {
@@ -161,6 +170,7 @@ PlaybackBlock DocumentTransport::audioDataForAudioPlayback(VLRTAudioPlayer&, int
 void DocumentTransport::audioPlaybackDidStop(VLRTAudioPlayer& player)
 {
     mStopReason = player.stopReason();
+    mHasReachedEnd = player.hasReachedEnd();
     mPlayer.reset();
     mSource.reset();
     for (DocumentController* controller : std::vector(mDocument.controllers()))

@@ -35,6 +35,9 @@ public:
 
     /// The time that is heard or recorded; -1 while neither is so.
     double cueTime() const;
+    /// The same, but where the cue was just moved the time that will be heard next: what is still on its way
+    /// to the ear from before would make a cue on the screen jump back.
+    double nextCueTime() const;
     /// Document frame where the present run began.
     int64_t audioPlaybackRecordingCueStart() const { return mCueStart; }
     void setAudioPlaybackRecordingCueStart(int64_t frame) { mCueStart = frame; }
@@ -58,6 +61,8 @@ public:
     /// Null when nothing plays.
     VLRTAudioPlayer* audioPlayback() const { return mPlayer.get(); }
     DocumentSource* audioPlaybackSource() const { return mSource.get(); }
+    /// Whether what played last came to its end by itself.
+    bool hasReachedEnd() const { return mHasReachedEnd; }
     /// Why it stopped last.
     StopReason stopReason() const { return mStopReason; }
 
@@ -77,6 +82,7 @@ private:
     int64_t mCueStart = 0;
     bool mLoops = false;
     double mSpeed = 1.0;
+    bool mHasReachedEnd = false;
     StopReason mStopReason = StopReason::requested;
 };
 

@@ -71,8 +71,9 @@ MaybeError FilterPreview::start()
 
 MaybeError FilterPreview::startPlayer()
 {
-    mPlayer =
-        std::make_unique<VLRTAudioPlayer>(mFilter.sampleRate(), kNumFramesInBuffer, this, mFilter.name());
+    const double rate = mFilter.sampleRate();
+    mPlayer = std::make_unique<VLRTAudioPlayer>(rate, VLRTAudioPlayer::numberOfFramesForPreview(rate), this,
+                                                mFilter.name(), Buffering::brief);
     return mPlayer->start();
 }
 

@@ -44,8 +44,6 @@ public:
     VLRTAudioPlayer* audioPlayback() const { return mPlayer.get(); }
 
 private:
-    static constexpr uint32_t kNumFramesInBuffer = 4096;
-
     PlaybackBlock audioDataForAudioPlayback(VLRTAudioPlayer& player, int64_t numFrames) override;
     void audioPlaybackDidStop(VLRTAudioPlayer& player) override;
     void makeMixers();

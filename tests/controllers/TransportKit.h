@@ -32,15 +32,18 @@ public:
     StopReason interruption = StopReason::requested;
 };
 
+/// On a device that asks for a tenth of a second at once, a tenth of a second before that is heard:
 /// 20 seconds in which frame i holds i + 1, at 44100 Hz, with a controller.
 class TransportTest : public testing::Test
 {
 protected:
     static constexpr double kRate = 44100.0;
     static constexpr int64_t kNumFrames = 20 * 44100;
+    static constexpr uint32_t kLatency = 4410;
 
     TransportTest()
     {
+        hardware->setOutputTiming(kLatency, kLatency);
         AudioHardware::setCurrent(hardware);
         VLRTAudioPlayer::registerDefaults();
         CueFollower::registerDefaults();
@@ -65,10 +68,10 @@ protected:
     DocumentTransport& transport() { return document->transport(); }
     void select(double start, double end) { controller->selection().setSelection({start, end, 0, 1}); }
 
-    /// The device asks for so many frames; what it gets.
+    /// The device asks for so many frames, in large and odd pieces; what it gets.
     std::vector<float> pull(int64_t numFrames)
     {
-        return pullLeft(*hardware, transport().audioPlayback()->core(), numFrames);
+        return pullLeft(*hardware, transport().audioPlayback()->core(), numFrames, {kLatency, 777, 1, 4096});
     }
 
     /// Lets events be handled until something is so.

@@ -176,11 +176,11 @@ TEST_F(TransportTest, SetsMarkersAtWhatIsHeardWithoutStopping)
 {
     select(2, 3);
     controller->transport().playFromTime(2);
-    pull(4096);
+    pull(22050);
     EXPECT_FALSE(controller->markers().insertMarker());
     const std::vector<int64_t> markers = positionsOf(*document->audioMarkers());
     ASSERT_EQ(markers.size(), 1U);
-    EXPECT_NEAR(static_cast<double>(markers[0]), 2 * 44100 + 4096, 512 + 512);
+    EXPECT_EQ(markers[0], 2 * 44100 + 22050 - kLatency);
     EXPECT_EQ(document->audioMarkers()->front()->name(), QStringLiteral("New Marker 1"));
     EXPECT_TRUE(controller->transport().isPlaying());
 }
@@ -198,6 +198,66 @@ TEST_F(TransportTest, GoesOnWithWhatAnEditLeaves)
     EXPECT_EQ(*(seam + 1), 6.0F * 44100 + 1);
     controller->editing().undo();
     EXPECT_EQ(pull(512).front(), after.back() + 1 - 44100) << "the frames between are back";
+}
+
+TEST_F(TransportTest, ShowsASteadyLevelHoweverSeldomTheDeviceAsks)
+{
+    document = documentOf({FloatBuffer(kNumFrames, 0.5F)});
+    controller = std::make_unique<SoundController>(document, host);
+    controller->transport().playFromTime(0);
+    pull(kLatency);
+    for (int tick = 0; tick < 20; ++tick) {
+        host.levels = {1.0, 1.0};
+        controller->transport().updateOutputLevelMeters();
+        if (tick % 4 == 0) {
+            EXPECT_NEAR(host.levels.first, -6.02, 0.01);
+            EXPECT_NEAR(host.levels.second, -6.02, 0.01);
+        } else {
+            EXPECT_EQ(host.levels, std::pair(1.0, 1.0)) << "nothing was told";
+        }
+        if (tick % 4 == 3)
+            pull(kLatency);
+    }
+}
+
+TEST_F(TransportTest, TheViewStaysWhenTheCueIsMovedOrTheSoundEdited)
+{
+    UserDefaults::standard().setValue(CueFollower::preferenceKey(), static_cast<int>(CueFollower::byPage));
+    controller->transport().playFromTime(1);
+    const auto tick = [this] {
+        const auto next = std::chrono::steady_clock::now() + std::chrono::milliseconds(40);
+        waitUntil([next] { return std::chrono::steady_clock::now() >= next; });
+        return controller->transport().cueTime();
+    };
+    pull(22050);
+    // At the last tick the cue stands where this is heard; 10 s are in sight.
+    ASSERT_TRUE(waitUntil([this] { return controller->transport().cueTime() > 1.39; }));
+    const double scroll = host.view.scrollPosition();
+    controller->transport().loop();
+    EXPECT_NEAR(tick(), 1.4, 1e-3);
+    select(18, 19);
+    controller->editing().deleteSelection(QStringLiteral("Delete"));
+    EXPECT_NEAR(tick(), 1.4, 1e-3);
+    controller->transport().setCueTime(8);
+    EXPECT_NEAR(tick(), 8, 1e-3) << "not where the device still is";
+    pull(2000);
+    EXPECT_NEAR(tick(), 8, 1e-3);
+    pull(kLatency);
+    EXPECT_NEAR(tick(), 8 + 2000 / kRate, 1e-3);
+    EXPECT_EQ(host.view.scrollPosition(), scroll);
+}
+
+TEST_F(TransportTest, AChangedRateLeavesTheCueWhereItWas)
+{
+    select(1, 1);
+    controller->transport().setCueTime(1);
+    controller->transport().playStaying();
+    pull(22050);
+    ASSERT_TRUE(waitUntil([this] { return controller->transport().cueTime() > 1.39; }));
+    document->undoableSetSampleRate(48000.0);
+    document->reload();
+    ASSERT_TRUE(waitForStop());
+    EXPECT_NEAR(controller->transport().cueTime(), 1.4, 0.01);
 }
 
 TEST_F(TransportTest, SaysWhyItCannotPlay)
@@ -253,12 +313,11 @@ protected:
 TEST_F(DefaultDeviceTest, IsFollowedWhileSomethingPlays)
 {
     controller->transport().playFromTime(1);
-    const float last = pull(4096).back();
+    const float last = pull(22050).back();
     makeDefault(7);
     ASSERT_TRUE(controller->transport().isPlaying());
     EXPECT_EQ(hardware->output()->deviceID(), 7U);
-    // Within the slot of 512 frames that the time stamp is good for.
-    EXPECT_NEAR(pull(512).front(), last, 512);
+    EXPECT_EQ(pull(512).front(), last - kLatency + 1) << "with what the other had not played yet";
 }
 
 TEST_F(DefaultDeviceTest, IsNotFollowedByWhoChoseAnother)

@@ -5,8 +5,9 @@
 namespace velloria
 {
 
-PlaybackChain::PlaybackChain(OutputClient& source, const PlaybackSpeeds& speeds)
-    : mWindow(source)
+PlaybackChain::PlaybackChain(PlaybackFeed& source, const PlaybackSpeeds& speeds)
+    : mSource(source)
+    , mWindow(source)
     , mSpeeds(speeds)
     , mLatest(new PlaybackStages(speeds))
     , mNext(mLatest)
@@ -75,8 +76,13 @@ int32_t PlaybackChain::render(float* left, float* right, uint32_t numFrames) noe
     mCurrent->render(mWindow, left, right, numFrames);
     if (mFading)
         renderFading(left, right, std::min(numFrames, kFadeFrames - mNumFaded));
-    mNumFramesAhead.store(mWindow.head() - mCurrent->position(), std::memory_order_relaxed);
     return mWindow.status();
+}
+
+void PlaybackChain::didRender(double heardFrom, double heardUntil) noexcept
+{
+    if (mCurrent)
+        mSource.noteRequest(mWindow.head() - mCurrent->position(), heardFrom, heardUntil);
 }
 
 } // namespace velloria

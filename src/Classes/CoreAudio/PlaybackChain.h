@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/CoreAudio/PlaybackFeed.h"
 #include "Classes/CoreAudio/PlaybackStages.h"
 
 namespace velloria
@@ -11,21 +12,21 @@ namespace velloria
 class PlaybackChain : public OutputClient
 {
 public:
-    PlaybackChain(OutputClient& source, const PlaybackSpeeds& speeds);
+    PlaybackChain(PlaybackFeed& source, const PlaybackSpeeds& speeds);
     ~PlaybackChain() override;
     PlaybackChain(const PlaybackChain&) = delete;
     PlaybackChain& operator=(const PlaybackChain&) = delete;
 
     /// One ordinary thread at a time.
     void setSpeeds(const PlaybackSpeeds& speeds);
-    /// Frees stages that are out of use. The same thread.
+    /// Frees stages that are out of use. Until then the next ones wait, so it is to be called every now and
+    /// then while the device runs. Any ordinary thread.
     void tidy();
-
-    /// How many frames of the source were pulled but are not given to the device yet. Any thread.
-    int64_t numFramesAhead() const { return mNumFramesAhead.load(std::memory_order_relaxed); }
 
     /// REALTIME.
     int32_t render(float* left, float* right, uint32_t numFrames) noexcept override;
+    /// REALTIME.
+    void didRender(double heardFrom, double heardUntil) noexcept override;
 
 private:
     static constexpr uint32_t kFadeFrames = 512;
@@ -33,6 +34,7 @@ private:
     void adoptNext() noexcept;
     void renderFading(float* left, float* right, uint32_t numFrames) noexcept;
 
+    PlaybackFeed& mSource;
     InputWindow mWindow;
     PlaybackSpeeds mSpeeds;            ///< as last asked for
     PlaybackStages* mLatest = nullptr; ///< made last; the ordinary thread's view
@@ -45,7 +47,6 @@ private:
     uint32_t mNumFaded = 0;
     std::array<float, kFadeFrames> mFadeLeft{};
     std::array<float, kFadeFrames> mFadeRight{};
-    std::atomic<int64_t> mNumFramesAhead{0};
 };
 
 } // namespace velloria

@@ -11,16 +11,10 @@ namespace
 {
 
 constexpr size_t kBytesPerFrame = 2 * sizeof(float);
-// So many empty calls are waited for after the end, so that what the stages and the device still hold is
-// heard.
+// So many empty calls are waited for after the end: sound may still come, when a loop is switched on.
 constexpr int32_t kEmptyRenderGrace = 5;
-
-void raise(std::atomic<float>& peak, float value)
-{
-    // Whoever reads the peak sets it to 0; a block's peak may get lost there, or come twice.
-    if (value > peak.load(std::memory_order_relaxed))
-        peak.store(value, std::memory_order_relaxed);
-}
+// Where the stages are in the sound is known to within so many frames.
+constexpr int64_t kStagesMargin = 256;
 
 } // namespace
 
@@ -47,9 +41,8 @@ int32_t PlaybackFeed::consume(int32_t numFrames) noexcept
 
 void PlaybackFeed::noteEmpty(int32_t numFrames) noexcept
 {
-    if (numFrames >= 0 && ring.framesAvailableToConsume() == 0 &&
-        emptyRenderCount.fetch_add(1, std::memory_order_relaxed) >= kEmptyRenderGrace)
-        mStopWanted.store(true, std::memory_order_relaxed);
+    if (numFrames >= 0 && ring.framesAvailableToConsume() == 0)
+        mIsPastGrace = emptyRenderCount.fetch_add(1, std::memory_order_relaxed) >= kEmptyRenderGrace;
 }
 
 int32_t PlaybackFeed::render(float* left, float* right, uint32_t numFrames) noexcept
@@ -72,8 +65,9 @@ int32_t PlaybackFeed::render(float* left, float* right, uint32_t numFrames) noex
         left[i] = a * factor;
         right[i] = b * factor;
     }
-    raise(mLeftPeak, leftPeak);
-    raise(mRightPeak, rightPeak);
+    mPeaks.raise({leftPeak, rightPeak});
+    mNumSilent = numFrames - count + (count > 0 ? 0 : mNumSilent);
+    mIsPastGrace = false;
     if (!sourceExhausted.load(std::memory_order_relaxed))
         mFillWanted.store(true, std::memory_order_relaxed);
     else
@@ -81,6 +75,16 @@ int32_t PlaybackFeed::render(float* left, float* right, uint32_t numFrames) noex
     std::fill(left + count, left + numFrames, 0.0F);
     std::fill(right + count, right + numFrames, 0.0F);
     return 0;
+}
+
+void PlaybackFeed::noteRequest(int64_t numFramesInStages, double heardFrom, double heardUntil) noexcept
+{
+    const int64_t numSounding = std::max<int64_t>(0, numFramesInStages - mNumSilent);
+    mClock.add(numConsumed.load(std::memory_order_relaxed) - numSounding, heardFrom, heardUntil);
+    // The stages hold more than the calls of the grace draw out of them: the end would be cut off.
+    const int64_t numToDraw = numFramesInStages > 0 ? numFramesInStages + kStagesMargin : 0;
+    if (mIsPastGrace && mNumSilent >= numToDraw)
+        mStopWanted.store(true, std::memory_order_relaxed);
 }
 
 PlaybackFeed::ConsumeTurn::ConsumeTurn(PlaybackFeed& feed)
@@ -98,9 +102,7 @@ PlaybackFeed::ConsumeTurn::~ConsumeTurn()
 
 void PlaybackFeed::ConsumeTurn::discardAll()
 {
-    const int32_t held = mFeed.ring.framesAvailableToConsume();
-    mFeed.ring.consumeFloats(nullptr, held);
-    mFeed.numConsumed.fetch_add(held, std::memory_order_relaxed);
+    mFeed.ring.consumeFloats(nullptr, mFeed.ring.framesAvailableToConsume());
 }
 
 } // namespace velloria

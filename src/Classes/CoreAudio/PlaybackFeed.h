@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Classes/CoreAudio/PeakHolder.h"
+#include "Classes/CoreAudio/PlaybackClock.h"
 #include "Classes/CoreAudio/VLRTTimestampingRingBuffer.h"
 #include "platform/LockedMemory.h"
 #include "platform/hardware/AudioStreams.h"
@@ -21,6 +23,9 @@ public:
 
     /// The device's thread asks for frames: what the ring holds, louder or softer, then silence.
     int32_t render(float* left, float* right, uint32_t numFrames) noexcept override;
+    /// A request of the device was rendered. Of what was taken from here `numFramesInStages` frames, silence
+    /// included, are still on their way to the device.
+    void noteRequest(int64_t numFramesInStages, double heardFrom, double heardUntil) noexcept;
 
     VLRTTimestampingRingBuffer ring;
 
@@ -30,12 +35,12 @@ public:
     std::atomic<float> gain{1.0F};
     std::atomic<int32_t> emptyRenderCount{0};
 
-    /// Frames that were taken from the ring or dropped from it, ever.
+    /// Frames that the device took from the ring, ever: what was dropped from it does not count, for it is
+    /// never heard.
     std::atomic<int64_t> numConsumed{0};
 
-    /// Since it was last asked.
-    float takeLeftPeak() { return mLeftPeak.exchange(0.0F, std::memory_order_relaxed); }
-    float takeRightPeak() { return mRightPeak.exchange(0.0F, std::memory_order_relaxed); }
+    const PlaybackClock& clock() const { return mClock; }
+    PeakHolder& peaks() { return mPeaks; }
     /// Whether it happened since it was last asked.
     bool takeFillWanted() { return mFillWanted.exchange(false, std::memory_order_relaxed); }
     bool takeStopWanted() { return mStopWanted.exchange(false, std::memory_order_relaxed); }
@@ -64,8 +69,11 @@ private:
     LockedMemory mScratch;
     int32_t mScratchFrames;
     std::atomic<bool> mHasConsumer{false};
-    std::atomic<float> mLeftPeak{0.0F};
-    std::atomic<float> mRightPeak{0.0F};
+    PlaybackClock mClock;
+    PeakHolder mPeaks;
+    // The device's thread's.
+    int64_t mNumSilent = 0; ///< frames of silence that were given since the last one from the ring
+    bool mIsPastGrace = false;
     std::atomic<bool> mFillWanted{false};
     std::atomic<bool> mStopWanted{false};
 };

@@ -19,6 +19,16 @@ void PlaybackHistory::append(int64_t documentFrame, int64_t numFrames, int64_t n
         mRuns.pop_front();
 }
 
+void PlaybackHistory::truncate(int64_t ringFrame)
+{
+    const std::lock_guard lock(mMutex);
+    while (!mRuns.empty() && mRuns.back().ringFrame >= ringFrame)
+        mRuns.pop_back();
+    if (!mRuns.empty())
+        mRuns.back().numFrames = std::min(mRuns.back().numFrames, ringFrame - mRuns.back().ringFrame);
+    mNumFrames = std::min(mNumFrames, ringFrame);
+}
+
 std::optional<int64_t> PlaybackHistory::documentFrameAt(int64_t ringFrame) const
 {
     const std::lock_guard lock(mMutex);

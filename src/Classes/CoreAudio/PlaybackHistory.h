@@ -17,6 +17,9 @@ public:
     /// more than `numKept` frames before them.
     void append(int64_t documentFrame, int64_t numFrames, int64_t numKept);
 
+    /// Those from this number on were dropped from the ring and never heard; others take their numbers.
+    void truncate(int64_t ringFrame);
+
     /// Of the frame with this number, counted from the first that ever went in; that of the next frame to
     /// come for the one just behind the last. Nothing when it was forgotten or is yet to come.
     std::optional<int64_t> documentFrameAt(int64_t ringFrame) const;

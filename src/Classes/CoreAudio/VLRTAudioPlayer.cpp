@@ -12,7 +12,8 @@ namespace velloria
 namespace
 {
 
-VLRTAudioPlayerCore::Settings settingsFor(double sampleRate, uint32_t numFrames, const QString& streamName)
+VLRTAudioPlayerCore::Settings settingsFor(double sampleRate, uint32_t numFrames, const QString& streamName,
+                                          Buffering buffering)
 {
     const UserDefaults& defaults = UserDefaults::standard();
     VLRTAudioPlayerCore::Settings settings;
@@ -22,15 +23,17 @@ VLRTAudioPlayerCore::Settings settingsFor(double sampleRate, uint32_t numFrames,
     settings.rightChannel = defaults.integerValue(AudioPreference::outputRightChannel());
     settings.sampleRate = sampleRate;
     settings.streamName = streamName;
+    settings.buffering = buffering;
     return settings;
 }
 
 } // namespace
 
 VLRTAudioPlayer::VLRTAudioPlayer(double sampleRate, uint32_t numberOfFramesInBuffer,
-                                 VLRTAudioPlayerDelegate* delegate, const QString& streamName)
+                                 VLRTAudioPlayerDelegate* delegate, const QString& streamName,
+                                 Buffering buffering)
     : mDelegate(delegate)
-    , mCore(settingsFor(sampleRate, numberOfFramesInBuffer, streamName), this)
+    , mCore(settingsFor(sampleRate, numberOfFramesInBuffer, streamName, buffering), this)
     , mConfigurationToken(
           NotificationCenter::standard().addObserver(AudioNotification::outputConfigurationDidChange(),
                                                      [this](const void*) { configurationDidChange(); }))
@@ -65,6 +68,11 @@ uint32_t VLRTAudioPlayer::selectedOutputDevice()
 uint32_t VLRTAudioPlayer::numberOfFramesForPlaying(double sampleRate)
 {
     return static_cast<uint32_t>(std::ceil(2.0 * sampleRate / 1024.0)) * 1024U;
+}
+
+uint32_t VLRTAudioPlayer::numberOfFramesForPreview(double sampleRate)
+{
+    return static_cast<uint32_t>(std::ceil(0.25 * sampleRate / 1024.0)) * 1024U;
 }
 
 float VLRTAudioPlayer::gainFromDecibels(double decibels)

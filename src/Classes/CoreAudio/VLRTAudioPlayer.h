@@ -27,7 +27,8 @@ class VLRTAudioPlayer final : private PlayerCoreDelegate
 {
 public:
     VLRTAudioPlayer(double sampleRate, uint32_t numberOfFramesInBuffer, VLRTAudioPlayerDelegate* delegate,
-                    const QString& streamName = QStringLiteral("Velloria"));
+                    const QString& streamName = QStringLiteral("Velloria"),
+                    Buffering buffering = Buffering::ample);
     ~VLRTAudioPlayer();
     VLRTAudioPlayer(const VLRTAudioPlayer&) = delete;
     VLRTAudioPlayer& operator=(const VLRTAudioPlayer&) = delete;
@@ -38,22 +39,25 @@ public:
     static uint32_t selectedOutputDevice();
     /// About two seconds, a multiple of 1024.
     static uint32_t numberOfFramesForPlaying(double sampleRate);
+    /// For Buffering::brief. A quarter of a second, because devices ask for up to a tenth at once: 4096
+    /// frames, which once were plenty, would leave a hole in every request.
+    static uint32_t numberOfFramesForPreview(double sampleRate);
     static float gainFromDecibels(double decibels);
 
     MaybeError start();
     void stop();
     bool isRunning() const { return mCore.isRunning(); }
 
-    /// The document frame that is heard now, to within a slot of the ring; -1 before the first.
+    /// The document frame that is heard now; -1 before the first.
     int64_t playbackTimestamp() const { return mCore.timestamp(); }
     /// Drops what is buffered and goes on with what the delegate gives after `moveSource` has run.
     void reloadAudio(const std::function<void()>& moveSource);
     /// The same, where the delegate goes on from the frame being heard, which `moveSource` is given.
     void reloadFromHeardFrame(const std::function<void(int64_t)>& moveSource);
 
-    /// Largest absolute sample before the gain since it was last asked for.
-    float leftPeak() { return mCore.feed().takeLeftPeak(); }
-    float rightPeak() { return mCore.feed().takeRightPeak(); }
+    /// Largest absolute samples before the gain since they were last asked for; nothing when the device asked
+    /// for nothing since then.
+    std::optional<PeakHolder::Peaks> takePeaks() { return mCore.feed().peaks().take(); }
 
     /// Tempo at constant pitch; speed with pitch. Live.
     void setPlaybackRate(double tempo) { mCore.setPlaybackRate(tempo); }
@@ -61,6 +65,8 @@ public:
 
     VLRTAudioPlayerCore& core() { return mCore; }
     const VLRTAudioPlayerCore& core() const { return mCore; }
+    /// Whether it stopped because the delegate had no more.
+    bool hasReachedEnd() const { return mCore.hasReachedEnd(); }
     /// Why it stopped.
     StopReason stopReason() const { return mStopReason; }
 

@@ -13,6 +13,7 @@ namespace
 
 constexpr uint32_t kMaxFramesPerSlice = 4096;
 constexpr std::chrono::milliseconds kServiceInterval(5);
+constexpr double kBriefLatencySeconds = 0.05;
 
 QString queueLabel(const char* name)
 {
@@ -44,9 +45,10 @@ VLRTAudioPlayerCore::VLRTAudioPlayerCore(const Settings& settings, PlayerCoreDel
 
 VLRTAudioPlayerCore::~VLRTAudioPlayerCore()
 {
+    // No fill begins without the timer; one that is under way asks the stream how much it wants.
     mTimer.reset();
-    mStream.reset();
     mFillGroup->wait();
+    mStream.reset();
 }
 
 void VLRTAudioPlayerCore::openStream()
@@ -57,8 +59,10 @@ void VLRTAudioPlayerCore::openStream()
     const HardwareDevice* const device = state.deviceWithID(mSettings.device);
     mSpeeds.outputRate = device && device->sampleRate > 0.0 ? device->sampleRate : mSettings.sampleRate;
     mChain = std::make_unique<PlaybackChain>(mFeed, mSpeeds);
-    const AudioHardware::StreamRequest request = {mSettings.device, mSettings.streamName,
-                                                  [this](StopReason reason) { streamDidStop(reason); }};
+    AudioHardware::StreamRequest request = {mSettings.device, mSettings.streamName,
+                                            [this](StopReason reason) { streamDidStop(reason); }};
+    if (mSettings.buffering == Buffering::brief)
+        request.latencySeconds = kBriefLatencySeconds;
     mStream = AudioHardware::current().openOutput(request, *mChain, &mOpenError);
     if (!mStream)
         return;
@@ -115,7 +119,9 @@ MaybeError VLRTAudioPlayerCore::start()
         sayError("AudioUnitSetProperty(kAudioOutputUnitProperty_CurrentDevice)", error);
         return error;
     }
-    mFillQueue.sync([this] { fill(); });
+    // As much as there is room for: a device may take several requests in a row when it begins.
+    mFillQueue.sync([this] { fill(mFeed.ring.capacityBytes() / 8); });
+    mHasReachedEnd = false;
     mFeed.running = true;
     if (MaybeError error = mStream->start()) {
         mFeed.running = false;
@@ -138,6 +144,7 @@ void VLRTAudioPlayerCore::stopAtEnd()
     // The source may have got new frames meanwhile: a loop was switched on, or the cue was moved.
     if (!isRunning() || !mFeed.sourceExhausted.load() || mFeed.ring.framesAvailableToConsume() > 0)
         return;
+    mHasReachedEnd = true;
     mFeed.running = false;
     mStream->stop(StopMode::drain);
 }
@@ -150,39 +157,33 @@ void VLRTAudioPlayerCore::streamDidStop(StopReason reason)
     mFeed.running = false;
     mTimer.reset();
     mFillGroup->wait();
+    // Whoever is told may well destroy this.
+    const StoppedHandler didStop = mSettings.didStop;
     if (mDelegate)
         mDelegate->audioPlaybackDidStop(reason);
+    else if (didStop)
+        didStop(reason);
 }
 
-/// Frames of the document between the ring and the ear.
-int64_t VLRTAudioPlayerCore::numFramesAhead() const
+std::optional<int64_t> VLRTAudioPlayerCore::numFramesHeard() const
 {
-    const double framesPerDeviceFrame =
-        mStream && mStream->sampleRate() > 0.0
-            ? mSpeeds.inputRate / mStream->sampleRate() * mSpeeds.tempo * mSpeeds.varispeed
-            : 1.0;
-    const int64_t inDevice =
-        mStream ? static_cast<int64_t>(static_cast<double>(mStream->latencyFrames()) * framesPerDeviceFrame)
-                : 0;
-    return (mChain ? mChain->numFramesAhead() : 0) + inDevice;
+    return mStream ? mFeed.clock().numFramesHeardAt(mStream->now()) : std::nullopt;
 }
 
 bool VLRTAudioPlayerCore::isMoveUnheard() const
 {
-    return mFeed.numConsumed.load() - numFramesAhead() <= mMovedAt;
+    return numFramesHeard().value_or(0) <= mMovedAt;
 }
 
+/// A slot's stamp and half a slot would be near enough for a device that asks for less than that at once.
+/// Those that ask for a tenth of a second, a tenth of a second ahead, need the clock.
 int64_t VLRTAudioPlayerCore::timestamp() const
 {
     const int64_t stamp = mFeed.ring.currentTimestamp();
-    if (stamp < 0)
+    const std::optional<int64_t> numHeard = numFramesHeard();
+    if (stamp < 0 || !numHeard)
         return stamp;
-    const int64_t numAhead = numFramesAhead();
-    // Half a slot: what is heard lies somewhere in the slot whose stamp was taken.
-    if (numAhead == 0)
-        return stamp + kFillFrames / 2;
-    const int64_t heard = std::max<int64_t>(0, mFeed.numConsumed.load() - numAhead);
-    return mHistory.documentFrameAt(heard).value_or(std::max<int64_t>(0, stamp - numAhead));
+    return mHistory.documentFrameAt(*numHeard).value_or(stamp + kFillFrames / 2);
 }
 
 bool VLRTAudioPlayerCore::appendFrames(const float* pairs, int32_t numFrames) noexcept

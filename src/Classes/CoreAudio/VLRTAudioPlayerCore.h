@@ -24,6 +24,12 @@ protected:
     ~PlayerCoreDelegate() = default;
 };
 
+/// How much lies between a delegate and the ear.
+enum class Buffering {
+    ample, ///< a full ring, so that the program may stall
+    brief  ///< little, so that a change is heard soon; for speed 1
+};
+
 /// Plays frames on a device: a ring that is filled on one serial queue and emptied by the device's thread,
 /// through the stages for tempo and rate. Made, used and destroyed on the main thread. The device's thread
 /// only sets atomics; a timer, which exists while the device runs, looks at them and starts the fills.
@@ -36,6 +42,8 @@ public:
         int32_t leftChannel = 0;
         int32_t rightChannel = 1;
         double sampleRate = 0.0; ///< of the frames that the delegate gives
+        Buffering buffering = Buffering::ample;
+        StoppedHandler didStop; ///< told where there is no delegate
         QString streamName;
     };
 
@@ -62,6 +70,10 @@ public:
     int64_t timestamp() const;
     /// What a reload that moved the source brought is on its way to the ear.
     bool isMoveUnheard() const;
+    /// Whether it stopped because the delegate had no more.
+    bool hasReachedEnd() const { return mHasReachedEnd; }
+    /// How full the ring is kept.
+    int64_t numFramesToHold() const;
     double sampleRate() const { return mSettings.sampleRate; }
     uint32_t device() const { return mSettings.device; }
     double deviceSampleRate() const { return mStream ? mStream->sampleRate() : 0.0; }
@@ -81,9 +93,10 @@ private:
 
     void openStream();
     void applyChannelMap();
-    int64_t numFramesAhead() const;
-    void fill();
-    bool fetch(std::vector<PlaybackBlock>& blocks);
+    std::optional<int64_t> numFramesHeard() const;
+    int64_t numFramesForRequest(double speed) const;
+    void fill(int64_t numFramesToHold);
+    bool fetch(std::vector<PlaybackBlock>& blocks, int64_t numFrames);
     void append(const PlaybackBlock& block, int64_t firstFrame);
     void appendStaged(const std::vector<PlaybackBlock>& blocks, int64_t numSkipped);
     void scheduleFill();
@@ -105,6 +118,7 @@ private:
     std::shared_ptr<DispatchGroup> mFillGroup = std::make_shared<DispatchGroup>();
     std::atomic<bool> mIsFillScheduled{false};
     int64_t mMovedAt = -1; ///< frames that were consumed when the source was moved last
+    bool mHasReachedEnd = false;
     std::shared_ptr<bool> mIsAlive = std::make_shared<bool>(true);
     // Destroyed first, in this order from the end: no call of the timer or of the device comes afterwards.
     std::unique_ptr<OutputStream> mStream;

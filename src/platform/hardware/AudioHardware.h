@@ -91,6 +91,9 @@ public:
         uint32_t device = 0;
         QString name;
         StoppedHandler didStop; ///< called on the main thread
+        /// How far ahead of the ear an output asks for frames: long enough for a thread without priority on a
+        /// busy machine, short enough to feel immediate.
+        double latencySeconds = 0.1;
     };
     virtual std::unique_ptr<OutputStream> openOutput(const StreamRequest& request, OutputClient& client,
                                                      MaybeError* error) = 0;

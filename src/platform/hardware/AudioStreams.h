@@ -22,6 +22,10 @@ public:
     /// thread; write a log; open, read or write a file; call Qt; throw. It may: compute, use rings and fixed
     /// buffers, set and read atomics.
     virtual int32_t render(float* left, float* right, uint32_t numFrames) noexcept = 0;
+    /// Called by the same thread when all of a request was rendered: what the calls of render() since the
+    /// last time gave will be heard between these two times, in seconds on the clock of OutputStream::now().
+    /// REALTIME.
+    virtual void didRender(double /*heardFrom*/, double /*heardUntil*/) noexcept {}
 };
 
 /// Who takes the frames that a device records.
@@ -65,8 +69,11 @@ public:
 
     /// How often the device had nothing to play since the start, as far as it tells. Any thread.
     virtual uint64_t numUnderruns() const { return 0; }
-    /// Frames that were handed over and are not heard yet. Any thread.
-    virtual int64_t latencyFrames() const { return 0; }
+    /// The most frames that the device asks for at once, as far as is known; 0 before the first request. Any
+    /// thread.
+    virtual int64_t mostFramesAsked() const { return 0; }
+    /// Seconds on the clock that tells when frames are heard. Any thread.
+    virtual double now() const = 0;
 };
 
 /// A stream of frames from one device; as OutputStream.

@@ -45,6 +45,7 @@ MaybeError PulseInput::start()
     const PulseConnection::Lock lock(*mConnection);
     mIsStarting = true;
     finish(StopReason::requested);
+    mNumFramesLeft.reset();
     if (!make(mSpec, mDevice.channelMap, "production"))
         return mConnection->lastError(QStringLiteral("The audio device cannot be used"));
     pulse().pa_stream_set_read_callback(
@@ -82,13 +83,17 @@ void PulseInput::read()
         size_t size = 0;
         if (pulse().pa_stream_peek(mStream, &data, &size) < 0 || size == 0)
             return;
-        const size_t numFrames = size / frameBytes;
+        size_t numFrames = size / frameBytes;
+        if (mNumFramesLeft)
+            numFrames = std::min(numFrames, *mNumFramesLeft);
         if (data)
             deliver(static_cast<const float*>(data), numFrames);
         else
             mNumGaps.fetch_add(1, std::memory_order_relaxed);
         mNumFramesAllowed -= static_cast<double>(numFrames);
         pulse().pa_stream_drop(mStream);
+        if (mNumFramesLeft && (*mNumFramesLeft -= numFrames) == 0)
+            finish(StopReason::requested);
     }
     if (!mAlarm && mStream && pulse().pa_stream_readable_size(mStream) > 0)
         mAlarm = mConnection->callAfter(
@@ -124,7 +129,17 @@ void PulseInput::deliver(const float* frames, size_t numFrames)
 void PulseInput::stop()
 {
     const PulseConnection::Lock lock(*mConnection);
-    finish(StopReason::requested);
+    if (!mStream || mNumFramesLeft)
+        return;
+    const size_t numBytes = pulse().pa_stream_readable_size(mStream);
+    if (numBytes == 0 || numBytes == static_cast<size_t>(-1)) {
+        finish(StopReason::requested);
+        return;
+    }
+    // After a burst seconds of sound may still wait, which were heard before. What comes from now on is not
+    // wanted; what waits is all here, so this ends even if the server hangs.
+    mNumFramesLeft = numBytes / (sizeof(float) * mSpec.channels);
+    read();
 }
 
 } // namespace velloria

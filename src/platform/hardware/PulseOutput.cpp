@@ -8,8 +8,6 @@ namespace velloria
 namespace
 {
 
-// Long enough for a thread without priority on a busy machine, short enough to feel immediate.
-constexpr double kLatencySeconds = 0.1;
 // A sink that is suspended never says that it has played everything.
 constexpr std::chrono::milliseconds kDrainPatience(1500);
 
@@ -22,6 +20,7 @@ PulseOutput::PulseOutput(std::shared_ptr<PulseConnection> connection, std::share
     , mSpec(device.sampleSpec)
     , mServerMap(device.channelMap)
     , mClient(client)
+    , mLatencySeconds(request.latencySeconds)
 {
     mSpec.format = PA_SAMPLE_FLOAT32NE;
     if (mSpec.channels < 2) {
@@ -38,6 +37,7 @@ MaybeError PulseOutput::start()
     const PulseConnection::Lock lock(*mConnection);
     mIsStarting = true;
     finish(StopReason::requested);
+    mNumFramesWritten = 0;
     if (!make(mSpec, mServerMap, "production"))
         return mConnection->lastError(QStringLiteral("The audio device cannot be used"));
     pulse().pa_stream_set_write_callback(
@@ -54,7 +54,7 @@ MaybeError PulseOutput::start()
     constexpr auto serversChoice = static_cast<uint32_t>(-1);
     pa_buffer_attr buffer = {};
     buffer.maxlength = serversChoice;
-    buffer.tlength = static_cast<uint32_t>(mSpec.rate * kLatencySeconds) * frameBytes;
+    buffer.tlength = static_cast<uint32_t>(mSpec.rate * mLatencySeconds) * frameBytes;
     buffer.prebuf = serversChoice;
     buffer.minreq = serversChoice;
     buffer.fragsize = serversChoice;
@@ -66,32 +66,50 @@ MaybeError PulseOutput::start()
     return waitUntilReady(lock);
 }
 
-void PulseOutput::noteLatency()
+double PulseOutput::now() const
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+/// Until a frame is heard that is written now.
+double PulseOutput::secondsToEar() const
 {
     pa_usec_t latency = 0;
     int isNegative = 0;
-    if (pulse().pa_stream_get_latency(mStream, &latency, &isNegative) == 0 && !isNegative)
-        mLatencyFrames.store(static_cast<int64_t>(latency * mSpec.rate / 1000000), std::memory_order_relaxed);
+    if (pulse().pa_stream_get_latency(mStream, &latency, &isNegative) == 0)
+        return isNegative ? 0.0 : static_cast<double>(latency) / 1e6;
+    // The server has not told yet, so it is just beginning.
+    return static_cast<double>(mNumFramesWritten) / mSpec.rate;
 }
 
 void PulseOutput::write(size_t numBytes)
 {
     const size_t frameBytes = sizeof(float) * mSpec.channels;
-    noteLatency();
-    while (numBytes >= frameBytes) {
-        void* data = nullptr;
-        size_t size = numBytes;
-        if (pulse().pa_stream_begin_write(mStream, &data, &size) < 0 || !data)
-            return;
-        const size_t numFrames = std::min(size, numBytes) / frameBytes;
-        if (numFrames == 0) {
-            pulse().pa_stream_cancel_write(mStream);
-            return;
-        }
-        mMap.render(mClient, static_cast<float*>(data), mSpec.channels, static_cast<uint32_t>(numFrames));
-        pulse().pa_stream_write(mStream, data, numFrames * frameBytes, nullptr, 0, PA_SEEK_RELATIVE);
-        numBytes -= numFrames * frameBytes;
+    mMostFramesAsked = std::max(mMostFramesAsked.load(), static_cast<int64_t>(numBytes / frameBytes));
+    const double heardFrom = now() + secondsToEar();
+    size_t numDone = 0;
+    while (const size_t numFrames = renderNext(numBytes - numDone * frameBytes))
+        numDone += numFrames;
+    mNumFramesWritten += numDone;
+    mClient.didRender(heardFrom, heardFrom + static_cast<double>(numDone) / mSpec.rate);
+}
+
+/// Frames that went to the server in one piece; 0 when all are there.
+size_t PulseOutput::renderNext(size_t numBytes)
+{
+    const size_t frameBytes = sizeof(float) * mSpec.channels;
+    void* data = nullptr;
+    size_t size = numBytes;
+    if (numBytes < frameBytes || pulse().pa_stream_begin_write(mStream, &data, &size) < 0 || !data)
+        return 0;
+    const size_t numFrames = std::min(size, numBytes) / frameBytes;
+    if (numFrames == 0) {
+        pulse().pa_stream_cancel_write(mStream);
+        return 0;
     }
+    mMap.render(mClient, static_cast<float*>(data), mSpec.channels, static_cast<uint32_t>(numFrames));
+    pulse().pa_stream_write(mStream, data, numFrames * frameBytes, nullptr, 0, PA_SEEK_RELATIVE);
+    return numFrames;
 }
 
 void PulseOutput::drain()

@@ -5,6 +5,7 @@
 #include "platform/hardware/StopNotice.h"
 
 #include <chrono>
+#include <optional>
 
 namespace velloria
 {
@@ -68,18 +69,22 @@ public:
     void stop(StopMode mode) override;
     bool isRunning() const override { return mIsRunning; }
     uint64_t numUnderruns() const override { return mNumGaps; }
-    int64_t latencyFrames() const override { return mLatencyFrames; }
+    int64_t mostFramesAsked() const override { return mMostFramesAsked; }
+    double now() const override;
 
 private:
     void write(size_t numBytes);
-    void noteLatency();
+    size_t renderNext(size_t numBytes);
+    double secondsToEar() const;
     void drain();
 
     pa_sample_spec mSpec;
     pa_channel_map mServerMap;
     OutputClient& mClient;
+    const double mLatencySeconds;
     ChannelMap mMap;
-    std::atomic<int64_t> mLatencyFrames{0};
+    size_t mNumFramesWritten = 0; ///< since the start
+    std::atomic<int64_t> mMostFramesAsked{0};
 };
 
 /// Records from a source, in the source's own rate and channels.
@@ -112,6 +117,8 @@ private:
     std::array<float, 2 * kMaxBlockFrames> mPicked{};
     std::chrono::steady_clock::time_point mLastRead{};
     double mNumFramesAllowed = 0; ///< to be handed on by now
+    std::optional<size_t>
+        mNumFramesLeft; ///< to be handed on before it stands still, once it was told to stop
 };
 
 } // namespace velloria

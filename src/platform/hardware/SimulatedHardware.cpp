@@ -65,6 +65,12 @@ void SimulatedHardware::setState(const HardwareState& state)
     tellDifferences(before, mState);
 }
 
+void SimulatedHardware::setOutputTiming(int64_t latencyFrames, int64_t mostFramesAsked)
+{
+    mLatencyFrames = latencyFrames;
+    mMostFramesAsked = mostFramesAsked;
+}
+
 void SimulatedHardware::unplug(const QString& uid)
 {
     HardwareState state = mState;

@@ -30,6 +30,9 @@ public:
     void setOpenError(MaybeError error) { mOpenError = std::move(error); }
     void setStartError(MaybeError error) { mStartError = std::move(error); }
     const MaybeError& startError() const { return mStartError; }
+    /// From now on outputs let frames be heard so many frames after they asked for them, and say that they
+    /// ask for up to so many at once.
+    void setOutputTiming(int64_t latencyFrames, int64_t mostFramesAsked);
     /// Inputs that run on when they are told to stop, as those of a server that hangs may seem to.
     void setInputsNeverStop(bool neverStop) { mInputsNeverStop = neverStop; }
     bool inputsNeverStop() const { return mInputsNeverStop; }
@@ -54,6 +57,8 @@ private:
     MaybeError mOpenError;
     MaybeError mStartError;
     bool mInputsNeverStop = false;
+    int64_t mLatencyFrames = 0;
+    int64_t mMostFramesAsked = 0;
     std::vector<SimulatedOutput*> mOutputs;
     std::vector<SimulatedInput*> mInputs;
 };

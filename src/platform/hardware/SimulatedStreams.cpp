@@ -10,6 +10,7 @@ SimulatedOutput::SimulatedOutput(SimulatedHardware& hardware, const HardwareDevi
     : mHardware(hardware)
     , mDevice(device)
     , mClient(client)
+    , mMostFramesAsked(hardware.mMostFramesAsked)
     , mNotice(request.didStop)
 {
     mHardware.mOutputs.push_back(this);
@@ -24,11 +25,22 @@ SimulatedOutput::~SimulatedOutput()
 
 std::vector<float> SimulatedOutput::pull(uint32_t numFrames)
 {
+    std::vector<float> frames = ask(numFrames);
+    letTimePass(numFrames);
+    return frames;
+}
+
+std::vector<float> SimulatedOutput::ask(uint32_t numFrames)
+{
     const std::lock_guard lock(mMutex);
     if (!mIsRunning)
         return {};
+    mMostFramesAsked = std::max(mMostFramesAsked.load(), int64_t{numFrames});
     std::vector<float> frames(static_cast<size_t>(numFrames) * numChannels());
     mMap.render(mClient, frames.data(), numChannels(), numFrames);
+    const int64_t start = std::max(mEnd, mNumFramesPassed.load()) + mHardware.mLatencyFrames;
+    mEnd = start - mHardware.mLatencyFrames + numFrames;
+    mClient.didRender(secondsOf(start), secondsOf(start + numFrames));
     return frames;
 }
 

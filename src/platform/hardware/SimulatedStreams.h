@@ -9,7 +9,8 @@
 namespace velloria
 {
 
-/// An output that asks for frames when pull() is called, on whatever thread that is.
+/// An output that asks for frames when pull() or ask() is called, on whatever thread that is. Its clock moves
+/// by pull() and letTimePass() alone.
 class SimulatedOutput : public OutputStream
 {
 public:
@@ -17,9 +18,12 @@ public:
                     const AudioHardware::StreamRequest& request, OutputClient& client);
     ~SimulatedOutput() override;
 
-    /// The device's clock moves on by so many frames: what it plays, interleaved. Nothing when it does not
-    /// run.
+    /// The device asks for so many frames at once, and its clock moves on by as many: what it gets,
+    /// interleaved. Nothing when it does not run.
     std::vector<float> pull(uint32_t numFrames);
+    /// The same in two steps.
+    std::vector<float> ask(uint32_t numFrames);
+    void letTimePass(int64_t numFrames) { mNumFramesPassed += numFrames; }
     /// The device goes away or the like.
     void fail(StopReason reason);
     uint32_t deviceID() const { return mDevice.id; }
@@ -30,11 +34,18 @@ public:
     MaybeError start() override;
     void stop(StopMode mode) override;
     bool isRunning() const override;
+    int64_t mostFramesAsked() const override { return mMostFramesAsked; }
+    double now() const override { return secondsOf(mNumFramesPassed); }
 
 private:
+    double secondsOf(int64_t numFrames) const { return static_cast<double>(numFrames) / mDevice.sampleRate; }
+
     SimulatedHardware& mHardware;
     HardwareDevice mDevice;
     OutputClient& mClient;
+    std::atomic<int64_t> mMostFramesAsked;
+    std::atomic<int64_t> mNumFramesPassed{0};
+    int64_t mEnd = 0; ///< of what it was given, on its clock, were there no latency
     StopNotice mNotice;
     ChannelMap mMap;
     mutable std::mutex mMutex;

@@ -15,12 +15,17 @@
 namespace velloria::kit
 {
 
-/// A document that plays on simulated hardware, whose clock only moves when the test says so.
+/// A document that plays on simulated hardware, whose clock only moves when the test says so. Like real
+/// devices it asks for up to a tenth of a second at once, a tenth of a second before that is heard.
 class PlayingTest : public testing::Test
 {
 protected:
+    static constexpr uint32_t kRequest = 4410;
+    static constexpr int64_t kLatency = 4410;
+
     PlayingTest()
     {
+        hardware->setOutputTiming(kLatency, kRequest);
         AudioHardware::setCurrent(hardware);
         VLRTAudioPlayer::registerDefaults();
     }
@@ -71,7 +76,7 @@ protected:
 
     /// What the device plays of the left channel, frame by frame, in blocks of the sizes given in turn. The
     /// ring never runs dry before the end.
-    std::vector<float> play(int64_t numFrames, const std::vector<uint32_t>& blockSizes = {512})
+    std::vector<float> play(int64_t numFrames, const std::vector<uint32_t>& blockSizes = {kRequest, 512, 1})
     {
         std::vector<float> left;
         for (size_t i = 0; static_cast<int64_t>(left.size()) < numFrames; ++i) {

@@ -11,6 +11,7 @@ TEST_F(PlayingTest, PlaysEveryFrameOnceAndThenStopsByItself)
     EXPECT_EQ(play(150000, {512, 1, 777, 4096, 5000, 64}), rampFrames(0, 150000));
     EXPECT_EQ(play(100), std::vector<float>(100, 0.0F));
     EXPECT_TRUE(waitForStop());
+    EXPECT_TRUE(transport().hasReachedEnd());
     EXPECT_FALSE(transport().isPlaying());
     EXPECT_EQ(hardware->output(), nullptr) << "nothing runs when nothing plays";
     EXPECT_EQ(transport().cueTime(), -1.0);
@@ -84,22 +85,126 @@ TEST_F(PlayingTest, AppliesAChangedLoopToWhatIsHeardNext)
     EXPECT_EQ(play(100), rampFrames(100, 200));
 }
 
-TEST_F(PlayingTest, TellsWhichFrameIsHeard)
+namespace
+{
+
+/// Keeps all that the device got, so that its own latency tells which frame is heard.
+class HeardFrameTest : public PlayingTest
+{
+protected:
+    void pull(uint32_t numFrames)
+    {
+        for (const float sample : play(numFrames, {numFrames}))
+            mGot.push_back(sample);
+    }
+    /// Of the ramp.
+    int64_t heardFrame() const
+    {
+        const auto index = std::max<int64_t>(0, std::ssize(mGot) - kLatency);
+        return static_cast<int64_t>(mGot[static_cast<size_t>(index)]) - 1;
+    }
+    int64_t toldFrame() { return transport().audioPlayback()->playbackTimestamp(); }
+
+    std::vector<float> mGot;
+};
+
+} // namespace
+
+TEST_F(HeardFrameTest, IsToldToTheFrameThroughLoops)
 {
     makeRamps(200000);
     transport().setAudioPlaybackLoops(true);
     transport().playSelection(range(1000, 60000), seconds(50000));
-    EXPECT_EQ(transport().audioPlayback()->playbackTimestamp(), -1);
+    EXPECT_EQ(toldFrame(), -1);
     for (int i = 0; i < 100; ++i) {
-        const float last = play(512).back();
-        const auto heard = static_cast<int64_t>(last) - 1;
-        const int64_t told = transport().audioPlayback()->playbackTimestamp();
-        const int64_t difference = std::abs(told - heard);
-        // One slot more just after the loop.
-        const bool isJustAfterLoop = heard < 1000 + 3 * 512;
-        EXPECT_LE(std::min(difference, std::abs(difference - 59000)), isJustAfterLoop ? 2048 : 1024) << heard;
+        pull(i % 3 == 0 ? kRequest : 777);
+        EXPECT_EQ(toldFrame(), heardFrame());
     }
-    EXPECT_NEAR(transport().cueTime(), seconds(transport().audioPlayback()->playbackTimestamp()), 1e-9);
+    EXPECT_NEAR(transport().cueTime(), seconds(toldFrame()), 1e-9);
+}
+
+TEST_F(HeardFrameTest, NeverRunsAheadWhenTheCueTheLoopOrTheSoundIsChanged)
+{
+    makeRamps(300000);
+    transport().playSelection(everything(), 0);
+    const std::function<void()> changes[] = {
+        [this] { transport().playSelection(everything(), seconds(150000)); },
+        [this] { transport().setAudioPlaybackLoops(true, 140000, 170000); },
+        [this] { transport().playSelection(everything(), seconds(1000)); },
+        [this] { transport().setAudioPlaybackLoops(false, 0, 300000); },
+        [this] {
+            for (const int32_t track : {0, 1})
+                document->replaceDataAtOffset(290000, 10000, track, {});
+            transport().documentDidChange();
+        },
+        [this] { transport().playSelection(everything(), seconds(200000)); },
+    };
+    for (const auto& change : changes) {
+        for (int i = 0; i < 5; ++i)
+            pull(kRequest);
+        const int64_t before = toldFrame();
+        change();
+        EXPECT_EQ(toldFrame(), before);
+        for (const uint32_t numFrames : {1U, 333U, kRequest, 64U, kRequest, 2000U}) {
+            pull(numFrames);
+            EXPECT_EQ(toldFrame(), heardFrame());
+        }
+    }
+}
+
+TEST_F(HeardFrameTest, ShowsAMovedCueWhereItWillBeHeard)
+{
+    makeRamps(300000);
+    transport().playSelection(everything(), seconds(100000));
+    EXPECT_EQ(transport().nextCueTime(), seconds(100000));
+    for (int i = 0; i < 5; ++i)
+        pull(kRequest);
+    transport().playSelection(everything(), seconds(1000));
+    for (int64_t numTaken = 0; numTaken < 3 * kLatency; numTaken += 441) {
+        const int64_t numHeard = std::max<int64_t>(0, numTaken - kLatency);
+        EXPECT_NEAR(transport().nextCueTime(), seconds(1000 + numHeard), 1e-9);
+        pull(441);
+    }
+}
+
+TEST_F(HeardFrameTest, MovesWithTimeBetweenTwoRequestsAndNotBeyondWhatWasTaken)
+{
+    makeRamps(300000);
+    transport().playSelection(everything(), 0);
+    SimulatedOutput& device = *hardware->output();
+    for (int64_t request = 0; request < 5; ++request) {
+        waitForFill(kRequest);
+        device.ask(kRequest);
+        for (int64_t passed = 0; passed < kRequest; passed += 441) {
+            EXPECT_NEAR(static_cast<double>(toldFrame()),
+                        static_cast<double>(std::max<int64_t>(0, request * kRequest + passed - kLatency)), 1);
+            device.letTimePass(441);
+        }
+    }
+    // It asks no more.
+    device.letTimePass(10 * kRequest);
+    EXPECT_EQ(toldFrame(), 5 * kRequest);
+    EXPECT_EQ(transport().audioPlayback()->core().feed().numConsumed, 5 * kRequest);
+}
+
+TEST_F(PlayingTest, HasAWholeRequestReadyRightAfterAMovedCue)
+{
+    makeRamps(300000);
+    for (const double speed : {1.0, 2.0}) {
+        transport().setPlaybackSpeed(speed);
+        transport().playSelection(everything(), 0);
+        for (const int64_t cue : {150000, 20000, 90000}) {
+            play(3 * kRequest);
+            transport().playSelection(everything(), seconds(cue));
+            const std::vector<float> frames = hardware->output()->pull(kRequest);
+            EXPECT_EQ(std::count(frames.begin(), frames.end(), 0.0F), 0) << speed;
+            if (speed == 1.0) {
+                EXPECT_EQ(frames[0], static_cast<float>(cue + 1));
+            }
+        }
+        transport().stopSound();
+        EXPECT_TRUE(waitForStop());
+    }
 }
 
 TEST_F(PlayingTest, AppliesTheVolumeBehindThePeaks)
@@ -109,9 +214,11 @@ TEST_F(PlayingTest, AppliesTheVolumeBehindThePeaks)
     transport().playSelection(everything(), 0);
     VLRTAudioPlayer& player = *transport().audioPlayback();
     EXPECT_EQ(play(512), std::vector<float>(512, 0.5F * 0.50118723F));
-    EXPECT_EQ(player.leftPeak(), 0.5F);
-    EXPECT_EQ(player.rightPeak(), 0.25F);
-    EXPECT_EQ(player.leftPeak(), 0.0F);
+    const std::optional<PeakHolder::Peaks> peaks = player.takePeaks();
+    ASSERT_TRUE(peaks);
+    EXPECT_EQ(peaks->leftPeak, 0.5F);
+    EXPECT_EQ(peaks->rightPeak, 0.25F);
+    EXPECT_FALSE(player.takePeaks()) << "the device asked for nothing since then";
     UserDefaults::standard().setValue(AudioPreference::playbackVolume(), 0.0);
     NotificationCenter::standard().post(AudioNotification::playbackVolumeDidChange());
     EXPECT_EQ(play(512), std::vector<float>(512, 0.5F));

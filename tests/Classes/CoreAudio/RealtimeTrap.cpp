@@ -113,6 +113,12 @@ public:
         RealtimeTrap::leave();
         return status;
     }
+    void didRender(double heardFrom, double heardUntil) noexcept override
+    {
+        RealtimeTrap::enter();
+        mClient.didRender(heardFrom, heardUntil);
+        RealtimeTrap::leave();
+    }
 
 private:
     OutputClient& mClient;
