@@ -1344,6 +1344,10 @@
         <extracomment>A channel of a device; %1 is a number</extracomment>
         <translation type="unfinished"></translation>
     </message>
+    <message id="levels-output-lost">
+        <source>The output went away, so the input is not heard any more.</source>
+        <translation type="unfinished"></translation>
+    </message>
     <message id="transport-record">
         <source>&amp;Record</source>
         <translation type="unfinished"></translation>

@@ -44,8 +44,16 @@ AutoRecordController::~AutoRecordController()
 {
     DocumentRecording& recording = mController.document().recording();
     VLRTAudioRecorder* const recorder = recording.audioRecording();
-    if (recorder && recorder->delegate() == this)
-        recorder->setDelegate(&recording);
+    if (!recorder || recorder->delegate() != this)
+        return;
+    recorder->setDelegate(&recording);
+    // What was heard before it was done comes a little later, and is no louder for that.
+    if (mIsDone)
+        recording.setSieve(
+            [gate = std::move(mGate), settings = mSettings](const FloatBuffer& left, const FloatBuffer& right,
+                                                            const DocumentRecording::Keeper& keep) mutable {
+                return gate.take(left, right, settings, keep);
+            });
 }
 
 void AutoRecordController::registerDefaults()
@@ -64,6 +72,7 @@ MaybeError AutoRecordController::begin()
 
 void AutoRecordController::completeAction()
 {
+    mIsDone = true;
     UserDefaults& defaults = UserDefaults::standard();
     defaults.setValue(Key::startLevel(), mSettings.startLevel);
     defaults.setValue(Key::stopLevel(), mSettings.stopLevel);

@@ -13,7 +13,8 @@ class AutoRecordController final : private VLRTAudioRecordingDelegate
 {
 public:
     explicit AutoRecordController(SoundController& controller);
-    /// What is being recorded goes on to the document as a plain recording, which the owner stops.
+    /// What is being recorded goes on to the document as a plain recording, which the owner stops. After
+    /// completeAction() what still comes is chosen as before.
     ~AutoRecordController();
     AutoRecordController(const AutoRecordController&) = delete;
     AutoRecordController& operator=(const AutoRecordController&) = delete;
@@ -54,6 +55,7 @@ private:
     SoundController& mController;
     AutoRecordGate::Settings mSettings;
     AutoRecordGate mGate;
+    bool mIsDone = false;
     std::function<void(const Bar&)> mBlockHandler;
     std::function<void()> mStoppedHandler;
 };

@@ -37,6 +37,10 @@ InputLevelsController::InputLevelsController()
     observe(AudioNotification::metersActiveDidChange(), [this](const void*) { updateAudioMonitor(); });
     observe(AudioNotification::inputDeviceDidChange(), [this](const void*) { inputDeviceDidChange(); });
     observe(AudioNotification::outputDeviceDidChange(), [this](const void*) { outputDeviceDidChange(); });
+    // The preference says that the input is to be heard, and yet that never begins by itself: a microphone
+    // near its loudspeakers would howl at a person who only started the program. Meters disturb nobody.
+    UserDefaults::standard().setValue(AudioPreference::playthrough(), false);
+    updateAudioMonitor();
 }
 
 InputLevelsController::~InputLevelsController()
@@ -86,13 +90,25 @@ void InputLevelsController::tellObserver() const
 
 bool InputLevelsController::metersActive() const
 {
-    return UserDefaults::standard().integerValue(AudioPreference::inputMetersActive()) == 1;
+    return mNumUses > 0 || UserDefaults::standard().integerValue(AudioPreference::inputMetersActive()) == 1;
+}
+
+InputLevelsController::MeterUse InputLevelsController::useMeters()
+{
+    ++mNumUses;
+    updateAudioMonitor();
+    // What it points to does not matter, only that it ends.
+    return {this, [alive = std::weak_ptr(mIsAlive)](void* controller) {
+                if (!alive.lock())
+                    return;
+                auto* const levels = static_cast<InputLevelsController*>(controller);
+                --levels->mNumUses;
+                levels->updateAudioMonitor();
+            }};
 }
 
 void InputLevelsController::setMetersActive(bool isActive)
 {
-    if (isActive == metersActive() && isActive == (mAudioMonitor != nullptr))
-        return;
     UserDefaults::standard().setValue(AudioPreference::inputMetersActive(), isActive ? 1 : 0);
     NotificationCenter::standard().post(AudioNotification::metersActiveDidChange());
 }
@@ -126,16 +142,22 @@ bool InputLevelsController::isPlaythroughOn() const
 
 void InputLevelsController::setPlaythrough(bool isOn)
 {
+    mHasLostOutput = false;
     UserDefaults::standard().setValue(AudioPreference::playthrough(), isOn);
     updatePlaythroughState();
 }
 
 void InputLevelsController::startPlaythrough()
 {
-    mAudioPlaythrough = std::make_unique<VLRTAudioPlaythrough>([this](StopReason reason) {
+    const auto inputDidStop = [this](StopReason reason) {
         if (reason != StopReason::requested)
             inputDeviceDidChange();
-    });
+    };
+    const auto outputDidStop = [this](StopReason reason) {
+        if (reason != StopReason::requested)
+            playthroughLostOutput();
+    };
+    mAudioPlaythrough = std::make_unique<VLRTAudioPlaythrough>(inputDidStop, outputDidStop);
     if (!mAudioPlaythrough->start())
         return;
     UserDefaults& defaults = UserDefaults::standard();
@@ -143,6 +165,14 @@ void InputLevelsController::startPlaythrough()
     defaults.removeValue(AudioPreference::outputDevice());
     defaults.setValue(AudioPreference::playthrough(), false);
     mAudioPlaythrough.reset();
+}
+
+/// Whoever pulled the headphones does not want the microphone to sound from the loudspeakers instead.
+void InputLevelsController::playthroughLostOutput()
+{
+    mHasLostOutput = true;
+    UserDefaults::standard().setValue(AudioPreference::playthrough(), false);
+    updatePlaythroughState();
 }
 
 void InputLevelsController::updatePlaythroughState()
@@ -168,6 +198,9 @@ void InputLevelsController::watchDevices()
     for (const FourCharCode selector : {HardwareCode::kDefaultInput, HardwareCode::kDevices})
         mDeviceWatches.push_back(std::make_unique<AudioPropertyNotification>(
             AudioNotification::inputDeviceDidChange(), system, selector));
+    for (const FourCharCode selector : {HardwareCode::kDefaultOutput, HardwareCode::kDevices})
+        mDeviceWatches.push_back(std::make_unique<AudioPropertyNotification>(
+            AudioNotification::outputDeviceDidChange(), system, selector));
 }
 
 void InputLevelsController::inputDeviceDidChange()
@@ -189,7 +222,12 @@ void InputLevelsController::inputDeviceDidChange()
 
 void InputLevelsController::outputDeviceDidChange()
 {
-    if (!mAudioPlaythrough || mAudioPlaythrough->outputDevice() == VLRTAudioPlayer::selectedOutputDevice())
+    if (!mAudioPlaythrough)
+        return;
+    const uint32_t present = mAudioPlaythrough->outputDevice();
+    const uint32_t selected = VLRTAudioPlayer::selectedOutputDevice();
+    // The stream of a device that is gone ends by itself.
+    if (selected == 0 || selected == present || !AudioHardware::current().state().deviceWithID(present))
         return;
     mAudioPlaythrough.reset();
     updatePlaythroughState();
@@ -266,7 +304,8 @@ void InputLevelsController::selectInputChannels(int32_t leftChannel, int32_t rig
 {
     UserDefaults::standard().setValue(AudioPreference::inputLeftChannel(), leftChannel);
     UserDefaults::standard().setValue(AudioPreference::inputRightChannel(), rightChannel);
-    // Monitor and playthrough take them up at their start.
+    // What records takes them up at once; monitor and playthrough at their start.
+    NotificationCenter::standard().post(AudioNotification::inputChannelsDidChange());
     if (mAudioMonitor) {
         mAudioMonitor.reset();
         resetReadout();

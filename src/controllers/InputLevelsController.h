@@ -44,9 +44,14 @@ public:
     /// The word for what clips; nothing for silence; else a number, with a decimal above -10.
     static QString stringFromDecibelValue(double decibels);
 
+    /// Somebody wants meters: the preference says so, or somebody uses them.
     bool metersActive() const;
+    /// The preference.
     void setMetersActive(bool isActive);
-    /// Starts or stops the monitor as the preference says.
+    /// Keeps the meters running for as long as it lives, whatever others do meanwhile.
+    using MeterUse = std::shared_ptr<void>;
+    [[nodiscard]] MeterUse useMeters();
+    /// Starts or stops the monitor as the preference and the uses say.
     void updateAudioMonitor();
     const VLRTAudioMonitor* audioMonitor() const { return mAudioMonitor.get(); }
     /// Why there are no levels although they are wanted.
@@ -58,6 +63,8 @@ public:
     /// back to their defaults.
     void updatePlaythroughState();
     VLRTAudioPlaythrough* audioPlaythrough() { return mAudioPlaythrough.get(); }
+    /// Its output went away while the input was heard, which therefore is off until somebody wants it again.
+    bool hasLostOutput() const { return mHasLostOutput; }
 
     void setLeftClipPeak(double decibels);
     void setRightClipPeak(double decibels);
@@ -86,6 +93,7 @@ private:
 
     void startAudioMonitor();
     void startPlaythrough();
+    void playthroughLostOutput();
     void inputLevelsDidChange(const InputLevels& levels);
     void take(Channel& channel, double level);
     void clearPeakHold(Channel& channel);
@@ -102,6 +110,9 @@ private:
     MaybeError mMonitorError;
     std::unique_ptr<VLRTAudioMonitor> mAudioMonitor;
     std::unique_ptr<VLRTAudioPlaythrough> mAudioPlaythrough;
+    bool mHasLostOutput = false;
+    int mNumUses = 0;
+    std::shared_ptr<bool> mIsAlive = std::make_shared<bool>(true);
     /// While something runs that follows the default devices.
     std::vector<std::unique_ptr<AudioPropertyNotification>> mDeviceWatches;
     std::vector<NotificationCenter::Token> mTokens;

@@ -1,6 +1,5 @@
 #include "controllers/RecordingController.h"
 
-#include "controllers/InputLevelsController.h"
 #include "controllers/TransportController.h"
 #include "document/DocumentRecording.h"
 #include "document/DocumentTransport.h"
@@ -47,14 +46,12 @@ bool RecordingController::updatesWaveformDuringRecording()
 MaybeError RecordingController::startRecorder(const SoundSelection& range,
                                               VLRTAudioRecordingDelegate* delegate)
 {
-    InputLevelsController& meters = InputLevelsController::inputLevelsController();
-    mMetersWereActive = meters.metersActive();
-    meters.setMetersActive(true);
+    mMeters = InputLevelsController::inputLevelsController().useMeters();
     mTransport.recordingWillStart();
     MaybeError error =
         mDocument.recording().recordFrom(range.startTime, range.endTime, range.firstTrack, delegate);
     if (error) {
-        meters.setMetersActive(mMetersWereActive);
+        mMeters.reset();
         mHost.recordingFailed(error->message);
     }
     mTransport.updateTransportButtons();
@@ -119,7 +116,7 @@ void RecordingController::recordingDidStop()
 {
     const DocumentRecording& recording = mDocument.recording();
     const double end = static_cast<double>(recording.endFrame()) / mDocument.sampleRate();
-    InputLevelsController::inputLevelsController().setMetersActive(mMetersWereActive);
+    mMeters.reset();
     mTransport.updateTransportButtons();
     SoundSelection selection = mSelection.normalizedSelection();
     selection.startTime = end;

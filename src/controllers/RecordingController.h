@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controllers/InputLevelsController.h"
 #include "controllers/SelectionModel.h"
 
 namespace velloria
@@ -38,7 +39,7 @@ private:
     SelectionModel& mSelection;
     TransportController& mTransport;
     SoundControllerHost& mHost;
-    bool mMetersWereActive = false; ///< before the recording
+    InputLevelsController::MeterUse mMeters; ///< while it records
 };
 
 } // namespace velloria

@@ -62,6 +62,7 @@ MaybeError DocumentRecording::recordFrom(double startTime, double endTime, int32
     mEndError.reset();
     mNumLostBlocks = 0;
     mSaved.reset();
+    mSieve = nullptr;
     const int64_t start = std::max<int64_t>(0, frameAtTime(std::min(startTime, endTime), rate));
     const int64_t end = std::max(start, frameAtTime(std::max(startTime, endTime), rate));
     {
@@ -150,6 +151,14 @@ int64_t DocumentRecording::endFrame() const
 
 bool DocumentRecording::audioRecording(VLRTAudioRecorder&, const FloatBuffer& leftData,
                                        const FloatBuffer& rightData)
+{
+    if (!mSieve)
+        return append(leftData, rightData);
+    return mSieve(leftData, rightData,
+                  [this](const FloatBuffer& left, const FloatBuffer& right) { return append(left, right); });
+}
+
+bool DocumentRecording::append(const FloatBuffer& leftData, const FloatBuffer& rightData)
 {
     const FloatBuffer* const sides[] = {&leftData, &rightData};
     for (size_t i = 0; i < mClips.size() && !mEndError; ++i)

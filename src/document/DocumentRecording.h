@@ -4,6 +4,7 @@
 #include "document/clips/AudioMarker.h"
 #include "document/clips/MutableAudioClip.h"
 
+#include <functional>
 #include <optional>
 
 namespace velloria
@@ -29,6 +30,10 @@ public:
     /// the document as it was.
     MaybeError recordFrom(double startTime, double endTime, int32_t track,
                           VLRTAudioRecordingDelegate* delegate = nullptr);
+    /// Of what still comes of the present take only that is kept which `sieve` hands on.
+    using Keeper = std::function<bool(const FloatBuffer& left, const FloatBuffer& right)>;
+    using Sieve = std::function<bool(const FloatBuffer& left, const FloatBuffer& right, const Keeper& keep)>;
+    void setSieve(Sieve sieve) { mSieve = std::move(sieve); }
     /// Starts a recorder that stands still anew; the take goes on.
     MaybeError resume();
     /// Does not wait.
@@ -67,10 +72,12 @@ private:
     void installClips(int64_t start, int64_t end, int32_t track);
     void saveMarkers(int64_t start, int64_t end);
     void restoreMarkers();
+    bool append(const FloatBuffer& leftData, const FloatBuffer& rightData);
 
     SoundDocument& mDocument;
     std::vector<std::shared_ptr<MutableAudioClip>> mClips;
     std::optional<std::vector<AudioMarkerPtr>> mSaved;
+    Sieve mSieve;
     MaybeError mEndError;
     uint64_t mNumLostBlocks = 0; ///< of the last recording
     std::unique_ptr<VLRTAudioRecorder> mRecorder;

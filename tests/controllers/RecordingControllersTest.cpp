@@ -209,6 +209,22 @@ TEST_F(RecordingControllersTest, RecordsAutomaticallyWhatIsLoudEnough)
     EXPECT_EQ(AutoRecordController(*controller).startReadout(), QStringLiteral("-12 dB")) << "kept";
 }
 
+TEST_F(RecordingControllersTest, KeepsNothingQuietThatComesAfterDone)
+{
+    // Half a second that nobody has taken yet when the sheet closes.
+    for (const auto& [value, numKept] : {std::pair{0.0001F, 0}, {0.5F, 22050}}) {
+        const int64_t numFramesBefore = document->numberOfFrames();
+        {
+            AutoRecordController automatic(*controller);
+            ASSERT_EQ(automatic.begin(), std::nullopt);
+            hear(22050, value);
+            automatic.completeAction();
+        }
+        ASSERT_TRUE(waitForStop());
+        EXPECT_EQ(document->numberOfFrames() - numFramesBefore, numKept);
+    }
+}
+
 TEST_F(RecordingControllersTest, GoesOnAsAPlainRecordingWithoutItsAutomaticController)
 {
     {
@@ -363,6 +379,94 @@ TEST_F(RecordingControllersTest, FollowsTheChosenInputAndItsLoss)
     ASSERT_TRUE(waitUntil([&] { return levels().monitorError().has_value(); }));
     hardware->setState(state);
     EXPECT_TRUE(waitUntil([&] { return levels().audioMonitor()->isRunning(); })) << "it came back";
+}
+
+TEST_F(RecordingControllersTest, TheMetersRunWhileAnybodyWantsThem)
+{
+    // The window with the levels opens (W) and closes (w), the preference of the person who looks at it; a
+    // recording begins (R) and ends (r), in every order.
+    for (const std::string_view order : {"RrWw", "WwRr", "RWwr", "WRrw", "RWrw", "WRwr", "WRwWrw"}) {
+        SCOPED_TRACE(order);
+        int numWanted = 0;
+        for (const char event : order) {
+            numWanted += event == 'R' || event == 'W' ? 1 : -1;
+            if (event == 'W' || event == 'w')
+                levels().setMetersActive(event == 'W');
+            else if (event == 'R')
+                controller->recording().record();
+            else
+                controller->transport().stopAudio();
+            ASSERT_TRUE(event != 'r' || waitForStop());
+            EXPECT_EQ(levels().metersActive(), numWanted > 0) << event;
+            EXPECT_EQ(levels().audioMonitor() != nullptr, numWanted > 0) << event;
+        }
+        EXPECT_TRUE(hardware->allInputs().empty());
+    }
+}
+
+TEST_F(RecordingControllersTest, TakesUpChannelsThatAreChosenWhileItRecords)
+{
+    HardwareState state = hardware->state();
+    state.devices[1] = SimulatedHardware::inputDevice(3, QStringLiteral("in"), 44100.0, 4);
+    hardware->setState(state);
+    levels().setMetersActive(true);
+    controller->recording().record();
+    const auto hearFour = [this] {
+        std::vector<float> frames;
+        for (int i = 0; i < 1000; ++i)
+            frames.insert(frames.end(), {0.125F, 0.25F, 0.5F, 0.75F});
+        for (SimulatedInput* const input : hardware->allInputs())
+            input->push(frames);
+    };
+    hearFour();
+    levels().selectInputChannels(3, 2);
+    hearFour();
+    ASSERT_TRUE(waitForFrames(2000));
+    controller->transport().stopAudio();
+    ASSERT_TRUE(waitForStop());
+    const auto sampleAt = [this](int64_t frame, int32_t track) {
+        return document->sampleDataAtOffset(frame, 1, track).front();
+    };
+    EXPECT_EQ(sampleAt(999, 0), 0.125F);
+    EXPECT_EQ(sampleAt(999, 1), 0.25F);
+    EXPECT_EQ(sampleAt(1000, 0), 0.75F);
+    EXPECT_EQ(sampleAt(1000, 1), 0.5F);
+}
+
+TEST_F(RecordingControllersTest, HearsTheInputOnTheDefaultOutputUntilThatGoesAway)
+{
+    HardwareState state = hardware->state();
+    state.devices.push_back(SimulatedHardware::outputDevice(7, QStringLiteral("phones"), 44100.0));
+    hardware->setState(state);
+    levels().setPlaythrough(true);
+    EXPECT_EQ(hardware->output()->deviceID(), 2U);
+    state.defaultOutput = 7;
+    hardware->setState(state);
+    ASSERT_TRUE(waitUntil([&] { return hardware->output() && hardware->output()->deviceID() == 7; }));
+    EXPECT_TRUE(levels().isPlaythroughOn());
+    EXPECT_FALSE(levels().hasLostOutput());
+    // The phones are pulled: the loudspeakers are the default again.
+    state.devices.pop_back();
+    state.defaultOutput = 2;
+    hardware->setState(state);
+    ASSERT_TRUE(waitUntil([&] { return !levels().isPlaythroughOn(); }));
+    EXPECT_EQ(hardware->output(), nullptr) << "no microphone bursts out of the loudspeakers";
+    EXPECT_EQ(hardware->input(), nullptr);
+    EXPECT_TRUE(levels().hasLostOutput());
+    levels().setPlaythrough(true);
+    EXPECT_EQ(hardware->output()->deviceID(), 2U) << "who asks for it hears it there";
+    EXPECT_FALSE(levels().hasLostOutput());
+}
+
+TEST_F(RecordingControllersTest, BringsBackTheMetersAtAStartButNeverTheInputsSound)
+{
+    UserDefaults::standard().setValue(AudioPreference::playthrough(), true);
+    UserDefaults::standard().setValue(AudioPreference::inputMetersActive(), 1);
+    EXPECT_NE(levels().audioMonitor(), nullptr);
+    EXPECT_EQ(levels().audioPlaythrough(), nullptr);
+    EXPECT_FALSE(levels().isPlaythroughOn());
+    levels().updatePlaythroughState();
+    EXPECT_EQ(hardware->output(), nullptr);
 }
 
 TEST_F(RecordingControllersTest, SetsTheGainOfTheInput)

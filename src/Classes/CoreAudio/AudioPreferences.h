@@ -72,6 +72,11 @@ inline QString inputConfigurationDidChange()
 {
     return QStringLiteral("audioInputDeviceConfigurationDidChange");
 }
+/// Other channels of the input device were chosen.
+inline QString inputChannelsDidChange()
+{
+    return QStringLiteral("audioInputChannelsDidChange");
+}
 /// The sender is the InputLevels.
 inline QString inputLevelsDidChange()
 {

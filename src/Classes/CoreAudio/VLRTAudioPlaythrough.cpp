@@ -31,17 +31,18 @@ VLRTAudioPlayerCore::Settings playerSettings(uint32_t device, double sampleRate,
 
 } // namespace
 
-VLRTAudioPlaythrough::VLRTAudioPlaythrough(StoppedHandler didStop)
+VLRTAudioPlaythrough::VLRTAudioPlaythrough(StoppedHandler inputDidStop, StoppedHandler outputDidStop)
     : mOutputDevice(VLRTAudioPlayer::selectedOutputDevice())
     , mVolumeToken(NotificationCenter::standard().addObserver(
           AudioNotification::playbackVolumeDidChange(), [this](const void*) { playbackVolumeDidChange(); }))
-    , mUnit(InputUnit::settingsFromPreferences(QStringLiteral("Velloria")), *this, std::move(didStop))
+    , mUnit(InputUnit::settingsFromPreferences(QStringLiteral("Velloria")), *this, std::move(inputDidStop))
 {
     const double rate = mUnit.sampleRate();
     if (rate > 1.0) {
         mLength = std::clamp(static_cast<int32_t>(rate * kLengthSeconds), 1024, kRingFrames - 1);
-        mPlayerCore =
-            std::make_unique<VLRTAudioPlayerCore>(playerSettings(mOutputDevice, rate, kRingFrames), nullptr);
+        VLRTAudioPlayerCore::Settings settings = playerSettings(mOutputDevice, rate, kRingFrames);
+        settings.didStop = std::move(outputDidStop);
+        mPlayerCore = std::make_unique<VLRTAudioPlayerCore>(settings, nullptr);
     }
     playbackVolumeDidChange();
 }
@@ -64,6 +65,8 @@ MaybeError VLRTAudioPlaythrough::start()
     return error;
 }
 
+/// The lines that told of a failure here, each under the other's name, have no occasion: no stream of this
+/// hardware can fail to stop.
 void VLRTAudioPlaythrough::stop()
 {
     mUnit.stop();

@@ -12,8 +12,8 @@ namespace velloria
 class VLRTAudioPlaythrough final : private InputClient
 {
 public:
-    /// `didStop` is called when the input's device goes away, too.
-    explicit VLRTAudioPlaythrough(StoppedHandler didStop = {});
+    /// The handlers are called when a device goes away, too.
+    explicit VLRTAudioPlaythrough(StoppedHandler inputDidStop = {}, StoppedHandler outputDidStop = {});
     ~VLRTAudioPlaythrough() override;
     VLRTAudioPlaythrough(const VLRTAudioPlaythrough&) = delete;
     VLRTAudioPlaythrough& operator=(const VLRTAudioPlaythrough&) = delete;

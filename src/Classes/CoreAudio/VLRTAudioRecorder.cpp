@@ -19,6 +19,8 @@ VLRTAudioRecorder::VLRTAudioRecorder(double outputSampleRate, const QString& str
     : mConfigurationToken(
           NotificationCenter::standard().addObserver(AudioNotification::inputConfigurationDidChange(),
                                                      [this](const void*) { configurationDidChange(); }))
+    , mChannelsToken(NotificationCenter::standard().addObserver(AudioNotification::inputChannelsDidChange(),
+                                                                [this](const void*) { channelsDidChange(); }))
     , mCore(InputUnit::settingsFromPreferences(streamName), outputSampleRate, *this)
 {
 }
@@ -26,6 +28,7 @@ VLRTAudioRecorder::VLRTAudioRecorder(double outputSampleRate, const QString& str
 VLRTAudioRecorder::~VLRTAudioRecorder()
 {
     NotificationCenter::standard().removeObserver(mConfigurationToken);
+    NotificationCenter::standard().removeObserver(mChannelsToken);
 }
 
 /// A new one for each run: after its end it holds nothing of the run before.
@@ -133,8 +136,15 @@ void VLRTAudioRecorder::recordingDidStop(StopReason reason)
     });
 }
 
+/// Somebody chose other channels of the input.
+void VLRTAudioRecorder::channelsDidChange()
+{
+    const InputUnit::Settings settings = InputUnit::settingsFromPreferences({});
+    mCore.setChannels(settings.leftChannel, settings.rightChannel);
+}
+
 /// The channels of the output preferences, not of the input ones: so it has always been, and settings were
-/// made to suit.
+/// made to suit. Who chooses input channels goes by channelsDidChange().
 void VLRTAudioRecorder::configurationDidChange()
 {
     const UserDefaults& defaults = UserDefaults::standard();

@@ -60,6 +60,7 @@ private:
     MaybeError makeConverter();
     void deliver(std::vector<float> pairs);
     void notifyDelegateAboutRecordedData(const std::vector<float>& pairs);
+    void channelsDidChange();
     void configurationDidChange();
 
     VLRTAudioRecordingDelegate* mDelegate = nullptr;
@@ -70,6 +71,7 @@ private:
     // Outlives the core, whose queue refers to it; looked at on the main thread alone.
     std::shared_ptr<bool> mIsAlive = std::make_shared<bool>(true);
     NotificationCenter::Token mConfigurationToken;
+    NotificationCenter::Token mChannelsToken;
     VLRTAudioRecorderCore mCore;
 };
 

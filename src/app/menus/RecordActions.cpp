@@ -59,11 +59,27 @@ void RecordActions::addRecord(QMenu& menu)
     Commands::setIcon(*mRecord, QStringLiteral("toolbar-record"));
     const QString key = mRecord->shortcut().toString(QKeySequence::NativeText);
     mRecord->setToolTip(QStringLiteral("%1 (%2)").arg(Commands::plainName(*mRecord), key));
+<<<<<<< HEAD:src/app/menus/RecordActions.cpp
     mStopBySpace = new QAction(this);
     mStopBySpace->setAutoRepeat(false);
     connect(mStopBySpace, &QAction::triggered, this,
             [this] { mWindow.controller().transport().stopAudio(); });
     mWindow.widget().addAction(mStopBySpace);
+=======
+    mStopBySpace = addKey([this] { mWindow.controller().transport().stopAudio(); });
+    mStopByRecordKey = addKey([this] { mWindow.controller().recording().recordOrStop(); });
+    mRecordWhilePlaying = addKey([this] { mWindow.controller().recording().record(); });
+}
+
+/// A key that update() gives its shortcut while the command whose key it is otherwise is off.
+QAction* RecordActions::addKey(const std::function<void()>& react)
+{
+    auto* const key = new QAction(this);
+    key->setAutoRepeat(false);
+    connect(key, &QAction::triggered, this, react);
+    mWindow.addAction(key);
+    return key;
+>>>>>>> 0a30be2 (Play previews without a hole, move the cue with time, count who wants the meters):src/app/RecordActions.cpp
 }
 
 void RecordActions::addSheets(QMenu& menu)
@@ -101,12 +117,16 @@ void RecordActions::update()
 {
     const SoundController& controller = mWindow.controller();
     const bool isRecording = controller.recording().isRecording();
-    const bool canRecord = !isRecording && !controller.transport().isPlaying() && !mWindow.isOpening();
+    const bool isPlaying = controller.transport().isPlaying();
+    const bool canRecord = !isRecording && !isPlaying && !mWindow.isOpening();
     mRecord->setEnabled(isRecording || canRecord);
     mRecord->setIcon(ThemedIcon::named(isRecording ? QStringLiteral("toolbar-record-on")
                                                    : QStringLiteral("toolbar-record")));
     // Playing, whose key it is, is off then.
     mStopBySpace->setShortcut(isRecording ? QKeySequence(Qt::Key_Space) : QKeySequence());
+    // The button is off while something plays, its keys are not.
+    mStopByRecordKey->setShortcut(isPlaying ? QKeySequence(Qt::Key_3) : QKeySequence());
+    mRecordWhilePlaying->setShortcut(isPlaying ? QKeySequence(Qt::CTRL | Qt::Key_Space) : QKeySequence());
     mAutomatic->setEnabled(canRecord);
     mTimer->setEnabled(canRecord);
     if (isRecording)

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 #include <chrono>
+#include <functional>
 
 class QAction;
 class QDialog;
@@ -43,8 +44,14 @@ public:
     void setPatience(std::chrono::milliseconds patience) { mPatience = patience; }
 
 private:
+<<<<<<< HEAD:src/app/menus/RecordActions.h
     void addRecord(QMenu& menu);
     void addSheets(QMenu& menu);
+=======
+    void addRecord();
+    QAction* addKey(const std::function<void()>& react);
+    void addSheets();
+>>>>>>> 0a30be2 (Play previews without a hole, move the cue with time, count who wants the meters):src/app/RecordActions.h
     void showAutomaticRecording();
     void askForTimerRecording();
     void show(QDialog* sheet);
@@ -52,6 +59,9 @@ private:
     MenuHost& mWindow;
     QAction* mRecord = nullptr;
     QAction* mStopBySpace = nullptr; ///< whose key is that of playing otherwise
+    // Whose keys are those of recording otherwise.
+    QAction* mStopByRecordKey = nullptr;
+    QAction* mRecordWhilePlaying = nullptr;
     QAction* mAutomatic = nullptr;
     QAction* mTimer = nullptr;
     QAction* mLevels = nullptr;

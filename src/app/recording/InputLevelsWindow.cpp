@@ -243,9 +243,14 @@ void InputLevelsWindow::showLevels()
     show(mRight, mLevels.right());
     mMonitor->setChecked(mLevels.metersActive());
     mPlaythrough->setChecked(mLevels.isPlaythroughOn());
-    const MaybeError& error = mLevels.monitorError();
-    mProblem->setText(error ? error->message : QString());
-    mProblem->setVisible(error.has_value());
+    QString problem;
+    if (mLevels.hasLostOutput())
+        //% "The output went away, so the input is not heard any more."
+        problem = qtTrId("levels-output-lost");
+    else if (const MaybeError& error = mLevels.monitorError())
+        problem = error->message;
+    mProblem->setText(problem);
+    mProblem->setVisible(!problem.isEmpty());
 }
 
 } // namespace velloria

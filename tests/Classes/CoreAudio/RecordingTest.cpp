@@ -148,6 +148,26 @@ TEST_F(RecordingTest, ChoosesTheChannelsOfThePreferences)
     }
 }
 
+TEST_F(RecordingTest, ReadsTheOutputsChannelsWhenTheInputsConfigurationChanges)
+{
+    setInput(44100.0, 4);
+    UserDefaults& defaults = UserDefaults::standard();
+    defaults.setValue(AudioPreference::outputLeftChannel(), 3);
+    defaults.setValue(AudioPreference::outputRightChannel(), 2);
+    ASSERT_EQ(recording().recordFrom(0, 0, 0), std::nullopt);
+    hear(100);
+    NotificationCenter::standard().post(AudioNotification::inputConfigurationDidChange());
+    hear(100);
+    // A choice of input channels goes another way.
+    NotificationCenter::standard().post(AudioNotification::inputChannelsDidChange());
+    hear(100);
+    ASSERT_TRUE(stop());
+    EXPECT_EQ(track(0), joined(heard(0, 100, 0), heard(100, 200, 3), heard(200, 300, 0)));
+    EXPECT_EQ(track(1), joined(heard(0, 100, 1), heard(100, 200, 2), heard(200, 300, 1)));
+    defaults.removeValue(AudioPreference::outputLeftChannel());
+    defaults.removeValue(AudioPreference::outputRightChannel());
+}
+
 TEST_F(RecordingTest, MakesExactlyAsManyFramesOfAnotherRateAsTheTimeTakes)
 {
     for (const double rate : {48000.0, 96000.0, 22050.0, 8000.0}) {

@@ -157,6 +157,30 @@ TEST_F(RecordingWindowTest, SaysThatTheDeviceWentAwayAndKeepsTheTake)
     EXPECT_TRUE(window->messageBar().isVisible());
 }
 
+TEST_F(RecordingWindowTest, ItsKeysWorkWhileItPlays)
+{
+    press(Qt::Key_3);
+    hear(2.0);
+    press(Qt::Key_3);
+    ASSERT_TRUE(waitForStop());
+    const auto hasStopped = [this] { return window->document().transport().audioPlayback() == nullptr; };
+    controller().transport().setCueTime(0.5);
+    press(Qt::Key_Comma);
+    ASSERT_TRUE(controller().transport().isPlaying());
+    press(Qt::Key_3);
+    EXPECT_FALSE(controller().transport().isPlaying());
+    EXPECT_FALSE(controller().recording().isRecording());
+    ASSERT_TRUE(waitUntil(hasStopped));
+    EXPECT_NEAR(controller().transport().cueTime(), 0.5, 0.1) << "not at the end";
+    press(Qt::Key_Comma);
+    ASSERT_TRUE(controller().transport().isPlaying());
+    press(Qt::Key_Space, Qt::ControlModifier);
+    EXPECT_FALSE(controller().transport().isPlaying());
+    EXPECT_TRUE(controller().recording().isRecording());
+    press(Qt::Key_Space, Qt::ControlModifier);
+    EXPECT_TRUE(waitForStop());
+}
+
 TEST_F(RecordingWindowTest, StopsTheRecordingBeforeItAsksWhetherToSave)
 {
     press(Qt::Key_3);
