@@ -31,6 +31,12 @@ private:
     int mNumCalls = 0;
 };
 
+/// A reader tells of every byte of its file.
+inline void requireWholeLedger(AudioFile& file)
+{
+    require(!file.declaresWholeFile() || file.closeLedger().empty());
+}
+
 /// Opens the bytes as a file of type File and decodes it: either there is one error, or one complete clip a
 /// channel of the length that the file then tells.
 template <typename File> void openAndDecode(const uint8_t* data, size_t size)
@@ -43,6 +49,7 @@ template <typename File> void openAndDecode(const uint8_t* data, size_t size)
     require(!file || !error);
     if (!file)
         return;
+    requireWholeLedger(*file);
     require(file->numberOfChannels() > 0 && file->sampleRate() > 0.0);
     BoundedProgress progress;
     const auto clips = file->convertedAudioClips(progress, &error);

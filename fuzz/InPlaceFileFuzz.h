@@ -15,6 +15,8 @@ template <typename File> bool openInPlace(const uint8_t* data, size_t size)
     MaybeError error;
     const std::shared_ptr<AudioFile> file = File::open(handle, &error);
     require(!file || !error);
+    if (file)
+        requireWholeLedger(*file);
     if (!file || file->requiresConversion())
         return false;
     require(file->numberOfChannels() > 0 && file->sampleRate() > 0.0);

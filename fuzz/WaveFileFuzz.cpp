@@ -95,6 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     require(!file || !error);
     if (!file)
         return 0;
+    require(file->closeLedger().empty());
     require(file->numberOfChannels() > 0 && file->sampleRate() > 0.0);
     require(file->requiresConversion() || file->frameSize() > 0);
     if (file->requiresConversion())

@@ -93,13 +93,16 @@ void AifcFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
         mBitsPerSample = 16;
     mNumPackets = format.numFrames;
     mSoundDataOffset = offsetOfSoundIn(chunk);
-    mSoundDataLength = std::max<int64_t>(0, chunk.end() - mSoundDataOffset);
     const bool isOpenEnded = wasNeverCompleted(chunk);
+    mSoundDataLength = std::max<int64_t>(0, chunk.end() - mSoundDataOffset);
     mHoldsNoSound = lengthOfFile() <= mSoundDataOffset || (mSoundDataLength == 0 && !isOpenEnded);
     if (isOpenEnded)
         mWarnings.append(FileDamage::headerNeverCompleted(name()));
     else if (!chunk.isComplete)
         mWarnings.append(FileDamage::soundCutShort(name()));
+    if (isOpenEnded)
+        openUpChunk(chunk.ident);
+    declareSamples(chunk, lengthOfFile());
 }
 
 FileOptions AifcFile::fileOptions() const

@@ -1,5 +1,6 @@
 #include "formats/aiff/AiffChunkNames.h"
 
+#include "formats/chunks/ChannelLayout.h"
 #include "formats/chunks/ChunkNames.h"
 
 #include <algorithm>
@@ -17,6 +18,7 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
     {fourCharCode("(c) "), "copyright"},
     {fourCharCode("ANNO"), "annotation"},
     {fourCharCode("ID3 "), "tags"},
+    {fourCharCode("id3 "), "tags"},
     {fourCharCode("MARK"), "markers"},
     {fourCharCode("uMrk"), "markers"},
     {fourCharCode("INST"), "instrument"},
@@ -36,17 +38,22 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
 constexpr std::array fillerChunks = {fourCharCode("FVER"), fourCharCode("PEAK"), fourCharCode("FLLR"),
                                      fourCharCode("JUNK"), fourCharCode("PAD ")};
 
-} // namespace
-
-bool isDispensableAiffChunk(const RiffChunk& chunk)
+bool isFiller(FourCharCode ident)
 {
-    return chunk.size == 0 ||
-           std::find(fillerChunks.begin(), fillerChunks.end(), chunk.ident) != fillerChunks.end();
+    return std::find(fillerChunks.begin(), fillerChunks.end(), ident) != fillerChunks.end();
 }
 
-QString nameOfAiffChunk(const RiffChunk& chunk)
+} // namespace
+
+void declareAiffChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedger& ledger)
 {
-    return nameOfChunk(chunk.ident, chunkNames);
+    const int64_t end = std::min(chunk.end(), handle.length());
+    const ByteRange bytes = {chunk.payloadOffset(), std::max<int64_t>(0, end - chunk.payloadOffset())};
+    const bool isPlainLayout = chunk.ident == fourCharCode("CHAN") && isPlainChannelLayout(handle, bytes);
+    if (chunk.size == 0 || isFiller(chunk.ident) || isPlainLayout)
+        ledger.addStructure(bytes);
+    else
+        ledger.addNotKept(ItemKind::part, nameOfChunk(chunk.ident, chunkNames), bytes);
 }
 
 } // namespace velloria

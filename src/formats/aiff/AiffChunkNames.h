@@ -1,17 +1,13 @@
 #pragma once
 
 #include "formats/chunks/RiffChunkList.h"
-
-#include <QString>
+#include "formats/ledger/FileLedger.h"
 
 namespace velloria
 {
 
-/// True for a chunk that holds nothing of the user's: filler, and what follows from the format or the
-/// samples.
-bool isDispensableAiffChunk(const RiffChunk& chunk);
-
-/// The chunk as a person would read it: "annotation (ANNO)".
-QString nameOfAiffChunk(const RiffChunk& chunk);
+/// Declares the payload of a chunk that is not taken in. Filler and what follows from the format or the
+/// samples are structure; all else is told as a person would read it: "annotation (ANNO)".
+void declareAiffChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedger& ledger);
 
 } // namespace velloria

@@ -2,12 +2,10 @@
 
 #include "formats/aiff/AiffChunkNames.h"
 #include "formats/aiff/AiffMarkers.h"
-#include "formats/chunks/ChunkNames.h"
+#include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/streams/EndianSwap.h"
 #include "formats/streams/MacRoman.h"
-#include "formats/tags/Id3Intake.h"
-#include "formats/tags/Id3Writer.h"
 #include "platform/Log.h"
 
 #include <QtEndian>
@@ -31,13 +29,9 @@ constexpr int64_t formHeaderLength = 12;
 constexpr int64_t shortestFile = 40;
 // Offset of the first sample and size of a block, 32 bits each.
 constexpr int64_t soundHeaderLength = 8;
-constexpr int64_t largestFile = 0xFFFFFFFF;
 constexpr int64_t unknownSize = 0xFFFFFFFF;
 constexpr uint32_t versionOfAifc = 0xA2805140;
 constexpr int64_t longestCommonPayload = 512;
-// Chunks beyond this size are no descriptions of a recording.
-constexpr int64_t largestKeptChunk = int64_t{64} << 20;
-constexpr uint32_t widestSample = 32;
 
 struct TextField {
     FourCharCode ident;
@@ -110,27 +104,16 @@ QByteArray withoutTrailingZeros(QByteArray bytes)
     return bytes;
 }
 
-void logException(const char* method, const QString& reason)
-{
-    logLine(QStringLiteral("Exception raised in -[AiffFile %1]: %2").arg(QLatin1String(method), reason));
-}
-
 } // namespace
 
 AiffFile::AiffFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
-    : AudioFile(sampleRate, sampleSize, numChannels)
+    : ChunkedFile(sampleRate, sampleSize, numChannels)
 {
-    mCanSaveMarkers = true;
-    mCanSaveMetadata = true;
-    mCanSaveArtwork = true;
 }
 
 AiffFile::AiffFile(std::shared_ptr<FileHandle> handle)
-    : AudioFile(std::move(handle))
+    : ChunkedFile(std::move(handle))
 {
-    mCanSaveMarkers = true;
-    mCanSaveMetadata = true;
-    mCanSaveArtwork = true;
 }
 
 bool AiffFile::hasForm(const FileHandle& handle, FourCharCode formType)
@@ -171,35 +154,35 @@ QString AiffFile::fileFormatUTI() const
 
 QString AiffFile::encodingDescription() const
 {
-    return mChunks.chunks().empty() ? AudioFile::encodingDescription() : mFormat.description();
-}
-
-QString AiffFile::name() const
-{
-    return displayName(filePath());
+    return chunks().chunks().empty() ? AudioFile::encodingDescription() : mFormat.description();
 }
 
 MaybeError AiffFile::readHeader()
 {
     if (lengthOfFile() < shortestFile)
         return FileDamage::unreadable(name(), QStringLiteral("it ends within its header"));
-    mChunks = RiffChunkList::ofFile(*fileHandle(), formHeaderLength, lengthOfFile(),
-                                    RiffChunkList::mostChunksOfFile, ChunkByteOrder::bigEndian);
+    mLedger.addStructure({0, formHeaderLength});
+    const int64_t formEnd =
+        RiffChunk::headerLength + qFromBigEndian<quint32>(readRawDataAtOffset(4, 4).constData());
+    setChunks(RiffChunkList::ofFile(*fileHandle(), formHeaderLength, lengthOfFile(),
+                                    RiffChunkList::mostChunksOfFile, ChunkByteOrder::bigEndian, formEnd));
     if (auto failure = readFormat())
         return failure;
-    const RiffChunk* const sound = mChunks.find(soundIdent);
+    const RiffChunk* const sound = chunks().find(soundIdent);
     if (!sound)
         return FileDamage::unreadable(name(), QStringLiteral("it has no sound data"));
     readSound(mFormat, *sound);
     readMarkerChunk();
     readMetadata();
-    listChunksNotKept();
+    tellOfNumberedMarkers();
+    declareFormat();
+    declareChunks();
     return std::nullopt;
 }
 
 MaybeError AiffFile::readFormat()
 {
-    const RiffChunk* const common = mChunks.find(commonIdent);
+    const RiffChunk* const common = chunks().find(commonIdent);
     if (!common)
         return FileDamage::unreadable(name(), QStringLiteral("its format chunk is missing"));
     const QByteArray payload =
@@ -239,7 +222,9 @@ void AiffFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
     mDataFormat = fourCharCode("lpcm");
     mSoundDataOffset = offsetOfSoundIn(chunk);
     const bool isOpenEnded = wasNeverCompleted(chunk);
-    const int64_t end = isOpenEnded ? lengthOfFile() : std::min(chunk.end(), lengthOfFile());
+    if (isOpenEnded)
+        openUpChunk(soundIdent);
+    const int64_t end = payloadRangeOf(chunk).end();
     const int64_t numFramesThere = std::max<int64_t>(0, end - mSoundDataOffset) / frameSize();
     const int64_t numFramesTold = format.numFrames;
     const bool isPlausible = numFramesTold <= numFramesThere && (numFramesTold > 0 || numFramesThere == 0);
@@ -248,47 +233,61 @@ void AiffFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
         mWarnings.append(FileDamage::headerNeverCompleted(name()));
     else if (!isPlausible)
         mWarnings.append(FileDamage::soundCutShort(name()));
+    declareSamples(chunk, mNumberOfFrames * frameSize());
 }
 
-QByteArray AiffFile::payloadOf(const RiffChunk& chunk) const
+void AiffFile::declareSamples(const RiffChunk& chunk, int64_t numBytes)
 {
-    return readRawDataAtOffset(chunk.payloadOffset(), chunk.size);
+    declareSound(chunk, {mSoundDataOffset, numBytes}, soundHeaderLength);
 }
 
-/// The first chunk of that name, when it is whole; it counts as kept from now on. Else null.
-const RiffChunk* AiffFile::keptChunk(FourCharCode ident)
+/// Takes the markers of our private chunk, which has every property of them. False when there are none.
+bool AiffFile::readMarkerArchive()
 {
-    const RiffChunk* const chunk = mChunks.find(ident);
-    if (!chunk || !chunk->isComplete || chunk->size > largestKeptChunk)
-        return nullptr;
-    mOffsetsOfKeptChunks.push_back(chunk->offset);
-    return chunk;
+    const RiffChunk* const archive = chunks().find(unicodeMarkerIdent);
+    if (!archive || !archive->isComplete || archive->size > largestKeptChunk)
+        return false;
+    const QByteArray payload = payloadOf(*archive);
+    mMarkers = markersFromArchive(payload);
+    // Another program's record of the same name cannot be read.
+    if (!mMarkers->empty() || payload.startsWith(archivedMarkers(nullptr)))
+        takeChunk(unicodeMarkerIdent);
+    return !mMarkers->empty();
 }
 
 void AiffFile::readMarkerChunk()
 {
-    const RiffChunk* const archive = keptChunk(unicodeMarkerIdent);
-    const RiffChunk* const chunk = mChunks.find(markerIdent);
-    if (chunk)
-        mOffsetsOfKeptChunks.push_back(chunk->offset);
-    if (archive) {
-        mMarkers = markersFromArchive(payloadOf(*archive));
-        if (!mMarkers->empty())
-            return;
-    }
+    const bool hasArchive = readMarkerArchive();
+    const RiffChunk* const chunk = chunks().find(markerIdent);
     if (!chunk || chunk->size > largestKeptChunk)
         return;
-    AiffMarkers::Result result = AiffMarkers::markersOfPayload(payloadOf(*chunk));
-    if (!result.isComplete) {
-        logException("readMarkerChunk", QStringLiteral("the chunk ends before its last marker"));
-        mWarnings.append(FileDamage::markersUnreadable(name()));
+    const QByteArray payload = payloadOf(*chunk);
+    if (hasArchive) {
+        // Those that another program changed since are not taken, so they are left to be told.
+        if (payload == AiffMarkers::payloadOfMarkers(*mMarkers))
+            takeChunk(markerIdent);
+        return;
     }
+    AiffMarkers::Result result = AiffMarkers::markersOfPayload(payload);
+    mLedger.addInModel(payloadRangeOf(*chunk));
+    markDeclared(*chunk);
+    if (!result.isComplete)
+        tellOfDamagedMarkers(*chunk, "AiffFile");
     mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
+}
+
+/// Markers are numbered anew by a save, while the chunks that name them by number stay as they are.
+void AiffFile::tellOfNumberedMarkers()
+{
+    if (mMarkers && AiffMarkers::losesReferences(*mMarkers, mMetadata.aiffInstrumentChunk(),
+                                                 mMetadata.aiffCommentChunk()))
+        mLedger.addNotKept(ItemKind::value,
+                           QStringLiteral("the numbers of markers, to which loops or comments refer"));
 }
 
 QString AiffFile::textOfChunk(FourCharCode ident) const
 {
-    const RiffChunk* const chunk = mChunks.find(ident);
+    const RiffChunk* const chunk = chunks().find(ident);
     if (!chunk || !chunk->isComplete || chunk->size > largestKeptChunk)
         return {};
     return stringFromMacRoman(withoutTrailingZeros(payloadOf(*chunk)));
@@ -299,26 +298,12 @@ void AiffFile::readMetadata()
     mMetadata = AudioMetadata();
     for (const TextField& field : textFields)
         (mMetadata.*field.setValue)(textOfChunk(field.ident));
-    readId3Chunk();
+    if (const RiffChunk* const tag = chunks().find(tagIdent))
+        readId3Chunk(*tag, "AiffFile");
     for (const RawField& field : rawFields) {
-        if (const RiffChunk* const chunk = keptChunk(field.ident))
+        if (const RiffChunk* const chunk = takeChunk(field.ident))
             (mMetadata.*field.setPayload)(payloadOf(*chunk));
     }
-}
-
-void AiffFile::readId3Chunk()
-{
-    const RiffChunk* const chunk = mChunks.find(tagIdent);
-    if (!chunk || chunk->size == 0)
-        return;
-    const auto tagLedger = chunk->isComplete ? takeInId3Tag(payloadOf(*chunk), mMetadata) : std::nullopt;
-    if (!tagLedger) {
-        logException("readMetadata", QStringLiteral("the chunk holds no complete ID3v2 tag"));
-        mWarnings.append(FileDamage::tagsUnreadable(name()));
-        return;
-    }
-    mOffsetsOfKeptChunks.push_back(chunk->offset);
-    mLedger.addNested(*tagLedger, chunk->payloadOffset());
 }
 
 /// True for a text chunk that a save would write again; where there is an ID3v2 tag too, that may say
@@ -333,17 +318,23 @@ bool AiffFile::isTextInMetadata(const RiffChunk& chunk) const
            textPayload((mMetadata.*(field->value))()).trimmed();
 }
 
-void AiffFile::listChunksNotKept()
+void AiffFile::declareFormat()
 {
-    const RiffChunk* const common = mChunks.find(commonIdent);
-    const RiffChunk* const sound = mChunks.find(soundIdent);
-    for (const RiffChunk& chunk : mChunks.chunks()) {
-        const bool isKept = std::find(mOffsetsOfKeptChunks.begin(), mOffsetsOfKeptChunks.end(),
-                                      chunk.offset) != mOffsetsOfKeptChunks.end();
-        if (&chunk != common && &chunk != sound && !isKept && !isDispensableAiffChunk(chunk) &&
-            !isTextInMetadata(chunk))
-            mLedger.addNotKept(ItemKind::part, nameOfAiffChunk(chunk));
-    }
+    const RiffChunk* const common = chunks().find(commonIdent);
+    markDeclared(*common);
+    const ByteRange payload = payloadRangeOf(*common);
+    const int64_t known = std::min(payload.length, longestCommonPayload);
+    mLedger.addStructure({payload.offset, known});
+    declareUnused(mLedger, *fileHandle(), {payload.offset + known, payload.length - known},
+                  QStringLiteral("%1 bytes of the format chunk"));
+}
+
+void AiffFile::declareOtherChunk(const RiffChunk& chunk)
+{
+    if (isTextInMetadata(chunk))
+        mLedger.addInModel(payloadRangeOf(chunk));
+    else
+        declareAiffChunk(chunk, *fileHandle(), mLedger);
 }
 
 int64_t AiffFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const
@@ -359,18 +350,6 @@ MaybeError AiffFile::writeAudioData(std::span<std::byte> data, int64_t offset)
     return AudioFile::writeAudioData(data, offset);
 }
 
-bool AiffFile::canSavePicture(const AttachedPicture& picture) const
-{
-    return canBeId3Picture(picture);
-}
-
-void AiffFile::validateAndCorrectParameters()
-{
-    AudioFile::validateAndCorrectParameters();
-    // Wider integers (offered to a document of 64-bit floats) could only be written as zeros.
-    mBitsPerSample = std::min(mBitsPerSample, widestSample);
-}
-
 AiffFormat AiffFile::formatToWrite() const
 {
     AiffFormat format;
@@ -383,22 +362,22 @@ AiffFormat AiffFile::formatToWrite() const
 
 QByteArray AiffFile::chunksBeforeSound() const
 {
-    QByteArray chunks;
+    QByteArray written;
     if (isCompressed()) {
         QByteArray version(4, Qt::Uninitialized);
         qToBigEndian<quint32>(versionOfAifc, version.data());
-        chunks += paddedChunk(fourCharCode("FVER"), version);
+        written += paddedChunk(fourCharCode("FVER"), version);
     }
-    chunks += paddedChunk(commonIdent, formatToWrite().payload());
+    written += paddedChunk(commonIdent, formatToWrite().payload());
     if (mMarkers && !mMarkers->empty()) {
-        chunks += paddedChunk(markerIdent, AiffMarkers::payloadOfMarkers(*mMarkers));
-        chunks += paddedChunk(unicodeMarkerIdent, evenArchiveOf(mMarkers));
+        written += paddedChunk(markerIdent, AiffMarkers::payloadOfMarkers(*mMarkers));
+        written += paddedChunk(unicodeMarkerIdent, evenArchiveOf(mMarkers));
     }
     for (const TextField& field : textFields)
-        chunks += paddedChunk(field.ident, textPayload((mMetadata.*field.value)()));
+        written += paddedChunk(field.ident, textPayload((mMetadata.*field.value)()));
     for (const RawField& field : rawFields)
-        chunks += paddedChunk(field.ident, (mMetadata.*field.payload)());
-    return chunks;
+        written += paddedChunk(field.ident, (mMetadata.*field.payload)());
+    return written;
 }
 
 QByteArray AiffFile::metadataChunk() const
@@ -411,26 +390,26 @@ QByteArray AiffFile::metadataChunk() const
 int64_t AiffFile::soundDataLength() const
 {
     // Compared by division: the product of absurd numbers need not fit 64 bits.
-    const bool isTooLarge = mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize());
-    return isTooLarge ? largestFile + 1 : mNumberOfFrames * frameSize();
+    const bool isTooLarge = mNumberOfFrames > largestFileOf32Bits / std::max<int64_t>(1, frameSize());
+    return isTooLarge ? largestFileOf32Bits + 1 : mNumberOfFrames * frameSize();
 }
 
 /// The sizes of the whole and of the sound are 32-bit numbers.
 int64_t AiffFile::lengthWithFooter() const
 {
-    return mSoundDataOffset + soundDataLength() + metadataChunk().size();
+    return mSoundDataOffset + soundDataLength() + soundDataLength() % 2 + metadataChunk().size();
 }
 
 bool AiffFile::writeHeader(MaybeError* error)
 {
-    const QByteArray chunks = chunksBeforeSound();
-    mSoundDataOffset = formHeaderLength + chunks.size() + RiffChunk::headerLength + soundHeaderLength;
+    const QByteArray before = chunksBeforeSound();
+    mSoundDataOffset = formHeaderLength + before.size() + RiffChunk::headerLength + soundHeaderLength;
     const int64_t length = lengthWithFooter();
-    if (length > largestFile)
+    if (length > largestFileOf32Bits)
         return false;
     const QByteArray formType = isCompressed() ? QByteArrayLiteral("AIFC") : QByteArrayLiteral("AIFF");
     const MaybeError failure =
-        writeRawData(chunkHeader(formIdent, length - RiffChunk::headerLength) + formType + chunks +
+        writeRawData(chunkHeader(formIdent, length - RiffChunk::headerLength) + formType + before +
                          chunkHeader(soundIdent, soundDataLength() + soundHeaderLength) +
                          QByteArray(soundHeaderLength, '\0'),
                      0);
@@ -441,13 +420,15 @@ bool AiffFile::writeHeader(MaybeError* error)
 
 MaybeError AiffFile::writeFooter()
 {
-    const QByteArray chunk = metadataChunk();
-    return chunk.isEmpty() ? std::nullopt : writeRawData(chunk, lengthOfFile());
+    // A pad byte follows sound of odd length, as the format asks for: without it other programs find nothing
+    // of what stands behind.
+    const int64_t end = lengthOfFile();
+    return writeRawData(QByteArray((end - mSoundDataOffset) % 2, '\0') + metadataChunk(), end);
 }
 
 void AiffFile::debugAllChunks() const
 {
-    for (const RiffChunk& chunk : mChunks.chunks())
+    for (const RiffChunk& chunk : chunks().chunks())
         logLine(QStringLiteral("AIFF Chunk: %1 size %2")
                     .arg(QString::fromLatin1(fourCharText(chunk.ident)))
                     .arg(chunk.size));

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "formats/aiff/AiffFormat.h"
-#include "formats/chunks/RiffChunkList.h"
-#include "formats/file/AudioFile.h"
+#include "formats/chunks/ChunkedFile.h"
 
 namespace velloria
 {
@@ -12,7 +11,7 @@ namespace velloria
 /// text chunks and as an ID3v2 tag in an "ID3 " chunk. The chunks INST, MIDI, AESD and COMT are carried
 /// through as they are. Damage that leaves sound to read is told in warnings(); a header that makes no sense
 /// is an error.
-class AiffFile : public AudioFile
+class AiffFile : public ChunkedFile
 {
 public:
     /// For writing.
@@ -29,9 +28,6 @@ public:
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
     MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
 
-    void validateAndCorrectParameters() override;
-
-    bool canSavePicture(const AttachedPicture& picture) const override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 
@@ -49,34 +45,34 @@ protected:
     static bool hasForm(const FileHandle& handle, FourCharCode formType);
 
     virtual bool isCompressed() const { return false; }
-    /// Takes over what the format and the chunk with the sound say.
+    /// Takes over what the format and the chunk with the sound say, and declares that chunk.
     virtual void readSound(const AiffFormat& format, const RiffChunk& chunk);
     virtual AiffFormat formatToWrite() const;
 
     /// Of the first sample; what lies before it in the chunk is for aligning blocks.
     int64_t offsetOfSoundIn(const RiffChunk& chunk) const;
     bool wasNeverCompleted(const RiffChunk& chunk) const;
-    QString name() const;
+    /// The samples from soundDataOffset() on are in the model; the sound's own header is structure.
+    void declareSamples(const RiffChunk& chunk, int64_t numBytes);
+    void declareOtherChunk(const RiffChunk& chunk) override;
 
 private:
     MaybeError readHeader();
     MaybeError readFormat();
-    QByteArray payloadOf(const RiffChunk& chunk) const;
-    const RiffChunk* keptChunk(FourCharCode ident);
+    bool readMarkerArchive();
     void readMarkerChunk();
+    void declareMarkers(const RiffChunk& chunk);
+    void tellOfNumberedMarkers();
     void readMetadata();
-    void readId3Chunk();
     QString textOfChunk(FourCharCode ident) const;
     bool isTextInMetadata(const RiffChunk& chunk) const;
-    void listChunksNotKept();
+    void declareFormat();
 
     QByteArray chunksBeforeSound() const;
     QByteArray metadataChunk() const;
     int64_t lengthWithFooter() const;
 
     AiffFormat mFormat;
-    RiffChunkList mChunks;
-    std::vector<int64_t> mOffsetsOfKeptChunks;
 };
 
 } // namespace velloria

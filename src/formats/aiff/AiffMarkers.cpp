@@ -4,6 +4,7 @@
 #include "formats/streams/BigEndianOutputStream.h"
 #include "formats/streams/MacRoman.h"
 
+#include <QtEndian>
 #include <algorithm>
 
 namespace velloria::AiffMarkers
@@ -17,6 +18,41 @@ constexpr int64_t highestPosition = 0xFFFFFFFF;
 constexpr qsizetype longestName = 255;
 // ID, position and the name's length byte.
 constexpr int64_t entryHeaderLength = 7;
+
+bool isNumberedFromZero(const std::vector<AudioMarkerPtr>& markers)
+{
+    for (size_t i = 0; i < markers.size(); ++i) {
+        if (markers[i]->ident() != static_cast<int64_t>(i))
+            return false;
+    }
+    return true;
+}
+
+/// Two loops of play mode, begin and end (16 bits each) follow notes, velocities and gain.
+bool hasLoop(const QByteArray& instrument)
+{
+    constexpr qsizetype instrumentLength = 20;
+    constexpr qsizetype loopLength = 6;
+    return instrument.size() >= instrumentLength &&
+           (qFromBigEndian<quint16>(instrument.constData() + instrumentLength - 2 * loopLength) != 0 ||
+            qFromBigEndian<quint16>(instrument.constData() + instrumentLength - loopLength) != 0);
+}
+
+/// A count (16 bits), then time (32), marker, length of the text (16 each) and the text padded to be even.
+bool namesMarker(const QByteArray& comments)
+{
+    BigEndianInputStream stream(comments);
+    const auto count = static_cast<uint16_t>(stream.readSInt16());
+    for (int i = 0; i < count && stream.remaining() > 0; ++i) {
+        stream.readSInt32();
+        if (stream.readSInt16() != 0)
+            return true;
+        const auto length = static_cast<uint16_t>(stream.readSInt16());
+        std::vector<std::byte> text(size_t{length} + length % 2);
+        stream.read(text);
+    }
+    return false;
+}
 
 } // namespace
 
@@ -60,6 +96,12 @@ Result markersOfPayload(const QByteArray& payload)
             ident, position, stringFromMacRoman(QByteArrayView(name).first(nameLength))));
     }
     return result;
+}
+
+bool losesReferences(const std::vector<AudioMarkerPtr>& markers, const QByteArray& instrument,
+                     const QByteArray& comments)
+{
+    return !isNumberedFromZero(markers) && (hasLoop(instrument) || namesMarker(comments));
 }
 
 } // namespace velloria::AiffMarkers

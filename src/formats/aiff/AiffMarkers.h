@@ -24,6 +24,11 @@ struct Result {
 };
 Result markersOfPayload(const QByteArray& payload);
 
+/// True when the loops of an "INST" chunk or the comments of a "COMT" chunk name markers by their IDs, and
+/// these are others than a save will give them.
+bool losesReferences(const std::vector<AudioMarkerPtr>& markers, const QByteArray& instrument,
+                     const QByteArray& comments);
+
 } // namespace AiffMarkers
 
 } // namespace velloria

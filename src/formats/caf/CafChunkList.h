@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/ledger/FileLedger.h"
 #include "platform/FileHandle.h"
 #include "platform/FourCharCode.h"
 
@@ -8,6 +9,19 @@
 
 namespace velloria
 {
+
+/// The chunks that are read and written.
+namespace CafChunkType
+{
+
+constexpr FourCharCode description = fourCharCode("desc");
+constexpr FourCharCode data = fourCharCode("data");
+constexpr FourCharCode info = fourCharCode("info");
+constexpr FourCharCode marker = fourCharCode("mark");
+constexpr FourCharCode strings = fourCharCode("strg");
+constexpr FourCharCode packetTable = fourCharCode("pakt");
+
+} // namespace CafChunkType
 
 /// A chunk of a CAF file: a header of 12 bytes (type, size of the payload in 64 bits) and the payload.
 struct CafChunk {
@@ -24,6 +38,7 @@ struct CafChunk {
     bool isComplete = true;
 
     int64_t payloadOffset() const { return offset + headerLength; }
+    ByteRange payload() const { return {payloadOffset(), size}; }
     int64_t end() const { return payloadOffset() + size; }
 };
 
@@ -33,6 +48,9 @@ class CafChunkList
 {
 public:
     static constexpr int64_t fileHeaderLength = 8;
+    static constexpr uint16_t fileVersion = 1;
+    /// The number of edits stands before the sound.
+    static constexpr int64_t editCountLength = 4;
 
     CafChunkList() = default;
     static CafChunkList ofFile(const FileHandle& handle);

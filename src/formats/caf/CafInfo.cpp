@@ -55,7 +55,7 @@ QByteArray payloadOfDictionary(const MetadataDictionary& dictionary)
     return payload + strings;
 }
 
-MetadataDictionary dictionaryOfPayload(const QByteArray& payload)
+MetadataDictionary dictionaryOfPayload(const QByteArray& payload, QStringList* keysTwice)
 {
     MetadataDictionary dictionary;
     if (payload.size() < shortestPayload)
@@ -68,6 +68,8 @@ MetadataDictionary dictionaryOfPayload(const QByteArray& payload)
         const std::optional<QString> value = nextString(payload, &offset);
         if (!key || !value)
             break;
+        if (keysTwice && dictionary.contains(*key) && dictionary.value(*key) != *value)
+            keysTwice->append(*key);
         dictionary.insert(*key, *value);
     }
     return dictionary;

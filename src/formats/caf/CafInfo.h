@@ -16,7 +16,8 @@ namespace CafInfo
 /// Keys with texts and numbers; nothing when there are none.
 QByteArray payloadOfDictionary(const MetadataDictionary& dictionary);
 /// As far as the count or the payload goes, whichever ends first. A big-endian count is known too.
-MetadataDictionary dictionaryOfPayload(const QByteArray& payload);
+/// `keysTwice` gets the keys whose first value another one replaced.
+MetadataDictionary dictionaryOfPayload(const QByteArray& payload, QStringList* keysTwice = nullptr);
 
 } // namespace CafInfo
 

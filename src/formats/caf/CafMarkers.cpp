@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <unordered_map>
 
 namespace velloria::CafMarkers
@@ -73,9 +74,19 @@ void nameMarkers(const QByteArray& payload, Result& result)
         }
         const QByteArrayView rest = text.sliced(start);
         const qsizetype end = rest.indexOf('\0');
-        if (marker != markers.end())
+        if (marker == markers.end())
+            ++result.numOtherNames;
+        else
             marker->second->setName(QString::fromUtf8(end < 0 ? rest : rest.first(end)));
     }
+}
+
+/// Kind, clock time and channel of an entry, where programs that do not use them leave zeros or ones.
+bool tellsMore(const char* entry)
+{
+    const auto time = qFromBigEndian<quint64>(entry + 16);
+    const bool hasTime = time != 0 && time != std::numeric_limits<quint64>::max();
+    return qFromBigEndian<quint32>(entry) != 0 || hasTime || qFromBigEndian<quint32>(entry + 24) != 0;
 }
 
 /// A zero would end the name early.
@@ -125,6 +136,7 @@ Result markersOfPayloads(const QByteArray& markerPayload, const QByteArray& stri
     result.markers.reserve(static_cast<size_t>(count));
     for (qsizetype i = 0; i < count; ++i) {
         const char* const entry = markerPayload.constData() + markersHeader + i * markerLength;
+        result.tellsMore |= tellsMore(entry);
         result.markers.push_back(std::make_shared<AudioMarker>(
             qFromBigEndian<qint32>(entry + 12), positionOfBytes(entry + 4), QStringLiteral("Marker")));
     }

@@ -22,6 +22,10 @@ struct Result {
     std::vector<AudioMarkerPtr> markers;
     /// False when the chunks end before what they announce.
     bool isComplete = true;
+    /// True when they tell more than positions and names: kinds, clock times, channels.
+    bool tellsMore = false;
+    /// Names of no marker here.
+    int64_t numOtherNames = 0;
 };
 /// Markers without a name are called "Marker".
 Result markersOfPayloads(const QByteArray& markerPayload, const QByteArray& stringsPayload);

@@ -23,6 +23,7 @@ public:
 
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
+    bool declaresWholeFile() const override { return true; }
     uint32_t formatFlags() const { return mFormat.formatFlags; }
 
     std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
@@ -55,8 +56,9 @@ private:
     void readSound(const CafChunk& data);
     void readMarkerChunk();
     void readMetadata();
-    void listChunksNotKept();
+    void declareChunks();
     QByteArray payloadOf(FourCharCode type);
+    void take(const CafChunk& chunk);
     QString name() const;
 
     bool isIma4() const;
@@ -69,7 +71,7 @@ private:
 
     CafFormat mFormat;
     CafChunkList mChunks;
-    std::vector<int64_t> mOffsetsOfKeptChunks;
+    std::vector<int64_t> mOffsetsDeclared;
     int64_t mNumBytesOfSound = 0;
 };
 

@@ -51,18 +51,35 @@ bool isHeaderLikely(const Region& region, int64_t offset)
            (chunk.isComplete || isSound(chunk.ident));
 }
 
+/// How far the bytes at an offset look like a chunk: 0 not at all, 1 a header, 2 with something behind it
+/// that looks like one too, or the end.
+int likelihood(const Region& region, int64_t offset)
+{
+    RiffChunk chunk;
+    if (!isHeaderLikely(region, offset) || !readHeader(region, offset, chunk))
+        return 0;
+    const bool goesOn = chunk.end() >= region.end - 1 || isHeaderLikely(region, chunk.end()) ||
+                        isHeaderLikely(region, chunk.end() + 1);
+    return goesOn ? 2 : 1;
+}
+
 int64_t offsetAfter(const Region& region, const RiffChunk& chunk)
 {
-    const QByteArray byte = region.handle.readAt(chunk.end(), 1);
-    const bool isLikelyPad = byte.startsWith('\0') && isHeaderLikely(region, chunk.end() + 1);
-    const bool isPadded = isLikelyPad || (chunk.size % 2 != 0 && !isHeaderLikely(region, chunk.end()));
+    const bool isEven = chunk.size % 2 == 0;
+    if (isEven && !region.handle.readAt(chunk.end(), 1).startsWith('\0'))
+        return chunk.end();
+    // Some pad bytes are not zero, and the letters of a header with one before or behind them can make
+    // another: what is followed by more of its kind is the right one.
+    const int padded = likelihood(region, chunk.end() + 1);
+    const int plain = likelihood(region, chunk.end());
+    const bool isPadded = isEven ? padded > plain : padded >= plain;
     return chunk.end() + (isPadded ? 1 : 0);
 }
 
 } // namespace
 
 RiffChunkList RiffChunkList::ofFile(const FileHandle& handle, int64_t firstOffset, int64_t end,
-                                    size_t mostChunks, ChunkByteOrder byteOrder)
+                                    size_t mostChunks, ChunkByteOrder byteOrder, int64_t formEnd)
 {
     const Region region{handle, end, byteOrder};
     RiffChunkList list;
@@ -70,6 +87,9 @@ RiffChunkList RiffChunkList::ofFile(const FileHandle& handle, int64_t firstOffse
     for (int64_t offset = firstOffset; list.mChunks.size() < mostChunks;
          offset = offsetAfter(region, chunk)) {
         if (!readHeader(region, offset, chunk))
+            break;
+        // What some program put behind the whole is no chunk.
+        if (offset >= formEnd && !isPrintable(chunk.ident))
             break;
         list.mChunks.push_back(chunk);
     }
@@ -81,6 +101,17 @@ const RiffChunk* RiffChunkList::find(FourCharCode ident) const
     const auto found = std::find_if(mChunks.begin(), mChunks.end(),
                                     [ident](const RiffChunk& chunk) { return chunk.ident == ident; });
     return found == mChunks.end() ? nullptr : &*found;
+}
+
+void RiffChunkList::openUp(FourCharCode ident, int64_t end)
+{
+    const auto found = std::find_if(mChunks.begin(), mChunks.end(),
+                                    [ident](const RiffChunk& chunk) { return chunk.ident == ident; });
+    if (found == mChunks.end())
+        return;
+    found->size = std::max<int64_t>(0, end - found->payloadOffset());
+    found->isComplete = true;
+    mChunks.erase(std::next(found), mChunks.end());
 }
 
 bool RiffChunkList::isHeaderLikelyAt(const FileHandle& handle, int64_t offset, ChunkByteOrder byteOrder)

@@ -1,5 +1,6 @@
 #include "formats/plain/NeXTSunFile.h"
 
+#include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/streams/BigEndianInputStream.h"
 #include "formats/streams/BigEndianOutputStream.h"
@@ -133,7 +134,9 @@ MaybeError NeXTSunFile::readHeader()
         return failure;
     readSampleFormat();
     readSoundDataSize(numBytes);
-    noteAnnotation();
+    mLedger.addStructure({0, shortestHeader});
+    declareAnnotation();
+    declareSound();
     return std::nullopt;
 }
 
@@ -179,21 +182,40 @@ void NeXTSunFile::readSoundDataSize(int64_t numBytes)
         numBytes = numBytesThere;
         mWarnings.append(FileDamage::soundCutShort(name()));
     }
+    mNumBytesOfSound = numBytes;
     if (requiresConversion())
         mHoldsNoSound = numBytes == 0;
     else
         mNumberOfFrames = numBytes / frameSize();
 }
 
-/// Text between header and sound, for which there is no room in a file that we write.
-void NeXTSunFile::noteAnnotation()
+/// What stands between header and sound, for which there is no room in a file that we write.
+void NeXTSunFile::declareAnnotation()
 {
-    const QByteArray bytes = readRawDataAtOffset(
-        shortestHeader, std::min(mSoundDataOffset - shortestHeader, longestAnnotationShown));
-    const qsizetype end = bytes.indexOf('\0');
-    const QString text = QString::fromUtf8(end < 0 ? bytes : bytes.left(end)).simplified();
-    if (!text.isEmpty())
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("annotation (“%1”)").arg(text));
+    const ByteRange bytes = {shortestHeader, std::min(mSoundDataOffset, lengthOfFile()) - shortestHeader};
+    const QByteArray start =
+        readRawDataAtOffset(bytes.offset, std::min(bytes.length, longestAnnotationShown));
+    const qsizetype end = start.indexOf('\0');
+    const QByteArray text = (end < 0 ? start : start.left(end)).simplified();
+    const auto isNoText = [](char byte) { return static_cast<unsigned char>(byte) < ' '; };
+    const bool isText = !text.isEmpty() && std::none_of(text.begin(), text.end(), isNoText);
+    if (isText)
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("annotation (“%1”)").arg(QString::fromUtf8(text)),
+                           bytes);
+    else if (start.simplified().isEmpty() && bytes.length <= longestAnnotationShown)
+        mLedger.addStructure(bytes);
+    else
+        declareUnused(mLedger, *fileHandle(), bytes, QStringLiteral("annotation of %1 bytes"));
+}
+
+void NeXTSunFile::declareSound()
+{
+    const int64_t length = lengthOfFile();
+    const int64_t start = std::min(mSoundDataOffset, length);
+    const int64_t numBytes = requiresConversion() ? mNumBytesOfSound : mNumberOfFrames * frameSize();
+    mLedger.addInModel({start, numBytes});
+    declareUnused(mLedger, *fileHandle(), {start + numBytes, length - start - numBytes},
+                  QStringLiteral("%1 bytes behind the sound"));
 }
 
 int64_t NeXTSunFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const

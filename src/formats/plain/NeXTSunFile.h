@@ -25,6 +25,7 @@ public:
 
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
     MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
+    bool declaresWholeFile() const override { return true; }
 
     void validateAndCorrectParameters() override;
 
@@ -38,11 +39,14 @@ private:
     MaybeError checkHeader() const;
     void readSampleFormat();
     void readSoundDataSize(int64_t numBytes);
-    void noteAnnotation();
+    void declareAnnotation();
+    void declareSound();
     QString name() const;
 
     /// As the header tells; 0 in a file that is written.
     uint32_t mEncoding = 0;
+    /// Bytes of sound in the opened file.
+    int64_t mNumBytesOfSound = 0;
 };
 
 } // namespace velloria

@@ -1,6 +1,7 @@
 #include "formats/wave/WaveChunkNames.h"
 
 #include "formats/chunks/ChunkNames.h"
+#include "formats/chunks/UnusedBytes.h"
 
 #include <QtEndian>
 #include <algorithm>
@@ -27,11 +28,43 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
     {fourCharCode("chna"), "channel description"},
     {fourCharCode("_PMX"), "XMP metadata"},
     {fourCharCode("data"), "more sound data"},
+    {fourCharCode("fmt "), "another format"},
     {fourCharCode("bext"), "broadcast description"},
     {fourCharCode("iXML"), "recording notes"},
     {fourCharCode("axml"), "broadcast metadata"},
     {fourCharCode("qlty"), "quality report"},
     {fourCharCode("levl"), "peak envelope"},
+    {fourCharCode("mext"), "MPEG extension"},
+    {fourCharCode("link"), "file links"},
+    {fourCharCode("DISP"), "display text"},
+    {fourCharCode("labl"), "cue labels"},
+    {fourCharCode("note"), "cue notes"},
+    {fourCharCode("ltxt"), "cue regions"},
+});
+
+constexpr auto infoNames = std::to_array<ChunkName>({
+    {fourCharCode("IARL"), "archive location"},
+    {fourCharCode("IART"), "artist"},
+    {fourCharCode("ICMS"), "commissioner"},
+    {fourCharCode("ICMT"), "comments"},
+    {fourCharCode("ICOP"), "copyright"},
+    {fourCharCode("ICRD"), "date"},
+    {fourCharCode("IENG"), "engineer"},
+    {fourCharCode("IGNR"), "genre"},
+    {fourCharCode("IKEY"), "keywords"},
+    {fourCharCode("ILNG"), "language"},
+    {fourCharCode("IMED"), "medium"},
+    {fourCharCode("IMUS"), "composer"},
+    {fourCharCode("INAM"), "title"},
+    {fourCharCode("IPRD"), "album"},
+    {fourCharCode("IPRT"), "part"},
+    {fourCharCode("ISBJ"), "subject"},
+    {fourCharCode("ISRC"), "source"},
+    {fourCharCode("ISRF"), "source form"},
+    {fourCharCode("ITCH"), "technician"},
+    {fourCharCode("ITRK"), "track number"},
+    {fourCharCode("TRCK"), "track number"},
+    {fourCharCode("YEAR"), "year"},
 });
 
 constexpr std::array fillerChunks = {
@@ -40,7 +73,8 @@ constexpr std::array fillerChunks = {
     fourCharCode("Fake"), fourCharCode("ds64"),
 };
 
-constexpr size_t mostEntriesLookedAt = 16;
+constexpr size_t mostEntriesLookedAt = 1000;
+constexpr int64_t listTypeLength = 4;
 
 FourCharCode identAt(const FileHandle& handle, int64_t offset)
 {
@@ -48,37 +82,60 @@ FourCharCode identAt(const FileHandle& handle, int64_t offset)
     return bytes.size() == 4 ? qFromBigEndian<quint32>(bytes.constData()) : 0;
 }
 
-/// An INFO list whose only entry is the writing program's name, as some programs put into every file.
-bool namesOnlyTheWriter(const RiffChunk& chunk, const FileHandle& handle)
+bool isFiller(FourCharCode ident)
 {
-    if (identAt(handle, chunk.payloadOffset()) != fourCharCode("INFO"))
-        return false;
-    constexpr int64_t listTypeLength = 4;
-    const RiffChunkList entries = RiffChunkList::ofFile(handle, chunk.payloadOffset() + listTypeLength,
-                                                        chunk.end(), mostEntriesLookedAt);
-    const auto isOfTheWriter = [](const RiffChunk& entry) { return entry.ident == fourCharCode("ISFT"); };
-    return entries.chunks().size() < mostEntriesLookedAt &&
-           std::all_of(entries.chunks().begin(), entries.chunks().end(), isOfTheWriter);
+    return std::find(fillerChunks.begin(), fillerChunks.end(), ident) != fillerChunks.end();
+}
+
+ByteRange rangeUpTo(int64_t end, const RiffChunk& chunk)
+{
+    return {chunk.payloadOffset(), std::max<int64_t>(0, std::min(chunk.end(), end) - chunk.payloadOffset())};
+}
+
+void declareInfoEntry(const RiffChunk& entry, ByteRange bytes, FileLedger& ledger)
+{
+    // Some programs put their name into every file.
+    if (entry.size == 0 || entry.ident == fourCharCode("ISFT"))
+        ledger.addStructure(bytes);
+    else
+        ledger.addNotKept(ItemKind::tag, nameOfChunk(entry.ident, infoNames), bytes);
+}
+
+void declareList(ByteRange list, const FileHandle& handle, FileLedger& ledger)
+{
+    const FourCharCode listType = identAt(handle, list.offset);
+    const QString name = QStringLiteral("LIST (%1)").arg(nameOfChunk(listType, {}));
+    const bool isInfo = listType == fourCharCode("INFO");
+    if (list.length < listTypeLength || (!isInfo && listType != fourCharCode("adtl"))) {
+        ledger.addNotKept(ItemKind::part, name, list);
+        return;
+    }
+    int64_t end = list.offset + listTypeLength;
+    ledger.addStructure({list.offset, listTypeLength});
+    const RiffChunkList entries = RiffChunkList::ofFile(handle, end, list.end(), mostEntriesLookedAt);
+    for (const RiffChunk& entry : entries.chunks()) {
+        const ByteRange bytes = rangeUpTo(list.end(), entry);
+        ledger.addStructure({end, bytes.offset - end});
+        if (isInfo)
+            declareInfoEntry(entry, bytes, ledger);
+        else
+            ledger.addNotKept(ItemKind::part, nameOfChunk(entry.ident, chunkNames), bytes);
+        end = bytes.end();
+    }
+    declareUnused(ledger, handle, {end, list.end() - end}, QStringLiteral("%1 bytes of ") + name);
 }
 
 } // namespace
 
-bool isDispensableWaveChunk(const RiffChunk& chunk, const FileHandle& handle)
+void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedger& ledger)
 {
-    if (chunk.size == 0)
-        return true;
-    if (chunk.ident == fourCharCode("LIST"))
-        return namesOnlyTheWriter(chunk, handle);
-    return std::find(fillerChunks.begin(), fillerChunks.end(), chunk.ident) != fillerChunks.end();
-}
-
-QString nameOfWaveChunk(const RiffChunk& chunk, const FileHandle& handle)
-{
-    if (chunk.ident == fourCharCode("LIST")) {
-        const FourCharCode listType = identAt(handle, chunk.payloadOffset());
-        return QStringLiteral("LIST (%1)").arg(QString::fromLatin1(fourCharText(listType)));
-    }
-    return nameOfChunk(chunk.ident, chunkNames);
+    const ByteRange bytes = rangeUpTo(handle.length(), chunk);
+    if (chunk.size == 0 || isFiller(chunk.ident))
+        ledger.addStructure(bytes);
+    else if (chunk.ident == fourCharCode("LIST"))
+        declareList(bytes, handle, ledger);
+    else
+        ledger.addNotKept(ItemKind::part, nameOfChunk(chunk.ident, chunkNames), bytes);
 }
 
 } // namespace velloria

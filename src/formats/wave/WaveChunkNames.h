@@ -1,17 +1,14 @@
 #pragma once
 
 #include "formats/chunks/RiffChunkList.h"
-
-#include <QString>
+#include "formats/ledger/FileLedger.h"
 
 namespace velloria
 {
 
-/// True for a chunk that holds nothing of the user's: filler, what follows from the samples, and tags that
-/// name only the program that wrote the file.
-bool isDispensableWaveChunk(const RiffChunk& chunk, const FileHandle& handle);
-
-/// The chunk as a person would read it: "cue points (cue )", "LIST (INFO)".
-QString nameOfWaveChunk(const RiffChunk& chunk, const FileHandle& handle);
+/// Declares the payload of a chunk that is not taken in. Filler, what follows from the samples and the name
+/// of the writing program are structure; all else is told, lists by their entries: "cue points (cue )", the
+/// tag "artist (IART)".
+void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedger& ledger);
 
 } // namespace velloria

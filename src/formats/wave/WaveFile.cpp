@@ -1,9 +1,7 @@
 #include "formats/wave/WaveFile.h"
 
-#include "formats/chunks/ChunkNames.h"
+#include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
-#include "formats/tags/Id3Intake.h"
-#include "formats/tags/Id3Writer.h"
 #include "formats/wave/WaveChunkNames.h"
 #include "formats/wave/WaveMarkers.h"
 #include "platform/Log.h"
@@ -28,14 +26,10 @@ constexpr FourCharCode tagIdent = fourCharCode("ID3 ");
 constexpr FourCharCode lowerCaseTagIdent = fourCharCode("id3 ");
 
 constexpr int64_t riffHeaderLength = 12;
-constexpr int64_t largestFile = 0xFFFFFFFF;
 constexpr int64_t unknownSize = 0xFFFFFFFF;
 // Formats without a field for the bits per sample end before it.
 constexpr qsizetype shortestFormatPayload = 14;
 constexpr int64_t longestFormatPayload = 256;
-// Chunks beyond this size are no descriptions of a recording.
-constexpr int64_t largestKeptChunk = int64_t{64} << 20;
-constexpr uint32_t widestSample = 32;
 constexpr uint32_t largestFrame = 65535;
 
 constexpr std::array broadcastWaveIdents = {
@@ -54,30 +48,19 @@ QByteArray chunkWithPayload(FourCharCode ident, const QByteArray& payload)
     return riffChunkHeader(ident, payload.size()) + payload;
 }
 
-void logException(const char* method, const QString& reason)
-{
-    logLine(QStringLiteral("Exception raised in -[WaveFile %1]: %2").arg(QLatin1String(method), reason));
-}
-
 } // namespace
 
 WaveFile::WaveFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
-    : AudioFile(sampleRate, sampleSize, numChannels)
+    : ChunkedFile(sampleRate, sampleSize, numChannels)
     , mOffsetEncoding(sampleSize < 9)
 {
     mIsLittleEndian = true;
-    mCanSaveMarkers = true;
-    mCanSaveMetadata = true;
-    mCanSaveArtwork = true;
 }
 
 WaveFile::WaveFile(std::shared_ptr<FileHandle> handle)
-    : AudioFile(std::move(handle))
+    : ChunkedFile(std::move(handle))
 {
     mIsLittleEndian = true;
-    mCanSaveMarkers = true;
-    mCanSaveMetadata = true;
-    mCanSaveArtwork = true;
 }
 
 bool WaveFile::validateFileHeader(const FileHandle& handle)
@@ -106,21 +89,36 @@ QString WaveFile::fileFormatUTI() const
 
 QString WaveFile::encodingDescription() const
 {
-    return mChunks.chunks().empty() ? AudioFile::encodingDescription() : mFormat.description();
-}
-
-QString WaveFile::name() const
-{
-    return displayName(filePath());
+    return chunks().chunks().empty() ? AudioFile::encodingDescription() : mFormat.description();
 }
 
 MaybeError WaveFile::readHeader()
 {
-    const auto damaged = [this](const QString& why) { return FileDamage::unreadable(name(), why); };
     if (identAt(*fileHandle(), 0) != riffIdent)
-        return damaged(QStringLiteral("it is not a RIFF file"));
-    mChunks = RiffChunkList::ofFile(*fileHandle(), riffHeaderLength, lengthOfFile());
-    const RiffChunk* const format = mChunks.find(formatIdent);
+        return FileDamage::unreadable(name(), QStringLiteral("it is not a RIFF file"));
+    const QByteArray riffSize = readRawDataAtOffset(4, 4);
+    const int64_t formEnd = RiffChunk::headerLength +
+                            (riffSize.size() == 4 ? qFromLittleEndian<quint32>(riffSize.constData()) : 0);
+    mLedger.addStructure({0, riffHeaderLength});
+    setChunks(RiffChunkList::ofFile(*fileHandle(), riffHeaderLength, lengthOfFile(),
+                                    RiffChunkList::mostChunksOfFile, ChunkByteOrder::littleEndian, formEnd));
+    if (auto failure = readFormat())
+        return failure;
+    if (!chunks().find(dataIdent))
+        return FileDamage::unreadable(name(), QStringLiteral("it has no sound data"));
+    readSoundDataChunk();
+    readMarkerChunk();
+    readMetadata();
+    readBroadcastWaveFileChunks();
+    declareFormat();
+    declareChunks();
+    return std::nullopt;
+}
+
+MaybeError WaveFile::readFormat()
+{
+    const auto damaged = [this](const QString& why) { return FileDamage::unreadable(name(), why); };
+    const RiffChunk* const format = chunks().find(formatIdent);
     if (!format)
         return damaged(QStringLiteral("its format chunk is missing"));
     const QByteArray payload =
@@ -130,30 +128,20 @@ MaybeError WaveFile::readHeader()
     mFormat = WaveFormat::ofPayload(payload);
     if (auto failure = mFormat.checked(name()))
         return failure;
-    const RiffChunk* const data = mChunks.find(dataIdent);
-    if (!data)
-        return damaged(QStringLiteral("it has no sound data"));
-
     mNumberOfChannels = mFormat.numChannels;
     mSampleRate = mFormat.sampleRate;
     mDataFormat = mFormat.dataFormat();
-    mSoundDataOffset = data->payloadOffset();
     if (mFormat.isPCM()) {
         mOffsetEncoding = mFormat.isOffsetEncoded();
         mBitsPerSample = mFormat.containerBits();
-    } else {
-        mRequiresConversion = true;
-        mIsFloat = mFormat.isFloat();
-        // A codec's bits per sample tell nothing of the samples that it decodes to.
-        if (mFormat.isLinear() && mFormat.bitsPerSample > 0)
-            mBitsPerSample = mFormat.bitsPerSample;
-        logLine(QStringLiteral("WAV file is not PCM and requires conversion."));
+        return std::nullopt;
     }
-    readSoundDataChunk(*data);
-    readMarkerChunk();
-    readMetadata();
-    readBroadcastWaveFileChunks();
-    listChunksNotKept();
+    mRequiresConversion = true;
+    mIsFloat = mFormat.isFloat();
+    // A codec's bits per sample tell nothing of the samples that it decodes to.
+    if (mFormat.isLinear() && mFormat.bitsPerSample > 0)
+        mBitsPerSample = mFormat.bitsPerSample;
+    logLine(QStringLiteral("WAV file is not PCM and requires conversion."));
     return std::nullopt;
 }
 
@@ -167,86 +155,76 @@ bool WaveFile::wasNeverCompleted(const RiffChunk& data) const
     return data.size == 0 && hasMore && !RiffChunkList::isHeaderLikelyAt(*fileHandle(), data.payloadOffset());
 }
 
-void WaveFile::readSoundDataChunk(const RiffChunk& data)
+void WaveFile::readSoundDataChunk()
 {
-    int64_t numBytes = std::min(data.size, lengthOfFile() - data.payloadOffset());
-    if (wasNeverCompleted(data)) {
-        numBytes = lengthOfFile() - data.payloadOffset();
+    const RiffChunk* data = chunks().find(dataIdent);
+    if (wasNeverCompleted(*data)) {
+        openUpChunk(dataIdent);
         mWarnings.append(FileDamage::headerNeverCompleted(name()));
-    } else if (!data.isComplete) {
+    } else if (!data->isComplete) {
         mWarnings.append(FileDamage::soundCutShort(name()));
     }
-    if (mFormat.isPCM())
-        mNumberOfFrames = numBytes / frameSize();
-    else
-        mHoldsNoSound = numBytes <= 0;
-}
-
-QByteArray WaveFile::payloadOf(const RiffChunk& chunk) const
-{
-    return readRawDataAtOffset(chunk.payloadOffset(), chunk.size);
+    mSoundDataOffset = data->payloadOffset();
+    ByteRange sound = payloadRangeOf(*data);
+    if (mFormat.isPCM()) {
+        mNumberOfFrames = sound.length / frameSize();
+        sound.length = mNumberOfFrames * frameSize();
+    } else {
+        mHoldsNoSound = sound.length == 0;
+    }
+    declareSound(*data, sound);
 }
 
 void WaveFile::readMarkerChunk()
 {
-    const RiffChunk* const chunk = mChunks.find(markerIdent);
+    const RiffChunk* const chunk = chunks().find(markerIdent);
     if (!chunk || chunk->size > largestKeptChunk)
         return;
     WaveMarkers::Result result = WaveMarkers::markersOfPayload(payloadOf(*chunk));
-    mOffsetsOfKeptChunks.push_back(chunk->offset);
-    if (!result.isComplete) {
-        logException("readMarkerChunk", QStringLiteral("the chunk ends before its last marker"));
-        mWarnings.append(FileDamage::markersUnreadable(name()));
-    }
+    mLedger.addInModel(payloadRangeOf(*chunk));
+    markDeclared(*chunk);
+    if (!result.isComplete)
+        tellOfDamagedMarkers(*chunk, "WaveFile");
     mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
-}
-
-const RiffChunk* WaveFile::metadataChunkFound() const
-{
-    const RiffChunk* const chunk = mChunks.find(tagIdent);
-    return chunk ? chunk : mChunks.find(lowerCaseTagIdent);
 }
 
 void WaveFile::readMetadata()
 {
-    const RiffChunk* const chunk = metadataChunkFound();
-    if (!chunk || chunk->size == 0)
-        return;
-    const auto tagLedger = chunk->isComplete ? takeInId3Tag(payloadOf(*chunk), mMetadata) : std::nullopt;
-    if (!tagLedger) {
-        logException("readMetadata", QStringLiteral("the chunk holds no complete ID3v2 tag"));
-        mWarnings.append(FileDamage::tagsUnreadable(name()));
-        return;
-    }
-    mOffsetsOfKeptChunks.push_back(chunk->offset);
-    mLedger.addNested(*tagLedger, chunk->payloadOffset());
+    const RiffChunk* chunk = chunks().find(tagIdent);
+    if (!chunk)
+        chunk = chunks().find(lowerCaseTagIdent);
+    if (chunk)
+        readId3Chunk(*chunk, "WaveFile");
 }
 
 void WaveFile::readBroadcastWaveFileChunks()
 {
-    QList<QByteArray> chunks;
+    QList<QByteArray> kept;
     for (const FourCharCode ident : broadcastWaveIdents) {
-        const RiffChunk* const chunk = mChunks.find(ident);
-        if (!chunk || !chunk->isComplete || chunk->size > largestKeptChunk)
-            continue;
-        chunks.append(readRawDataAtOffset(chunk->offset, RiffChunk::headerLength + chunk->size));
-        mOffsetsOfKeptChunks.push_back(chunk->offset);
+        if (const RiffChunk* const chunk = takeChunk(ident))
+            kept.append(readRawDataAtOffset(chunk->offset, RiffChunk::headerLength + chunk->size));
     }
-    if (!chunks.isEmpty())
-        mMetadata.setWaveBWFChunks(chunks);
+    if (!kept.isEmpty())
+        mMetadata.setWaveBWFChunks(kept);
 }
 
-void WaveFile::listChunksNotKept()
+/// Nothing but the places of the speakers is lost when the plain format is written in its stead.
+void WaveFile::declareFormat()
 {
-    const RiffChunk* const format = mChunks.find(formatIdent);
-    const RiffChunk* const data = mChunks.find(dataIdent);
-    for (const RiffChunk& chunk : mChunks.chunks()) {
-        const bool isKept = std::find(mOffsetsOfKeptChunks.begin(), mOffsetsOfKeptChunks.end(),
-                                      chunk.offset) != mOffsetsOfKeptChunks.end();
-        if (&chunk == format || &chunk == data || isKept || isDispensableWaveChunk(chunk, *fileHandle()))
-            continue;
-        mLedger.addNotKept(ItemKind::part, nameOfWaveChunk(chunk, *fileHandle()));
-    }
+    const RiffChunk* const format = chunks().find(formatIdent);
+    markDeclared(*format);
+    const ByteRange payload = payloadRangeOf(*format);
+    const int64_t numBytesRead = std::min(payload.length, longestFormatPayload);
+    mLedger.addStructure({payload.offset, numBytesRead});
+    if (mFormat.hasUncommonSpeakers())
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("places of the speakers (fmt )"));
+    declareUnused(mLedger, *fileHandle(), {payload.offset + numBytesRead, payload.length - numBytesRead},
+                  QStringLiteral("%1 bytes of the format chunk"));
+}
+
+void WaveFile::declareOtherChunk(const RiffChunk& chunk)
+{
+    declareWaveChunk(chunk, *fileHandle(), mLedger);
 }
 
 int64_t WaveFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const
@@ -282,18 +260,6 @@ void WaveFile::convertTwosComplementData(std::span<std::byte> data) const
         data[i] ^= std::byte{0x80};
 }
 
-bool WaveFile::canSavePicture(const AttachedPicture& picture) const
-{
-    return canBeId3Picture(picture);
-}
-
-void WaveFile::validateAndCorrectParameters()
-{
-    AudioFile::validateAndCorrectParameters();
-    // Wider integers (offered to a document of 64-bit floats) could only be written as zeros.
-    mBitsPerSample = std::min(mBitsPerSample, widestSample);
-}
-
 uint32_t WaveFile::maximumNumberOfChannels() const
 {
     return largestFrame / static_cast<uint32_t>(std::max<int64_t>(1, sampleSizeInBytes()));
@@ -325,7 +291,7 @@ bool WaveFile::writeHeader(MaybeError* error)
     const QByteArray format = chunkWithPayload(formatIdent, formatToWrite().payload());
     mSoundDataOffset = riffHeaderLength + format.size() + RiffChunk::headerLength;
     const int64_t numBytes = frameSize() * mNumberOfFrames;
-    if (lengthWithFooter() > largestFile)
+    if (lengthWithFooter() > largestFileOf32Bits)
         return false;
 
     int64_t offset = riffHeaderLength;
@@ -343,9 +309,10 @@ bool WaveFile::writeHeader(MaybeError* error)
 int64_t WaveFile::lengthWithFooter() const
 {
     // Compared by division: the product of absurd numbers need not fit 64 bits.
-    if (mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize()))
-        return largestFile + 1;
+    if (mNumberOfFrames > largestFileOf32Bits / std::max<int64_t>(1, frameSize()))
+        return largestFileOf32Bits + 1;
     int64_t length = mSoundDataOffset + frameSize() * mNumberOfFrames;
+    length += length % 2;
     for (const QByteArray& chunk : footerChunks())
         length += chunk.size() + (length + chunk.size()) % 2;
     return length;
@@ -353,21 +320,25 @@ int64_t WaveFile::lengthWithFooter() const
 
 std::vector<QByteArray> WaveFile::footerChunks() const
 {
-    std::vector<QByteArray> chunks;
+    std::vector<QByteArray> footer;
     if (mMarkers && !mMarkers->empty())
-        chunks.push_back(chunkWithPayload(markerIdent, WaveMarkers::payloadOfMarkers(*mMarkers)));
+        footer.push_back(chunkWithPayload(markerIdent, WaveMarkers::payloadOfMarkers(*mMarkers)));
     if (mMetadata.isNotEmpty()) {
         if (const QByteArray tag = mMetadata.id3Data(); !tag.isEmpty())
-            chunks.push_back(chunkWithPayload(tagIdent, tag));
+            footer.push_back(chunkWithPayload(tagIdent, tag));
     }
     for (const QByteArray& chunk : mMetadata.waveBWFChunks())
-        chunks.push_back(chunk);
-    return chunks;
+        footer.push_back(chunk);
+    return footer;
 }
 
 MaybeError WaveFile::writeFooter()
 {
     int64_t offset = lengthOfFile();
+    // A pad byte follows sound of odd length, as the format asks for: without it other programs find nothing
+    // of what stands behind.
+    if (auto error = writeChunk({}, &offset))
+        return error;
     for (const QByteArray& chunk : footerChunks()) {
         if (auto error = writeChunk(chunk, &offset))
             return error;
@@ -403,7 +374,7 @@ void WaveFile::logAllChunks() const
     logLine(QStringLiteral("File size %1").arg(lengthOfFile()));
     logLine(QStringLiteral("RIFF size %1")
                 .arg(riffSize.size() == 4 ? qFromLittleEndian<quint32>(riffSize.data()) : 0));
-    for (const RiffChunk& chunk : mChunks.chunks())
+    for (const RiffChunk& chunk : chunks().chunks())
         logLine(QStringLiteral("    %1 size %2")
                     .arg(QString::fromLatin1(fourCharText(chunk.ident)))
                     .arg(chunk.size));

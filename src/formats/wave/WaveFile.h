@@ -1,7 +1,6 @@
 #pragma once
 
-#include "formats/chunks/RiffChunkList.h"
-#include "formats/file/AudioFile.h"
+#include "formats/chunks/ChunkedFile.h"
 #include "formats/wave/WaveFormat.h"
 
 namespace velloria
@@ -11,7 +10,7 @@ namespace velloria
 /// Markers live in a private "MARK" chunk, tags as an ID3v2 tag in an "ID3 " chunk, and the chunks of
 /// Broadcast Wave are carried through as they are. Damage that leaves sound to read is told in warnings(); a
 /// header that makes no sense is an error.
-class WaveFile : public AudioFile
+class WaveFile : public ChunkedFile
 {
 public:
     /// For writing.
@@ -30,31 +29,30 @@ public:
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
     MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
 
-    void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override;
     int64_t maximumNumberOfMarkers() const override;
     int64_t largestMarkerName() const override;
 
-    bool canSavePicture(const AttachedPicture& picture) const override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 
     /// Logs every chunk's name and size, for looking into a file.
     void logAllChunks() const;
 
+protected:
+    void declareOtherChunk(const RiffChunk& chunk) override;
+
 private:
     explicit WaveFile(std::shared_ptr<FileHandle> handle);
 
     MaybeError readHeader();
-    void readSoundDataChunk(const RiffChunk& data);
+    MaybeError readFormat();
+    void readSoundDataChunk();
     bool wasNeverCompleted(const RiffChunk& data) const;
     void readMarkerChunk();
     void readMetadata();
     void readBroadcastWaveFileChunks();
-    void listChunksNotKept();
-    const RiffChunk* metadataChunkFound() const;
-    QByteArray payloadOf(const RiffChunk& chunk) const;
-    QString name() const;
+    void declareFormat();
 
     WaveFormat formatToWrite() const;
     std::vector<QByteArray> footerChunks() const;
@@ -65,8 +63,6 @@ private:
 
     bool mOffsetEncoding = false;
     WaveFormat mFormat;
-    RiffChunkList mChunks;
-    std::vector<int64_t> mOffsetsOfKeptChunks;
 };
 
 } // namespace velloria

@@ -15,6 +15,9 @@ namespace
 constexpr qsizetype pcmPayloadLength = 16;
 // Where an extensible format's sub-format identifier begins with the format tag.
 constexpr qsizetype subFormatOffset = 24;
+constexpr qsizetype channelMaskOffset = 20;
+constexpr uint32_t maskOfMono = 4;
+constexpr uint32_t maskOfStereo = 3;
 // Beyond what any converter or radio delivers.
 constexpr uint32_t highestSampleRate = 100'000'000;
 constexpr uint32_t widestSample = 32;
@@ -85,6 +88,7 @@ WaveFormat WaveFormat::ofPayload(const QByteArray& payload)
     format.bitsPerSample = uint16At(payload, 14);
     format.subFormatTag =
         format.formatTag == tagExtensible ? uint16At(payload, subFormatOffset) : format.formatTag;
+    format.channelMask = format.formatTag == tagExtensible ? uint32At(payload, channelMaskOffset) : 0;
     return format;
 }
 
@@ -138,6 +142,13 @@ uint32_t WaveFormat::containerBits() const
 bool WaveFormat::isOffsetEncoded() const
 {
     return (bitsPerSample == 0 ? containerBits() : bitsPerSample) < 9;
+}
+
+bool WaveFormat::hasUncommonSpeakers() const
+{
+    const bool isCommon =
+        (numChannels == 1 && channelMask == maskOfMono) || (numChannels == 2 && channelMask == maskOfStereo);
+    return channelMask != 0 && !isCommon;
 }
 
 FourCharCode WaveFormat::dataFormat() const

@@ -28,6 +28,8 @@ struct WaveFormat {
     uint16_t bitsPerSample = 0;
     /// The format tag that an extensible format stands for; else formatTag.
     uint16_t subFormatTag = tagPCM;
+    /// Of an extensible format, a bit for each place of a speaker; 0 tells nothing.
+    uint32_t channelMask = 0;
 
     /// The fields of a chunk's payload, as far as it goes.
     static WaveFormat ofPayload(const QByteArray& payload);
@@ -46,6 +48,8 @@ struct WaveFormat {
     uint32_t containerBits() const;
     /// PCM samples of up to 8 bits are unsigned. A width of 0 tells nothing: then the room decides.
     bool isOffsetEncoded() const;
+    /// True when the channels are not what any program takes as many for: one centre, or left and right.
+    bool hasUncommonSpeakers() const;
     FourCharCode dataFormat() const;
     /// "24-bit integer", "extensible (32-bit floating point)", "IMA ADPCM", ...
     QString description() const;

@@ -202,12 +202,47 @@ TEST_F(AiffFileDamageTest, NamesTheChunksAndTagsThatASaveWouldDrop)
          {"MIDI data (MIDI)", "data of another program (APPL)", "LGWV"},
          {}},
         {iffChunk("ID3 ", tags), {}, {"lyricist"}},
+        {iffChunk("CHAN", bigEndian32(101U << 16 | 2) + QByteArray(8, '\0')), {}, {}},
+        {iffChunk("CHAN", bigEndian32(121U << 16 | 6) + QByteArray(8, '\0')), {"channel layout (CHAN)"}, {}},
+        {iffChunk("COMM", "more") + soundChunk("more"),
+         {"another format (COMM)", "more sound data (SSND)"},
+         {}},
+        {iffChunk("COMM", "more").left(10), {"another format (COMM)"}, {}},
     };
     for (const auto& c : cases) {
-        const auto file = openAiff(aiff({}, "abcd", c.chunks));
+        const auto file = openAiff(aiff({}, "abcd", {}, c.chunks));
         ASSERT_TRUE(file);
         EXPECT_EQ(file->chunksNotKept(), c.notKept);
         EXPECT_EQ(file->tagsNotKept(), c.tags);
+    }
+}
+
+TEST_F(AiffFileDamageTest, NamesBytesThatBelongToNothing)
+{
+    const auto sound = [](const QByteArray& payload) {
+        return "SSND" + bigEndian32(static_cast<quint32>(8 + payload.size())) + bigEndian32(4) +
+               bigEndian32(0) + payload;
+    };
+    const QByteArray common = iffChunk("COMM", commonPayload({2, 1, 16}));
+    const struct {
+        QByteArray file;
+        QStringList notKept;
+    } cases[] = {
+        {form("AIFF", common + sound("ABCDabcd")), {"4 bytes in front of the sound"}},
+        {form("AIFF", common + sound(QByteArray(4, '\0') + "abcd")), {}},
+        {form("AIFF", common + sound(QByteArray(4, '\0') + "abcdefg")), {"3 bytes behind the last frame"}},
+        {form("AIFF", common + soundChunk("abcd")) + "\1\2\3", {"3 bytes behind the last chunk"}},
+        {form("AIFF", common + soundChunk("abcd")) + "\1rubbish behind", {"15 bytes behind the last chunk"}},
+        {form("AIFF", common + soundChunk("abcd")) + QByteArray(30, '\0'), {}},
+        {form("AIFF",
+              iffChunk("COMM", commonPayload({2, 1, 16}) + QByteArray(600, 'x')) + soundChunk("abcd")),
+         {"106 bytes of the format chunk"}},
+    };
+    for (const auto& c : cases) {
+        const auto file = openAiff(c.file);
+        ASSERT_TRUE(file);
+        EXPECT_EQ(signedSamples(*file), "badc");
+        EXPECT_EQ(file->chunksNotKept(), c.notKept);
     }
 }
 

@@ -40,11 +40,12 @@ TEST_F(AiffFileTest, WritesTheHeaderByteByByte)
     for (const auto& c : cases) {
         saveSilence("out.aif", 5, c.bits, c.numChannels);
         const int numBytes = 5 * c.bytesPerSample * static_cast<int>(c.numChannels);
-        EXPECT_EQ(bytesOf("out.aif"), "FORM" + bigEndian32(static_cast<quint32>(46 + numBytes)) + "AIFFCOMM" +
-                                          bigEndian32(18) + bigEndian16(c.numChannels) + bigEndian32(5) +
-                                          bigEndian16(c.bits) + extended44100 + "SSND" +
-                                          bigEndian32(static_cast<quint32>(8 + numBytes)) +
-                                          QByteArray(8 + numBytes, '\0'))
+        const int numPadBytes = numBytes % 2;
+        EXPECT_EQ(bytesOf("out.aif"),
+                  "FORM" + bigEndian32(static_cast<quint32>(46 + numBytes + numPadBytes)) + "AIFFCOMM" +
+                      bigEndian32(18) + bigEndian16(c.numChannels) + bigEndian32(5) + bigEndian16(c.bits) +
+                      extended44100 + "SSND" + bigEndian32(static_cast<quint32>(8 + numBytes)) +
+                      QByteArray(8 + numBytes + numPadBytes, '\0'))
             << c.bits << " bits";
     }
 }
@@ -99,8 +100,8 @@ TEST_F(AiffFileTest, WritesItsChunksInThisOrder)
         iffChunk("NAME", "Lerche") + iffChunk("AUTH", "\x81se") + iffChunk("(c) ", "\xA9") +
         iffChunk("ANNO", "x ? o \x8E ?") + iffChunk("INST", "instrument") + iffChunk("MIDI", "odd") +
         iffChunk("AESD", "AESD") + iffChunk("COMT", "comment") + soundChunk(QByteArray(3, '\0')) +
-        // Neither the odd sound nor the tag has a pad byte.
-        "ID3 " + bigEndian32(static_cast<quint32>(tag.size())) + tag;
+        // The odd sound has a pad byte, the tag has none.
+        '\0' + "ID3 " + bigEndian32(static_cast<quint32>(tag.size())) + tag;
     EXPECT_EQ(bytesOf("out.aif"), form("AIFF", expected));
 }
 
@@ -147,6 +148,54 @@ TEST_F(AiffFileTest, KeepsTenThousandMarkersWithLongNames)
     const auto markers = markersOf(*opened("plain.aif"));
     ASSERT_EQ(markers.size(), many.size());
     EXPECT_EQ(markers[9999], std::pair(int64_t{999900}, QString(255, '?')));
+}
+
+TEST_F(AiffFileTest, SaysWhatASaveWouldLoseOfMarkers)
+{
+    const QByteArray marks = bigEndian16(1) + bigEndian16(300) + bigEndian32(7) + "\1a";
+    const QByteArray loops = bytes("\x3C\0\0\x7F\1\x7F\0\0\0\1\1\x2C\1\x2C\0\0\0\0\0\0");
+    const QByteArray comment =
+        bigEndian16(1) + bigEndian32(0) + bigEndian16(300) + bigEndian16(1) + bytes("c\0");
+    const QByteArray ours = archivedMarkers(markerList({{1, "one"}}));
+    const QStringList numbers("the numbers of markers, to which loops or comments refer");
+    const struct {
+        QByteArray chunks;
+        QStringList values;
+        QStringList parts;
+    } cases[] = {
+        {iffChunk("MARK", marks), {}, {}},
+        {iffChunk("MARK", marks) + iffChunk("INST", loops), numbers, {}},
+        {iffChunk("MARK", marks) + iffChunk("COMT", comment), numbers, {}},
+        {iffChunk("INST", loops), {}, {}},
+        // Another program changed the public markers.
+        {iffChunk("MARK", marks) + iffChunk("uMrk", ours), {}, {"markers (MARK)"}},
+        {iffChunk("MARK", marks) + iffChunk("uMrk", "bplist00..."), {}, {"markers (uMrk)"}},
+        {iffChunk("MARK", marks) + iffChunk("uMrk", archivedMarkers(nullptr)), {}, {}},
+    };
+    for (const auto& c : cases) {
+        const auto file = openAiff(aiff({}, "abcd", c.chunks));
+        EXPECT_EQ(file->ledger().namesNotKept(ItemKind::value), c.values);
+        EXPECT_EQ(file->chunksNotKept(), c.parts);
+    }
+}
+
+TEST_F(AiffFileTest, PadsSoundOfOddLengthSoThatOthersFindWhatStandsBehind)
+{
+    AudioMetadata metadata;
+    metadata.setTitle("Behind");
+    saveSilence("out.aif", 5, 24, 1, markerList({{1, "m"}}), metadata);
+    const QByteArray file = bytesOf("out.aif");
+    const qsizetype sound = file.indexOf("SSND");
+    // The pad byte counts in the size of the whole, not in that of the sound.
+    EXPECT_EQ(file.mid(sound + 4, 4), bigEndian32(8 + 15));
+    EXPECT_EQ(file.mid(sound + 16 + 15, 5), bytes("\0ID3 "));
+    EXPECT_EQ(file.mid(4, 4), bigEndian32(static_cast<quint32>(file.size() - 8)));
+    EXPECT_EQ(probed("out.aif")["format"].toObject()["tags"].toObject()["title"].toString(), "Behind");
+    QByteArray without = file;
+    without.remove(sound + 16 + 15, 1);
+    const auto old = openAiff(without);
+    EXPECT_EQ(old->metadata().title(), "Behind");
+    EXPECT_EQ(old->chunksNotKept(), QStringList());
 }
 
 TEST_F(AiffFileTest, KeepsMoreMarkersThanThePublicChunkCanCount)

@@ -248,7 +248,56 @@ TEST_F(VLAFCoreAudioFileTest, ReadsMarkersAndTagsOfOtherPrograms)
               (std::vector<std::pair<int64_t, QString>>{{1000, "verse"}, {0, "Marker"}, {0, "Marker"}}));
     EXPECT_EQ(file->metadata().title(), "Song");
     EXPECT_EQ(file->tagsNotKept(), QStringList("mood"));
-    EXPECT_EQ(file->chunksNotKept().size(), 1);
+    EXPECT_EQ(file->chunksNotKept(), QStringList("data of another program (uuid)"));
+}
+
+TEST_F(VLAFCoreAudioFileTest, NamesWhatASaveWouldDrop)
+{
+    const auto mark = [](quint32 kind, qint64 time, quint32 channel) {
+        BigEndianOutputStream stream;
+        stream.writeUInt32(0);
+        stream.writeUInt32(1);
+        stream.writeUInt32(kind);
+        stream.writeFloat64(1.0);
+        stream.writeSInt32(7);
+        stream.writeSInt64(time);
+        stream.writeUInt32(channel);
+        return chunkBytes("mark", stream.data());
+    };
+    const QByteArray names =
+        chunkBytes("strg", bigEndian32(2) + bigEndian32(7) + QByteArray(8, '\0') + bigEndian32(8) +
+                               QByteArray(8, '\0') + QByteArray("verse", 6));
+    const QByteArray twice = bigEndian32(3) + QByteArray("title\0One\0title\0Two\0title\0Two\0", 30);
+    const QString more = "kinds, times and channels of markers (mark)";
+    const struct {
+        QByteArray chunks;
+        QStringList parts;
+        QStringList tags;
+    } cases[] = {
+        {chunkBytes("kuki", "x") + chunkBytes("free", "x") + chunkBytes("peak", "x") +
+             chunkBytes("chan", bigEndian32(100U << 16 | 1) + QByteArray(8, '\0')) + mark(0, -1, 0),
+         {},
+         {}},
+        {mark(1, -1, 0), {more}, {}},
+        {mark(0, 5, 0), {more}, {}},
+        {mark(0, 0, 1), {more}, {}},
+        {mark(0, 0, 0) + names, {"names of other things than markers (strg)"}, {}},
+        {names, {"names (strg)"}, {}},
+        {chunkBytes("chan", bigEndian32(121U << 16 | 6) + QByteArray(8, '\0')) + chunkBytes("midi", "x") +
+             chunkBytes("midi", "y") + chunkBytes("desc", "more"),
+         {"channel layout (chan)", "MIDI data (midi) (2 times)", "another format (desc)"},
+         {}},
+        {chunkBytes("info", twice), {}, {"another title"}},
+        {bytes("\1\2\3"), {"3 bytes behind the last chunk"}, {}},
+    };
+    for (const auto& c : cases) {
+        const auto file = openCaf(caf(description() + dataChunk("abcd") + c.chunks));
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->chunksNotKept(), c.parts);
+        EXPECT_EQ(file->tagsNotKept(), c.tags);
+    }
+    EXPECT_EQ(openCaf(caf(description() + dataChunk("abcde")))->chunksNotKept(),
+              QStringList("1 bytes behind the last frame"));
 }
 
 TEST_F(VLAFCoreAudioFileTest, OpensDamagedFilesAsFarAsTheyGo)

@@ -96,6 +96,18 @@ TEST_F(WaveFileDamage, OpensDamagedFilesAsFarAsTheyGo)
          2,
          1,
          {}},
+        {"odd chunk with a pad byte that is not zero",
+         "PAD " + littleEndian32(1) + "xy" + format + "data" + littleEndian32(11) + samples.left(11) + "C" +
+             mark,
+         2,
+         1,
+         {}},
+        {"odd chunk without, whose next header reads as one with a byte before it",
+         "PAD " + littleEndian32(1) + "x" + chunk("LIST", QByteArray(0x20, '\0')) + format +
+             chunk("data", samples) + mark,
+         3,
+         1,
+         {}},
         {"chunks of size 0",
          format + chunk("aaaa", "") + chunk("aaaa", "") + chunk("data", samples),
          3,

@@ -45,9 +45,11 @@ TEST_F(WaveFileTest, WritesTheHeaderByteByByte)
                                   littleEndian32(44100 * frameSize) + littleEndian16(frameSize) +
                                   littleEndian16(c.bits);
         const char silence = c.bits <= 8 ? '\x80' : '\0';
-        EXPECT_EQ(bytesOf("out.wav"), "RIFF" + littleEndian32(36 + 5 * frameSize) + "WAVEfmt " +
+        const int numBytes = 5 * frameSize + 5 * frameSize % 2;
+        EXPECT_EQ(bytesOf("out.wav"), "RIFF" + littleEndian32(36 + numBytes) + "WAVEfmt " +
                                           littleEndian32(16) + format + "data" +
-                                          littleEndian32(5 * frameSize) + QByteArray(5 * frameSize, silence))
+                                          littleEndian32(5 * frameSize) + QByteArray(5 * frameSize, silence) +
+                                          QByteArray(5 * frameSize % 2, '\0'))
             << c.bits << " bits";
     }
 }
@@ -187,28 +189,33 @@ TEST_F(WaveFileTest, NamesTheChunksAndTagsThatASaveWouldDrop)
         tag(3, version3Frame("TIT2", bytes("\0Title")) + version3Frame("TEXT", bytes("\0Poet")) +
                    version3Frame("TLEN", bytes("\0001000")));
     const QByteArray software = chunk("LIST", "INFO" + chunk("ISFT", "Some program"));
-    const QByteArray info = chunk("LIST", "INFO" + chunk("ISFT", "Some program") + chunk("IART", "Artist"));
+    const QByteArray info =
+        chunk("LIST", "INFO" + chunk("ISFT", "Some program") + chunk("IART", "Artist") + chunk("IXYZ", "?"));
+    const QByteArray labels =
+        chunk("LIST", "adtl" + chunk("labl", "1234a") + chunk("labl", "1234b") + chunk("note", "1234c"));
     const struct {
         QByteArray trailing;
         QStringList chunks;
         QStringList tags;
     } cases[] = {
         {chunk("fact", "1234") + chunk("PEAK", "1234") + chunk("JUNK", "1234") + chunk("PAD ", "x") +
-             chunk("FLLR", "x") + chunk("cue ", "") + software,
+             chunk("FLLR", "x") + chunk("cue ", "") + software + QByteArray(5, '\0'),
          {},
          {}},
-        {chunk("cue ", "1234") + chunk("smpl", "1234") + info + chunk("LIST", "adtl"),
-         {"cue points (cue )", "sampler loops (smpl)", "LIST (INFO)", "LIST (adtl)"},
-         {}},
-        {chunk("bext", "1") + chunk("bext", "2") + chunk("data", "more") + chunk("LGWV (2 times)", "x") +
-             chunk("LGWV (2 times)", "y") +
-             chunk("a\1\xFF"
-                   "b",
-                   "x"),
-         {"broadcast description (bext)", "more sound data (data)", "LGWV (2 times)", "a??b"},
+        {chunk("cue ", "1234") + chunk("smpl", "1234") + info + labels + chunk("LIST", "abcd1234"),
+         {"cue points (cue )", "sampler loops (smpl)", "cue labels (labl) (2 times)", "cue notes (note)",
+          "LIST (abcd)"},
+         {"artist (IART)", "IXYZ"}},
+        {chunk("bext", "1") + chunk("bext", "2") + chunk("data", "more") + chunk("fmt ", "more") +
+             chunk("LGWV", "x") + chunk("LGWV", "y") + chunk("a\1\xFF\x62", "x"),
+         {"broadcast description (bext)", "more sound data (data)", "another format (fmt )", "LGWV (2 times)",
+          "a??b"},
          {}},
         {chunk("id3 ", tags), {}, {"lyricist"}},
         {chunk("ID3 ", "rubbish"), {"tags (ID3 )"}, {}},
+        {chunk("MARK", littleEndian16(9)), {"damaged markers (MARK)"}, {}},
+        {"LIST" + littleEndian32(99) + "INFO" + chunk("IART", "cut"), {}, {"artist (IART)"}},
+        {bytes("\1\2\3"), {"3 bytes behind the last chunk"}, {}},
     };
     for (const auto& c : cases) {
         const auto file = openBytes(wave({}, "abcd", c.trailing));
@@ -216,6 +223,53 @@ TEST_F(WaveFileTest, NamesTheChunksAndTagsThatASaveWouldDrop)
         EXPECT_EQ(file->chunksNotKept(), c.chunks);
         EXPECT_EQ(file->tagsNotKept(), c.tags);
     }
+    EXPECT_EQ(openBytes(wave({}, "abcdef"))->chunksNotKept(), QStringList("2 bytes behind the last frame"));
+    EXPECT_EQ(openBytes(wave({}, "abcd") + bytes("\1rubbish"))->chunksNotKept(),
+              QStringList("8 bytes behind the last chunk"));
+}
+
+TEST_F(WaveFileTest, SaysThatThePlacesOfSpeakersAreLost)
+{
+    const LogCapture log;
+    const QByteArray guid = bytes("\1\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71");
+    const struct {
+        int numChannels;
+        int64_t mask;
+        bool isLost;
+    } cases[] = {{1, 4, false},   {2, 3, false},    {2, 0, false}, {6, 0, false},
+                 {6, 0x3F, true}, {2, 0x600, true}, {1, 3, true}};
+    for (const auto& c : cases) {
+        const QByteArray format = formatPayload({0xFFFE, c.numChannels, 48000, 16}) + littleEndian16(22) +
+                                  littleEndian16(16) + littleEndian32(c.mask) + guid;
+        const auto file = openBytes(riff(chunk("fmt ", format) + chunk("data", "")));
+        EXPECT_EQ(file->chunksNotKept(),
+                  c.isLost ? QStringList("places of the speakers (fmt )") : QStringList())
+            << c.numChannels << " channels, mask " << c.mask;
+    }
+}
+
+TEST_F(WaveFileTest, PadsSoundOfOddLengthSoThatOthersFindWhatStandsBehind)
+{
+    AudioMetadata metadata;
+    metadata.setTitle("Behind");
+    save("out.wav", 5, 8, 1, markerList({{1, "m"}}), metadata);
+    const QByteArray file = bytesOf("out.wav");
+    // The pad byte counts in the size of the whole, not in that of the sound.
+    EXPECT_EQ(file.mid(40, 4), littleEndian32(5));
+    EXPECT_EQ(file.mid(49, 5), bytes("\0MARK"));
+    EXPECT_EQ(file.mid(4, 4), littleEndian32(file.size() - 8));
+    EXPECT_TRUE(
+        run("ffprobe", {"-v", "error", "-show_format", argument("out.wav")}).contains("title=Behind"));
+    // Without anything behind it, too.
+    save("out.wav", 3, 24, 1);
+    EXPECT_EQ(bytesOf("out.wav").size(), 44 + 10);
+    // Files of before, without the byte, stay readable.
+    QByteArray without = file;
+    without.remove(49, 1);
+    const auto old = openBytes(without);
+    EXPECT_EQ(markersOf(*old).size(), 1U);
+    EXPECT_EQ(old->metadata().title(), "Behind");
+    EXPECT_EQ(old->chunksNotKept(), QStringList());
 }
 
 TEST_F(WaveFileTest, WritesSamplesOnlyInSizesThatItCanRead)

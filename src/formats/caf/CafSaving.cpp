@@ -1,0 +1,265 @@
+#include "formats/caf/CafInfo.h"
+#include "formats/caf/CafMarkers.h"
+#include "formats/caf/VLAFCoreAudioFile.h"
+#include "formats/saving/PacketSaver.h"
+#include "formats/saving/SampleBytesSink.h"
+#include "formats/streams/BigEndianOutputStream.h"
+#include "formats/streams/EndianSwap.h"
+#include "platform/codec/AudioFormats.h"
+
+#include <QtEndian>
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+namespace velloria
+{
+
+namespace
+{
+
+// What the size estimate allows for headers and tags.
+constexpr double estimatedHeaderSize = 1000.0;
+constexpr uint32_t mostChannelsOfIma4 = 2;
+
+struct Encoding {
+    FourCharCode format;
+    /// Null for one that is kept, but not offered.
+    const char* title;
+    uint32_t bits;
+    bool isFloat;
+    double bytesPerSample;
+};
+
+constexpr std::array encodings = {
+    Encoding{DataFormat::kIma4, "IMA 4:1", 16, false, 0.5},
+    Encoding{fourCharCode("sowt"), "16-bit integer", 16, false, 2.0},
+    Encoding{fourCharCode("in24"), "24-bit integer", 24, false, 3.0},
+    Encoding{fourCharCode("in32"), "32-bit integer", 32, false, 4.0},
+    Encoding{fourCharCode("fl32"), "32-bit floating point", 32, true, 4.0},
+    Encoding{fourCharCode("fl64"), "64-bit floating point", 64, true, 8.0},
+    Encoding{fourCharCode("raw "), nullptr, 8, false, 2.0},
+};
+
+const Encoding* encodingOf(FourCharCode format)
+{
+    const auto* const found = std::find_if(encodings.begin(), encodings.end(),
+                                           [format](const Encoding& each) { return each.format == format; });
+    return found == encodings.end() ? nullptr : found;
+}
+
+QByteArray chunkOf(FourCharCode type, const QByteArray& payload)
+{
+    BigEndianOutputStream stream;
+    stream.writeCafChunk(type, payload);
+    return stream.data();
+}
+
+template <typename Word> void storeBigEndian(std::span<const float> samples, std::vector<std::byte>& out)
+{
+    using Real = std::conditional_t<sizeof(Word) == 4, float, double>;
+    out.resize(samples.size() * sizeof(Word));
+    for (size_t i = 0; i < samples.size(); ++i) {
+        const Word word = qToBigEndian(std::bit_cast<Word>(static_cast<Real>(samples[i])));
+        std::memcpy(out.data() + i * sizeof(Word), &word, sizeof(Word));
+    }
+}
+
+} // namespace
+
+FileOptions VLAFCoreAudioFile::fileOptions() const
+{
+    FourCharCode selected = mDataFormat;
+    if (selected == DataFormat::kLinearPcm)
+        selected = CafFormat{mSampleRate, DataFormat::kLinearPcm, mIsFloat ? 1U : 0U, 0,
+                             1,           mNumberOfChannels,      mBitsPerSample}
+                       .dataFormat();
+    FileOptions options{QStringLiteral("Data format:"), {}, static_cast<int>(fourCharCode("fl32"))};
+    for (const Encoding& encoding : encodings) {
+        if (!encoding.title)
+            continue;
+        options.items.push_back({static_cast<int>(encoding.format), QString::fromLatin1(encoding.title)});
+        if (encoding.format == selected)
+            options.selectedTag = static_cast<int>(selected);
+    }
+    return options;
+}
+
+double VLAFCoreAudioFile::estimatedFileSizeWithTag(int tag) const
+{
+    const Encoding* const encoding = encodingOf(static_cast<FourCharCode>(tag));
+    if (!encoding)
+        return -1.0;
+    return static_cast<double>(mNumberOfFrames) * mNumberOfChannels * encoding->bytesPerSample +
+           estimatedHeaderSize;
+}
+
+void VLAFCoreAudioFile::configureWithPopUpTag(int tag)
+{
+    mDataFormat = static_cast<FourCharCode>(tag);
+    const Encoding* const encoding = encodingOf(mDataFormat);
+    if (encoding && !encoding->isFloat && !isIma4())
+        mBitsPerSample = encoding->bits;
+}
+
+void VLAFCoreAudioFile::validateAndCorrectParameters()
+{
+    if (!encodingOf(mDataFormat)) {
+        mDataFormat = fourCharCode("fl32");
+        mBitsPerSample = 32;
+    }
+    const Encoding& encoding = *encodingOf(mDataFormat);
+    mIsFloat = encoding.isFloat;
+    if (!isIma4())
+        mBitsPerSample = encoding.bits;
+    else if (mBitsPerSample == 0)
+        mBitsPerSample = 16;
+}
+
+uint32_t VLAFCoreAudioFile::maximumNumberOfChannels() const
+{
+    return isIma4() ? mostChannelsOfIma4 : AudioFile::maximumNumberOfChannels();
+}
+
+bool VLAFCoreAudioFile::isIma4() const
+{
+    return mDataFormat == DataFormat::kIma4;
+}
+
+bool VLAFCoreAudioFile::storesIntegers() const
+{
+    const Encoding* const encoding = encodingOf(mDataFormat);
+    return encoding && !encoding->isFloat && !isIma4();
+}
+
+MaybeError VLAFCoreAudioFile::writeAudioData(std::span<std::byte> data, int64_t offset)
+{
+    endianSwapData(data, mBitsPerSample);
+    return AudioFile::writeAudioData(data, offset);
+}
+
+MaybeError VLAFCoreAudioFile::writeFloatData(std::span<const float> interleaved, int64_t frameOffset)
+{
+    std::vector<std::byte> bytes;
+    if (mBitsPerSample == 64)
+        storeBigEndian<quint64>(interleaved, bytes);
+    else
+        storeBigEndian<quint32>(interleaved, bytes);
+    return writeRawData(bytes, mSoundDataOffset + frameOffset * frameSize());
+}
+
+CafFormat VLAFCoreAudioFile::formatToWrite() const
+{
+    CafFormat format;
+    format.sampleRate = mSampleRate;
+    format.numChannels = mNumberOfChannels;
+    const auto info = audioFormatInfo(mDataFormat);
+    if (isIma4() && info) {
+        format.formatID = mDataFormat;
+        format.framesPerPacket = info->framesPerPacket;
+        format.bytesPerPacket = info->bytesPerPacketAndChannel * mNumberOfChannels;
+        return format;
+    }
+    format.formatID = DataFormat::kLinearPcm;
+    format.formatFlags = mIsFloat ? CafFormat::flagFloat : 0;
+    format.framesPerPacket = 1;
+    format.bitsPerChannel = mBitsPerSample;
+    format.bytesPerPacket = static_cast<uint32_t>(frameSize());
+    return format;
+}
+
+int64_t VLAFCoreAudioFile::numPackets() const
+{
+    const int64_t framesPerPacket = std::max(1U, formatToWrite().framesPerPacket);
+    return mNumberOfFrames / framesPerPacket + (mNumberOfFrames % framesPerPacket != 0);
+}
+
+int64_t VLAFCoreAudioFile::soundDataLength() const
+{
+    return numPackets() * formatToWrite().bytesPerPacket;
+}
+
+/// Packets and valid frames (64 bits each), priming and remainder (32 bits each). Packets of equal size need
+/// no sizes.
+QByteArray VLAFCoreAudioFile::packetTablePayload() const
+{
+    BigEndianOutputStream stream;
+    stream.writeSInt64(numPackets());
+    stream.writeSInt64(mNumberOfFrames);
+    stream.writeSInt32(0);
+    stream.writeSInt32(
+        static_cast<int32_t>(numPackets() * formatToWrite().framesPerPacket - mNumberOfFrames));
+    return stream.data();
+}
+
+QByteArray VLAFCoreAudioFile::chunksBeforeSound() const
+{
+    QByteArray chunks = chunkOf(CafChunkType::description, formatToWrite().payload());
+    if (mMarkers && !mMarkers->empty()) {
+        chunks += chunkOf(CafChunkType::marker, CafMarkers::markerPayload(*mMarkers));
+        chunks += chunkOf(CafChunkType::strings, CafMarkers::stringsPayload(*mMarkers));
+    }
+    if (isIma4())
+        chunks += chunkOf(CafChunkType::packetTable, packetTablePayload());
+    return chunks;
+}
+
+bool VLAFCoreAudioFile::writeHeader(MaybeError* error)
+{
+    // The product of absurd numbers need not fit 64 bits, and a file system holds no file of that size.
+    constexpr int64_t largestFile = std::numeric_limits<int64_t>::max() / 2;
+    if (mNumberOfFrames > largestFile / std::max<int64_t>(1, formatToWrite().bytesPerPacket)) {
+        if (error)
+            *error = Error{Error::Code::fileTooLarge, QStringLiteral("The sound is too long for any file.")};
+        return false;
+    }
+    BigEndianOutputStream stream;
+    stream.writeUInt32(fourCharCode("caff"));
+    stream.writeUInt16(CafChunkList::fileVersion);
+    stream.writeUInt16(0);
+    stream.appendData(chunksBeforeSound());
+    stream.writeUInt32(CafChunkType::data);
+    stream.writeSInt64(CafChunkList::editCountLength + soundDataLength());
+    stream.writeUInt32(0);
+    mSoundDataOffset = stream.data().size();
+    const MaybeError failure = writeRawData(stream.data(), 0);
+    if (failure && error)
+        *error = failure;
+    return !failure;
+}
+
+MaybeError VLAFCoreAudioFile::writeFooter()
+{
+    const QByteArray info = CafInfo::payloadOfDictionary(mMetadata.dictionary());
+    if (info.isEmpty())
+        return std::nullopt;
+    return writeRawData(chunkOf(CafChunkType::info, info), mSoundDataOffset + soundDataLength());
+}
+
+MaybeError VLAFCoreAudioFile::writeRange(const FrameSource& document, const SaveRange& range,
+                                         Progress& progress)
+{
+    return isIma4() ? writePackets(document, range, progress)
+                    : AudioFile::writeRange(document, range, progress);
+}
+
+MaybeError VLAFCoreAudioFile::writePackets(const FrameSource& document, const SaveRange& range,
+                                           Progress& progress)
+{
+    MaybeError error;
+    if (!writeHeader(&error))
+        return error;
+    PacketSaver::Options options;
+    options.format = StreamDescription(std::max(1.0, std::round(mSampleRate)), mNumberOfChannels);
+    options.format.setFormat(mDataFormat);
+    options.format.useAudioFormatToValidateDescription();
+    PacketSaver saver(document, range, options);
+    SampleBytesSink sink(*this);
+    error = saver.run(sink, progress);
+    setSourceWasShort(saver.sourceWasShort());
+    return error ? error : writeFooter();
+}
+
+} // namespace velloria

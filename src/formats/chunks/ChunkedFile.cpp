@@ -1,0 +1,141 @@
+#include "formats/chunks/ChunkedFile.h"
+
+#include "formats/chunks/UnusedBytes.h"
+#include "formats/decoding/FileDamage.h"
+#include "formats/tags/Id3Intake.h"
+#include "formats/tags/Id3Writer.h"
+#include "platform/Log.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr uint32_t widestSample = 32;
+
+void logException(const char* className, const char* method, const char* reason)
+{
+    logLine(QStringLiteral("Exception raised in -[%1 %2]: %3")
+                .arg(QLatin1String(className), QLatin1String(method), QLatin1String(reason)));
+}
+
+} // namespace
+
+ChunkedFile::ChunkedFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+    : AudioFile(sampleRate, sampleSize, numChannels)
+{
+    mCanSaveMarkers = true;
+    mCanSaveMetadata = true;
+    mCanSaveArtwork = true;
+}
+
+ChunkedFile::ChunkedFile(std::shared_ptr<FileHandle> handle)
+    : AudioFile(std::move(handle))
+{
+    mCanSaveMarkers = true;
+    mCanSaveMetadata = true;
+    mCanSaveArtwork = true;
+}
+
+bool ChunkedFile::canSavePicture(const AttachedPicture& picture) const
+{
+    return canBeId3Picture(picture);
+}
+
+void ChunkedFile::validateAndCorrectParameters()
+{
+    AudioFile::validateAndCorrectParameters();
+    // Wider integers (offered to a document of 64-bit floats) could only be written as zeros.
+    mBitsPerSample = std::min(mBitsPerSample, widestSample);
+}
+
+QString ChunkedFile::name() const
+{
+    return displayName(filePath());
+}
+
+QByteArray ChunkedFile::payloadOf(const RiffChunk& chunk) const
+{
+    return readRawDataAtOffset(chunk.payloadOffset(), chunk.size);
+}
+
+ByteRange ChunkedFile::payloadRangeOf(const RiffChunk& chunk) const
+{
+    const int64_t end = std::min(chunk.end(), lengthOfFile());
+    return {chunk.payloadOffset(), std::max<int64_t>(0, end - chunk.payloadOffset())};
+}
+
+const RiffChunk* ChunkedFile::takeChunk(FourCharCode ident)
+{
+    const RiffChunk* const chunk = mChunks.find(ident);
+    if (!chunk || !chunk->isComplete || chunk->size > largestKeptChunk)
+        return nullptr;
+    mLedger.addInModel(payloadRangeOf(*chunk));
+    markDeclared(*chunk);
+    return chunk;
+}
+
+void ChunkedFile::declareSound(const RiffChunk& chunk, ByteRange sound, int64_t headerLength)
+{
+    const ByteRange payload = payloadRangeOf(chunk);
+    const int64_t headerEnd = payload.offset + std::min(headerLength, payload.length);
+    const int64_t start = std::clamp(sound.offset, headerEnd, payload.end());
+    const int64_t end = std::clamp(sound.end(), start, payload.end());
+    mLedger.addStructure({payload.offset, headerEnd - payload.offset});
+    declareUnused(mLedger, *fileHandle(), {headerEnd, start - headerEnd},
+                  QStringLiteral("%1 bytes in front of the sound"));
+    mLedger.addInModel({start, end - start});
+    declareUnused(mLedger, *fileHandle(), {end, payload.end() - end},
+                  QStringLiteral("%1 bytes behind the last frame"));
+    markDeclared(chunk);
+}
+
+void ChunkedFile::declareChunks()
+{
+    const int64_t length = lengthOfFile();
+    int64_t end = 0;
+    for (const RiffChunk& chunk : mChunks.chunks()) {
+        // A pad byte stands between two chunks, or nothing.
+        if (end > 0)
+            mLedger.addStructure({end, chunk.offset - end});
+        mLedger.addStructure({chunk.offset, RiffChunk::headerLength});
+        const bool isDeclared = std::find(mOffsetsDeclared.begin(), mOffsetsDeclared.end(), chunk.offset) !=
+                                mOffsetsDeclared.end();
+        if (!isDeclared)
+            declareOtherChunk(chunk);
+        end = std::min(chunk.end(), length);
+    }
+    const bool hasPadByte = !mChunks.chunks().empty() && mChunks.chunks().back().size % 2 != 0;
+    if (hasPadByte && end < length)
+        mLedger.addStructure({end++, 1});
+    declareUnused(mLedger, *fileHandle(), {end, length - end},
+                  QStringLiteral("%1 bytes behind the last chunk"));
+}
+
+void ChunkedFile::readId3Chunk(const RiffChunk& chunk, const char* className)
+{
+    if (chunk.size == 0)
+        return;
+    const auto tagLedger = chunk.isComplete ? takeInId3Tag(payloadOf(chunk), mMetadata) : std::nullopt;
+    if (!tagLedger) {
+        logException(className, "readMetadata", "the chunk holds no complete ID3v2 tag");
+        mWarnings.append(FileDamage::tagsUnreadable(name()));
+        return;
+    }
+    mLedger.addNested(*tagLedger, chunk.payloadOffset());
+    markDeclared(chunk);
+}
+
+void ChunkedFile::tellOfDamagedMarkers(const RiffChunk& chunk, const char* className)
+{
+    logException(className, "readMarkerChunk", "the chunk ends before its last marker");
+    mWarnings.append(FileDamage::markersUnreadable(name()));
+    mLedger.addNotKept(
+        ItemKind::part,
+        QStringLiteral("damaged markers (%1)").arg(QString::fromLatin1(fourCharText(chunk.ident))));
+}
+
+} // namespace velloria
