@@ -37,9 +37,10 @@ InputLevelsController::InputLevelsController()
     observe(AudioNotification::metersActiveDidChange(), [this](const void*) { updateAudioMonitor(); });
     observe(AudioNotification::inputDeviceDidChange(), [this](const void*) { inputDeviceDidChange(); });
     observe(AudioNotification::outputDeviceDidChange(), [this](const void*) { outputDeviceDidChange(); });
-    // The preference says that the input is to be heard, and yet that never begins by itself: a microphone
-    // near its loudspeakers would howl at a person who only started the program. Meters disturb nobody.
-    UserDefaults::standard().setValue(AudioPreference::playthrough(), false);
+    // As the preferences say, but for one thing: hearing the input never begins by itself, because a
+    // microphone near its loudspeakers would howl at a person who only started the program.
+    if (isPlaythroughOn())
+        UserDefaults::standard().setValue(AudioPreference::playthrough(), false);
     updateAudioMonitor();
 }
 

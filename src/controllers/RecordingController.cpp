@@ -51,7 +51,9 @@ MaybeError RecordingController::startRecorder(const SoundSelection& range,
     MaybeError error =
         mDocument.recording().recordFrom(range.startTime, range.endTime, range.firstTrack, delegate);
     if (error) {
-        mMeters.reset();
+        // One that is still being completed keeps them.
+        if (!isRecording())
+            mMeters.reset();
         mHost.recordingFailed(error->message);
     }
     mTransport.updateTransportButtons();

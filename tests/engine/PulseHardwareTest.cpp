@@ -149,6 +149,37 @@ TEST_P(PulseHardwareTest, IsNotHeldUpByAServerThatHangs)
     EXPECT_TRUE(kit::waitUntil([&] { return !stream->start() && counter.numRendered > 0; }));
 }
 
+TEST_P(PulseHardwareTest, HandsOnWhatWaitsWhenItIsToldToStop)
+{
+    START_SERVER_OR_SKIP();
+    if (GetParam() == kit::ServerKind::pipeWire)
+        GTEST_SKIP() << "it has no source that begins with seconds at once";
+    ASSERT_TRUE(server->tell({QStringLiteral("load-module"), QStringLiteral("module-sine-source"),
+                              QStringLiteral("source_name=sine"), QStringLiteral("rate=44100")}));
+    PulseHardware hardware;
+    const HardwareState state = hardware.state();
+    kit::Keeper keeper(1000000);
+    std::optional<StopReason> stopped;
+    const auto input =
+        hardware.openInput({state.deviceWithUID(QStringLiteral("sine"))->id, QStringLiteral("Test"),
+                            [&](StopReason reason) { stopped = reason; }},
+                           keeper, nullptr);
+    ASSERT_EQ(input->start(), std::nullopt);
+    ASSERT_TRUE(kit::waitUntil([&] { return keeper.numKept > 0; }));
+    // The burst is here, and most of it has to wait for its turn.
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const size_t numKeptBefore = keeper.numKept;
+    input->stop();
+    input->stop();
+    ASSERT_TRUE(kit::waitUntil([&] { return stopped.has_value(); }));
+    EXPECT_EQ(stopped, StopReason::requested);
+    EXPECT_FALSE(input->isRunning());
+    EXPECT_GT(keeper.numKept, numKeptBefore + 22050);
+    const size_t numKept = keeper.numKept;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(keeper.numKept, numKept) << "nothing comes after the end";
+}
+
 TEST_P(PulseHardwareTest, PlaysAndRecordsEveryFrameUnchanged)
 {
     START_SERVER_OR_SKIP({{"two48", 48000, 2}});
