@@ -59,13 +59,6 @@ void RecordActions::addRecord(QMenu& menu)
     Commands::setIcon(*mRecord, QStringLiteral("toolbar-record"));
     const QString key = mRecord->shortcut().toString(QKeySequence::NativeText);
     mRecord->setToolTip(QStringLiteral("%1 (%2)").arg(Commands::plainName(*mRecord), key));
-<<<<<<< HEAD:src/app/menus/RecordActions.cpp
-    mStopBySpace = new QAction(this);
-    mStopBySpace->setAutoRepeat(false);
-    connect(mStopBySpace, &QAction::triggered, this,
-            [this] { mWindow.controller().transport().stopAudio(); });
-    mWindow.widget().addAction(mStopBySpace);
-=======
     mStopBySpace = addKey([this] { mWindow.controller().transport().stopAudio(); });
     mStopByRecordKey = addKey([this] { mWindow.controller().recording().recordOrStop(); });
     mRecordWhilePlaying = addKey([this] { mWindow.controller().recording().record(); });
@@ -77,9 +70,8 @@ QAction* RecordActions::addKey(const std::function<void()>& react)
     auto* const key = new QAction(this);
     key->setAutoRepeat(false);
     connect(key, &QAction::triggered, this, react);
-    mWindow.addAction(key);
+    mWindow.widget().addAction(key);
     return key;
->>>>>>> 0a30be2 (Play previews without a hole, move the cue with time, count who wants the meters):src/app/RecordActions.cpp
 }
 
 void RecordActions::addSheets(QMenu& menu)

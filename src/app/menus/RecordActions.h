@@ -44,14 +44,9 @@ public:
     void setPatience(std::chrono::milliseconds patience) { mPatience = patience; }
 
 private:
-<<<<<<< HEAD:src/app/menus/RecordActions.h
     void addRecord(QMenu& menu);
     void addSheets(QMenu& menu);
-=======
-    void addRecord();
     QAction* addKey(const std::function<void()>& react);
-    void addSheets();
->>>>>>> 0a30be2 (Play previews without a hole, move the cue with time, count who wants the meters):src/app/RecordActions.h
     void showAutomaticRecording();
     void askForTimerRecording();
     void show(QDialog* sheet);
