@@ -1,6 +1,7 @@
 #include "document/SoundDocument.h"
 
 #include "formats/AudioFileRegistry.h"
+#include "formats/aiff/AifcFile.h"
 #include "formats/decoding/DecodingWatcher.h"
 #include "platform/Log.h"
 
@@ -123,12 +124,9 @@ bool SoundDocument::finishLoadingFileWithAudioClips(const std::vector<AudioClipP
         mAudioMarkers = file.markers();
     mAudioMetadata = file.metadata();
 
-    // Uncompressed AIFF-C is saved as plain AIFF, which more programs read.
-    const bool isUncompressed = mAudioDataFormat == fourCharCode("NONE") ||
-                                mAudioDataFormat == fourCharCode("twos") ||
-                                mAudioDataFormat == fourCharCode("sowt");
-    if (mFileTypeUTI == QLatin1String("public.aifc-audio") && isUncompressed)
-        mFileTypeUTI = QStringLiteral("public.aiff-audio");
+    // Samples as they are, or of an encoding that is not written, are saved as plain AIFF: nothing is lost.
+    if (mFileTypeUTI == QLatin1String("public.aifc-audio"))
+        mFileTypeUTI = AifcFile::typeForSaving(mAudioDataFormat);
     return true;
 }
 

@@ -190,6 +190,26 @@ const AudioFileType* typeWithExtension(const QString& extension)
     return nullptr;
 }
 
+const AudioFileType* typeOpenedByExtension(const QString& extension)
+{
+    for (const AudioFileType& type : types()) {
+        if (type.open && type.extensionsForOpen.contains(extension, Qt::CaseInsensitive))
+            return &type;
+    }
+    return nullptr;
+}
+
+QStringList extensionsForOpen()
+{
+    QStringList extensions;
+    for (const AudioFileType& type : types()) {
+        if (type.open)
+            extensions += type.extensionsForOpen;
+    }
+    extensions.removeDuplicates();
+    return extensions;
+}
+
 std::shared_ptr<AudioFile> audioFileWithTypeName(const QString& typeName, const std::filesystem::path& path,
                                                  MaybeError* error)
 {
@@ -205,7 +225,7 @@ std::shared_ptr<AudioFile> audioFileWithPath(const std::filesystem::path& path, 
     const std::string extension = path.extension().native();
     const AudioFileType* type = nullptr;
     if (!extension.empty())
-        type = typeWithExtension(
+        type = typeOpenedByExtension(
             QString::fromUtf8(extension.data() + 1, static_cast<qsizetype>(extension.size()) - 1));
     return openFile(type, path, error);
 }

@@ -34,8 +34,12 @@ std::vector<const AudioFileType*> writableTypes();
 QString UTIWithTypeName(const QString& typeName);
 /// The row a name matches, or null.
 const AudioFileType* typeWithName(const QString& typeName);
-/// The row whose extensions hold this one (no dot, any case), or null.
+/// The row that is saved under this extension (no dot, any case), or null.
 const AudioFileType* typeWithExtension(const QString& extension);
+/// The row whose files are found under this extension, or null.
+const AudioFileType* typeOpenedByExtension(const QString& extension);
+/// Every extension that can be opened, each once.
+QStringList extensionsForOpen();
 
 /// Opens a file as the named type, else as what its header tells. Null with `error` in words for a person.
 std::shared_ptr<AudioFile> audioFileWithTypeName(const QString& typeName, const std::filesystem::path& path,

@@ -449,6 +449,56 @@ TEST_F(DocumentLosses, NameTheTrackThatSurroundSoundKeepsTheLowFrequenciesOf)
         }
 }
 
+TEST_F(DocumentSaving, ALinearAiffCFileIsSavedAsAiffAndACompandedOneStaysOne)
+{
+    const auto big = [](quint32 value, int size) {
+        QByteArray bytes;
+        for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
+            bytes += static_cast<char>(value >> shift);
+        return bytes;
+    };
+    const auto chunk = [&big](const char* ident, const QByteArray& payload) {
+        return QByteArray(ident, 4) + big(static_cast<quint32>(payload.size()), 4) + payload;
+    };
+    const struct {
+        const char* code;
+        quint32 bits;
+        int bytesPerSample;
+        QByteArray stored;
+        const char* uti;
+        QByteArray saved;
+    } cases[] = {
+        {"NONE", 16, 2, "abcdef", "public.aiff-audio", "abcdef"},
+        {"sowt", 24, 3, "abcdef", "public.aiff-audio", "cbafed"},
+        {"in24", 24, 3, "abcdef", "public.aiff-audio", "abcdef"},
+        {"42n1", 24, 3, "abcdef", "public.aiff-audio", "cbafed"},
+        {"raw ", 8, 1, QByteArray("\x80\xFF\x01\x00", 4), "public.aiff-audio",
+         QByteArray("\0\x7F\x81\x80", 4)},
+        {"FL32", 32, 4, QByteArray("\x3F\0\0\0\xBF\0\0\0", 8), "public.aiff-audio",
+         QByteArray("\x40\0\0\0\xC0\0\0\0", 8)},
+        {"ulaw", 16, 1, "abcdef", "public.aifc-audio", "abcdef"},
+        {"alaw", 16, 1, "abcdef", "public.aifc-audio", "abcdef"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.code);
+        const auto numFrames = static_cast<quint32>(c.stored.size() / c.bytesPerSample);
+        const QByteArray common = big(1, 2) + big(numFrames, 4) + big(c.bits, 2) +
+                                  QByteArray("\x40\x0E\xAC\x44\0\0\0\0\0\0", 10) + c.code +
+                                  QByteArray(2, '\0');
+        const QByteArray chunks =
+            "AIFC" + chunk("COMM", common) + chunk("SSND", QByteArray(8, '\0') + c.stored);
+        writeBytes("a.aifc", "FORM" + big(static_cast<quint32>(chunks.size()), 4) + chunks);
+        const auto document = open("a.aifc");
+        ASSERT_TRUE(document);
+        EXPECT_EQ(document->fileType(), c.uti);
+        SaveRequest request = requestFor("a.aifc", SaveOperation::save);
+        request.uti = document->fileType();
+        EXPECT_EQ(messageOfSaving(*document, request), "");
+        const QByteArray saved = bytesOf("a.aifc");
+        EXPECT_EQ(saved.mid(saved.indexOf("SSND") + 16, c.saved.size()), c.saved);
+    }
+}
+
 TEST_F(DocumentLosses, NameMarkersWhoseNamesAreCut)
 {
     makeWave("a.wav", 100, 16);

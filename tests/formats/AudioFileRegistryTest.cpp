@@ -60,6 +60,14 @@ TEST_F(AudioFileRegistryTest, FindsTypesByExtension)
         EXPECT_EQ(typeWithExtension(c.extension)->displayName, c.displayName);
     }
     EXPECT_EQ(typeWithExtension("doc"), nullptr);
+    // What only opens is no name to save under.
+    for (const char* extension : {"mp4", "mov", "m4b", "oga", "rf64", "bw64", "mp1", "adts"}) {
+        EXPECT_EQ(typeWithExtension(extension), nullptr) << extension;
+        EXPECT_TRUE(typeOpenedByExtension(extension)) << extension;
+        EXPECT_TRUE(extensionsForOpen().contains(extension)) << extension;
+    }
+    EXPECT_EQ(typeOpenedByExtension("txt"), nullptr);
+    EXPECT_EQ(typeOpenedByExtension("MOV")->uti, "public.mpeg-4-audio.aac");
     EXPECT_EQ(typeWithExtension(""), nullptr);
 }
 
@@ -76,6 +84,9 @@ TEST_F(AudioFileRegistryTest, MakesAWriterOfEveryTypeItOffers)
         EXPECT_EQ(file->sampleRate(), 48000.0);
         EXPECT_EQ(file->numberOfChannels(), 3U);
     }
+    // A movie is written as plain AAC.
+    EXPECT_EQ(audioFileWithUTI("com.apple.quicktime-movie", 48000.0, 24, 2)->fileFormatUTI(),
+              "public.mpeg-4-audio.aac");
     const LogCapture log;
     EXPECT_FALSE(audioFileWithUTI("public.jpeg", 44100.0, 16, 2));
     EXPECT_TRUE(log.hasLogged("Audio file not created because UTI not recognized: public.jpeg"));

@@ -29,13 +29,8 @@ namespace
 QString openFilter()
 {
     QStringList patterns;
-    for (const AudioFileType& type : AudioFileRegistry::types()) {
-        if (!type.open)
-            continue;
-        for (const QString& extension : type.extensionsForSave)
-            patterns << QStringLiteral("*.") + extension << QStringLiteral("*.") + extension.toUpper();
-    }
-    patterns.removeDuplicates();
+    for (const QString& extension : AudioFileRegistry::extensionsForOpen())
+        patterns << QStringLiteral("*.") + extension << QStringLiteral("*.") + extension.toUpper();
     //% "Sound files (%1)"
     return qtTrId("open-filter-sound").arg(patterns.join(u' ')) +
            QStringLiteral(";;")

@@ -1,6 +1,7 @@
 #include "formats/aiff/AifcFile.h"
 
 #include "formats/decoding/FileDamage.h"
+#include "formats/decoding/VLAudioFileDecompressor.h"
 #include "formats/saving/PacketSaver.h"
 #include "formats/saving/SampleBytesSink.h"
 #include "platform/codec/AudioFormats.h"
@@ -47,6 +48,14 @@ bool isWritable(FourCharCode format)
                        [format](const Encoding& each) { return each.format == format; });
 }
 
+/// Some programs write the same encodings in capitals.
+FourCharCode writtenAs(FourCharCode format)
+{
+    if (format == fourCharCode("ALAW"))
+        return DataFormat::kALaw;
+    return format == fourCharCode("ULAW") ? DataFormat::kMuLaw : format;
+}
+
 StreamDescription descriptionOf(FourCharCode format, double sampleRate, uint32_t numChannels)
 {
     StreamDescription description(std::max(1.0, std::round(sampleRate)), numChannels);
@@ -83,16 +92,40 @@ QString AifcFile::fileFormatUTI() const
     return QStringLiteral("public.aifc-audio");
 }
 
+QString AifcFile::typeForSaving(FourCharCode dataFormat)
+{
+    return isWritable(writtenAs(dataFormat)) ? QStringLiteral("public.aifc-audio")
+                                             : QStringLiteral("public.aiff-audio");
+}
+
 void AifcFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
 {
     mRequiresConversion = true;
-    mDataFormat = format.compressionType.value_or(0);
+    mDataFormat = writtenAs(format.compressionType.value_or(0));
     mIsFloat = format.isFloat();
-    // What the format says of an encoding's packets tells nothing of the samples that they decode to.
-    if (!format.isLinear())
-        mBitsPerSample = 16;
     mNumPackets = format.numFrames;
     mSoundDataOffset = offsetOfSoundIn(chunk);
+    if (format.isLinear())
+        readLinearSound(format, chunk);
+    else
+        readCompressedSound(format, chunk);
+}
+
+void AifcFile::readLinearSound(const AiffFormat& format, const RiffChunk& chunk)
+{
+    mLayout = format.layout();
+    mBitsPerSample = 8 * mLayout->bytesPerSample;
+    mIsLittleEndian = !mLayout->isBigEndian;
+    mNumberOfFrames = countFrames(format, chunk, frameSize());
+    mSoundDataLength = mNumberOfFrames * frameSize();
+    mHoldsNoSound = mNumberOfFrames == 0;
+    declareSamples(chunk, mSoundDataLength);
+}
+
+void AifcFile::readCompressedSound(const AiffFormat& format, const RiffChunk& chunk)
+{
+    // What the format says of an encoding's packets tells nothing of the samples that they decode to.
+    mBitsPerSample = 16;
     const bool isOpenEnded = wasNeverCompleted(chunk);
     mSoundDataLength = std::max<int64_t>(0, chunk.end() - mSoundDataOffset);
     mHoldsNoSound = lengthOfFile() <= mSoundDataOffset || (mSoundDataLength == 0 && !isOpenEnded);
@@ -102,7 +135,30 @@ void AifcFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
         mWarnings.append(FileDamage::soundCutShort(name()));
     if (isOpenEnded)
         openUpChunk(chunk.ident);
-    declareSamples(chunk, lengthOfFile());
+    const auto info = audioFormatInfo(mDataFormat);
+    const int64_t bytesPerPacket = info ? int64_t{info->bytesPerPacketAndChannel} * format.numChannels : 0;
+    const int64_t numPacketsThere =
+        bytesPerPacket > 0 ? (payloadRangeOf(chunk).end() - mSoundDataOffset) / bytesPerPacket : 0;
+    const bool isShorter = mNumPackets > 0 && mNumPackets < numPacketsThere && !isOpenEnded;
+    declareSamples(chunk, isShorter ? mNumPackets * bytesPerPacket : lengthOfFile());
+}
+
+/// Most programs count packets in the header, some count frames: a number that does not fit packets is one of
+/// frames, when it ends within the last packet.
+int64_t AifcFile::numFramesOfPackets(int64_t numFramesThere) const
+{
+    const auto info = audioFormatInfo(mDataFormat);
+    const int64_t framesPerPacket = info ? info->framesPerPacket : 0;
+    if (mNumPackets <= 0 || framesPerPacket <= 0)
+        return numFramesThere;
+    const bool areFrames = mNumPackets <= numFramesThere && mNumPackets > numFramesThere - framesPerPacket;
+    return areFrames ? mNumPackets : std::min(numFramesThere, mNumPackets * framesPerPacket);
+}
+
+void AifcFile::adjustDecoder(VLAudioFileDecompressor& decoder) const
+{
+    decoder.setExactSampleRate(mSampleRate);
+    decoder.limitFrames(numFramesOfPackets(decoder.numberOfFrames()));
 }
 
 FileOptions AifcFile::fileOptions() const

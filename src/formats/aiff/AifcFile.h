@@ -5,9 +5,8 @@
 namespace velloria
 {
 
-/// AIFF-C files. Read is every encoding that there is a decoder for, uncompressed ones too, by decoding the
-/// whole file. Written are IMA 4:1, A-law and mu-law, with the markers, tags and other chunks of an AIFF
-/// file.
+/// AIFF-C files. Read is every encoding that there is a decoder for, and every linear one, into scratch
+/// files. Written are IMA 4:1, A-law and mu-law, with the markers, tags and other chunks of an AIFF file.
 class AifcFile : public AiffFile
 {
 public:
@@ -20,6 +19,11 @@ public:
     static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
 
     QString fileFormatUTI() const override;
+
+    /// The type as which a document is saved that was opened from such a file: AIFF-C for what it can write,
+    /// and AIFF for all else. To save the samples of a linear encoding, or those of an encoding that nobody
+    /// writes, as IMA 4:1 would lose three bits of four.
+    static QString typeForSaving(FourCharCode dataFormat);
 
     // Save options: the tags are the encodings' codes.
     FileOptions fileOptions() const override;
@@ -40,17 +44,25 @@ public:
 protected:
     bool isCompressed() const override { return true; }
     void readSound(const AiffFormat& format, const RiffChunk& chunk) override;
+    std::optional<LinearPcmLayout> linearLayout() const override { return mLayout; }
+    void adjustDecoder(VLAudioFileDecompressor& decoder) const override;
     AiffFormat formatToWrite() const override;
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
 
 private:
     explicit AifcFile(std::shared_ptr<FileHandle> handle);
 
+    void readLinearSound(const AiffFormat& format, const RiffChunk& chunk);
+    void readCompressedSound(const AiffFormat& format, const RiffChunk& chunk);
+    int64_t numFramesOfPackets(int64_t numFramesThere) const;
+
     void predictPackets(const SaveRange& range);
     MaybeError writePackets(const FrameSource& document, const SaveRange& range, Progress& progress);
 
     int64_t mNumPackets = 0;
     int64_t mSoundDataLength = 0;
+    /// Of an opened file, where its samples are read as they are.
+    std::optional<LinearPcmLayout> mLayout;
 };
 
 } // namespace velloria

@@ -164,8 +164,8 @@ MaybeError AiffFile::readHeader()
     mLedger.addStructure({0, formHeaderLength});
     const int64_t formEnd =
         RiffChunk::headerLength + qFromBigEndian<quint32>(readRawDataAtOffset(4, 4).constData());
-    setChunks(RiffChunkList::ofFile(*fileHandle(), formHeaderLength, lengthOfFile(),
-                                    RiffChunkList::mostChunksOfFile, ChunkByteOrder::bigEndian, formEnd));
+    setChunks(RiffChunkList::ofFile(*fileHandle(),
+                                    {formHeaderLength, lengthOfFile(), ChunkByteOrder::bigEndian, formEnd}));
     if (auto failure = readFormat())
         return failure;
     const RiffChunk* const sound = chunks().find(soundIdent);
@@ -217,22 +217,27 @@ bool AiffFile::wasNeverCompleted(const RiffChunk& chunk) const
     return !RiffChunkList::isHeaderLikelyAt(*fileHandle(), chunk.end(), ChunkByteOrder::bigEndian);
 }
 
-void AiffFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
+int64_t AiffFile::countFrames(const AiffFormat& format, const RiffChunk& chunk, int64_t bytesPerFrame)
 {
-    mDataFormat = fourCharCode("lpcm");
-    mSoundDataOffset = offsetOfSoundIn(chunk);
     const bool isOpenEnded = wasNeverCompleted(chunk);
     if (isOpenEnded)
         openUpChunk(soundIdent);
-    const int64_t end = payloadRangeOf(chunk).end();
-    const int64_t numFramesThere = std::max<int64_t>(0, end - mSoundDataOffset) / frameSize();
+    const int64_t numBytes = std::max<int64_t>(0, payloadRangeOf(chunk).end() - mSoundDataOffset);
+    const int64_t numFramesThere = numBytes / bytesPerFrame;
     const int64_t numFramesTold = format.numFrames;
     const bool isPlausible = numFramesTold <= numFramesThere && (numFramesTold > 0 || numFramesThere == 0);
-    mNumberOfFrames = isPlausible ? numFramesTold : numFramesThere;
     if (numFramesThere > 0 && (numFramesTold == 0 || (isOpenEnded && !isPlausible)))
         mWarnings.append(FileDamage::headerNeverCompleted(name()));
     else if (!isPlausible)
         mWarnings.append(FileDamage::soundCutShort(name()));
+    return isPlausible ? numFramesTold : numFramesThere;
+}
+
+void AiffFile::readSound(const AiffFormat& format, const RiffChunk& chunk)
+{
+    mDataFormat = fourCharCode("lpcm");
+    mSoundDataOffset = offsetOfSoundIn(chunk);
+    mNumberOfFrames = countFrames(format, chunk, frameSize());
     declareSamples(chunk, mNumberOfFrames * frameSize());
 }
 

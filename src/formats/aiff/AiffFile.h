@@ -52,6 +52,9 @@ protected:
     /// Of the first sample; what lies before it in the chunk is for aligning blocks.
     int64_t offsetOfSoundIn(const RiffChunk& chunk) const;
     bool wasNeverCompleted(const RiffChunk& chunk) const;
+    /// How many frames of that size there are: as the header tells, unless it makes no sense or is not true,
+    /// which is told in warnings().
+    int64_t countFrames(const AiffFormat& format, const RiffChunk& chunk, int64_t bytesPerFrame);
     /// The samples from soundDataOffset() on are in the model; the sound's own header is structure.
     void declareSamples(const RiffChunk& chunk, int64_t numBytes);
     void declareOtherChunk(const RiffChunk& chunk) override;

@@ -42,15 +42,38 @@ constexpr auto encodingNames = std::to_array<EncodingName>({
     {fourCharCode("Qclp"), "QUALCOMM PureVoice"},
 });
 
-constexpr std::array integerTypes = {fourCharCode("NONE"), fourCharCode("twos"), fourCharCode("sowt"),
-                                     fourCharCode("in24"), fourCharCode("42ni"), fourCharCode("in32"),
-                                     fourCharCode("23ni"), fourCharCode("raw "), fourCharCode("in16")};
-constexpr std::array floatTypes = {fourCharCode("fl32"), fourCharCode("FL32"), fourCharCode("fl64"),
-                                   fourCharCode("FL64")};
+struct LinearType {
+    FourCharCode type;
+    /// 0 where the header's bits tell it.
+    uint32_t bytesPerSample;
+    bool isFloat;
+    bool isBigEndian;
+    bool isSigned;
+};
 
-template <typename Types> bool contains(const Types& types, FourCharCode type)
+constexpr auto linearTypes = std::to_array<LinearType>({
+    {fourCharCode("NONE"), 0, false, true, true},
+    {fourCharCode("twos"), 0, false, true, true},
+    {fourCharCode("sowt"), 0, false, false, true},
+    {fourCharCode("raw "), 0, false, true, false},
+    {fourCharCode("in16"), 2, false, true, true},
+    {fourCharCode("in24"), 3, false, true, true},
+    {fourCharCode("42n1"), 3, false, false, true},
+    {fourCharCode("42ni"), 3, false, false, true},
+    {fourCharCode("in32"), 4, false, true, true},
+    {fourCharCode("23ni"), 4, false, false, true},
+    {fourCharCode("fl32"), 4, true, true, true},
+    {fourCharCode("FL32"), 4, true, true, true},
+    {fourCharCode("fl64"), 8, true, true, true},
+    {fourCharCode("FL64"), 8, true, true, true},
+});
+
+const LinearType* linearType(std::optional<FourCharCode> type)
 {
-    return std::find(types.begin(), types.end(), type) != types.end();
+    const auto* const found =
+        std::find_if(linearTypes.begin(), linearTypes.end(),
+                     [type](const LinearType& each) { return type && each.type == *type; });
+    return found == linearTypes.end() ? nullptr : found;
 }
 
 QString nameOfType(FourCharCode type)
@@ -60,6 +83,12 @@ QString nameOfType(FourCharCode type)
     if (known != encodingNames.end())
         return QString::fromLatin1(known->name);
     return QStringLiteral("encoding %1").arg(QString::fromLatin1(fourCharText(type)));
+}
+
+Error unreadableWidth(const QString& name, uint16_t bits)
+{
+    return {Error::Code::unsupported,
+            QStringLiteral("“%1” holds %2-bit integers, which Velloria cannot read.").arg(name).arg(bits)};
 }
 
 } // namespace
@@ -109,36 +138,48 @@ MaybeError AiffFormat::checked(const QString& name) const
         return damaged(QStringLiteral("its header says that it has no channels"));
     if (!(sampleRate >= lowestSampleRate && sampleRate <= highestSampleRate))
         return damaged(QStringLiteral("its header gives a sample rate of %1 Hz").arg(sampleRate));
+    if (compressionType && isLinear() && !isFloat() && layout().bytesPerSample > widestSample / 8)
+        return unreadableWidth(name, bitsPerSample);
     if (compressionType)
         return std::nullopt;
     if (bitsPerSample == 0)
         return damaged(QStringLiteral("its header gives 0 bits to a sample"));
-    if (bitsPerSample > widestSample) {
-        return Error{Error::Code::unsupported,
-                     QStringLiteral("“%1” holds %2-bit integers, which Velloria cannot read.")
-                         .arg(name)
-                         .arg(bitsPerSample)};
-    }
+    if (bitsPerSample > widestSample)
+        return unreadableWidth(name, bitsPerSample);
     return std::nullopt;
 }
 
 bool AiffFormat::isLinear() const
 {
-    return !compressionType || contains(integerTypes, *compressionType) || isFloat();
+    return !compressionType || linearType(compressionType);
 }
 
 bool AiffFormat::isFloat() const
 {
-    return compressionType && contains(floatTypes, *compressionType);
+    const LinearType* const type = linearType(compressionType);
+    return type && type->isFloat;
+}
+
+LinearPcmLayout AiffFormat::layout() const
+{
+    const LinearType* const type = linearType(compressionType);
+    const uint32_t bytesOfBits = (bitsPerSample == 0 ? 16U : bitsPerSample + 7U) / 8U;
+    LinearPcmLayout layout;
+    layout.bytesPerSample = type && type->bytesPerSample != 0 ? type->bytesPerSample : bytesOfBits;
+    layout.isFloat = type && type->isFloat;
+    layout.isBigEndian = !type || type->isBigEndian;
+    layout.isSigned = !type || type->isSigned;
+    return layout;
 }
 
 QString AiffFormat::description() const
 {
-    if (!compressionType || contains(integerTypes, *compressionType))
-        return QStringLiteral("%1-bit integer").arg(bitsPerSample);
-    if (isFloat())
-        return QStringLiteral("%1-bit floating point").arg(bitsPerSample);
-    return nameOfType(*compressionType);
+    if (!isLinear())
+        return nameOfType(*compressionType);
+    const uint32_t bits = compressionType ? 8 * layout().bytesPerSample : bitsPerSample;
+    return QStringLiteral("%1-bit %2")
+        .arg(bits)
+        .arg(isFloat() ? QStringLiteral("floating point") : QStringLiteral("integer"));
 }
 
 } // namespace velloria

@@ -2,6 +2,7 @@
 
 #include "platform/Error.h"
 #include "platform/FourCharCode.h"
+#include "platform/codec/LinearPcm.h"
 
 #include <QByteArray>
 #include <QString>
@@ -39,6 +40,8 @@ struct AiffFormat {
     bool isLinear() const;
     /// True for floats, by the compression type.
     bool isFloat() const;
+    /// Of integers and floats as they are: some types tell the width, all others leave it to the bits.
+    LinearPcmLayout layout() const;
     /// "24-bit integer", "32-bit floating point", "IMA 4:1", "encoding QDMC", ...
     QString description() const;
 };

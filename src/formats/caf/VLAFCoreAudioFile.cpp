@@ -5,7 +5,8 @@
 #include "formats/caf/CafMarkers.h"
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
-#include "formats/decoding/LinearPcmIntake.h"
+#include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/tags/ValueChanges.h"
 #include "platform/Log.h"
 
 #include <QtEndian>
@@ -184,6 +185,7 @@ void VLAFCoreAudioFile::readMetadata()
     const MetadataDictionary dictionary =
         CafInfo::dictionaryOfPayload(payloadOf(CafChunkType::info), &keysTwice);
     mMetadata.setValuesWithDictionary(dictionary);
+    ValueChanges::declare(dictionary, mMetadata, mLedger);
     const QStringList& known = AudioMetadata::dictionaryKeys();
     for (const QString& key : dictionary.keys()) {
         if (!known.contains(key))
@@ -208,16 +210,14 @@ void VLAFCoreAudioFile::declareChunks()
                   QStringLiteral("%1 bytes behind the last chunk"));
 }
 
-std::vector<std::shared_ptr<MutableAudioClip>> VLAFCoreAudioFile::convertedAudioClips(Progress& progress,
-                                                                                      MaybeError* error)
+std::optional<LinearPcmLayout> VLAFCoreAudioFile::linearLayout() const
 {
-    if (mHoldsNoSound || !mFormat.isLinearPcm())
-        return AudioFile::convertedAudioClips(progress, error);
-    mBitRate = static_cast<int64_t>(mSampleRate * static_cast<double>(8 * frameSize()));
-    const LinearPcmRun run = {mFormat.layout(), mSoundDataOffset,
-                              mNumberOfFrames * mFormat.layout().bytesPerSample * mNumberOfChannels};
-    const auto didBegin = [this](const DecodedClips& clips) { tellDecodingDidBegin(clips, mNumberOfFrames); };
-    return clipsOfLinearPcm(*fileHandle(), run, mNumberOfChannels, mSampleRate, didBegin, progress, error);
+    return mFormat.isLinearPcm() ? std::optional(mFormat.layout()) : std::nullopt;
+}
+
+void VLAFCoreAudioFile::adjustDecoder(VLAudioFileDecompressor& decoder) const
+{
+    decoder.setExactSampleRate(mSampleRate);
 }
 
 } // namespace velloria

@@ -26,9 +26,6 @@ public:
     bool declaresWholeFile() const override { return true; }
     uint32_t formatFlags() const { return mFormat.formatFlags; }
 
-    std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
-                                                                       MaybeError* error) override;
-
     // Save options: the tags are the encodings' codes.
     FileOptions fileOptions() const override;
     double estimatedFileSizeWithTag(int tag) const override;
@@ -46,6 +43,8 @@ public:
     MaybeError writeFooter() override;
 
 protected:
+    std::optional<LinearPcmLayout> linearLayout() const override;
+    void adjustDecoder(VLAudioFileDecompressor& decoder) const override;
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
 
 private:

@@ -9,24 +9,27 @@ namespace velloria
 namespace
 {
 
+// What a size field of 32 bits holds where the size stands elsewhere.
+constexpr int64_t longSizeMark = 0xFFFFFFFF;
+
 bool isPrintable(FourCharCode ident)
 {
     const QByteArray text = fourCharText(ident);
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
-/// A place where chunks may stand.
-struct Region {
+/// Where to look for chunks.
+struct Place {
     const FileHandle& handle;
-    int64_t end;
-    ChunkByteOrder byteOrder;
+    const RiffRegion& region;
 };
 
-bool readHeader(const Region& region, int64_t offset, RiffChunk& chunk)
+bool readHeader(const Place& place, int64_t offset, RiffChunk& chunk)
 {
+    const RiffRegion& region = place.region;
     if (offset + RiffChunk::headerLength > region.end)
         return false;
-    const QByteArray header = region.handle.readAt(offset, RiffChunk::headerLength);
+    const QByteArray header = place.handle.readAt(offset, RiffChunk::headerLength);
     if (header.size() < RiffChunk::headerLength)
         return false;
     chunk.ident = qFromBigEndian<quint32>(header.constData());
@@ -34,6 +37,10 @@ bool readHeader(const Region& region, int64_t offset, RiffChunk& chunk)
     const char* const size = header.constData() + 4;
     chunk.size = region.byteOrder == ChunkByteOrder::littleEndian ? qFromLittleEndian<quint32>(size)
                                                                   : qFromBigEndian<quint32>(size);
+    for (const LongChunkSize& longSize : region.longSizes) {
+        if (chunk.size == longSizeMark && longSize.ident == chunk.ident)
+            chunk.size = longSize.size;
+    }
     chunk.isComplete = chunk.end() <= region.end;
     return true;
 }
@@ -43,53 +50,52 @@ bool isSound(FourCharCode ident)
     return ident == fourCharCode("data") || ident == fourCharCode("SSND");
 }
 
-bool isHeaderLikely(const Region& region, int64_t offset)
+bool isHeaderLikely(const Place& place, int64_t offset)
 {
     RiffChunk chunk;
     // Sound data is what most often runs past the end.
-    return readHeader(region, offset, chunk) && isPrintable(chunk.ident) &&
+    return readHeader(place, offset, chunk) && isPrintable(chunk.ident) &&
            (chunk.isComplete || isSound(chunk.ident));
 }
 
 /// How far the bytes at an offset look like a chunk: 0 not at all, 1 a header, 2 with something behind it
 /// that looks like one too, or the end.
-int likelihood(const Region& region, int64_t offset)
+int likelihood(const Place& place, int64_t offset)
 {
     RiffChunk chunk;
-    if (!isHeaderLikely(region, offset) || !readHeader(region, offset, chunk))
+    if (!isHeaderLikely(place, offset) || !readHeader(place, offset, chunk))
         return 0;
-    const bool goesOn = chunk.end() >= region.end - 1 || isHeaderLikely(region, chunk.end()) ||
-                        isHeaderLikely(region, chunk.end() + 1);
+    const bool goesOn = chunk.end() >= place.region.end - 1 || isHeaderLikely(place, chunk.end()) ||
+                        isHeaderLikely(place, chunk.end() + 1);
     return goesOn ? 2 : 1;
 }
 
-int64_t offsetAfter(const Region& region, const RiffChunk& chunk)
+int64_t offsetAfter(const Place& place, const RiffChunk& chunk)
 {
     const bool isEven = chunk.size % 2 == 0;
-    if (isEven && !region.handle.readAt(chunk.end(), 1).startsWith('\0'))
+    if (isEven && !place.handle.readAt(chunk.end(), 1).startsWith('\0'))
         return chunk.end();
     // Some pad bytes are not zero, and the letters of a header with one before or behind them can make
     // another: what is followed by more of its kind is the right one.
-    const int padded = likelihood(region, chunk.end() + 1);
-    const int plain = likelihood(region, chunk.end());
+    const int padded = likelihood(place, chunk.end() + 1);
+    const int plain = likelihood(place, chunk.end());
     const bool isPadded = isEven ? padded > plain : padded >= plain;
     return chunk.end() + (isPadded ? 1 : 0);
 }
 
 } // namespace
 
-RiffChunkList RiffChunkList::ofFile(const FileHandle& handle, int64_t firstOffset, int64_t end,
-                                    size_t mostChunks, ChunkByteOrder byteOrder, int64_t formEnd)
+RiffChunkList RiffChunkList::ofFile(const FileHandle& handle, const RiffRegion& region)
 {
-    const Region region{handle, end, byteOrder};
+    const Place place{handle, region};
     RiffChunkList list;
     RiffChunk chunk;
-    for (int64_t offset = firstOffset; list.mChunks.size() < mostChunks;
-         offset = offsetAfter(region, chunk)) {
-        if (!readHeader(region, offset, chunk))
+    for (int64_t offset = region.firstOffset; list.mChunks.size() < region.mostChunks;
+         offset = offsetAfter(place, chunk)) {
+        if (!readHeader(place, offset, chunk))
             break;
         // What some program put behind the whole is no chunk.
-        if (offset >= formEnd && !isPrintable(chunk.ident))
+        if (offset >= region.formEnd && !isPrintable(chunk.ident))
             break;
         list.mChunks.push_back(chunk);
     }
@@ -116,7 +122,8 @@ void RiffChunkList::openUp(FourCharCode ident, int64_t end)
 
 bool RiffChunkList::isHeaderLikelyAt(const FileHandle& handle, int64_t offset, ChunkByteOrder byteOrder)
 {
-    return isHeaderLikely({handle, handle.length(), byteOrder}, offset);
+    const RiffRegion wholeFile{0, handle.length(), byteOrder};
+    return isHeaderLikely({handle, wholeFile}, offset);
 }
 
 QByteArray riffChunkHeader(FourCharCode ident, int64_t size, ChunkByteOrder byteOrder)

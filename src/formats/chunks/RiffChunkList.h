@@ -30,22 +30,32 @@ struct RiffChunk {
     int64_t end() const { return payloadOffset() + size; }
 };
 
+/// The true size of a chunk whose own field, of 32 bits, holds all ones.
+struct LongChunkSize {
+    FourCharCode ident = 0;
+    int64_t size = 0;
+};
+
+/// A stretch of a file in which chunks stand one behind the other: the file's, or those of a list.
+struct RiffRegion {
+    int64_t firstOffset = 0;
+    int64_t end = 0;
+    ChunkByteOrder byteOrder = ChunkByteOrder::littleEndian;
+    /// Where the whole ends as its header tells; from there on only what has a name is a chunk.
+    int64_t formEnd = std::numeric_limits<int64_t>::max();
+    std::vector<LongChunkSize> longSizes = {};
+    /// No sound file has so many. A damaged one could hold a chunk every eight bytes.
+    size_t mostChunks = 10000;
+};
+
 /// The chunks of a RIFF or IFF file, found by walking from one to the next. An odd payload is followed by a
 /// pad byte. Some programs leave it out, others pad to even offsets instead of even sizes, and some pad with
 /// anything: whether a pad byte is there is told by where something stands that looks like the next chunk's
-/// header. The walk ends at the end of the file, whatever the sizes claim, and after more chunks than any
-/// sound file has (a damaged one could hold a chunk every eight bytes).
+/// header. The walk ends where the region does, whatever the sizes claim.
 class RiffChunkList
 {
 public:
-    static constexpr size_t mostChunksOfFile = 10000;
-
-    /// The chunks whose headers lie from `firstOffset` to `end`, which is that of the file or of a list. From
-    /// `formEnd` on, where the whole ends as its header tells, only what has a name is a chunk.
-    static RiffChunkList ofFile(const FileHandle& handle, int64_t firstOffset, int64_t end,
-                                size_t mostChunks = mostChunksOfFile,
-                                ChunkByteOrder byteOrder = ChunkByteOrder::littleEndian,
-                                int64_t formEnd = std::numeric_limits<int64_t>::max());
+    static RiffChunkList ofFile(const FileHandle& handle, const RiffRegion& region);
 
     /// The first chunk of that name, or null.
     const RiffChunk* find(FourCharCode ident) const;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace velloria
 {
@@ -109,6 +110,12 @@ void VLAudioFileDecompressor::setUpPriming()
     logLine(QStringLiteral("VLAudioFileDecompressor info: priming %1, remainder %2 frames.")
                 .arg(mNumPrimingFrames)
                 .arg(remainder));
+}
+
+void VLAudioFileDecompressor::setExactSampleRate(double rate)
+{
+    if (std::abs(rate - sampleRate()) < 1.0)
+        mExactSampleRate = rate;
 }
 
 bool VLAudioFileDecompressor::hasMetDamage() const

@@ -25,7 +25,11 @@ public:
     static std::unique_ptr<VLAudioFileDecompressor> forReadingFile(const std::shared_ptr<FileHandle>& handle,
                                                                    const QString& uti, MaybeError* error);
 
-    double sampleRate() const { return mReader->streamDescription().sampleRate(); }
+    double sampleRate() const { return mExactSampleRate.value_or(mReader->streamDescription().sampleRate()); }
+    /// For a file whose header tells a fraction of a Hz, which the decoders do not know.
+    void setExactSampleRate(double rate);
+    /// For a file whose header counts fewer frames than its packets hold.
+    void limitFrames(int64_t numFrames) { mNumberOfFrames = std::min(mNumberOfFrames, numFrames); }
     /// Bits per second in the file.
     int64_t bitRate() const { return mReader->bitRate(); }
     uint32_t numberOfChannels() const { return mReader->streamDescription().channelsPerFrame(); }
@@ -60,6 +64,7 @@ private:
 
     std::unique_ptr<PacketReader> mReader;
     std::unique_ptr<StreamDecoder> mDecoder;
+    std::optional<double> mExactSampleRate;
     uint32_t mBitsPerSample = 0;
     int64_t mNumberOfFrames = 0;
     int64_t mNumPrimingFrames = 0;

@@ -5,6 +5,7 @@
 #include "document/clips/ClipWriter.h"
 #include "formats/decoding/DecodingWatcher.h"
 #include "formats/decoding/FileDamage.h"
+#include "formats/decoding/LinearPcmIntake.h"
 #include "formats/decoding/VLAudioFileDecompressor.h"
 #include "formats/file/AudioFileTypeNames.h"
 #include "formats/saving/SaveLoop.h"
@@ -249,9 +250,23 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::convertedAudioClips(Pr
 {
     if (mHoldsNoSound)
         return clipsWithoutSound(static_cast<int32_t>(mNumberOfChannels), mSampleRate);
+    if (const auto layout = linearLayout())
+        return linearClips(*layout, progress, error);
     const auto decoder = VLAudioFileDecompressor::forReadingFile(mFileHandle, fileFormatUTI(), error);
-    return decoder ? decodedClips(*decoder, progress, error)
-                   : std::vector<std::shared_ptr<MutableAudioClip>>();
+    if (!decoder)
+        return {};
+    adjustDecoder(*decoder);
+    return decodedClips(*decoder, progress, error);
+}
+
+std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::linearClips(const LinearPcmLayout& layout,
+                                                                      Progress& progress, MaybeError* error)
+{
+    const int64_t bytesPerFrame = int64_t{layout.bytesPerSample} * mNumberOfChannels;
+    mBitRate = static_cast<int64_t>(mSampleRate * static_cast<double>(8 * bytesPerFrame));
+    const LinearPcmRun run = {layout, mSoundDataOffset, mNumberOfFrames * bytesPerFrame};
+    const auto didBegin = [this](const DecodedClips& clips) { tellDecodingDidBegin(clips, mNumberOfFrames); };
+    return clipsOfLinearPcm(*mFileHandle, run, mNumberOfChannels, mSampleRate, didBegin, progress, error);
 }
 
 void AudioFile::takeShapeOf(const VLAudioFileDecompressor& decoder)

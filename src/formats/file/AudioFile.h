@@ -10,10 +10,12 @@
 #include "platform/FileHandle.h"
 #include "platform/FourCharCode.h"
 #include "platform/Progress.h"
+#include "platform/codec/LinearPcm.h"
 
 #include <QStringList>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace velloria
@@ -193,6 +195,11 @@ protected:
     /// Takes over channels, rate, length, bit rate and sample width of what a decoder gives.
     void takeShapeOf(const VLAudioFileDecompressor& decoder);
     void tellOfDamage(const VLAudioFileDecompressor& decoder);
+    /// How the samples from soundDataOffset() on are stored, for a file whose numberOfFrames() of them are
+    /// read as they are; nothing for one that a decoder has to open.
+    virtual std::optional<LinearPcmLayout> linearLayout() const { return std::nullopt; }
+    /// Tells a decoder that was just opened what only the header knows.
+    virtual void adjustDecoder(VLAudioFileDecompressor&) const {}
     /// What convertedAudioClips() does, with a decoder that is open and has given nothing yet.
     std::vector<std::shared_ptr<MutableAudioClip>> decodedClips(VLAudioFileDecompressor& decoder,
                                                                 Progress& progress, MaybeError* error);
@@ -220,6 +227,8 @@ protected:
     FileLedger mLedger;
 
 private:
+    std::vector<std::shared_ptr<MutableAudioClip>> linearClips(const LinearPcmLayout& layout,
+                                                               Progress& progress, MaybeError* error);
     MaybeError checkSaveRange(const FrameSource& document, const SaveRange& range) const;
 
     bool mSourceWasShort = false;

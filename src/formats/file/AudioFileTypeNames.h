@@ -15,6 +15,8 @@ struct AudioFileTypeNames {
     QStringList acceptedNames;
     QString defaultExtension;
     QStringList extensionsForSave;
+    /// Those and more that files of the type are found under.
+    QStringList extensionsForOpen;
     FourCharCode hfsType = 0;
 
     /// All types, in the order in which names are looked up.

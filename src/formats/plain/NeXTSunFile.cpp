@@ -2,6 +2,7 @@
 
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
+#include "formats/file/RateLoss.h"
 #include "formats/streams/BigEndianInputStream.h"
 #include "formats/streams/BigEndianOutputStream.h"
 #include "formats/streams/EndianSwap.h"
@@ -221,7 +222,11 @@ void NeXTSunFile::declareSound()
 int64_t NeXTSunFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const
 {
     const int64_t numRead = AudioFile::readAudioDataAtOffset(offset, out);
-    endianSwapData(out.first(static_cast<size_t>(numRead)), mBitsPerSample);
+    const std::span<std::byte> samples = out.first(static_cast<size_t>(numRead));
+    if (mBitsPerSample == 64)
+        endianSwapDoubles(samples);
+    else
+        endianSwapData(samples, mBitsPerSample);
     return numRead;
 }
 
@@ -236,6 +241,11 @@ void NeXTSunFile::validateAndCorrectParameters()
     AudioFile::validateAndCorrectParameters();
     // Wider integers (offered to a document of 64-bit floats) could only be written as zeros.
     mBitsPerSample = std::min(mBitsPerSample, widestSample);
+}
+
+QStringList NeXTSunFile::soundLosses() const
+{
+    return lossOfRateFraction(mSampleRate);
 }
 
 bool NeXTSunFile::writeHeader(MaybeError* error)

@@ -28,6 +28,7 @@ public:
     bool declaresWholeFile() const override { return true; }
 
     void validateAndCorrectParameters() override;
+    QStringList soundLosses() const override;
 
     /// Rounds the sample size up to 8, 16, 24 or 32 bits.
     bool writeHeader(MaybeError* error) override;

@@ -81,7 +81,22 @@ void swap24(std::byte* samples, size_t count)
     Swap24Kernel::run(samples, count);
 }
 
+/// The eight bytes from every fourth byte on are turned around, so that most are turned twice. That is how
+/// this operation has always been; samples go through endianSwapDoubles().
+void swapEveryFourBytes(std::span<std::byte> samples)
+{
+    constexpr size_t step = 4;
+    constexpr size_t length = 8;
+    for (size_t offset = 0; offset + length <= samples.size(); offset += step)
+        std::reverse(samples.data() + offset, samples.data() + offset + length);
+}
+
 } // namespace
+
+void endianSwapDoubles(std::span<std::byte> samples)
+{
+    runKernel<SwapKernel<quint64>>(samples.data(), samples.size() / sizeof(quint64));
+}
 
 void endianSwapData(std::span<std::byte> samples, int64_t sampleSizeBits)
 {
@@ -98,7 +113,7 @@ void endianSwapData(std::span<std::byte> samples, int64_t sampleSizeBits)
         return runKernel<SwapKernel<quint32>>(bytes, samples.size() / 4);
     case 8:
         if (sampleSizeBits == 64)
-            return runKernel<SwapKernel<quint64>>(bytes, samples.size() / 8);
+            return swapEveryFourBytes(samples);
         break;
     default:
         break;

@@ -101,7 +101,7 @@ void declareInfoEntry(const RiffChunk& entry, ByteRange bytes, FileLedger& ledge
         ledger.addNotKept(ItemKind::tag, nameOfChunk(entry.ident, infoNames), bytes);
 }
 
-void declareList(ByteRange list, const FileHandle& handle, FileLedger& ledger)
+void declareList(ByteRange list, const FileHandle& handle, ChunkByteOrder byteOrder, FileLedger& ledger)
 {
     const FourCharCode listType = identAt(handle, list.offset);
     const QString name = QStringLiteral("LIST (%1)").arg(nameOfChunk(listType, {}));
@@ -112,7 +112,9 @@ void declareList(ByteRange list, const FileHandle& handle, FileLedger& ledger)
     }
     int64_t end = list.offset + listTypeLength;
     ledger.addStructure({list.offset, listTypeLength});
-    const RiffChunkList entries = RiffChunkList::ofFile(handle, end, list.end(), mostEntriesLookedAt);
+    RiffRegion region{end, list.end(), byteOrder};
+    region.mostChunks = mostEntriesLookedAt;
+    const RiffChunkList entries = RiffChunkList::ofFile(handle, region);
     for (const RiffChunk& entry : entries.chunks()) {
         const ByteRange bytes = rangeUpTo(list.end(), entry);
         ledger.addStructure({end, bytes.offset - end});
@@ -127,13 +129,14 @@ void declareList(ByteRange list, const FileHandle& handle, FileLedger& ledger)
 
 } // namespace
 
-void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedger& ledger)
+void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, ChunkByteOrder byteOrder,
+                      FileLedger& ledger)
 {
     const ByteRange bytes = rangeUpTo(handle.length(), chunk);
     if (chunk.size == 0 || isFiller(chunk.ident))
         ledger.addStructure(bytes);
     else if (chunk.ident == fourCharCode("LIST"))
-        declareList(bytes, handle, ledger);
+        declareList(bytes, handle, byteOrder, ledger);
     else
         ledger.addNotKept(ItemKind::part, nameOfChunk(chunk.ident, chunkNames), bytes);
 }

@@ -9,6 +9,7 @@ namespace velloria
 /// Declares the payload of a chunk that is not taken in. Filler, what follows from the samples and the name
 /// of the writing program are structure; all else is told, lists by their entries: "cue points (cue )", the
 /// tag "artist (IART)".
-void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedger& ledger);
+void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, ChunkByteOrder byteOrder,
+                      FileLedger& ledger);
 
 } // namespace velloria

@@ -2,6 +2,8 @@
 
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
+#include "formats/streams/EndianSwap.h"
+#include "formats/tags/Id3Intake.h"
 #include "formats/wave/WaveChunkNames.h"
 #include "formats/wave/WaveMarkers.h"
 #include "platform/Log.h"
@@ -9,7 +11,6 @@
 #include <QtEndian>
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 
 namespace velloria
@@ -18,34 +19,25 @@ namespace velloria
 namespace
 {
 
-constexpr FourCharCode riffIdent = fourCharCode("RIFF");
 constexpr FourCharCode formatIdent = fourCharCode("fmt ");
 constexpr FourCharCode dataIdent = fourCharCode("data");
 constexpr FourCharCode markerIdent = fourCharCode("MARK");
 constexpr FourCharCode tagIdent = fourCharCode("ID3 ");
 constexpr FourCharCode lowerCaseTagIdent = fourCharCode("id3 ");
 
-constexpr int64_t riffHeaderLength = 12;
 constexpr int64_t unknownSize = 0xFFFFFFFF;
 // Formats without a field for the bits per sample end before it.
 constexpr qsizetype shortestFormatPayload = 14;
 constexpr int64_t longestFormatPayload = 256;
-constexpr uint32_t largestFrame = 65535;
 
 constexpr std::array broadcastWaveIdents = {
     fourCharCode("bext"), fourCharCode("iXML"), fourCharCode("qlty"), fourCharCode("mext"),
     fourCharCode("levl"), fourCharCode("link"), fourCharCode("axml"),
 };
 
-FourCharCode identAt(const FileHandle& handle, int64_t offset)
+bool isText(FourCharCode ident)
 {
-    const QByteArray bytes = handle.readAt(offset, 4);
-    return bytes.size() == 4 ? qFromBigEndian<quint32>(bytes.constData()) : 0;
-}
-
-QByteArray chunkWithPayload(FourCharCode ident, const QByteArray& payload)
-{
-    return riffChunkHeader(ident, payload.size()) + payload;
+    return ident == fourCharCode("iXML") || ident == fourCharCode("axml") || ident == fourCharCode("link");
 }
 
 } // namespace
@@ -65,7 +57,7 @@ WaveFile::WaveFile(std::shared_ptr<FileHandle> handle)
 
 bool WaveFile::validateFileHeader(const FileHandle& handle)
 {
-    return identAt(handle, 0) == riffIdent && identAt(handle, 8) == fourCharCode("WAVE");
+    return WaveContainer::ofFile(handle).has_value();
 }
 
 std::shared_ptr<AudioFile> WaveFile::open(std::shared_ptr<FileHandle> handle, MaybeError* error)
@@ -94,14 +86,13 @@ QString WaveFile::encodingDescription() const
 
 MaybeError WaveFile::readHeader()
 {
-    if (identAt(*fileHandle(), 0) != riffIdent)
+    const auto container = WaveContainer::ofFile(*fileHandle());
+    if (!container)
         return FileDamage::unreadable(name(), QStringLiteral("it is not a RIFF file"));
-    const QByteArray riffSize = readRawDataAtOffset(4, 4);
-    const int64_t formEnd = RiffChunk::headerLength +
-                            (riffSize.size() == 4 ? qFromLittleEndian<quint32>(riffSize.constData()) : 0);
-    mLedger.addStructure({0, riffHeaderLength});
-    setChunks(RiffChunkList::ofFile(*fileHandle(), riffHeaderLength, lengthOfFile(),
-                                    RiffChunkList::mostChunksOfFile, ChunkByteOrder::littleEndian, formEnd));
+    mContainer = *container;
+    mIsLittleEndian = mContainer.byteOrder == ChunkByteOrder::littleEndian;
+    mLedger.addStructure({mContainer.offset, WaveContainer::headerLength});
+    setChunks(RiffChunkList::ofFile(*fileHandle(), mContainer.region(*fileHandle())));
     if (auto failure = readFormat())
         return failure;
     if (!chunks().find(dataIdent))
@@ -125,7 +116,7 @@ MaybeError WaveFile::readFormat()
         readRawDataAtOffset(format->payloadOffset(), std::min(format->size, longestFormatPayload));
     if (payload.size() < shortestFormatPayload)
         return damaged(QStringLiteral("its format chunk is cut short"));
-    mFormat = WaveFormat::ofPayload(payload);
+    mFormat = WaveFormat::ofPayload(payload, mContainer.byteOrder);
     if (auto failure = mFormat.checked(name()))
         return failure;
     mNumberOfChannels = mFormat.numChannels;
@@ -139,7 +130,9 @@ MaybeError WaveFile::readFormat()
     mRequiresConversion = true;
     mIsFloat = mFormat.isFloat();
     // A codec's bits per sample tell nothing of the samples that it decodes to.
-    if (mFormat.isLinear() && mFormat.bitsPerSample > 0)
+    if (linearLayout())
+        mBitsPerSample = mFormat.containerBits();
+    else if (mFormat.isLinear() && mFormat.bitsPerSample > 0)
         mBitsPerSample = mFormat.bitsPerSample;
     logLine(QStringLiteral("WAV file is not PCM and requires conversion."));
     return std::nullopt;
@@ -152,7 +145,8 @@ bool WaveFile::wasNeverCompleted(const RiffChunk& data) const
     if (data.size == unknownSize)
         return true;
     const bool hasMore = lengthOfFile() >= data.payloadOffset() + RiffChunk::headerLength;
-    return data.size == 0 && hasMore && !RiffChunkList::isHeaderLikelyAt(*fileHandle(), data.payloadOffset());
+    return data.size == 0 && hasMore &&
+           !RiffChunkList::isHeaderLikelyAt(*fileHandle(), data.payloadOffset(), mContainer.byteOrder);
 }
 
 void WaveFile::readSoundDataChunk()
@@ -166,19 +160,19 @@ void WaveFile::readSoundDataChunk()
     }
     mSoundDataOffset = data->payloadOffset();
     ByteRange sound = payloadRangeOf(*data);
-    if (mFormat.isPCM()) {
+    if (mFormat.isPCM() || linearLayout()) {
         mNumberOfFrames = sound.length / frameSize();
         sound.length = mNumberOfFrames * frameSize();
-    } else {
-        mHoldsNoSound = sound.length == 0;
     }
+    mHoldsNoSound = requiresConversion() && sound.length == 0;
     declareSound(*data, sound);
 }
 
 void WaveFile::readMarkerChunk()
 {
     const RiffChunk* const chunk = chunks().find(markerIdent);
-    if (!chunk || chunk->size > largestKeptChunk)
+    // The chunk is little-endian, and our own: in a big-endian file it is something else.
+    if (!chunk || chunk->size > largestKeptChunk || !isLittleEndian())
         return;
     WaveMarkers::Result result = WaveMarkers::markersOfPayload(payloadOf(*chunk));
     mLedger.addInModel(payloadRangeOf(*chunk));
@@ -195,14 +189,31 @@ void WaveFile::readMetadata()
         chunk = chunks().find(lowerCaseTagIdent);
     if (chunk)
         readId3Chunk(*chunk, "WaveFile");
+    if (mContainer.offset > 0)
+        readTagInFront(chunk != nullptr);
+}
+
+/// A tag that some program put in front of the file counts where the file has none of its own.
+void WaveFile::readTagInFront(bool hasTagChunk)
+{
+    const ByteRange bytes = {0, mContainer.offset};
+    const auto tagLedger =
+        hasTagChunk ? std::nullopt : takeInId3Tag(readRawDataAtOffset(bytes.offset, bytes.length), mMetadata);
+    if (tagLedger)
+        mLedger.addNested(*tagLedger, bytes.offset);
+    else
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("tags in front of the file (ID3)"), bytes);
 }
 
 void WaveFile::readBroadcastWaveFileChunks()
 {
     QList<QByteArray> kept;
     for (const FourCharCode ident : broadcastWaveIdents) {
+        // Numbers in a big-endian file are not what a RIFF file holds under the same name; text is.
+        if (!isLittleEndian() && !isText(ident))
+            continue;
         if (const RiffChunk* const chunk = takeChunk(ident))
-            kept.append(readRawDataAtOffset(chunk->offset, RiffChunk::headerLength + chunk->size));
+            kept.append(riffChunkHeader(ident, chunk->size) + payloadOf(*chunk));
     }
     if (!kept.isEmpty())
         mMetadata.setWaveBWFChunks(kept);
@@ -224,13 +235,21 @@ void WaveFile::declareFormat()
 
 void WaveFile::declareOtherChunk(const RiffChunk& chunk)
 {
-    declareWaveChunk(chunk, *fileHandle(), mLedger);
+    declareWaveChunk(chunk, *fileHandle(), mContainer.byteOrder, mLedger);
+}
+
+std::optional<LinearPcmLayout> WaveFile::linearLayout() const
+{
+    return mFormat.linearLayout(mContainer.byteOrder);
 }
 
 int64_t WaveFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const
 {
     const int64_t numRead = AudioFile::readAudioDataAtOffset(offset, out);
-    convertTwosComplementData(out.first(static_cast<size_t>(numRead)));
+    const std::span<std::byte> samples = out.first(static_cast<size_t>(numRead));
+    if (!isLittleEndian())
+        endianSwapData(samples, mBitsPerSample);
+    convertTwosComplementData(samples);
     return numRead;
 }
 
@@ -260,116 +279,13 @@ void WaveFile::convertTwosComplementData(std::span<std::byte> data) const
         data[i] ^= std::byte{0x80};
 }
 
-uint32_t WaveFile::maximumNumberOfChannels() const
-{
-    return largestFrame / static_cast<uint32_t>(std::max<int64_t>(1, sampleSizeInBytes()));
-}
-
-int64_t WaveFile::largestMarkerName() const
-{
-    return WaveMarkers::longestName;
-}
-
-int64_t WaveFile::maximumNumberOfMarkers() const
-{
-    return WaveMarkers::mostMarkers;
-}
-
-WaveFormat WaveFile::formatToWrite() const
-{
-    WaveFormat format;
-    format.numChannels = static_cast<uint16_t>(mNumberOfChannels);
-    format.sampleRate = static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, 4294967295.0));
-    format.blockAlign = static_cast<uint16_t>(frameSize());
-    format.bitsPerSample = static_cast<uint16_t>(mBitsPerSample);
-    return format;
-}
-
-bool WaveFile::writeHeader(MaybeError* error)
-{
-    mOffsetEncoding = mBitsPerSample < 9;
-    const QByteArray format = chunkWithPayload(formatIdent, formatToWrite().payload());
-    mSoundDataOffset = riffHeaderLength + format.size() + RiffChunk::headerLength;
-    const int64_t numBytes = frameSize() * mNumberOfFrames;
-    if (lengthWithFooter() > largestFileOf32Bits)
-        return false;
-
-    int64_t offset = riffHeaderLength;
-    MaybeError failure = writeContainerChunk();
-    if (!failure)
-        failure = writeChunk(format, &offset);
-    if (!failure)
-        failure = writeRawData(riffChunkHeader(dataIdent, numBytes), offset);
-    if (failure && error)
-        *error = failure;
-    return !failure;
-}
-
-/// Sizes of the RIFF and data chunks are 32-bit numbers, so this bounds the whole file.
-int64_t WaveFile::lengthWithFooter() const
-{
-    // Compared by division: the product of absurd numbers need not fit 64 bits.
-    if (mNumberOfFrames > largestFileOf32Bits / std::max<int64_t>(1, frameSize()))
-        return largestFileOf32Bits + 1;
-    int64_t length = mSoundDataOffset + frameSize() * mNumberOfFrames;
-    length += length % 2;
-    for (const QByteArray& chunk : footerChunks())
-        length += chunk.size() + (length + chunk.size()) % 2;
-    return length;
-}
-
-std::vector<QByteArray> WaveFile::footerChunks() const
-{
-    std::vector<QByteArray> footer;
-    if (mMarkers && !mMarkers->empty())
-        footer.push_back(chunkWithPayload(markerIdent, WaveMarkers::payloadOfMarkers(*mMarkers)));
-    if (mMetadata.isNotEmpty()) {
-        if (const QByteArray tag = mMetadata.id3Data(); !tag.isEmpty())
-            footer.push_back(chunkWithPayload(tagIdent, tag));
-    }
-    for (const QByteArray& chunk : mMetadata.waveBWFChunks())
-        footer.push_back(chunk);
-    return footer;
-}
-
-MaybeError WaveFile::writeFooter()
-{
-    int64_t offset = lengthOfFile();
-    // A pad byte follows sound of odd length, as the format asks for: without it other programs find nothing
-    // of what stands behind.
-    if (auto error = writeChunk({}, &offset))
-        return error;
-    for (const QByteArray& chunk : footerChunks()) {
-        if (auto error = writeChunk(chunk, &offset))
-            return error;
-    }
-    return writeContainerChunk();
-}
-
-MaybeError WaveFile::writeContainerChunk()
-{
-    const int64_t size = lengthOfFile() - RiffChunk::headerLength;
-    return writeRawData(riffChunkHeader(riffIdent, size) + QByteArrayLiteral("WAVE"), 0);
-}
-
-/// Pads so that the chunk ends at an even offset; `offset` moves behind it.
-MaybeError WaveFile::writeChunk(const QByteArray& chunk, int64_t* offset)
-{
-    QByteArray bytes = chunk;
-    if ((*offset + bytes.size()) % 2 != 0)
-        bytes.append('\0');
-    MaybeError error = writeRawData(bytes, *offset);
-    *offset += bytes.size();
-    return error;
-}
-
 void WaveFile::logAllChunks() const
 {
-    if (identAt(*fileHandle(), 0) != riffIdent) {
+    if (chunks().chunks().empty()) {
         logLine(QStringLiteral("Wave file header is invalid."));
         return;
     }
-    const QByteArray riffSize = readRawDataAtOffset(4, 4);
+    const QByteArray riffSize = readRawDataAtOffset(mContainer.offset + 4, 4);
     logLine(QStringLiteral("==== File: %1 =====").arg(displayPath(filePath())));
     logLine(QStringLiteral("File size %1").arg(lengthOfFile()));
     logLine(QStringLiteral("RIFF size %1")

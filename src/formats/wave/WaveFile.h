@@ -1,15 +1,17 @@
 #pragma once
 
 #include "formats/chunks/ChunkedFile.h"
+#include "formats/wave/WaveContainer.h"
 #include "formats/wave/WaveFormat.h"
 
 namespace velloria
 {
 
-/// RIFF WAVE files. Integer PCM is read in place; every other encoding only says that it needs decoding.
-/// Markers live in a private "MARK" chunk, tags as an ID3v2 tag in an "ID3 " chunk, and the chunks of
-/// Broadcast Wave are carried through as they are. Damage that leaves sound to read is told in warnings(); a
-/// header that makes no sense is an error.
+/// WAVE files in each of their containers: RIFF, RIFX (big-endian), RF64 and BW64 (more than 4 GB). Written
+/// is RIFF, and RF64 where that would not hold the sound. Integer PCM is read in place; every other encoding
+/// only says that it needs decoding. Markers live in a private "MARK" chunk, tags as an ID3v2 tag in an "ID3
+/// " chunk, and the chunks of Broadcast Wave are carried through as they are. Damage that leaves sound to
+/// read is told in warnings(); a header that makes no sense is an error.
 class WaveFile : public ChunkedFile
 {
 public:
@@ -32,6 +34,10 @@ public:
     uint32_t maximumNumberOfChannels() const override;
     int64_t maximumNumberOfMarkers() const override;
     int64_t largestMarkerName() const override;
+    QStringList soundLosses() const override;
+
+    /// The longest file that is written as RIFF; less than what its sizes can hold only in tests.
+    void setLargestRiffFile(int64_t numBytes) { mLargestRiffFile = numBytes; }
 
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
@@ -41,6 +47,7 @@ public:
 
 protected:
     void declareOtherChunk(const RiffChunk& chunk) override;
+    std::optional<LinearPcmLayout> linearLayout() const override;
 
 private:
     explicit WaveFile(std::shared_ptr<FileHandle> handle);
@@ -51,17 +58,22 @@ private:
     bool wasNeverCompleted(const RiffChunk& data) const;
     void readMarkerChunk();
     void readMetadata();
+    void readTagInFront(bool hasTagChunk);
     void readBroadcastWaveFileChunks();
     void declareFormat();
 
     WaveFormat formatToWrite() const;
     std::vector<QByteArray> footerChunks() const;
-    int64_t lengthWithFooter() const;
-    MaybeError writeContainerChunk();
+    /// With the header of one kind or the other.
+    int64_t lengthToWrite(bool isLong) const;
+    bool isTooLongForRiff() const;
+    MaybeError writeContainerChunk(int64_t fileLength);
     MaybeError writeChunk(const QByteArray& chunk, int64_t* offset);
     void convertTwosComplementData(std::span<std::byte> data) const;
 
     bool mOffsetEncoding = false;
+    int64_t mLargestRiffFile = largestFileOf32Bits;
+    WaveContainer mContainer;
     WaveFormat mFormat;
 };
 

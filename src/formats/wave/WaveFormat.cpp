@@ -12,7 +12,6 @@ namespace velloria
 namespace
 {
 
-constexpr qsizetype pcmPayloadLength = 16;
 // Where an extensible format's sub-format identifier begins with the format tag.
 constexpr qsizetype subFormatOffset = 24;
 constexpr qsizetype channelMaskOffset = 20;
@@ -57,15 +56,30 @@ constexpr auto encodingNames = std::to_array<EncodingName>({
     {0xF1AC, "FLAC"},
 });
 
-uint16_t uint16At(const QByteArray& bytes, qsizetype offset)
+/// The fields of a payload by their offsets; 0 beyond its end.
+class Fields
 {
-    return offset + 2 <= bytes.size() ? qFromLittleEndian<quint16>(bytes.constData() + offset) : quint16{0};
-}
+public:
+    Fields(const QByteArray& bytes, ChunkByteOrder byteOrder)
+        : mBytes(bytes)
+        , mIsBigEndian(byteOrder == ChunkByteOrder::bigEndian)
+    {
+    }
+    uint16_t uint16At(qsizetype offset) const { return at<quint16>(offset); }
+    uint32_t uint32At(qsizetype offset) const { return at<quint32>(offset); }
 
-uint32_t uint32At(const QByteArray& bytes, qsizetype offset)
-{
-    return offset + 4 <= bytes.size() ? qFromLittleEndian<quint32>(bytes.constData() + offset) : 0;
-}
+private:
+    template <typename Field> Field at(qsizetype offset) const
+    {
+        if (offset + qsizetype{sizeof(Field)} > mBytes.size())
+            return 0;
+        const char* const bytes = mBytes.constData() + offset;
+        return mIsBigEndian ? qFromBigEndian<Field>(bytes) : qFromLittleEndian<Field>(bytes);
+    }
+
+    const QByteArray& mBytes;
+    bool mIsBigEndian;
+};
 
 QString nameOfTag(uint16_t tag)
 {
@@ -78,17 +92,20 @@ QString nameOfTag(uint16_t tag)
 
 } // namespace
 
-WaveFormat WaveFormat::ofPayload(const QByteArray& payload)
+WaveFormat WaveFormat::ofPayload(const QByteArray& payload, ChunkByteOrder byteOrder)
 {
+    const Fields fields(payload, byteOrder);
     WaveFormat format;
-    format.formatTag = uint16At(payload, 0);
-    format.numChannels = uint16At(payload, 2);
-    format.sampleRate = uint32At(payload, 4);
-    format.blockAlign = uint16At(payload, 12);
-    format.bitsPerSample = uint16At(payload, 14);
-    format.subFormatTag =
-        format.formatTag == tagExtensible ? uint16At(payload, subFormatOffset) : format.formatTag;
-    format.channelMask = format.formatTag == tagExtensible ? uint32At(payload, channelMaskOffset) : 0;
+    format.formatTag = fields.uint16At(0);
+    format.numChannels = fields.uint16At(2);
+    format.sampleRate = fields.uint32At(4);
+    format.blockAlign = fields.uint16At(12);
+    format.bitsPerSample = fields.uint16At(14);
+    format.subFormatTag = format.formatTag;
+    if (format.formatTag == tagExtensible) {
+        format.subFormatTag = static_cast<uint16_t>(fields.uint32At(subFormatOffset));
+        format.channelMask = fields.uint32At(channelMaskOffset);
+    }
     return format;
 }
 
@@ -132,6 +149,23 @@ MaybeError WaveFormat::checked(const QString& name) const
                          .arg(containerBits())};
     }
     return std::nullopt;
+}
+
+std::optional<LinearPcmLayout> WaveFormat::linearLayout(ChunkByteOrder byteOrder) const
+{
+    if (isPCM() || !isLinear() || numChannels == 0 || blockAlign == 0 || blockAlign % numChannels != 0)
+        return std::nullopt;
+    LinearPcmLayout layout;
+    layout.bytesPerSample = blockAlign / numChannels;
+    layout.isFloat = isFloat();
+    layout.isBigEndian = byteOrder == ChunkByteOrder::bigEndian;
+    layout.isSigned = layout.bytesPerSample > 1;
+    const bool isFloatSize = layout.bytesPerSample == 4 || layout.bytesPerSample == 8;
+    // Up to 8 bits in more bytes would be unsigned in a way that nobody agrees on.
+    const bool isIntegerSize = containerBits() <= widestSample && (containerBits() == 8 || bitsPerSample > 8);
+    const bool isReadable = layout.isFloat ? isFloatSize && bitsPerSample == containerBits()
+                                           : isIntegerSize && bitsPerSample <= containerBits();
+    return isReadable ? std::optional(layout) : std::nullopt;
 }
 
 uint32_t WaveFormat::containerBits() const

@@ -1,16 +1,20 @@
 #pragma once
 
+#include "formats/chunks/RiffChunkList.h"
 #include "platform/Error.h"
 #include "platform/FourCharCode.h"
+#include "platform/codec/LinearPcm.h"
 
 #include <QByteArray>
 #include <QString>
 #include <cstdint>
+#include <optional>
 
 namespace velloria
 {
 
-/// What the "fmt " chunk of a WAVE file says. All fields are little-endian: format tag, channels (16 bits
+/// What the "fmt " chunk of a WAVE file says. All fields are little-endian (big-endian
+/// in RIFX files): format tag, channels (16 bits
 /// each), sample rate, bytes per second (32 each), block align, bits per sample (16 each), then for other
 /// formats than PCM an extension.
 struct WaveFormat {
@@ -19,6 +23,7 @@ struct WaveFormat {
     static constexpr uint16_t tagALaw = 6;
     static constexpr uint16_t tagMuLaw = 7;
     static constexpr uint16_t tagExtensible = 0xFFFE;
+    static constexpr qsizetype pcmPayloadLength = 16;
 
     uint16_t formatTag = tagPCM;
     uint16_t numChannels = 0;
@@ -32,7 +37,8 @@ struct WaveFormat {
     uint32_t channelMask = 0;
 
     /// The fields of a chunk's payload, as far as it goes.
-    static WaveFormat ofPayload(const QByteArray& payload);
+    static WaveFormat ofPayload(const QByteArray& payload,
+                                ChunkByteOrder byteOrder = ChunkByteOrder::littleEndian);
     /// The 16 bytes of a PCM format.
     QByteArray payload() const;
 
@@ -44,6 +50,8 @@ struct WaveFormat {
     /// True for integers and floats, whose width bitsPerSample tells.
     bool isLinear() const { return subFormatTag == tagPCM || subFormatTag == tagFloat; }
     bool isFloat() const { return subFormatTag == tagFloat; }
+    /// How integers and floats of another tag than PCM are stored; nothing where they make no sense.
+    std::optional<LinearPcmLayout> linearLayout(ChunkByteOrder byteOrder) const;
     /// PCM samples are as wide as their room in the frame: 24 bits in four bytes count as 32.
     uint32_t containerBits() const;
     /// PCM samples of up to 8 bits are unsigned. A width of 0 tells nothing: then the room decides.

@@ -53,7 +53,8 @@ QByteArray payloadOfMarkers(const std::vector<AudioMarkerPtr>& markers)
     for (size_t index = 0; index < count; ++index) {
         const QByteArray name = storedName(markers[index]->name());
         append(payload, static_cast<quint16>(index));
-        append(payload, static_cast<quint32>(std::clamp<int64_t>(markers[index]->position(), 0, 0xFFFFFFFF)));
+        append(payload,
+               static_cast<quint32>(std::clamp<int64_t>(markers[index]->position(), 0, highestPosition)));
         append(payload, static_cast<quint8>(name.size()));
         payload.append(name);
         if (name.size() % 2 == 0)

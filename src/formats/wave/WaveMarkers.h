@@ -16,6 +16,7 @@ namespace WaveMarkers
 
 constexpr int64_t mostMarkers = 65535;
 constexpr qsizetype longestName = 255;
+constexpr int64_t highestPosition = 0xFFFFFFFF;
 
 /// The payload for the first 65535 markers.
 QByteArray payloadOfMarkers(const std::vector<AudioMarkerPtr>& markers);

@@ -123,6 +123,106 @@ TEST_F(AifcFileTest, ReadsEveryEncodingOfOtherPrograms)
     }
 }
 
+/// An AIFF-C file of these fields.
+QByteArray aifc(const AiffFields& fields, const char* type, const QByteArray& soundChunkBytes)
+{
+    return form("AIFC", iffChunk("COMM", commonPayload(fields) + QByteArray(type, 4) + QByteArray(2, '\0')) +
+                            soundChunkBytes);
+}
+
+TEST_F(AifcFileTest, ReadsEveryLinearCodeByWidthCountAndRateOfItsHeader)
+{
+    // 1/4, -1/2 and, behind the frames that the header counts, rubbish.
+    const auto be = [](const char* a, const char* b, int size) {
+        return QByteArray(a, size) + QByteArray(b, size);
+    };
+    const QByteArray float32 = be("\x3E\x80\0\0", "\xBF\0\0\0", 4);
+    const QByteArray float64 = be("\x3F\xD0\0\0\0\0\0\0", "\xBF\xE0\0\0\0\0\0\0", 8);
+    const QByteArray big16 = be("\x20\0", "\xC0\0", 2), little16 = be("\0\x20", "\0\xC0", 2);
+    const QByteArray big24 = be("\x20\0\0", "\xC0\0\0", 3), little24 = be("\0\0\x20", "\0\0\xC0", 3);
+    const QByteArray big32 = be("\x20\0\0\0", "\xC0\0\0\0", 4);
+    const QByteArray little32 = be("\0\0\0\x20", "\0\0\0\xC0", 4);
+    const QByteArray fractionalRate = bytes("\x40\x0E\xAC\x17\x80\0\0\0\0\0");
+    const struct {
+        const char* type;
+        int bits;
+        QByteArray stored;
+        uint32_t bitsThere;
+    } cases[] = {
+        {"NONE", 8, be("\x20", "\xC0", 1), 8},
+        {"raw ", 8, be("\xA0", "\x40", 1), 8},
+        {"raw ", 16, be("\xA0\0", "\x40\0", 2), 16},
+        {"NONE", 12, big16, 16},
+        {"twos", 16, big16, 16},
+        {"twos", 24, big24, 24},
+        {"NONE", 32, big32, 32},
+        {"sowt", 16, little16, 16},
+        {"sowt", 24, little24, 24},
+        {"sowt", 32, little32, 32},
+        {"sowt", 0, little16, 16},
+        {"in16", 16, big16, 16},
+        {"in24", 16, big24, 24},
+        {"in24", 24, big24, 24},
+        {"42n1", 24, little24, 24},
+        {"42ni", 24, little24, 24},
+        {"in32", 32, big32, 32},
+        {"23ni", 32, little32, 32},
+        {"fl32", 16, float32, 32},
+        {"FL32", 32, float32, 32},
+        {"fl64", 64, float64, 64},
+        {"FL64", 16, float64, 64},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.type) + std::to_string(c.bits));
+        const QByteArray sound = "SSND" + bigEndian32(static_cast<quint32>(8 + 3 + c.stored.size() + 9)) +
+                                 bigEndian32(3) + bigEndian32(512) + "pad" + c.stored + QByteArray(9, 'x');
+        makeFile("in.aifc", aifc({1, 2, c.bits, fractionalRate}, c.type, sound));
+        const auto file = opened("in.aifc");
+        ASSERT_TRUE(file);
+        EXPECT_TRUE(file->requiresConversion());
+        EXPECT_EQ(file->numberOfFrames(), 2);
+        EXPECT_EQ(file->bitsPerSample(), c.bitsThere);
+        const TrackDocument document = decoded(*file);
+        EXPECT_EQ(framesOf(document), (FloatBuffer{0.25F, -0.5F}));
+        EXPECT_EQ(file->sampleRate(), 44055.5);
+        EXPECT_EQ(file->chunksNotKept(),
+                  (QStringList{"3 bytes in front of the sound", "9 bytes behind the last frame"}));
+    }
+    MaybeError error;
+    makeFile("in.aifc", aifc({1, 1, 48}, "NONE", soundChunk("abcdef")));
+    EXPECT_FALSE(AudioFileRegistry::audioFileWithPath(path("in.aifc"), &error));
+    EXPECT_EQ(error->message, "“in.aifc” holds 48-bit integers, which Velloria cannot read.");
+}
+
+TEST_F(AifcFileTest, HonoursOffsetCountAndRateOfCompressedSound)
+{
+    const QByteArray fractionalRate = bytes("\x40\x0E\xAC\x17\x80\0\0\0\0\0");
+    const auto sound = [](const QByteArray& samples) {
+        return "SSND" + bigEndian32(static_cast<quint32>(8 + 5 + samples.size())) + bigEndian32(5) +
+               bigEndian32(512) + "\xFF\xFF\xFF\xFF\xFF" + samples;
+    };
+    // 0xD5 is the smallest positive value of A-law, 0xAA its largest.
+    const QByteArray alaw = QByteArray(100, '\xD5') + QByteArray(20, '\xAA');
+    for (const char* type : {"alaw", "ALAW"}) {
+        makeFile("in.aifc", aifc({1, 100, 16, fractionalRate}, type, sound(alaw)));
+        const auto file = opened("in.aifc");
+        const FloatBuffer frames = framesOf(decoded(*file));
+        ASSERT_EQ(frames.size(), 100U) << type;
+        EXPECT_TRUE(std::all_of(frames.begin(), frames.end(), [](float f) { return std::abs(f) < 0.001F; }));
+        EXPECT_EQ(file->sampleRate(), 44055.5);
+        EXPECT_EQ(file->dataFormat(), fourCharCode("alaw"));
+    }
+    // Of IMA 4:1 the header counts packets, or, from some programs, frames.
+    const struct {
+        int64_t told;
+        int64_t numFrames;
+    } counts[] = {{3, 192}, {2, 128}, {150, 150}, {192, 192}, {1000, 192}, {0, 192}};
+    for (const auto& c : counts) {
+        makeFile("in.aifc", aifc({1, c.told, 16}, "ima4", sound(QByteArray(3 * 34, '\0'))));
+        EXPECT_EQ(decoded(*opened("in.aifc")).numberOfFrames(), c.numFrames) << c.told;
+    }
+}
+
 TEST_F(AifcFileTest, WritesTheIntegersOfAnUncompressedFileUnchanged)
 {
     for (const int bits : {16, 24}) {
@@ -189,6 +289,11 @@ TEST_F(AifcFileTest, OffersItsEncodingsWithTheirSizes)
     file.configureWithPopUpTag(tagOf("ulaw"));
     EXPECT_EQ(file.fileOptions().selectedTag, tagOf("ulaw"));
     EXPECT_EQ(file.compressionName(), "mu-Law 2:1");
+    for (const char* type : {"ima4", "alaw", "ulaw", "ALAW", "ULAW"})
+        EXPECT_EQ(AifcFile::typeForSaving(qFromBigEndian<quint32>(type)), "public.aifc-audio") << type;
+    for (const char* type : {"NONE", "twos", "sowt", "raw ", "in16", "in24", "42n1", "in32", "23ni", "fl32",
+                             "FL32", "fl64", "FL64", "MAC3", "QDM2"})
+        EXPECT_EQ(AifcFile::typeForSaving(qFromBigEndian<quint32>(type)), "public.aiff-audio") << type;
 
     file.setNumberOfFrames(6000);
     const double asIntegers = 2.0 * 6000 * 2 + 4096;

@@ -1,0 +1,164 @@
+#include "formats/file/RateLoss.h"
+#include "formats/wave/WaveFile.h"
+#include "formats/wave/WaveMarkers.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr uint32_t largestFrame = 65535;
+constexpr int64_t formatChunkLength = RiffChunk::headerLength + WaveFormat::pcmPayloadLength;
+
+QByteArray chunkWithPayload(FourCharCode ident, const QByteArray& payload)
+{
+    return riffChunkHeader(ident, payload.size()) + payload;
+}
+
+/// Of the first sample: behind the container's header, with its long sizes, and those of format and sound.
+int64_t soundOffset(bool isLong)
+{
+    const int64_t sizes = isLong ? RiffChunk::headerLength + WaveContainer::longSizesLength : 0;
+    return WaveContainer::headerLength + sizes + formatChunkLength + RiffChunk::headerLength;
+}
+
+} // namespace
+
+uint32_t WaveFile::maximumNumberOfChannels() const
+{
+    return largestFrame / static_cast<uint32_t>(std::max<int64_t>(1, sampleSizeInBytes()));
+}
+
+int64_t WaveFile::largestMarkerName() const
+{
+    return WaveMarkers::longestName;
+}
+
+int64_t WaveFile::maximumNumberOfMarkers() const
+{
+    return WaveMarkers::mostMarkers;
+}
+
+WaveFormat WaveFile::formatToWrite() const
+{
+    WaveFormat format;
+    format.numChannels = static_cast<uint16_t>(mNumberOfChannels);
+    format.sampleRate = static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, 4294967295.0));
+    format.blockAlign = static_cast<uint16_t>(frameSize());
+    format.bitsPerSample = static_cast<uint16_t>(mBitsPerSample);
+    return format;
+}
+
+bool WaveFile::writeHeader(MaybeError* error)
+{
+    mOffsetEncoding = mBitsPerSample < 9;
+    // The product of absurd numbers need not fit 64 bits, and a file system holds no file of that size.
+    constexpr int64_t largestFile = std::numeric_limits<int64_t>::max() / 2;
+    if (mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize())) {
+        if (error)
+            *error = Error{Error::Code::fileTooLarge, QStringLiteral("The sound is too long for any file.")};
+        return false;
+    }
+    const bool isLong = isTooLongForRiff();
+    mContainer.hasLongSizes = isLong;
+    mSoundDataOffset = soundOffset(isLong);
+    int64_t offset = mSoundDataOffset - RiffChunk::headerLength - formatChunkLength;
+    const QByteArray format =
+        riffChunkHeader(fourCharCode("fmt "), WaveFormat::pcmPayloadLength) + formatToWrite().payload();
+    MaybeError failure = writeContainerChunk(lengthToWrite(isLong));
+    if (!failure)
+        failure = writeChunk(format, &offset);
+    if (!failure)
+        failure = writeRawData(riffChunkHeader(fourCharCode("data"),
+                                               isLong ? largestFileOf32Bits : frameSize() * mNumberOfFrames),
+                               offset);
+    if (failure && error)
+        *error = failure;
+    return !failure;
+}
+
+int64_t WaveFile::lengthToWrite(bool isLong) const
+{
+    int64_t length = soundOffset(isLong) + frameSize() * mNumberOfFrames;
+    length += length % 2;
+    for (const QByteArray& chunk : footerChunks())
+        length += chunk.size() + (length + chunk.size()) % 2;
+    return length;
+}
+
+/// Sizes of the RIFF and data chunks are 32-bit numbers, so these bound the whole file.
+bool WaveFile::isTooLongForRiff() const
+{
+    return mNumberOfFrames > mLargestRiffFile / std::max<int64_t>(1, frameSize()) ||
+           lengthToWrite(false) > mLargestRiffFile;
+}
+
+QStringList WaveFile::soundLosses() const
+{
+    QStringList losses = lossOfRateFraction(mSampleRate);
+    if (isTooLongForRiff())
+        losses +=
+            QStringLiteral("The sound takes more than 4 GB, so that the file is written as RF64, which not "
+                           "every program opens.");
+    const auto isBeyond = [](const AudioMarkerPtr& marker) {
+        return marker->position() > WaveMarkers::highestPosition;
+    };
+    if (mMarkers && std::any_of(mMarkers->begin(), mMarkers->end(), isBeyond))
+        losses +=
+            QStringLiteral("Markers beyond frame %1 are moved to it.").arg(WaveMarkers::highestPosition);
+    return losses;
+}
+
+std::vector<QByteArray> WaveFile::footerChunks() const
+{
+    std::vector<QByteArray> footer;
+    if (mMarkers && !mMarkers->empty())
+        footer.push_back(chunkWithPayload(fourCharCode("MARK"), WaveMarkers::payloadOfMarkers(*mMarkers)));
+    if (mMetadata.isNotEmpty()) {
+        if (const QByteArray tag = mMetadata.id3Data(); !tag.isEmpty())
+            footer.push_back(chunkWithPayload(fourCharCode("ID3 "), tag));
+    }
+    for (const QByteArray& chunk : mMetadata.waveBWFChunks())
+        footer.push_back(chunk);
+    return footer;
+}
+
+MaybeError WaveFile::writeFooter()
+{
+    int64_t offset = lengthOfFile();
+    // A pad byte follows sound of odd length, as the format asks for: without it other programs find nothing
+    // of what stands behind.
+    if (auto error = writeChunk({}, &offset))
+        return error;
+    for (const QByteArray& chunk : footerChunks()) {
+        if (auto error = writeChunk(chunk, &offset))
+            return error;
+    }
+    return writeContainerChunk(offset);
+}
+
+MaybeError WaveFile::writeContainerChunk(int64_t fileLength)
+{
+    if (!mContainer.hasLongSizes)
+        return writeRawData(WaveContainer::header(fileLength), 0);
+    return writeRawData(WaveContainer::longHeader(fileLength, frameSize() * mNumberOfFrames, mNumberOfFrames),
+                        0);
+}
+
+/// Pads so that the chunk ends at an even offset; `offset` moves behind it.
+MaybeError WaveFile::writeChunk(const QByteArray& chunk, int64_t* offset)
+{
+    QByteArray bytes = chunk;
+    if ((*offset + bytes.size()) % 2 != 0)
+        bytes.append('\0');
+    MaybeError error = writeRawData(bytes, *offset);
+    *offset += bytes.size();
+    return error;
+}
+
+} // namespace velloria
