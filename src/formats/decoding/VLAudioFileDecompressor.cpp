@@ -105,6 +105,9 @@ void VLAudioFileDecompressor::setUpPriming()
     if (const auto& table = mReader->packetTable()) {
         mNumPrimingFrames = table->primingFrames;
         remainder = table->remainderFrames;
+    } else if (mNumPrimingFrames >= mNumberOfFrames) {
+        // A piece that is shorter than the delay was cut out of a stream: nothing of it is the encoder's.
+        mNumPrimingFrames = 0;
     }
     mNumberOfFrames = std::max<int64_t>(0, mNumberOfFrames - mNumPrimingFrames - remainder);
     logLine(QStringLiteral("VLAudioFileDecompressor info: priming %1, remainder %2 frames.")

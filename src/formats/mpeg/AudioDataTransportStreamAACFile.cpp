@@ -2,6 +2,7 @@
 
 #include "formats/decoding/VLAudioFileDecompressor.h"
 #include "formats/mpeg/AacBitRates.h"
+#include "formats/mpeg/PacketStreamLedger.h"
 #include "formats/saving/PacketSaver.h"
 #include "platform/codec/AudioFormats.h"
 #include "platform/codec/ContainerWriter.h"
@@ -46,8 +47,7 @@ std::shared_ptr<AudioFile> AudioDataTransportStreamAACFile::open(std::shared_ptr
     if (!decoder)
         return nullptr;
     file->takeDecoder(std::move(decoder));
-    if (ElementaryStreams::lengthOfLeadingTags(*file->fileHandle()) > 0)
-        file->mLedger.addNotKept(ItemKind::part, QStringLiteral("ID3 tag"));
+    file->mLedger = packetStreamLedger(*file->fileHandle(), false);
     return file;
 }
 

@@ -22,6 +22,7 @@ public:
 
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
+    bool declaresWholeFile() const override { return true; }
 
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;

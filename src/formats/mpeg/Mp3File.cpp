@@ -3,6 +3,7 @@
 #include "formats/decoding/FileDamage.h"
 #include "formats/decoding/VLAudioFileDecompressor.h"
 #include "formats/mpeg/Mp3Saver.h"
+#include "formats/mpeg/PacketStreamLedger.h"
 #include "formats/tags/ID3Data.h"
 #include "formats/tags/Id3Intake.h"
 #include "formats/tags/Id3Writer.h"
@@ -21,7 +22,6 @@ constexpr FourCharCode layer1 = fourCharCode(".mp1");
 constexpr FourCharCode layer2 = fourCharCode(".mp2");
 
 constexpr int64_t defaultBitRate = 128000;
-constexpr double highestSampleRate = 48000.0;
 
 bool isMpegAudioFormat(FourCharCode dataFormat)
 {
@@ -85,23 +85,13 @@ void Mp3File::readTag()
         const double seconds = static_cast<double>(mNumberOfFrames) / mSampleRate;
         mBitRate = std::llround(static_cast<double>(lengthOfFile() - tagLength) / seconds * 8.0);
     }
-    if (!tag) {
-        tellOfTrailingTag();
-        return;
+    std::optional<FileLedger> tagLedger;
+    if (tag) {
+        tagLedger = takeInId3Tag(tag->tagData(), mMetadata);
+        if (!tagLedger)
+            mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
     }
-    if (const auto ledger = takeInId3Tag(tag->tagData(), mMetadata))
-        mLedger.addNested(*ledger, 0);
-    else
-        mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
-}
-
-/// The old tag of fixed length at the end of a file is not read, so a save would lose it.
-void Mp3File::tellOfTrailingTag()
-{
-    constexpr int64_t tagLength = 128;
-    const int64_t length = lengthOfFile();
-    if (length > tagLength && readRawDataAtOffset(length - tagLength, 3) == "TAG")
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("ID3v1 tag"));
+    mLedger = packetStreamLedger(*fileHandle(), true, tagLedger);
 }
 
 bool Mp3File::isLameInstalled()
@@ -131,7 +121,7 @@ FileOptions Mp3File::fileOptions() const
     options.label = QStringLiteral("Bit Rate:");
     for (const int64_t rate : validBitRates())
         options.items.push_back({static_cast<int>(rate), QStringLiteral("%1 kbps").arg(rate / 1000)});
-    options.selectedTag = static_cast<int>(closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate));
+    options.selectedTag = static_cast<int>(effectiveBitRate());
     return options;
 }
 
@@ -147,15 +137,25 @@ void Mp3File::validateAndCorrectParameters()
     mDataFormat = DataFormat::kMp3;
 }
 
+/// Low bit rates leave no room for every rate and for two channels; what the encoder does then it is asked.
 QStringList Mp3File::soundLosses() const
 {
+    const auto output =
+        Mp3Encoder::outputOf(Mp3Saver::options(mSampleRate, mNumberOfChannels, effectiveBitRate()));
     QStringList losses;
-    if (mNumberOfChannels > 2)
+    if (output && output->isMono && mNumberOfChannels > 1)
+        losses += QStringLiteral("The %1 tracks are mixed to mono.").arg(mNumberOfChannels);
+    else if (mNumberOfChannels > 2)
         losses += QStringLiteral("The %1 tracks are mixed to stereo.").arg(mNumberOfChannels);
-    if (mSampleRate > highestSampleRate)
+    if (output && output->sampleRate != mSampleRate)
         losses +=
-            QStringLiteral("Sound of %1 Hz is converted to %2 Hz.").arg(mSampleRate).arg(highestSampleRate);
+            QStringLiteral("Sound of %1 Hz is converted to %2 Hz.").arg(mSampleRate).arg(output->sampleRate);
     return losses;
+}
+
+int64_t Mp3File::effectiveBitRate() const
+{
+    return closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate);
 }
 
 MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
@@ -165,7 +165,7 @@ MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& ran
     const QByteArray tag = mMetadata.id3Data();
     if (MaybeError error = writeRawData(tag, 0))
         return error;
-    mBitRate = closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate);
+    mBitRate = effectiveBitRate();
     mSoundDataOffset = tag.size();
     Mp3Saver saver(document, range, mBitRate);
     MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress);

@@ -31,6 +31,7 @@ public:
 
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
+    bool declaresWholeFile() const override { return true; }
 
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
@@ -46,8 +47,8 @@ private:
     explicit Mp3File(std::shared_ptr<FileHandle> handle);
 
     MaybeError openDecoder();
+    int64_t effectiveBitRate() const;
     void readTag();
-    void tellOfTrailingTag();
 };
 
 } // namespace velloria

@@ -28,13 +28,16 @@ std::vector<AudioTrack::StereoGains> gainsOf(const FrameSource& document, const 
 } // namespace
 
 Mp3Saver::Mp3Saver(const FrameSource& document, const SaveRange& range, int64_t bitRate)
-    : mGains(gainsOf(document, range))
+    : mOptions(options(document.sampleRate(), range.numTracks, bitRate))
+    , mGains(gainsOf(document, range))
     , mFeed(document, range)
 {
-    mOptions.sampleRate =
-        static_cast<int>(std::lround(std::clamp(document.sampleRate(), 1.0, highestSampleRate)));
-    mOptions.bitRate = bitRate;
-    mOptions.isMono = range.numTracks == 1;
+}
+
+Mp3Encoder::Options Mp3Saver::options(double sampleRate, int64_t numTracks, int64_t bitRate)
+{
+    return {static_cast<int>(std::lround(std::clamp(sampleRate, 1.0, highestSampleRate))), bitRate,
+            numTracks == 1};
 }
 
 MaybeError Mp3Saver::run(FileHandle& file, int64_t offset, Progress& progress)
@@ -43,7 +46,10 @@ MaybeError Mp3Saver::run(FileHandle& file, int64_t offset, Progress& progress)
     const auto encoder = Mp3Encoder::create(mOptions, &error);
     if (!encoder)
         return error;
-    int64_t end = offset;
+    error = file.writeAt(offset, encoder->infoPacket());
+    if (error)
+        return error;
+    int64_t end = offset + encoder->infoPacket().size();
     const Mp3Encoder::Sink sink = [&file, &end](std::span<const std::byte> bytes) {
         MaybeError failure = file.writeAt(end, bytes);
         end += std::ssize(bytes);

@@ -14,6 +14,9 @@ class Mp3Saver
 public:
     Mp3Saver(const FrameSource& document, const SaveRange& range, int64_t bitRate);
 
+    /// What the encoder is asked for.
+    static Mp3Encoder::Options options(double sampleRate, int64_t numTracks, int64_t bitRate);
+
     /// Writes from an offset on, to the end of the file. Ends early with the first error, or the
     /// user-cancelled one.
     MaybeError run(FileHandle& file, int64_t offset, Progress& progress);

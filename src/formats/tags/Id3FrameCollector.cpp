@@ -185,7 +185,7 @@ void Id3FrameCollector::takeComment(const Id3Frame& frame, QByteArrayView payloa
         key + u' ' +
         ValueChanges::quoted(comment->description.isEmpty() ? comment->text : comment->description);
     const bool isPlain = comment->description.isEmpty();
-    if (comment->isPrivate() || (!isPlain && mKeysOfPlainComments.contains(key)))
+    if (comment->isTooShort || comment->isPrivate() || (!isPlain && mKeysOfPlainComments.contains(key)))
         return noteNotKept(name);
     takeValue(key, comment->text);
     if (isPlain)

@@ -147,9 +147,8 @@ std::optional<Id3Comment> decodeId3Comment(QByteArrayView payload)
     }
     QString language = QString::fromLatin1(payload.sliced(1, 3));
     language.remove(QChar::Null);
-    // What is left when a text is empty is at most one stray byte.
-    return Id3Comment{language, described->description,
-                      content.size() > 1 ? decodeId3Text(encoding, content) : QString()};
+    return Id3Comment{language, described->description, decodeId3Text(encoding, content),
+                      content.size() <= 1};
 }
 
 } // namespace velloria

@@ -49,6 +49,8 @@ struct Id3Comment {
     QString language;
     QString description;
     QString text;
+    /// One letter in one byte, without a terminator, is what is left of an empty text: no comment.
+    bool isTooShort = false;
 
     /// True for what a player keeps for itself ("iTunNORM" and its like).
     bool isPrivate() const { return description.startsWith(u"iTun"); }

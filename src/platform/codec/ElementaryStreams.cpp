@@ -1,5 +1,6 @@
 #include "platform/codec/ElementaryStreams.h"
 
+#include <QtEndian>
 #include <algorithm>
 #include <array>
 
@@ -107,6 +108,81 @@ int numHeadsInRowAt(const FileHandle& handle, int64_t offset, HeadReader headOf)
     return kNumHeadsInRow;
 }
 
+/// Goes along the heads of a stream, reading the file in large pieces.
+class StretchFinder
+{
+public:
+    StretchFinder(const FileHandle& handle, int64_t end, bool isMpegAudio)
+        : mHandle(handle)
+        , mEnd(end)
+        , mHeadOf(isMpegAudio ? mpegHead : adtsHead)
+    {
+    }
+
+    std::vector<Stretch> find(int64_t offset)
+    {
+        while (offset < mEnd) {
+            const auto head = headAt(offset);
+            if (!head) {
+                const int64_t next = nextHead(offset + 1);
+                add(Stretch::Kind::other, offset, next);
+                offset = next;
+                continue;
+            }
+            mKind = head->kind;
+            const int64_t next = offset + head->packetBytes;
+            add(next <= mEnd ? Stretch::Kind::packets : Stretch::Kind::cutPacket, offset,
+                std::min(next, mEnd));
+            offset = next;
+        }
+        return std::move(mStretches);
+    }
+
+private:
+    /// The head of a packet of this stream.
+    std::optional<Head> headAt(int64_t offset)
+    {
+        if (offset + kHeadBytes > mEnd)
+            return std::nullopt;
+        if (offset < mWindowStart || offset + kHeadBytes > mWindowStart + mWindow.size()) {
+            mWindow = mHandle.readAt(offset, std::min(kMaxJunkBytes, mEnd - offset));
+            mWindowStart = offset;
+            if (mWindow.size() < kHeadBytes)
+                return std::nullopt;
+        }
+        const auto head =
+            mHeadOf(reinterpret_cast<const uint8_t*>(mWindow.constData()) + (offset - mWindowStart));
+        return head && (!mKind || head->kind == *mKind) ? head : std::nullopt;
+    }
+
+    /// Where a packet begins that another one follows, or the end.
+    int64_t nextHead(int64_t offset)
+    {
+        for (; offset < mEnd; ++offset) {
+            const auto head = headAt(offset);
+            const int64_t next = head ? offset + head->packetBytes : 0;
+            if (head && (next == mEnd || (next < mEnd && headAt(next))))
+                return offset;
+        }
+        return mEnd;
+    }
+
+    void add(Stretch::Kind kind, int64_t offset, int64_t end)
+    {
+        if (mStretches.empty() || mStretches.back().kind != kind)
+            mStretches.push_back({kind, offset, 0});
+        mStretches.back().length = end - mStretches.back().offset;
+    }
+
+    const FileHandle& mHandle;
+    int64_t mEnd;
+    HeadReader mHeadOf;
+    std::optional<uint32_t> mKind;
+    QByteArray mWindow;
+    int64_t mWindowStart = 0;
+    std::vector<Stretch> mStretches;
+};
+
 } // namespace
 
 int64_t lengthOfLeadingTags(const FileHandle& handle)
@@ -120,7 +196,9 @@ int64_t lengthOfLeadingTags(const FileHandle& handle)
         int64_t size = 0;
         for (int k = 6; k < 10; ++k)
             size = (size << 7) | (header[k] & 0x7F);
-        offset += size + headerBytes;
+        // A tag of version 2.4 may end with a footer of the same length.
+        const bool hasFooter = header[3] == 4 && (header[5] & 0x10);
+        offset += size + headerBytes * (hasFooter ? 2 : 1);
     }
     return offset;
 }
@@ -161,6 +239,35 @@ std::optional<int64_t> numMpegPacketsTold(const FileHandle& handle)
     if (!start || at < 0 || at + 12 > bytes.size() || !(bytes[at + 7] & hasCount))
         return std::nullopt;
     return bigEndian32(reinterpret_cast<const uint8_t*>(bytes.constData()) + at + 8);
+}
+
+QByteArray emptyLayer3Packet(int sampleRate, bool isMono, int64_t bitRate, int64_t numBytes)
+{
+    constexpr std::array<uint32_t, 3> versions = {3, 2, 0}; // 1, 2 and 2.5
+    for (uint32_t halvings = 0; halvings < versions.size(); ++halvings) {
+        for (uint32_t rateIndex = 0; rateIndex < kSampleRates.size(); ++rateIndex) {
+            if (kSampleRates[rateIndex] >> halvings != sampleRate)
+                continue;
+            for (uint32_t bitRateIndex = 1; bitRateIndex < 15; ++bitRateIndex) {
+                // Layer III, no checksum, original; one channel, or two in joint stereo.
+                const uint32_t head = 0xFFE30004 | versions[halvings] << 19 | bitRateIndex << 12 |
+                                      rateIndex << 10 | (isMono ? 3U : 1U) << 6;
+                QByteArray packet(kHeadBytes, '\0');
+                qToBigEndian(head, packet.data());
+                const int64_t size =
+                    mpegHead(reinterpret_cast<const uint8_t*>(packet.constData()))->packetBytes;
+                const int64_t rate = 1000 * bitRatesOf(halvings == 0, 3)[bitRateIndex];
+                if (rate >= bitRate && size >= numBytes)
+                    return packet.leftJustified(size, '\0');
+            }
+        }
+    }
+    return {};
+}
+
+std::vector<Stretch> stretches(const FileHandle& handle, int64_t start, int64_t end, bool isMpegAudio)
+{
+    return StretchFinder(handle, end, isMpegAudio).find(start);
 }
 
 bool isAdts(const FileHandle& handle)

@@ -3,6 +3,7 @@
 #include "platform/FileHandle.h"
 
 #include <optional>
+#include <vector>
 
 namespace velloria
 {
@@ -29,6 +30,26 @@ std::optional<MpegAudioStart> startOfMpegAudio(const FileHandle& handle);
 std::optional<int64_t> bytesOfPacket(const QByteArray& head, bool isMpegAudio);
 /// How many packets of MPEG audio follow, as the first one of many files tells; nothing where it does not.
 std::optional<int64_t> numMpegPacketsTold(const FileHandle& handle);
+
+/// A Layer III packet of nothing but zeros behind its head: the smallest that has a standard bit rate of at
+/// least so many bits per second and at least so many bytes. Empty for a rate that the format does not have.
+QByteArray emptyLayer3Packet(int sampleRate, bool isMono, int64_t bitRate, int64_t numBytes);
+
+/// A part of a stream.
+struct Stretch {
+    enum class Kind {
+        packets,
+        /// The head of a packet, and what there is of it.
+        cutPacket,
+        other
+    };
+    Kind kind = Kind::other;
+    int64_t offset = 0;
+    int64_t length = 0;
+};
+/// Which bytes from `start` to before `end` are packets of one stream of MPEG audio or else of AAC, and which
+/// are not; in order, without gaps.
+std::vector<Stretch> stretches(const FileHandle& handle, int64_t start, int64_t end, bool isMpegAudio);
 
 /// True when the file begins, behind any tags, with AAC in ADTS packets.
 bool isAdts(const FileHandle& handle);

@@ -3,10 +3,17 @@
 #include <lame/lame.h>
 
 #define VELLORIA_LAME_FUNCTIONS(F)                                                                           \
+    F(get_lame_short_version)                                                                                \
     F(lame_close)                                                                                            \
     F(lame_encode_buffer_float)                                                                              \
     F(lame_encode_flush)                                                                                     \
-    F(lame_get_lametag_frame)                                                                                \
+    F(lame_get_brate)                                                                                        \
+    F(lame_get_encoder_delay)                                                                                \
+    F(lame_get_frameNum)                                                                                     \
+    F(lame_get_framesize)                                                                                    \
+    F(lame_get_lowpassfreq)                                                                                  \
+    F(lame_get_mode)                                                                                         \
+    F(lame_get_out_samplerate)                                                                               \
     F(lame_get_scale)                                                                                        \
     F(lame_init)                                                                                             \
     F(lame_init_params)                                                                                      \

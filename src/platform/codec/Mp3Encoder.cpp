@@ -1,6 +1,7 @@
 #include "platform/codec/Mp3Encoder.h"
 
 #include "platform/Log.h"
+#include "platform/codec/Mp3InfoPacket.h"
 
 #include <algorithm>
 #include <cmath>
@@ -73,13 +74,14 @@ MaybeError Mp3Encoder::configure(const Options& options)
     if (!mLame)
         return encodingFailed();
     mOutput.resize(kOutputBytes);
+    mInputRate = options.sampleRate;
     lame().lame_set_errorf(mLame, &sayNothing);
     lame().lame_set_debugf(mLame, &sayNothing);
     lame().lame_set_msgf(mLame, &sayNothing);
     lame().lame_set_write_id3tag_automatic(mLame, 0);
     logIfFailed("lame_set_in_samplerate()", lame().lame_set_in_samplerate(mLame, options.sampleRate));
     logIfFailed("lame_set_num_channels()", lame().lame_set_num_channels(mLame, 2));
-    logIfFailed("lame_set_bWriteVbrTag()", lame().lame_set_bWriteVbrTag(mLame, 1));
+    logIfFailed("lame_set_bWriteVbrTag()", lame().lame_set_bWriteVbrTag(mLame, 0));
     logIfFailed("lame_set_brate()", lame().lame_set_brate(mLame, static_cast<int>(options.bitRate / 1000)));
     if (options.isMono || options.bitRate < kLowestStereoBitRate)
         logIfFailed("lame_set_mode ()", lame().lame_set_mode(mLame, MONO));
@@ -93,6 +95,19 @@ MaybeError Mp3Encoder::configure(const Options& options)
         return std::nullopt;
     return Error{Error::Code::unsupported,
                  QStringLiteral("MP3 files cannot hold sound of %1 Hz.").arg(options.sampleRate)};
+}
+
+std::optional<Mp3Encoder::Output> Mp3Encoder::outputOf(const Options& options)
+{
+    if (!isLameInstalled())
+        return std::nullopt;
+    Mp3Encoder encoder;
+    return encoder.configure(options) ? std::nullopt : std::optional(encoder.output());
+}
+
+Mp3Encoder::Output Mp3Encoder::output() const
+{
+    return {lame().lame_get_out_samplerate(mLame), lame().lame_get_mode(mLame) == MONO};
 }
 
 Mp3Encoder::~Mp3Encoder()
@@ -113,11 +128,8 @@ MaybeError Mp3Encoder::encode(std::span<const float> left, std::span<const float
             lame().lame_encode_buffer_float(mLame, mLeft.data(), mRight.data(), static_cast<int>(count),
                                             mOutput.data(), static_cast<int>(mOutput.size()));
         logIfFailed("lame_encode_buffer_float()", numBytes);
-        if (numBytes < 0)
-            return encodingFailed();
-        if (numBytes == 0)
-            continue;
-        if (MaybeError error = sink(std::as_bytes(std::span(mOutput).first(static_cast<size_t>(numBytes)))))
+        mNumFramesIn += std::ssize(mLeft);
+        if (MaybeError error = give(numBytes, sink))
             return error;
     }
     return std::nullopt;
@@ -127,18 +139,40 @@ MaybeError Mp3Encoder::finish(const Sink& sink)
 {
     const int numBytes = lame().lame_encode_flush(mLame, mOutput.data(), static_cast<int>(mOutput.size()));
     logIfFailed("lame_encode_flush()", numBytes);
+    return give(numBytes, sink);
+}
+
+/// Hands on what LAME made; a negative number is its error.
+MaybeError Mp3Encoder::give(int numBytes, const Sink& sink)
+{
     if (numBytes < 0)
         return encodingFailed();
-    return sink(std::as_bytes(std::span(mOutput).first(static_cast<size_t>(numBytes))));
+    if (numBytes == 0)
+        return std::nullopt;
+    const auto bytes = std::as_bytes(std::span(mOutput).first(static_cast<size_t>(numBytes)));
+    mChecksum = Mp3InfoPacket::checksumOf(bytes, mChecksum);
+    mNumBytesOut += numBytes;
+    return sink(bytes);
 }
 
 QByteArray Mp3Encoder::infoPacket() const
 {
-    QByteArray packet(static_cast<qsizetype>(kOutputBytes), '\0');
-    const size_t size = lame().lame_get_lametag_frame(mLame, reinterpret_cast<unsigned char*>(packet.data()),
-                                                      static_cast<size_t>(packet.size()));
-    packet.truncate(size > kOutputBytes ? 0 : static_cast<qsizetype>(size));
-    return packet;
+    const Output out = output();
+    Mp3InfoPacket packet;
+    packet.encoder = QByteArray("LAME") + lame().get_lame_short_version();
+    packet.sampleRate = out.sampleRate;
+    packet.inputRate = mInputRate;
+    packet.isMono = out.isMono;
+    packet.bitRate = 1000 * lame().lame_get_brate(mLame);
+    packet.lowpass = lame().lame_get_lowpassfreq(mLame);
+    packet.numPackets = lame().lame_get_frameNum(mLame);
+    packet.numBytes = mNumBytesOut;
+    packet.checksum = mChecksum;
+    packet.delay = lame().lame_get_encoder_delay(mLame);
+    const double ratio = static_cast<double>(out.sampleRate) / mInputRate;
+    const int64_t numFrames = std::llround(static_cast<double>(mNumFramesIn) * ratio);
+    packet.padding = packet.numPackets * lame().lame_get_framesize(mLame) - packet.delay - numFrames;
+    return packet.bytes();
 }
 
 } // namespace velloria

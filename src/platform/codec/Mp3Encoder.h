@@ -6,16 +6,18 @@
 #include <QByteArray>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
 namespace velloria
 {
 
-/// Encodes two channels of floats as MP3 of constant bit rate with LAME, in its default quality. The stream
-/// begins with a packet that is no sound but has room for what players need to know of the delay; its
-/// contents are known at the end (infoPacket()) and go over the start of what was written. One thread at a
-/// time.
+/// Encodes two channels of floats as MP3 of constant bit rate with LAME, in its default quality. In front of
+/// the stream goes a packet that is no sound but tells players the delay and the length (infoPacket()); its
+/// contents are known at the end. LAME would leave it out at low bit rates, where it does not fit into a
+/// packet of the stream's size, and does not know the exact length where it changes the rate, so it is made
+/// here. One thread at a time.
 class Mp3Encoder
 {
 public:
@@ -26,6 +28,14 @@ public:
         /// Both channels are mixed to one.
         bool isMono = false;
     };
+    /// What LAME makes of the options: at low bit rates it lowers the rate, and we write one channel.
+    struct Output {
+        int sampleRate = 44100;
+        bool isMono = false;
+    };
+    /// Nothing when LAME is missing or refuses the options.
+    static std::optional<Output> outputOf(const Options& options);
+
     /// Takes encoded bytes as they get ready; they are valid during the call. Gives an error to stop.
     using Sink = std::function<MaybeError(std::span<const std::byte>)>;
 
@@ -41,14 +51,20 @@ public:
     MaybeError encode(std::span<const float> left, std::span<const float> right, const Sink& sink);
     /// What is left, filled up with silence to a whole packet.
     MaybeError finish(const Sink& sink);
-    /// The first packet as it must be in the end; after finish().
+    /// The packet in front of the stream: of the same size, but with what players need only after finish().
     QByteArray infoPacket() const;
 
 private:
     Mp3Encoder() = default;
     MaybeError configure(const Options& options);
+    Output output() const;
+    MaybeError give(int numBytes, const Sink& sink);
 
     lame_global_flags* mLame = nullptr;
+    int mInputRate = 44100;
+    int64_t mNumFramesIn = 0;
+    int64_t mNumBytesOut = 0;
+    uint16_t mChecksum = 0;
     /// LAME's own full scale, divided by the factor by which LAME would lower the level.
     float mFullScale = 32767.0F;
     std::vector<float> mLeft;

@@ -225,6 +225,52 @@ TEST_F(Mp3SavingTest, KeepsLengthPlaceAndLevelAtEveryShape)
     }
 }
 
+/// Where a click stands, in seconds.
+double clickOf(std::span<const float> samples, size_t numChannels, double sampleRate)
+{
+    size_t loudest = 0;
+    for (size_t i = 0; i < samples.size(); ++i) {
+        if (std::abs(samples[i]) > std::abs(samples[loudest]))
+            loudest = i;
+    }
+    return static_cast<double>(loudest / numChannels) / sampleRate;
+}
+
+TEST_F(Mp3SavingTest, KeepsLengthAndPlaceAtEveryBitRateAndSaysWhatTheRateBecomes)
+{
+    for (const double sampleRate : {8000.0, 22050.0, 44100.0, 48000.0, 96000.0}) {
+        for (const size_t numChannels : {size_t{1}, size_t{2}}) {
+            const auto numFrames = static_cast<size_t>(sampleRate / 2) + 7;
+            Sound click{sampleRate, numChannels, FloatBuffer(numFrames * numChannels)};
+            for (size_t c = 0; c < numChannels; ++c)
+                click.samples[numFrames / 2 * numChannels + c] = 0.9F;
+            for (const int64_t bitRate : Mp3File::validBitRates()) {
+                SCOPED_TRACE(testing::Message() << sampleRate << " " << numChannels << " " << bitRate);
+                Mp3File writer(sampleRate, 16, static_cast<uint32_t>(numChannels));
+                writer.setBitRate(bitRate);
+                const QString losses = writer.soundLosses().join(' ');
+                save("a.mp3", click, writer);
+                const auto file = open("a.mp3");
+                ASSERT_TRUE(file);
+                const Sound got = decoded(*file);
+                EXPECT_EQ(losses.contains("is converted to"), got.sampleRate != sampleRate);
+                EXPECT_EQ(losses.contains("mixed to mono"), got.numChannels != numChannels);
+                EXPECT_EQ(got.numFrames(),
+                          std::llround(static_cast<double>(numFrames) * got.sampleRate / sampleRate));
+                // The lowest bit rates smear a click over some milliseconds.
+                const double expected = static_cast<double>(numFrames / 2) / sampleRate;
+                EXPECT_NEAR(clickOf(got.samples, got.numChannels, got.sampleRate), expected, 0.002);
+                // It only depends on whether the rate and the number of channels change.
+                if (bitRate != 8000 && bitRate != 64000 && bitRate != 320000)
+                    continue;
+                const auto byFfmpeg = floatsFromFfmpeg("a.mp3");
+                EXPECT_EQ(static_cast<int64_t>(byFfmpeg.size() / got.numChannels), got.numFrames());
+                EXPECT_NEAR(clickOf(byFfmpeg, got.numChannels, got.sampleRate), expected, 0.002);
+            }
+        }
+    }
+}
+
 TEST_F(Mp3SavingTest, WritesTagsThatOthersReadAndTheSelectedTracksOnly)
 {
     const Sound source = testSound(30000, 2);

@@ -1,0 +1,74 @@
+#include "formats/mpeg/PacketStreamLedger.h"
+
+#include "formats/tags/TagsAround.h"
+#include "platform/codec/ElementaryStreams.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+/// Zeros are padding.
+bool isZeros(const FileHandle& handle, ByteRange range)
+{
+    constexpr int64_t pieceLength = int64_t{1} << 16;
+    for (int64_t offset = range.offset; offset < range.end(); offset += pieceLength) {
+        const QByteArray piece = handle.readAt(offset, std::min(pieceLength, range.end() - offset));
+        if (std::any_of(piece.begin(), piece.end(), [](char c) { return c != 0; }))
+            return false;
+    }
+    return true;
+}
+
+QString nameOf(const ElementaryStreams::Stretch& stretch, int64_t start, int64_t end)
+{
+    const QString bytes = QStringLiteral("%1 bytes").arg(stretch.length);
+    if (stretch.kind == ElementaryStreams::Stretch::Kind::cutPacket)
+        return QStringLiteral("a cut packet (%1)").arg(bytes);
+    if (stretch.offset == start)
+        return QStringLiteral("%1 in front of the sound").arg(bytes);
+    if (stretch.offset + stretch.length == end)
+        return QStringLiteral("%1 behind the sound").arg(bytes);
+    return QStringLiteral("%1 between the packets of the sound").arg(bytes);
+}
+
+} // namespace
+
+FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
+                              const std::optional<FileLedger>& id3Tag)
+{
+    using Kind = ElementaryStreams::Stretch::Kind;
+    FileLedger ledger;
+    std::vector<TagsAround::Tag> tags = TagsAround::inFront(handle);
+    int64_t start = tags.empty() ? 0 : tags.back().bytes.end();
+    if (start >= handle.length()) {
+        // A tag that claims more than there is; the sound may stand within it.
+        tags.clear();
+        start = 0;
+    }
+    if (id3Tag && !tags.empty()) {
+        ledger.addNested(*id3Tag, 0);
+        tags.erase(tags.begin());
+        for (TagsAround::Tag& tag : tags)
+            tag.name = QStringLiteral("a second %1").arg(tag.name);
+    }
+    TagsAround::declareNotKept(tags, ledger);
+    const std::vector<TagsAround::Tag> tagsBehind = TagsAround::behind(handle, start);
+    TagsAround::declareNotKept(tagsBehind, ledger);
+    const int64_t end = tagsBehind.empty() ? handle.length() : tagsBehind.back().bytes.offset;
+    for (const auto& stretch : ElementaryStreams::stretches(handle, start, end, isMpegAudio)) {
+        const ByteRange bytes = {stretch.offset, stretch.length};
+        if (stretch.kind == Kind::packets)
+            ledger.addInModel(bytes);
+        else if (stretch.kind == Kind::other && isZeros(handle, bytes))
+            ledger.addStructure(bytes);
+        else
+            ledger.addNotKept(ItemKind::part, nameOf(stretch, start, end), bytes);
+    }
+    return ledger;
+}
+
+} // namespace velloria

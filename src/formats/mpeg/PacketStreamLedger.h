@@ -1,0 +1,17 @@
+#pragma once
+
+#include "formats/ledger/FileLedger.h"
+#include "platform/FileHandle.h"
+
+#include <optional>
+
+namespace velloria
+{
+
+/// The account of a file of MPEG audio (or else AAC) packets without a container: the packets, which are in
+/// the model, and what stands in front of them, between them and behind them. `id3Tag` is the account of the
+/// ID3v2 tag that the file begins with, where that was taken in.
+FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
+                              const std::optional<FileLedger>& id3Tag = std::nullopt);
+
+} // namespace velloria
