@@ -3,6 +3,7 @@
 #include "formats/decoding/FileDamage.h"
 #include "formats/flac/FlacConversion.h"
 #include "formats/flac/FlacEncoder.h"
+#include "formats/flac/FlacLedger.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/IntegerFeed.h"
 #include "platform/Log.h"
@@ -18,6 +19,7 @@ namespace
 {
 
 constexpr FourCharCode flacFormat = fourCharCode("flac");
+constexpr FourCharCode flacInOgg = fourCharCode("Oflc");
 constexpr std::array sampleSizes = {8, 12, 16, 20, 24};
 constexpr int defaultSampleSize = 16;
 constexpr uint32_t narrowestSample = 8;
@@ -76,14 +78,10 @@ void FLACFile::takeDescription(FlacDescription description)
     mNumberOfFrames = description.numFrames;
     if (!description.comments.isEmpty())
         mMetadata.setValuesWithDictionary(description.comments.dictionary());
-    if (description.container.isOgg)
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("the Ogg container"));
-    for (const QString& key : description.comments.keysNotKept())
-        mLedger.addNotKept(ItemKind::tag, key);
-    for (const QString& block : description.blocksNotKept)
-        mLedger.addNotKept(ItemKind::part, block);
-    if (description.comments.hasPictureNotKept())
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("picture"));
+    // A plain save writes what the file was.
+    mDataFormat = description.container.isOgg ? flacInOgg : flacFormat;
+    mLedger = description.ledger;
+    description.comments.declare(mMetadata, mLedger);
     mDescription = std::make_unique<const FlacDescription>(std::move(description));
 }
 
@@ -110,6 +108,7 @@ std::vector<std::shared_ptr<MutableAudioClip>> FLACFile::convertedAudioClips(Pro
         return {};
     }
     mNumberOfFrames = conversion->numFrames();
+    declareWhatDecodingFound(*conversion);
     const QString name = displayName(filePath());
     mWarnings = conversion->warnings(name);
     // Sound that was streamed does not know its length, but its last page is marked.
@@ -118,6 +117,36 @@ std::vector<std::shared_ptr<MutableAudioClip>> FLACFile::convertedAudioClips(Pro
     if (!mWarnings.isEmpty())
         logLine(QStringLiteral("FLAC file may be corrupted."));
     return conversion->clips();
+}
+
+void FLACFile::declareWhatDecodingFound(const FlacConversion& conversion)
+{
+    if (auto rest = FlacLedger::behindSound(*mFileHandle, conversion.endOfSound()))
+        mLedger.add(*std::move(rest));
+    if (conversion.isDamaged())
+        mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged sound"));
+}
+
+bool FLACFile::isInOgg() const
+{
+    return mDataFormat == flacInOgg;
+}
+
+void FLACFile::setInOgg(bool isInOgg)
+{
+    mDataFormat = isInOgg ? flacInOgg : flacFormat;
+}
+
+/// A save in place keeps what the file is, whatever it is called; elsewhere the name's extension says what is
+/// expected.
+bool FLACFile::shouldBeInOgg() const
+{
+    if (openedFile() && openedFile()->filePath() == filePath())
+        return isInOgg();
+    const std::string extension = filePath().extension().string();
+    if (extension == ".flac")
+        return false;
+    return isInOgg() || extension == ".ogg" || extension == ".oga";
 }
 
 FileOptions FLACFile::fileOptions() const
@@ -141,13 +170,15 @@ void FLACFile::validateAndCorrectParameters()
 {
     AudioFile::validateAndCorrectParameters();
     mBitsPerSample = std::clamp(mBitsPerSample, narrowestSample, widestSample);
+    setInOgg(isInOgg());
 }
 
 MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
     const FlacFormat format = {static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, highestRate)),
                                mNumberOfChannels, mBitsPerSample};
-    FlacEncoder encoder(mFileHandle, format, range.numFrames);
+    setInOgg(shouldBeInOgg());
+    FlacEncoder encoder(mFileHandle, format, range.numFrames, isInOgg());
     if (MaybeError error = encoder.start(VorbisComments::entriesOf(mMetadata.dictionary())))
         return error;
     IntegerFeed feed(document.audioTracks(), range, framesPerPass, static_cast<int>(mBitsPerSample));

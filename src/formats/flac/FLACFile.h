@@ -5,11 +5,12 @@
 namespace velloria
 {
 
+class FlacConversion;
 struct FlacDescription;
 
 /// FLAC files, also FLAC in Ogg. Opening reads the metadata; the sound is decoded into scratch files. Written
-/// are plain FLAC files with the tags as Vorbis comments; the format class stores neither markers nor
-/// pictures.
+/// are plain FLAC files, or Ogg files where dataFormat() says so ("Oflc", as a file that was opened from Ogg
+/// has it), with the tags as Vorbis comments; the format class stores neither markers nor pictures.
 class FLACFile : public AudioFile
 {
 public:
@@ -23,6 +24,10 @@ public:
     static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
 
     QString fileFormatUTI() const override;
+    bool declaresWholeFile() const override { return true; }
+    /// Whether the stream stands, or will be written, in Ogg pages.
+    bool isInOgg() const;
+    void setInOgg(bool isInOgg);
 
     std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
                                                                        MaybeError* error) override;
@@ -38,6 +43,8 @@ protected:
 private:
     explicit FLACFile(std::shared_ptr<FileHandle> handle);
     void takeDescription(FlacDescription description);
+    bool shouldBeInOgg() const;
+    void declareWhatDecodingFound(const FlacConversion& conversion);
 
     /// Of a file that was opened.
     std::unique_ptr<const FlacDescription> mDescription;

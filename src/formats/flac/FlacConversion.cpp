@@ -45,6 +45,7 @@ struct FlacConversion::Sections {
         : decoders(numLanes)
         , blocks(SectionRing::numSlots(numLanes))
         , areSound(blocks.size())
+        , ends(blocks.size())
     {
     }
 
@@ -52,6 +53,7 @@ struct FlacConversion::Sections {
     std::vector<FlacBlock> blocks;
     /// Not of bool, whose elements would share bytes.
     std::vector<char> areSound;
+    std::vector<int64_t> ends;
 };
 
 MaybeError FlacConversion::run(Progress& progress)
@@ -90,11 +92,13 @@ bool FlacConversion::decodeSections(Progress& progress, MaybeError* error)
         sections.areSound[slot] =
             decoder && decoder->decode(first, std::min(sectionFrames, numFrames - first), isChecking,
                                        sections.blocks[slot]);
+        sections.ends[slot] = decoder ? decoder->endOfFrame() : 0;
     };
     SectionRing ring(numLanes, numSections, decodeSection);
     while (const auto slot = ring.next()) {
         if (!sections.areSound[*slot])
             return false;
+        mEndOfSound = std::max(mEndOfSound, sections.ends[*slot]);
         *error = take(sections.blocks[*slot]);
         progress.setProgressValue(static_cast<double>(mNumFrames) / static_cast<double>(numFrames));
         mChecksumGroup->wait();
@@ -113,6 +117,7 @@ MaybeError FlacConversion::decodeInOrder(Progress& progress)
         return Error{Error::Code::failed, QStringLiteral("The FLAC decoder could not be started.")};
     MaybeError error = takeInOrder(*decoder, progress);
     mChecksumGroup->wait();
+    mEndOfSound = decoder->endOfFrame();
     mIsDamaged = decoder->isDamaged();
     mHasChangedFormat = decoder->hasChangedFormat();
     return error;

@@ -31,6 +31,10 @@ public:
     const Clips& clips() const { return mWriter->clips(); }
     const FlacFormat& format() const { return mFormat; }
     int64_t numFrames() const { return mNumFrames; }
+    /// Where the last frame ends in the file; 0 when that is not known.
+    int64_t endOfSound() const { return mEndOfSound; }
+    /// True when some of the sound could not be decoded.
+    bool isDamaged() const { return mIsDamaged || mHasChangedFormat; }
     /// What a person should know of the file, called `name` there.
     QStringList warnings(const QString& name) const;
 
@@ -50,6 +54,7 @@ private:
     const std::function<void()> mDidBegin;
     FlacFormat mFormat;
     int64_t mNumFrames = 0;
+    int64_t mEndOfSound = 0;
     /// Those that come again when the file turns out to be damaged and is decoded anew.
     int64_t mNumFramesToDrop = 0;
     bool mIsDamaged = false;

@@ -26,6 +26,8 @@ public:
     bool hasChangedFormat() const { return mHasChangedFormat; }
     /// Bytes of the file that were read so far.
     int64_t position() const { return mDecoder->position(); }
+    /// Where the frame that was decoded last ends in the file; 0 when that is not known.
+    int64_t endOfFrame() const { return mDecoder->endOfFrame(); }
 
 private:
     FlacDecoder(const FlacDescription& description, int64_t fileLength);

@@ -1,8 +1,11 @@
 #include "formats/flac/FlacDescription.h"
 
-#include "formats/chunks/ChunkNames.h"
+#include "formats/flac/FlacLedger.h"
+#include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggStreams.h"
+#include "formats/tags/TagsAround.h"
 #include "platform/Log.h"
+#include "platform/codec/ElementaryStreams.h"
 
 #include <algorithm>
 
@@ -12,20 +15,7 @@ namespace velloria
 namespace
 {
 
-constexpr int64_t id3HeaderLength = 10;
 constexpr uint32_t narrowestSample = 8;
-
-/// The length of the ID3v2 tag that a file begins with; 0 when there is none.
-int64_t lengthOfId3Tag(const FileHandle& handle)
-{
-    const QByteArray header = handle.readAt(0, id3HeaderLength);
-    if (header.size() < id3HeaderLength || !header.startsWith("ID3"))
-        return 0;
-    int64_t length = 0;
-    for (qsizetype i = 6; i < id3HeaderLength; ++i)
-        length = length << 7 | (header[i] & 0x7F);
-    return length + id3HeaderLength;
-}
 
 /// Collects what the blocks say.
 class Intake : public FlacStreamDecoder::Client
@@ -37,7 +27,13 @@ public:
     }
 
     bool hasStreamInfo() const { return mHasStreamInfo; }
-    bool didDecode(const FLAC__Frame&, const FLAC__int32* const[]) override { return false; }
+    /// Only comes to this where no metadata told.
+    bool didDecode(const FLAC__Frame& frame, const FLAC__int32* const[]) override
+    {
+        mHasStreamInfo = true;
+        mDescription.format = {frame.header.sample_rate, frame.header.channels, frame.header.bits_per_sample};
+        return false;
+    }
     void didFail(FLAC__StreamDecoderErrorStatus status) override
     {
         logLine(QStringLiteral("FLAC decoder error: %1").arg(static_cast<int>(status)));
@@ -52,15 +48,8 @@ public:
             return takeComments(block.data.vorbis_comment);
         case FLAC__METADATA_TYPE_PICTURE:
             return takePicture(block.data.picture);
-        case FLAC__METADATA_TYPE_CUESHEET:
-            return note(QStringLiteral("cue sheet"));
-        case FLAC__METADATA_TYPE_APPLICATION:
-            return noteApplication(block.data.application.id);
-        case FLAC__METADATA_TYPE_PADDING:
-        case FLAC__METADATA_TYPE_SEEKTABLE:
-            return;
         default:
-            return note(QStringLiteral("metadata block of type %1").arg(static_cast<int>(block.type)));
+            return noteBlock(block);
         }
     }
 
@@ -93,17 +82,18 @@ private:
             QByteArray(data, static_cast<qsizetype>(picture.data_length)));
     }
 
-    void noteApplication(const FLAC__byte (&id)[4])
+    /// In Ogg the blocks stand in packets; in a file of its own they are accounted for by their bytes.
+    void noteBlock(const FLAC__StreamMetadata& block)
     {
-        QString name;
-        for (const FLAC__byte byte : id) {
-            if (byte >= 0x20 && byte < 0x7F)
-                name += QLatin1Char(static_cast<char>(byte));
-        }
-        note(QStringLiteral("data of an application (“%1”)").arg(name));
+        if (!mDescription.container.isOgg)
+            return;
+        const auto* const id = reinterpret_cast<const char*>(block.data.application.id);
+        const bool isApplication = block.type == FLAC__METADATA_TYPE_APPLICATION;
+        const QString name =
+            FlacLedger::nameOfBlock(block.type, isApplication ? QByteArrayView(id, 4) : QByteArrayView());
+        if (!name.isEmpty())
+            mDescription.ledger.addNotKept(ItemKind::part, name);
     }
-
-    void note(const QString& name) { addChunkName(mDescription.blocksNotKept, name); }
 
     FlacDescription& mDescription;
     bool mHasStreamInfo = false;
@@ -122,11 +112,16 @@ QString reasonToRefuse(const FlacFormat& format)
 
 std::optional<FlacStreamDecoder::Container> FlacDescription::containerOf(const FileHandle& handle)
 {
-    if (handle.readAt(lengthOfId3Tag(handle), 4) == "fLaC")
+    const auto tags = TagsAround::inFront(handle);
+    const int64_t start = tags.empty() ? 0 : tags.back().bytes.end();
+    if (handle.readAt(start, 4) == "fLaC")
         return FlacStreamDecoder::Container();
+    // The head of AAC packets can begin with the same bits, and its checksum be right by chance.
+    if (FlacLedger::isFrameAt(handle, start) && !ElementaryStreams::isAdts(handle))
+        return FlacStreamDecoder::Container{false, 0, true};
     const auto stream = OggStreams::startWith(OggStreams::startsIn(handle), OggStreams::flacStart);
     if (stream)
-        return FlacStreamDecoder::Container{true, static_cast<int32_t>(stream->serialNumber)};
+        return FlacStreamDecoder::Container{true, static_cast<int32_t>(stream->serialNumber), false};
     return std::nullopt;
 }
 
@@ -139,6 +134,12 @@ std::optional<FlacDescription> FlacDescription::read(const std::shared_ptr<const
     const auto decoder =
         FlacStreamDecoder::open(handle, container, FlacStreamDecoder::Metadata::told, intake);
     description.isComplete = decoder && decoder->readMetadata();
+    if (container.isBare && description.isComplete)
+        decoder->decodeNext();
+    if (container.isOgg)
+        description.ledger.addNested(oggLedger(*handle, {static_cast<uint32_t>(container.serialNumber)}), 0);
+    else
+        description.ledger = FlacLedger::ofFile(*handle);
     *why = intake.hasStreamInfo() ? reasonToRefuse(description.format)
                                   : QStringLiteral("its description of the sound is missing");
     return why->isEmpty() ? std::optional(std::move(description)) : std::nullopt;

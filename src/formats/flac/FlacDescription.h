@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/flac/FlacStreamDecoder.h"
+#include "formats/ledger/FileLedger.h"
 #include "formats/tags/VorbisComments.h"
 
 #include <optional>
@@ -26,12 +27,13 @@ struct FlacDescription {
     /// Of the samples; empty when there is none.
     QByteArray md5;
     VorbisComments comments;
-    /// The blocks that a save would not carry over, named for a person.
-    QStringList blocksNotKept;
+    /// Of everything in the file but the tags' contents.
+    FileLedger ledger;
     /// False when some of the metadata could not be read.
     bool isComplete = false;
 
-    /// The container, when the file begins like FLAC (an ID3v2 tag may stand before it) or FLAC in Ogg.
+    /// The container, when the file begins like FLAC (tags may stand before it, and the metadata may be
+    /// missing) or FLAC in Ogg.
     static std::optional<FlacStreamDecoder::Container> containerOf(const FileHandle& handle);
 
     /// Reads the metadata; nothing, with `why` filled ("its ... is missing"), when they do not describe

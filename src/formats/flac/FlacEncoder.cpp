@@ -29,6 +29,16 @@ struct FlacEncoder::Callbacks {
                                             : FLAC__STREAM_ENCODER_WRITE_STATUS_OK;
     }
 
+    /// The numbers in the first page are completed at the end.
+    static FLAC__StreamEncoderReadStatus read(const FLAC__StreamEncoder*, FLAC__byte buffer[],
+                                              size_t* numBytes, void* client)
+    {
+        const std::span<FLAC__byte> out(buffer, *numBytes);
+        *numBytes = static_cast<size_t>(self(client).mWriter.read(std::as_writable_bytes(out)));
+        return *numBytes > 0 ? FLAC__STREAM_ENCODER_READ_STATUS_CONTINUE
+                             : FLAC__STREAM_ENCODER_READ_STATUS_END_OF_STREAM;
+    }
+
     static FLAC__StreamEncoderSeekStatus seek(const FLAC__StreamEncoder*, FLAC__uint64 offset, void* client)
     {
         self(client).mWriter.setPosition(static_cast<int64_t>(offset));
@@ -48,10 +58,12 @@ void FlacEncoder::MetadataDeleter::operator()(FLAC__StreamMetadata* block) const
     FLAC__metadata_object_delete(block);
 }
 
-FlacEncoder::FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames)
+FlacEncoder::FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames,
+                         bool isInOgg)
     : mWriter(std::move(handle))
     , mFormat(format)
     , mNumFrames(numFrames)
+    , mIsInOgg(isInOgg)
     , mEncoder(FLAC__stream_encoder_new())
 {
 }
@@ -102,6 +114,13 @@ FLAC__StreamEncoderInitStatus FlacEncoder::initialise(bool isStreamable)
     FLAC__StreamMetadata* block = mMetadata.get();
     if (block)
         FLAC__stream_encoder_set_metadata(encoder, &block, 1);
+    if (mIsInOgg) {
+        // One stream in the file; the same sound gives the same bytes.
+        constexpr long serialNumber = 1;
+        FLAC__stream_encoder_set_ogg_serial_number(encoder, serialNumber);
+        return FLAC__stream_encoder_init_ogg_stream(encoder, Callbacks::read, Callbacks::write,
+                                                    Callbacks::seek, Callbacks::tell, nullptr, this);
+    }
     return FLAC__stream_encoder_init_stream(encoder, Callbacks::write, Callbacks::seek, Callbacks::tell,
                                             nullptr, this);
 }

@@ -9,12 +9,13 @@
 namespace velloria
 {
 
-/// Writes one FLAC file with the library's default settings. One thread at a time.
+/// Writes one FLAC file, on its own or in Ogg, with the library's default settings. One thread at a time.
 class FlacEncoder
 {
 public:
-    /// `numFrames` is what the file will hold.
-    FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames);
+    /// `numFrames` is what the file will hold; `isInOgg` puts the stream into Ogg pages.
+    FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames,
+                bool isInOgg = false);
 
     /// Writes the metadata.
     MaybeError start(const QList<VorbisComments::Entry>& comments);
@@ -40,6 +41,7 @@ private:
     BufferedWriter mWriter;
     const FlacFormat mFormat;
     const int64_t mNumFrames;
+    const bool mIsInOgg;
     /// Outlives the encoder, which refers to it.
     Metadata mMetadata;
     std::unique_ptr<FLAC__StreamEncoder, EncoderDeleter> mEncoder;

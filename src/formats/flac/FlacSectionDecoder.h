@@ -19,6 +19,8 @@ public:
 
     /// True when no frame follows what was decoded last. Nothing can be decoded any more then.
     bool isAtEnd();
+    /// Where the frame that was decoded last ends in the file; 0 when that is not known.
+    int64_t endOfFrame() const { return mDecoder->endOfFrame(); }
 
 private:
     explicit FlacSectionDecoder(const FlacFormat& format)

@@ -50,6 +50,7 @@ struct FlacStreamDecoder::Callbacks {
     {
         FlacStreamDecoder& decoder = self(client);
         decoder.noteGap();
+        decoder.noteEnd();
         return decoder.mClient.didDecode(*frame, channels) ? FLAC__STREAM_DECODER_WRITE_STATUS_CONTINUE
                                                            : FLAC__STREAM_DECODER_WRITE_STATUS_ABORT;
     }
@@ -119,6 +120,13 @@ void FlacStreamDecoder::noteGap()
 {
     if (++mNumFramesInStep == 2 && mIsOgg)
         mClient.didFail(FLAC__STREAM_DECODER_ERROR_STATUS_LOST_SYNC);
+}
+
+void FlacStreamDecoder::noteEnd()
+{
+    FLAC__uint64 position = 0;
+    if (!mIsOgg && FLAC__stream_decoder_get_decode_position(mDecoder.get(), &position))
+        mEndOfFrame = static_cast<int64_t>(position);
 }
 
 bool FlacStreamDecoder::decodeNext()

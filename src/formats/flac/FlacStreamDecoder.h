@@ -28,6 +28,8 @@ public:
         bool isOgg = false;
         /// Of the stream in an Ogg file.
         long serialNumber = 0;
+        /// Neither a name nor metadata stand in front of the first frame.
+        bool isBare = false;
     };
 
     /// Whether the client is told of the metadata.
@@ -45,6 +47,8 @@ public:
     bool seek(int64_t frame);
     /// Bytes of the file that were read so far.
     int64_t position() const { return mPosition; }
+    /// Where the frame that was decoded last ends; 0 before the first one, and in Ogg.
+    int64_t endOfFrame() const { return mEndOfFrame; }
 
 private:
     struct Callbacks;
@@ -55,12 +59,14 @@ private:
     FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, bool isOgg, Client& client);
     FLAC__StreamDecoderInitStatus start(Container container, Metadata metadata);
     void noteGap();
+    void noteEnd();
 
     std::shared_ptr<const FileHandle> mHandle;
     bool mIsOgg;
     int mNumFramesInStep = 0;
     Client& mClient;
     int64_t mPosition = 0;
+    int64_t mEndOfFrame = 0;
     int64_t mLength = 0;
     /// Last, so that the library is gone before anything that it may call.
     std::unique_ptr<FLAC__StreamDecoder, Deleter> mDecoder;

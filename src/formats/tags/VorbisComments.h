@@ -1,9 +1,11 @@
 #pragma once
 
+#include "formats/ledger/FileLedger.h"
 #include "formats/tags/AudioMetadata.h"
 
 #include <QByteArray>
 #include <QList>
+#include <QMap>
 #include <QStringList>
 #include <string_view>
 
@@ -11,8 +13,10 @@ namespace velloria
 {
 
 /// The tags of FLAC and Ogg files: entries "KEY=value" in UTF-8, whose keys are those of the metadata
-/// dictionary in upper case. On reading only such keys are known; of all other entries a person is told,
-/// since no save carries them over.
+/// dictionary in upper case. Most other programs spell some of them otherwise (ALBUMARTIST for ALBUM ARTIST,
+/// DATE for YEAR) and know nothing of ours. So that they and we see the same tags, both spellings are written
+/// and read. Where both stand in a file, theirs counts: whoever changed one changed that. Of all other
+/// entries a person is told, since no save carries them over.
 class VorbisComments
 {
 public:
@@ -25,30 +29,36 @@ public:
     void addPicture(uint32_t type, std::string_view mimeType, std::string_view description,
                     const QByteArray& data);
 
-    bool isEmpty() const { return mDictionary.isEmpty() && mPictures.isEmpty(); }
+    bool isEmpty() const { return mValues.isEmpty() && mPictures.isEmpty(); }
     MetadataDictionary dictionary() const;
-    /// Keys, in lower case and each once, of the entries that the metadata has no room for. What only names
-    /// the program that made the file counts as nothing.
-    const QStringList& keysNotKept() const { return mKeysNotKept; }
-    /// True when there is a picture that could not be taken in.
-    bool hasPictureNotKept() const { return mHasPictureNotKept; }
+
+    /// Accounts for everything that was added: keys (in lower case) and pictures that the metadata has no
+    /// room for, values that are joined or contradicted by another spelling, and those that `metadata`, which
+    /// took in dictionary(), gives back otherwise. What only names the program that made the file counts as
+    /// nothing.
+    void declare(const AudioMetadata& metadata, FileLedger& ledger) const;
+    /// The same for the tags of a later part of a file whose first part has `first`, which are not taken in.
+    void declareBeside(const VorbisComments& first, FileLedger& ledger) const;
 
     struct Entry {
         QByteArray key;
         QByteArray value;
     };
     /// What is written for a dictionary, in the order of its keys: texts and numbers, a numeric genre as its
-    /// name; pictures and empty texts are left out.
+    /// name, and each once more as other programs spell it; pictures and empty texts are left out.
     static QList<Entry> entriesOf(const MetadataDictionary& dictionary);
 
 private:
     void addPictureBlock(std::string_view base64);
-    void noteKeyNotKept(const QString& key);
+    QString textOf(const QString& name) const;
+    QString positionText(const QString& key) const;
+    QString chosenText(const QString& key) const;
 
-    MetadataDictionary mDictionary;
-    QStringList mKeysNotKept;
+    /// By their names in the file, in lower case.
+    QMap<QString, QStringList> mValues;
+    QStringList mNamesNotKept;
     QList<AttachedPicture> mPictures;
-    bool mHasPictureNotKept = false;
+    int mNumPicturesNotKept = 0;
 };
 
 } // namespace velloria

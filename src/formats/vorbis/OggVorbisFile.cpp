@@ -1,6 +1,7 @@
 #include "formats/vorbis/OggVorbisFile.h"
 
 #include "formats/decoding/FileDamage.h"
+#include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/FrameFeed.h"
 #include "formats/vorbis/VorbisConversion.h"
@@ -96,10 +97,13 @@ void OggVorbisFile::readStream()
     const VorbisComments comments = mStream->comments();
     if (!comments.isEmpty())
         mMetadata.setValuesWithDictionary(comments.dictionary());
-    for (const QString& key : comments.keysNotKept())
-        mLedger.addNotKept(ItemKind::tag, key);
-    if (comments.hasPictureNotKept())
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("picture"));
+    std::set<uint32_t> serialNumbers;
+    for (int link = 0; link < mStream->numLinks(); ++link)
+        serialNumbers.insert(mStream->serialNumber(link));
+    mLedger = oggLedger(*mFileHandle, serialNumbers);
+    comments.declare(mMetadata, mLedger);
+    for (int link = 1; link < mStream->numLinks(); ++link)
+        mStream->comments(link).declareBeside(comments, mLedger);
 }
 
 QString OggVorbisFile::fileFormatUTI() const
@@ -128,8 +132,10 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
         mNumberOfFrames = conversion.numFrames();
         const QString name = displayName(filePath());
         mWarnings.clear();
-        if (conversion.isDamaged())
-            mWarnings.append(FileDamage::soundDamaged(name));
+        // Pages of sound that hold none that could be decoded.
+        const bool isLost = mNumberOfFrames == 0 && stream->numFrames() == 0 && stream->hasSoundPages();
+        if (conversion.isDamaged() || isLost)
+            tellOfDamage();
         if (stream->changesFormat())
             mWarnings.append(FileDamage::soundChangesFormat(name));
         else if (!OggStreams::isComplete(*mFileHandle))
@@ -142,6 +148,13 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
     if (failure && error)
         *error = failure;
     return clips;
+}
+
+/// A save will not hold what could not be decoded.
+void OggVorbisFile::tellOfDamage()
+{
+    mWarnings.append(FileDamage::soundDamaged(displayName(filePath())));
+    mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged sound"));
 }
 
 std::vector<int> OggVorbisFile::applicableBitRates() const

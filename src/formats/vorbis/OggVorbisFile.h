@@ -28,6 +28,7 @@ public:
 
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
+    bool declaresWholeFile() const override { return true; }
 
     std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
                                                                        MaybeError* error) override;
@@ -50,6 +51,7 @@ protected:
 private:
     explicit OggVorbisFile(std::shared_ptr<FileHandle> handle);
     void readStream();
+    void tellOfDamage();
     VorbisSettings settings() const;
 
     float mEncodingQuality = 0.0F;

@@ -98,10 +98,15 @@ int64_t VorbisStream::bitRate()
     return std::max<int64_t>(0, ov_bitrate(&mFile, -1));
 }
 
-VorbisComments VorbisStream::comments()
+uint32_t VorbisStream::serialNumber(int link)
+{
+    return static_cast<uint32_t>(ov_serialnumber(&mFile, link));
+}
+
+VorbisComments VorbisStream::comments(int link)
 {
     VorbisComments comments;
-    if (const vorbis_comment* const block = ov_comment(&mFile, 0)) {
+    if (const vorbis_comment* const block = ov_comment(&mFile, link)) {
         for (int i = 0; i < block->comments; ++i)
             comments.add({block->user_comments[i], static_cast<size_t>(block->comment_lengths[i])});
     }
@@ -132,6 +137,11 @@ int64_t VorbisStream::read(float*** channels)
         if (numFrames != OV_HOLE)
             return 0;
     }
+}
+
+bool VorbisStream::hasSoundPages()
+{
+    return mFile.dataoffsets && mFile.dataoffsets[0] >= 0 && mFile.dataoffsets[0] < mHandle->length();
 }
 
 bool VorbisStream::seek(int64_t frame)

@@ -30,8 +30,10 @@ public:
     int64_t numFrames() const { return mNumFrames; }
     /// Bits per second on average; 0 when that is not known.
     int64_t bitRate();
-    /// The first stream's.
-    VorbisComments comments();
+    /// Streams that follow one another in the file and are read.
+    int numLinks() const { return mNumLinks; }
+    VorbisComments comments(int link = 0);
+    uint32_t serialNumber(int link);
     /// What the library holds of them.
     int64_t commentBytes();
     /// True when a stream with another rate or number of channels follows.
@@ -44,6 +46,9 @@ public:
     int64_t framePosition() const { return mFramePosition; }
     /// True when damaged pages were skipped so far.
     bool isDamaged() const { return mIsDamaged; }
+
+    /// True when something stands behind the headers of the first stream.
+    bool hasSoundPages();
 
     /// Goes to a frame. False when it is not found.
     bool seek(int64_t frame);

@@ -42,8 +42,13 @@ def exiftool_text(value):
     if value.startswith("base64:"): value = base64.b64decode(value[7:]).decode(errors="replace")
     return value.replace(" of ", "/") if value[0].isdigit() else value
 
+def once(value):
+    "Both spellings of a Vorbis comment are shown."
+    half = len(value) // 2
+    return value[:half - 1] if value[half - 1:half + 2] == " / " and value[:half - 1] == value[half + 2:] else value
+
 def mediainfo_sees(track):
-    seen = {k: exiftool_text(v) for k, v in track.items() if isinstance(v, str)}
+    seen = {k: once(exiftool_text(v)) for k, v in track.items() if isinstance(v, str)}
     seen.update({k: exiftool_text(v) for k, v in track.get("extra", {}).items()})
     for position in "Track_Position", "Part_Position":
         if position in seen: seen[position] += "/" + seen.get(position + "_Total", "")

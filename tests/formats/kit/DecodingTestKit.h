@@ -109,6 +109,13 @@ protected:
                                                 {"compilation", "1"},    {"gapless", "1"},
                                                 {"podcast", "1"},        {"track number", "3/12"},
                                                 {"disc number", "3/12"}, {"lyrics", QString(300000, u'é')}};
+        const std::pair<const char*, const char*> spellings[] = {
+            {"album artist", "ALBUMARTIST=%\n"},
+            {"comments", "COMMENT=%\n"},
+            {"year", "DATE=%\n"},
+            {"tempo", "BPM=%\n"},
+            {"track number", "TRACKNUMBER=3\nTRACKTOTAL=12\n"},
+            {"disc number", "DISCNUMBER=3\nDISCTOTAL=12\n"}};
         MetadataDictionary tags;
         CommentTable table;
         for (const QString& key : AudioMetadata::dictionaryKeys()) {
@@ -117,6 +124,11 @@ protected:
             const QString value = special.value(key, QStringLiteral("Ḿy “%1” = 値; ½").arg(key));
             tags.insert(key, value);
             table.lines += key.toUpper().toUtf8() + "=" + value.toUtf8() + "\n";
+            // As other programs spell it.
+            for (const auto& [ours, line] : spellings) {
+                if (key == QLatin1String(ours))
+                    table.lines += QByteArray(line).replace("%", value.toUtf8());
+            }
         }
         table.metadata.setValuesWithDictionary(tags);
         return table;

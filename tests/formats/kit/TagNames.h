@@ -6,7 +6,8 @@ namespace velloria::test
 {
 
 /// What a tag is called in each kind of file, and by the programs that read it there; null where it has no
-/// name or the program does not know it. Vorbis comments have our key in capitals.
+/// name or the program does not know it. Vorbis comments have our key in capitals
+/// and the world's beside it, which some programs call the same.
 struct TagNames {
     const char* key;
     /// The frame of version 2.2, which we write, and that of the later versions, which we read.
@@ -37,7 +38,7 @@ constexpr auto tagNames = std::to_array<TagNames>({
      "Recorded_Date"},
     {"genre", "TCO", "TCON", "Genre", "Genre", "©gen", "Genre", "Genre", "Genre", "Genre"},
     {"track number", "TRK", "TRCK", "Track", "Track_Position", "trkn", "TrackNumber", "Track_Position",
-     "TrackNumber", "TRACK_NUMBER"},
+     nullptr, "TRACK_NUMBER"},
     {"disc number", "TPA", "TPOS", "PartOfSet", "Part_Position", "disk", "DiskNumber", "Part_Position",
      "DiscNumber", "DISC_NUMBER"},
     {"tempo", "TBP", "TBPM", "BeatsPerMinute", "BPM", "tmpo", "BeatsPerMinute", "BPM", "Tempo", "TEMPO"},

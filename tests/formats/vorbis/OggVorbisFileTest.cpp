@@ -209,7 +209,8 @@ TEST_F(OggVorbisFileTest, EveryTagIsWrittenUnderItsKeyAndReadAgain)
     const auto reread = opened("out.ogg");
     EXPECT_EQ(reread->metadata().title(), "Song");
     EXPECT_EQ(reread->metadata().albumArtist(), "x");
-    EXPECT_EQ(reread->tagsNotKept(), QStringList("date"));
+    EXPECT_EQ(reread->metadata().year(), "2004");
+    EXPECT_EQ(reread->tagsNotKept(), QStringList());
 }
 
 TEST_F(OggVorbisFileTest, CanBeCancelledAtAnyTime)

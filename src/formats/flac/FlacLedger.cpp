@@ -1,0 +1,142 @@
+#include "formats/flac/FlacLedger.h"
+
+#include "formats/tags/TagsAround.h"
+
+#include <FLAC/format.h>
+#include <algorithm>
+
+namespace velloria::FlacLedger
+{
+
+namespace
+{
+
+// Layouts: https://www.rfc-editor.org/rfc/rfc9639
+constexpr int64_t markerLength = 4;
+constexpr int64_t blockHeaderLength = 4;
+
+uint8_t byteAt(QByteArrayView bytes, qsizetype offset)
+{
+    return static_cast<uint8_t>(bytes[offset]);
+}
+
+int64_t startOf(const FileHandle& handle)
+{
+    const auto tags = TagsAround::inFront(handle);
+    return tags.empty() ? 0 : tags.back().bytes.end();
+}
+
+/// Declares the blocks from `offset` on; gives where the first frame begins.
+int64_t declareBlocks(const FileHandle& handle, int64_t offset, FileLedger& ledger)
+{
+    if (handle.readAt(offset, markerLength) != "fLaC")
+        return offset;
+    ledger.addStructure({offset, markerLength});
+    offset += markerLength;
+    for (bool isLast = false; !isLast;) {
+        const QByteArray head = handle.readAt(offset, blockHeaderLength + 4);
+        if (head.size() < blockHeaderLength)
+            break;
+        isLast = byteAt(head, 0) & 0x80;
+        const int64_t size = byteAt(head, 1) << 16 | byteAt(head, 2) << 8 | byteAt(head, 3);
+        const ByteRange bytes = {offset, blockHeaderLength + size};
+        const QString name =
+            nameOfBlock(byteAt(head, 0) & 0x7F, QByteArrayView(head).sliced(blockHeaderLength));
+        if (name.isEmpty())
+            ledger.addStructure(bytes);
+        else
+            ledger.addNotKept(ItemKind::part, name, bytes);
+        offset = bytes.end();
+    }
+    return offset;
+}
+
+} // namespace
+
+QString nameOfBlock(int type, QByteArrayView firstBytes)
+{
+    switch (type) {
+    case FLAC__METADATA_TYPE_STREAMINFO:
+    case FLAC__METADATA_TYPE_PADDING:
+    case FLAC__METADATA_TYPE_SEEKTABLE:
+    case FLAC__METADATA_TYPE_VORBIS_COMMENT:
+    case FLAC__METADATA_TYPE_PICTURE:
+        return {};
+    case FLAC__METADATA_TYPE_CUESHEET:
+        return QStringLiteral("cue sheet");
+    case FLAC__METADATA_TYPE_APPLICATION: {
+        QString name;
+        for (const char byte : firstBytes.first(std::min<qsizetype>(4, firstBytes.size()))) {
+            if (byte >= 0x20 && byte < 0x7F)
+                name += QLatin1Char(byte);
+        }
+        return QStringLiteral("data of an application (“%1”)").arg(name);
+    }
+    default:
+        return QStringLiteral("metadata block of type %1").arg(type);
+    }
+}
+
+FileLedger ofFile(const FileHandle& handle)
+{
+    FileLedger ledger;
+    TagsAround::declareNotKept(TagsAround::inFront(handle), ledger);
+    const int64_t firstFrame = declareBlocks(handle, startOf(handle), ledger);
+    const auto tags = TagsAround::behind(handle, firstFrame);
+    TagsAround::declareNotKept(tags, ledger);
+    const int64_t end = tags.empty() ? handle.length() : tags.back().bytes.offset;
+    ledger.addInModel({firstFrame, end - firstFrame});
+    return ledger;
+}
+
+std::optional<FileItem> behindSound(const FileHandle& handle, int64_t endOfSound)
+{
+    const auto tags = TagsAround::behind(handle, endOfSound);
+    const int64_t end = tags.empty() ? handle.length() : tags.back().bytes.offset;
+    constexpr int64_t mostRead = int64_t{1} << 20;
+    const QByteArray rest = handle.readAt(endOfSound, std::min(mostRead, end - endOfSound));
+    if (endOfSound <= 0 || std::all_of(rest.begin(), rest.end(), [](char c) { return c == 0; }))
+        return std::nullopt;
+    const int64_t length = end - endOfSound;
+    return FileItem{ItemKind::part,
+                    Keeping::notKept,
+                    QStringLiteral("%1 bytes behind the sound").arg(length),
+                    {endOfSound, length}};
+}
+
+bool isFrameAt(const FileHandle& handle, int64_t offset)
+{
+    constexpr qsizetype longestHead = 16;
+    const QByteArray head = handle.readAt(offset, longestHead);
+    if (head.size() < longestHead || byteAt(head, 0) != 0xFF || (byteAt(head, 1) & 0xFE) != 0xF8)
+        return false;
+    const int blockSize = byteAt(head, 2) >> 4;
+    const int rate = byteAt(head, 2) & 15;
+    const int channels = byteAt(head, 3) >> 4;
+    const int width = byteAt(head, 3) >> 1 & 7;
+    // Without metadata a frame must say its rate and width itself.
+    if (blockSize == 0 || rate == 0 || rate == 15 || channels > 10 || width == 0 || width == 3 ||
+        (byteAt(head, 3) & 1) != 0)
+        return false;
+    // A number in as many bytes as the first has leading ones, then what the codes leave open.
+    qsizetype numNumberBytes = 1;
+    for (int bit = 0x80; numNumberBytes < 7 && (byteAt(head, 4) & bit) && (byteAt(head, 4) & bit >> 1);
+         bit >>= 1)
+        ++numNumberBytes;
+    const qsizetype end = 4 + numNumberBytes +
+                          (blockSize == 6   ? 1
+                           : blockSize == 7 ? 2
+                                            : 0) +
+                          (rate == 12  ? 1
+                           : rate > 12 ? 2
+                                       : 0);
+    unsigned sum = 0;
+    for (qsizetype i = 0; i < end; ++i) {
+        sum ^= byteAt(head, i);
+        for (int bit = 0; bit < 8; ++bit)
+            sum = (sum & 0x80U) ? (sum << 1 ^ 0x07U) & 0xFFU : sum << 1 & 0xFFU;
+    }
+    return sum == byteAt(head, end);
+}
+
+} // namespace velloria::FlacLedger
