@@ -44,6 +44,7 @@ ORDER = [
     "app/sheets",
     "app/effects",
     "app/recording",
+    "app/recovery",
     "app/menus",
     "app/window",
     "app/shell",

@@ -447,8 +447,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="RECOVER_TEXT">
-        <source>Sound that was recorded or computed then is still in the folder for temporary files. Open shows it in windows of its own, to be saved. You can also rescue it by hand: these are ordinary CAF sound files. They are removed when you quit Velloria.</source>
-        <oldsource>Sound that was recorded or computed then is still in the folder for temporary files. You can rescue it by hand: these are ordinary CAF sound files, one for each track. They are removed when you quit Velloria.</oldsource>
+        <source>This sound was not saved. Listen to it, and open what you need. What is still listed when you close this window is kept, and offered again the next time Velloria starts.</source>
+        <oldsource>Sound that was recorded or computed then is still in the folder for temporary files. Open shows it in windows of its own, to be saved. You can also rescue it by hand: these are ordinary CAF sound files. They are removed when you quit Velloria.</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="RECOVER_OK">
@@ -456,7 +456,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="RECOVER_CANCEL">
-        <source>Not Now</source>
+        <source>Keep for Later</source>
+        <oldsource>Not Now</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="units-seconds">
@@ -1435,6 +1436,96 @@ What was recorded is kept. Velloria offers it when it starts the next time.</sou
     </message>
     <message id="RECOVER_OPEN">
         <source>Open</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-manager-title">
+        <source>Folder of the Files</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-manager-none">
+        <source>No file manager answers. The files are in this folder:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="file-manager-copy">
+        <source>Copy Path</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-format">
+        <source>%1, %2 Hz</source>
+        <extracomment>The format of a sound: channels (&quot;Stereo&quot;), sample rate</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-sound">
+        <source>Sound</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-length">
+        <source>Length</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-time">
+        <source>From</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-format-title">
+        <source>Format</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-list">
+        <source>Left-over sounds</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-computed">
+        <source>What was computed for %1</source>
+        <extracomment>%1 is the name of a document</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-window">
+        <source>Recovered Sound</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-discard">
+        <source>Discard…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-open-all">
+        <source>Open All</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-many">
+        <source>Open %1 windows?</source>
+        <oldsource>Open %n window(s)?</oldsource>
+        <extracomment>%1 is a number, more than one</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-discard-question">
+        <source>Discard “%1” (%2)?</source>
+        <extracomment>%1 is the name of a sound, %2 its length</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-discard-detail">
+        <source>It cannot be brought back.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-place">
+        <source>Place in the sound</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-pause">
+        <source>Pause (Space)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-play">
+        <source>Play (Space)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-one-sound">
+        <source>1 sound</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="recovery-sounds">
+        <source>%1 sounds</source>
+        <extracomment>%1 is a number, more than one</extracomment>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -16,7 +16,7 @@ constexpr int64_t kBlockBytes = int64_t{128} * 1024;
 
 } // namespace
 
-FileSummariser::FileSummariser(const AudioFile& file, std::span<WaveformCache> caches)
+FileSummariser::FileSummariser(const SampleSource& file, std::span<WaveformCache> caches)
     : mFile(file)
     , mCaches(caches)
     , mNumFrames(std::max<int64_t>(0, file.numberOfFrames()))

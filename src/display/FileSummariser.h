@@ -1,7 +1,7 @@
 #pragma once
 
 #include "display/summary/WaveformCache.h"
-#include "formats/file/AudioFile.h"
+#include "document/clips/SampleSource.h"
 
 #include <span>
 #include <vector>
@@ -14,7 +14,7 @@ class FileSummariser
 {
 public:
     /// `caches` has as many entries as the file has channels, and outlives this.
-    FileSummariser(const AudioFile& file, std::span<WaveformCache> caches);
+    FileSummariser(const SampleSource& file, std::span<WaveformCache> caches);
 
     int64_t numFramesDone() const { return mNumDone; }
     int64_t numFrames() const { return mNumFrames; }
@@ -28,7 +28,7 @@ private:
     int64_t appendFloatFrames();
     void gather(std::span<const std::byte> frames, size_t numFrames);
 
-    const AudioFile& mFile;
+    const SampleSource& mFile;
     const std::span<WaveformCache> mCaches;
     const int64_t mNumFrames;
     const int64_t mFrameSize;

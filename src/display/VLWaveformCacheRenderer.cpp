@@ -21,7 +21,7 @@ struct VLWaveformCacheRenderer::Updates {
     VLWaveformCacheRenderer* renderer = nullptr;
 };
 
-VLWaveformCacheRenderer::VLWaveformCacheRenderer(std::shared_ptr<const AudioFile> audioFile,
+VLWaveformCacheRenderer::VLWaveformCacheRenderer(std::shared_ptr<const SampleSource> audioFile,
                                                  std::vector<WaveformCache> caches,
                                                  VLWaveformCacheRendererDelegate* delegate)
     : _audioFile(std::move(audioFile))
@@ -38,13 +38,13 @@ std::unique_ptr<VLWaveformCacheRenderer>
 VLWaveformCacheRenderer::rendererForTracks(const std::vector<AudioTrackPtr>& tracks,
                                            VLWaveformCacheRendererDelegate* delegate)
 {
-    std::shared_ptr<const AudioFile> file;
+    std::shared_ptr<const SampleSource> file;
     std::vector<WaveformCache> caches;
     for (const AudioTrackPtr& track : tracks) {
         if (track->clips().isEmpty())
             continue;
         const AudioClipPtr clip = track->clips().at(0);
-        const auto source = std::dynamic_pointer_cast<const AudioFile>(clip->sourceFile());
+        const std::shared_ptr<const SampleSource>& source = clip->sourceFile();
         const bool isFresh = source && clip->sourceOffset() == 0 && clip->waveformCache().length() == 0;
         if (!isFresh || (file && file != source))
             continue;

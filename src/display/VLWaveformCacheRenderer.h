@@ -2,7 +2,6 @@
 
 #include "display/summary/WaveformCache.h"
 #include "document/clips/AudioTrack.h"
-#include "formats/file/AudioFile.h"
 #include "platform/DispatchQueue.h"
 #include "platform/Progress.h"
 
@@ -32,7 +31,7 @@ class VLWaveformCacheRenderer
 {
 public:
     /// One summary a channel of the file, each the view that a clip owns (views share their entries).
-    VLWaveformCacheRenderer(std::shared_ptr<const AudioFile> audioFile, std::vector<WaveformCache> caches,
+    VLWaveformCacheRenderer(std::shared_ptr<const SampleSource> audioFile, std::vector<WaveformCache> caches,
                             VLWaveformCacheRendererDelegate* delegate = nullptr);
     /// For the opened file that these tracks read in place from its first frame on, as far as they have no
     /// summary yet; null when there is nothing to scan.
@@ -50,7 +49,7 @@ public:
     /// Scans on this thread instead, until the end or until the progress is cancelled.
     void run(Progress& progress);
 
-    const std::shared_ptr<const AudioFile>& audioFile() const { return _audioFile; }
+    const std::shared_ptr<const SampleSource>& audioFile() const { return _audioFile; }
     const std::vector<WaveformCache>& caches() const { return _caches; }
     VLWaveformCacheRendererDelegate* delegate() const { return _delegate; }
     void setDelegate(VLWaveformCacheRendererDelegate* delegate) { _delegate = delegate; }
@@ -67,7 +66,7 @@ private:
     void scan(Progress* progress);
     void didUpdate(int64_t offset, int64_t length);
 
-    std::shared_ptr<const AudioFile> _audioFile;
+    std::shared_ptr<const SampleSource> _audioFile;
     std::vector<WaveformCache> _caches;
     // Relaxed: the flag and the counter carry no other data.
     std::atomic<bool> _stop{false};

@@ -74,6 +74,8 @@ std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem
     document->mAudioFile = file;
     document->mFilePath = path;
     document->mFileTypeUTI = file->fileFormatUTI();
+    const ScratchLabelScope scope(
+        [&document] { return document->scratchLabel(ScratchLabel::Use::decoding); });
     file->setDecodingWatcher(watcher);
     const std::vector<AudioClipPtr> clips = clipsOfFile(file, progress, error);
     file->setDecodingWatcher(nullptr);

@@ -90,8 +90,11 @@ void DocumentRecording::installClips(int64_t start, int64_t end, int32_t track)
     first = std::min(first, (mDocument.trackCount() - 1) / 2 * 2);
     const int32_t numClips = mDocument.trackCount() == 1 ? 1 : 2;
     mClips.clear();
+    const auto label = std::make_shared<const ScratchLabel>(
+        mDocument.scratchLabel(ScratchLabel::Use::recording).forNewSound(numClips));
     for (int32_t i = 0; i < numClips; ++i) {
         mClips.push_back(MutableAudioClip::clipWithSampleRate(mDocument.sampleRate()));
+        mClips.back()->setLabel(label, i);
         mDocument.replaceDataAtOffset(start, end - start, first + i, ClipList(mClips.back()));
     }
 }

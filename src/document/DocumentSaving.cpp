@@ -126,6 +126,7 @@ void SoundDocument::adoptWriter(const std::shared_ptr<AudioFile>& writer, const 
     mFilePath = request.path;
     mFileTypeUTI = writer->fileFormatUTI();
     mUndoStack.setClean();
+    discardLeftOvers();
 }
 
 } // namespace velloria

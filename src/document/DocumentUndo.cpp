@@ -7,8 +7,10 @@ namespace velloria
 
 void SoundDocument::beginUndoGroup(const QString& actionName)
 {
-    if (mGroupDepth++ == 0)
+    if (mGroupDepth++ == 0) {
         mOpenStep = std::make_unique<DocumentStep>(*this);
+        mScratchScope.emplace([this] { return scratchLabel(ScratchLabel::Use::computation); });
+    }
     if (!actionName.isEmpty() && mOpenStep->text().isEmpty())
         setUndoActionName(actionName);
 }
@@ -34,6 +36,7 @@ void SoundDocument::endUndoGroup()
     Q_ASSERT(mGroupDepth > 0);
     if (--mGroupDepth > 0)
         return;
+    mScratchScope.reset();
     std::unique_ptr<DocumentStep> step = std::move(mOpenStep);
     if (step->finish())
         mUndoStack.push(step.release());

@@ -3,8 +3,10 @@
 #include "document/DocumentRecording.h"
 #include "document/DocumentStep.h"
 #include "document/DocumentTransport.h"
+#include "platform/ScratchFolder.h"
 #include "platform/UserDefaults.h"
 
+#include <QUuid>
 #include <algorithm>
 #include <cmath>
 
@@ -45,6 +47,7 @@ SoundDocument::SoundDocument()
 SoundDocument::SoundDocument(ForLoading)
     : mAudioTracks(std::make_shared<const std::vector<AudioTrackPtr>>())
     , mAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>())
+    , mScratchID(QUuid::createUuid().toString(QUuid::WithoutBraces))
     , mRecording(std::make_unique<DocumentRecording>(*this))
     , mTransport(std::make_unique<DocumentTransport>(*this))
 {
@@ -60,7 +63,34 @@ TrackList SoundDocument::audioTracks() const
 
 QString SoundDocument::displayName() const
 {
-    return mFilePath.empty() ? QStringLiteral("Untitled") : velloria::displayName(mFilePath);
+    if (!mFilePath.empty())
+        return velloria::displayName(mFilePath);
+    return mTitle.isEmpty() ? QStringLiteral("Untitled") : mTitle;
+}
+
+void SoundDocument::setLeftOvers(std::vector<std::shared_ptr<LeftOverFile>> files)
+{
+    mLeftOvers = std::move(files);
+    mUndoStack.resetClean();
+}
+
+void SoundDocument::discardLeftOvers()
+{
+    for (const std::shared_ptr<LeftOverFile>& file : mLeftOvers)
+        file->removeWhenUnused();
+    mLeftOvers.clear();
+}
+
+ScratchLabel SoundDocument::scratchLabel(ScratchLabel::Use use) const
+{
+    ScratchLabel label;
+    label.use = use;
+    label.documentID = mScratchID;
+    label.documentName = displayName();
+    label.file = QByteArray::fromStdString(mFilePath.native());
+    if (mOpenStep)
+        label.command = mOpenStep->text();
+    return label;
 }
 
 ClipList SoundDocument::clipsAtOffset(int64_t offset, int64_t length, int32_t track) const

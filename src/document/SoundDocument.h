@@ -3,6 +3,7 @@
 #include "document/DocumentController.h"
 #include "document/MarkerEdit.h"
 #include "document/clips/FrameSource.h"
+#include "document/clips/ScratchLabel.h"
 #include "document/clips/SoundSelection.h"
 #include "formats/file/AudioFile.h"
 #include "platform/Alerts.h"
@@ -23,6 +24,7 @@ class DecodingWatcher;
 class DocumentRecording;
 class DocumentStep;
 class DocumentTransport;
+class LeftOverFile;
 struct DecodingStart;
 
 enum class SaveOperation { save, saveAs, saveTo };
@@ -84,13 +86,25 @@ public:
     const std::filesystem::path& filePath() const { return mFilePath; }
     /// Identifier of the type that a plain save writes; empty for a document that was never saved.
     const QString& fileType() const { return mFileTypeUTI; }
-    /// The file's name, or "Untitled".
+    /// The file's name; else the title, or "Untitled".
     QString displayName() const;
+    /// For a document that was never saved.
+    void setTitle(const QString& title) { mTitle = title; }
     /// Sentences about damage found while opening.
     const QStringList& openWarnings() const { return mOpenWarnings; }
     ClipList clipsAtOffset(int64_t offset, int64_t length, int32_t track) const;
     /// (min, max) pairs for drawing, one a column of `stride` seconds; nothing for a track that is not there.
     FloatBuffer minMaxDataFrom(double startTime, double endTime, double stride, int32_t track) const;
+
+    // Sound that an earlier run left, in whose files this document's sound lies.
+    /// It is unsaved from now on. The files stay until somebody answered for them.
+    void setLeftOvers(std::vector<std::shared_ptr<LeftOverFile>> files);
+    /// The person does not want them. A save answers by itself.
+    void discardLeftOvers();
+    /// Whether those files hold all that the document holds.
+    bool isAsRecovered() const { return !mLeftOvers.empty() && mUndoStack.index() == 0; }
+    /// For scratch files that are made for this document.
+    ScratchLabel scratchLabel(ScratchLabel::Use use) const;
 
     // Controllers.
     void addController(DocumentController* controller);
@@ -204,11 +218,15 @@ private:
     std::shared_ptr<AudioFile> mAudioFile;
     std::filesystem::path mFilePath;
     QString mFileTypeUTI;
+    QString mTitle;
+    const QString mScratchID;
+    std::vector<std::shared_ptr<LeftOverFile>> mLeftOvers;
     QStringList mOpenWarnings;
     QStringList mSaveWarnings;
     std::vector<DocumentController*> mControllers;
     QUndoStack mUndoStack;
     std::unique_ptr<DocumentStep> mOpenStep;
+    std::optional<ScratchLabelScope> mScratchScope;
     int mGroupDepth = 0;
     QSet<QString> mActionNames;
     std::unique_ptr<DocumentRecording> mRecording;

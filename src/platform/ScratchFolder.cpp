@@ -2,6 +2,7 @@
 
 #include "platform/FileLock.h"
 #include "platform/Log.h"
+#include "platform/ScratchNote.h"
 
 #include <QDir>
 #include <cerrno>
@@ -142,6 +143,8 @@ NumberedFile createNumberedFile(int folder, std::vector<bool>& live)
         }
         if (!lockNewFile(file.get()))
             continue;
+        // Of a file whose removal was interrupted; the number, and so the note's name, is this process' now.
+        ::unlinkat(folder, ScratchNote::nameFor(fileName(number)).c_str(), 0);
         if (live.size() <= number)
             live.resize(number + 1);
         live[number] = true;
@@ -204,12 +207,24 @@ std::shared_ptr<FileHandle> ScratchFolder::createFile(MaybeError* error)
 
 void ScratchFolder::removeFile(const std::filesystem::path& file)
 {
+    // The note first: as long as the file is there nobody else takes the number.
+    ::unlink(ScratchNote::pathFor(file).c_str());
     const bool isRemoved = ::unlink(file.c_str()) == 0;
     if (!isRemoved && errno != ENOENT && errno != ENOTDIR && errno != EISDIR)
         logLine(QStringLiteral("Could not delete temp file: %1").arg(displayPath(file)));
     size_t number = 0;
     if (std::sscanf(file.filename().c_str(), "Velloria_Temp-%zu.caf", &number) == 1)
         forgetNumber(file.parent_path(), number);
+}
+
+void ScratchFolder::setNote(const std::filesystem::path& file, const QByteArray& note)
+{
+    ScratchNote::write(file, note);
+}
+
+QByteArray ScratchFolder::note(const std::filesystem::path& file)
+{
+    return ScratchNote::read(file);
 }
 
 std::vector<std::filesystem::path> ScratchFolder::leftOvers()
@@ -226,16 +241,55 @@ std::vector<std::filesystem::path> ScratchFolder::leftOvers()
     return files;
 }
 
-void ScratchFolder::removeLeftOvers()
+std::shared_ptr<LeftOverFile> ScratchFolder::takeOver(const std::filesystem::path& leftOver,
+                                                      MaybeError* error)
+{
+    const UniqueDescriptor folder = openFolder(leftOver.parent_path());
+    UniqueDescriptor lock = folder ? lockUnusedFile(folder.get(), leftOver.filename()) : UniqueDescriptor();
+    if (lock)
+        return std::make_shared<LeftOverFile>(leftOver, std::move(lock));
+    if (error)
+        *error = Error{Error::Code::failed,
+                       QStringLiteral("It is gone, or another window has opened it meanwhile.")};
+    return nullptr;
+}
+
+LeftOverFile::~LeftOverFile()
+{
+    if (mIsAnswered.load(std::memory_order_relaxed))
+        ScratchFolder::removeFile(mPath);
+}
+
+MaybeError ScratchFolder::removeLeftOver(const std::filesystem::path& leftOver)
+{
+    MaybeError error;
+    const std::shared_ptr<LeftOverFile> file = takeOver(leftOver, &error);
+    if (!file)
+        return error;
+    // Last what says whose it is: a folder that cannot be written keeps both.
+    const bool canWrite = ::access(leftOver.parent_path().c_str(), W_OK | X_OK) == 0;
+    if (canWrite)
+        ::unlink(ScratchNote::pathFor(leftOver).c_str());
+    if (!canWrite || ::unlink(leftOver.c_str()) != 0)
+        return Error::fromErrno(QStringLiteral("%1 could not be removed").arg(displayPath(leftOver)), errno);
+    return std::nullopt;
+}
+
+void ScratchFolder::removeLeftOversUpTo(int64_t numBytes)
 {
     const std::filesystem::path folderPath = path();
     const UniqueDescriptor folder = openFolder(folderPath);
     if (!folder)
         return;
     for (const std::string& name : namesWithPrefix(folder.get(), "Velloria")) {
-        if (const UniqueDescriptor file = lockUnusedFile(folder.get(), name))
-            ::unlinkat(folder.get(), name.c_str(), 0);
+        const UniqueDescriptor file = lockUnusedFile(folder.get(), name);
+        struct stat status = {};
+        if (!file || ::fstat(file.get(), &status) != 0 || status.st_size > numBytes)
+            continue;
+        ::unlinkat(folder.get(), ScratchNote::nameFor(name).c_str(), 0);
+        ::unlinkat(folder.get(), name.c_str(), 0);
     }
+    ScratchNote::removeOrphans(folder.get());
     ::rmdir(folderPath.c_str());
 }
 

@@ -1,11 +1,37 @@
 #pragma once
 
 #include "platform/FileHandle.h"
+#include "platform/UniqueDescriptor.h"
 
+#include <atomic>
 #include <vector>
 
 namespace velloria
 {
+
+/// A left-over that this process has taken over: no other offers or removes it meanwhile. It stays for a next
+/// start unless removeWhenUnused() was called. Any thread.
+class LeftOverFile
+{
+public:
+    LeftOverFile(std::filesystem::path path, UniqueDescriptor lock)
+        : mPath(std::move(path))
+        , mLock(std::move(lock))
+    {
+    }
+    ~LeftOverFile();
+    LeftOverFile(const LeftOverFile&) = delete;
+    LeftOverFile& operator=(const LeftOverFile&) = delete;
+
+    const std::filesystem::path& path() const { return mPath; }
+    /// It was saved, or is not wanted: it goes with the last reference.
+    void removeWhenUnused() { mIsAnswered.store(true, std::memory_order_relaxed); }
+
+private:
+    const std::filesystem::path mPath;
+    const UniqueDescriptor mLock;
+    std::atomic<bool> mIsAnswered{false};
+};
 
 /// The folder "Velloria_Temp" in the user's temporary directory, where computed samples live. It is private
 /// to the user (mode 0700). Files are created exclusively and locked by the process that uses them, so that
@@ -28,11 +54,23 @@ public:
     /// temp file: %@".
     static void removeFile(const std::filesystem::path& file);
 
+    /// Writes a note beside a file of this process, readable by this user alone; it is removed with the file.
+    /// Where the disk has no room for it there is none.
+    static void setNote(const std::filesystem::path& file, const QByteArray& note);
+    /// The note of a file; empty when there is none. It may be damaged, or be anybody's.
+    static QByteArray note(const std::filesystem::path& file);
+
     /// Files in the folder whose name begins with "Velloria" and that no running process holds.
     static std::vector<std::filesystem::path> leftOvers();
 
-    /// Removes those left-overs, then the folder if nothing remains in it. Errors are ignored.
-    static void removeLeftOvers();
+    /// Null with `error` filled when the file is gone or a process holds it, be it this one.
+    static std::shared_ptr<LeftOverFile> takeOver(const std::filesystem::path& leftOver, MaybeError* error);
+    /// Removes a left-over with its note.
+    static MaybeError removeLeftOver(const std::filesystem::path& leftOver);
+
+    /// Removes left-overs of at most so many bytes, notes without a file, and the folder if nothing remains
+    /// in it. Errors are ignored.
+    static void removeLeftOversUpTo(int64_t numBytes);
 };
 
 } // namespace velloria

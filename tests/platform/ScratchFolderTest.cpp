@@ -3,6 +3,7 @@
 #include "ChildProcess.h"
 #include "platform/DispatchQueue.h"
 #include "platform/Log.h"
+#include "platform/ScratchNote.h"
 
 #include <QTemporaryDir>
 #include <csignal>
@@ -182,7 +183,7 @@ TEST_F(ScratchFolderTest, OnlyFilesOfEndedProcessesAreLeftOvers)
     fs::create_directory(pathOf("Velloria folder"));
     EXPECT_EQ(ScratchFolder::leftOvers(), std::vector{pathOf("Velloria_Temp-002.caf")});
 
-    ScratchFolder::removeLeftOvers();
+    ScratchFolder::removeLeftOversUpTo(INT64_MAX);
     EXPECT_FALSE(fs::exists(pathOf("Velloria_Temp-002.caf")));
     EXPECT_TRUE(fs::exists(own->path()));
     EXPECT_TRUE(fs::exists(pathOf("another name")));
@@ -190,7 +191,7 @@ TEST_F(ScratchFolderTest, OnlyFilesOfEndedProcessesAreLeftOvers)
     fs::remove(pathOf("another name"));
     fs::remove(pathOf("Velloria folder"));
     own = nullptr;
-    ScratchFolder::removeLeftOvers();
+    ScratchFolder::removeLeftOversUpTo(INT64_MAX);
     EXPECT_FALSE(fs::exists(root() / "Velloria_Temp"));
 }
 
@@ -200,13 +201,13 @@ TEST_F(ScratchFolderTest, SeveralProcessesShareItWhileOthersCleanUp)
     const pid_t makers[] = {test::startChild(makeFiles), test::startChild(makeFiles)};
     const pid_t cleaner = test::startChild([]() -> int {
         for (;;)
-            ScratchFolder::removeLeftOvers();
+            ScratchFolder::removeLeftOversUpTo(INT64_MAX);
     });
     for (const pid_t maker : makers)
         EXPECT_EQ(test::waitForChild(maker), 0);
     ::kill(cleaner, SIGKILL);
     test::waitForChild(cleaner);
-    ScratchFolder::removeLeftOvers();
+    ScratchFolder::removeLeftOversUpTo(INT64_MAX);
     EXPECT_FALSE(fs::exists(root() / "Velloria_Temp"));
 }
 
@@ -219,6 +220,105 @@ TEST_F(ScratchFolderTest, AFailedRemovalIsLogged)
     ScratchFolder::removeFile(root());
     EXPECT_EQ(log.logged(), QStringList("Could not delete temp file: /" + QString::fromStdString(name)));
     EXPECT_TRUE(fs::exists(root()));
+}
+
+TEST_F(ScratchFolderTest, ANoteIsPrivateAndGoesWithItsFile)
+{
+    auto handle = ScratchFolder::createFile(nullptr);
+    const fs::path file = handle->path();
+    const fs::path note = ScratchNote::pathFor(file);
+    EXPECT_EQ(ScratchFolder::note(file), "");
+    // What lies in its place is replaced, not written through.
+    std::ofstream(root() / "victim") << "untouched";
+    fs::create_symlink(root() / "victim", note);
+    EXPECT_EQ(ScratchFolder::note(file), "");
+    ScratchFolder::setNote(file, "a take");
+    EXPECT_EQ(ScratchFolder::note(file), "a take");
+    EXPECT_EQ(modeOf(note), 0600U);
+    EXPECT_EQ(fs::file_size(root() / "victim"), 9U);
+    handle.reset();
+    EXPECT_EQ(ScratchFolder::leftOvers(), std::vector{file}) << "a note by itself is no left-over";
+    ScratchFolder::removeFile(file);
+    EXPECT_TRUE(fs::is_empty(pathOf("")));
+}
+
+TEST_F(ScratchFolderTest, NoFileGetsTheNoteOfAnother)
+{
+    fs::create_directories(pathOf(""));
+    const fs::path orphan = ScratchNote::pathFor(pathOf("Velloria_Temp-001.caf"));
+    std::ofstream(orphan) << "of a file that is gone";
+    {
+        const auto handle = ScratchFolder::createFile(nullptr);
+        EXPECT_EQ(handle->path(), pathOf("Velloria_Temp-001.caf"));
+        EXPECT_EQ(ScratchFolder::note(handle->path()), "");
+        ScratchFolder::removeFile(handle->path());
+    }
+    std::ofstream(orphan) << "of a file that is gone";
+    const auto other = ScratchFolder::createFile(nullptr);
+    ScratchFolder::setNote(other->path(), "kept");
+    std::ofstream(ScratchNote::pathFor(pathOf("Velloria_Temp-007.caf"))) << "of a file that is gone";
+    ScratchFolder::removeLeftOversUpTo(0);
+    EXPECT_EQ(ScratchFolder::note(other->path()), "kept") << "its file is in use";
+    EXPECT_FALSE(fs::exists(ScratchNote::pathFor(pathOf("Velloria_Temp-007.caf"))));
+}
+
+TEST_F(ScratchFolderTest, AFullDiskLeavesNoHalfNote)
+{
+    const auto handle = ScratchFolder::createFile(nullptr);
+    const int status = test::runInChild([&handle] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {100, 100};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        ScratchFolder::setNote(handle->path(), QByteArray(300, 'x'));
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_FALSE(fs::exists(ScratchNote::pathFor(handle->path())));
+    // Nor is one taken for a note that cannot be one.
+    ScratchFolder::setNote(handle->path(), QByteArray(1 << 20, 'x'));
+    EXPECT_EQ(ScratchFolder::note(handle->path()), "");
+}
+
+TEST_F(ScratchFolderTest, ALeftOverIsTakenOverByOneAtATime)
+{
+    const fs::path file = ScratchFolder::createFile(nullptr)->path();
+    ScratchFolder::setNote(file, "a take");
+    MaybeError error;
+    auto taken = ScratchFolder::takeOver(file, &error);
+    ASSERT_TRUE(taken);
+    EXPECT_FALSE(ScratchFolder::takeOver(file, &error));
+    EXPECT_TRUE(error);
+    EXPECT_TRUE(ScratchFolder::removeLeftOver(file));
+    ScratchFolder::removeLeftOversUpTo(INT64_MAX);
+    taken.reset();
+    EXPECT_EQ(ScratchFolder::note(file), "a take") << "nobody answered";
+    taken = ScratchFolder::takeOver(file, &error);
+    taken->removeWhenUnused();
+    EXPECT_TRUE(fs::exists(file)) << "it is still in use";
+    taken.reset();
+    EXPECT_TRUE(fs::is_empty(pathOf("")));
+}
+
+TEST_F(ScratchFolderTest, WhatHoldsMoreThanAHeaderIsNotCleanedAway)
+{
+    fs::create_directories(pathOf(""));
+    std::ofstream(pathOf("Velloria_Temp-001.caf")) << std::string(68, 'x');
+    std::ofstream(pathOf("Velloria_Temp-002.caf")) << std::string(69, 'x');
+    ScratchFolder::removeLeftOversUpTo(68);
+    EXPECT_EQ(ScratchFolder::leftOvers(), std::vector{pathOf("Velloria_Temp-002.caf")});
+}
+
+TEST_F(ScratchFolderTest, AFolderThatCannotBeWrittenKeepsItsFiles)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "nothing is closed to this user";
+    const fs::path file = ScratchFolder::createFile(nullptr)->path();
+    ScratchFolder::setNote(file, "a take");
+    fs::permissions(pathOf(""), fs::perms(0500));
+    EXPECT_TRUE(ScratchFolder::removeLeftOver(file));
+    EXPECT_EQ(ScratchFolder::note(file), "a take");
+    fs::permissions(pathOf(""), fs::perms(0700));
+    EXPECT_FALSE(ScratchFolder::removeLeftOver(file));
 }
 
 } // namespace velloria

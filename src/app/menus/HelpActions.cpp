@@ -63,6 +63,7 @@ void HelpActions::showAbout()
     //% "About Velloria"
     box.setWindowTitle(qtTrId("about-title"));
     box.setIconPixmap(QGuiApplication::windowIcon().pixmap(kIconSize));
+    box.setTextFormat(Qt::RichText);
     //: %1 is a version number
     //% "<b>Velloria %1</b>"
     box.setText(qtTrId("about-version").arg(QGuiApplication::applicationVersion()));

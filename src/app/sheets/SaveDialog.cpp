@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
+#include <QStandardItemModel>
 
 namespace velloria
 {
@@ -42,7 +43,9 @@ SaveDialog::SaveDialog(const SoundDocument& document, SaveRequest request, QWidg
         //% "Save As"
         setWindowTitle(qtTrId("save-as-title"));
     setDirectory(FolderMemory::folderFor(document.filePath()));
-    selectFile(document.displayName());
+    // The title of a document that was never saved may hold a time of day; other systems' file names must
+    // not.
+    selectFile(document.displayName().replace(u'/', u'-').replace(u':', u'.'));
     addAccessory();
     fillTypes();
     connect(mType, &QComboBox::currentIndexChanged, this, &SaveDialog::takeType);
@@ -112,7 +115,7 @@ void SaveDialog::takeType()
     mOption->blockSignals(true);
     mOption->clear();
     for (const FileOption& item : options.items)
-        mOption->addItem(item.title, item.tag);
+        addOption(item);
     mOption->setCurrentIndex(mOption->findData(options.selectedTag));
     mOption->blockSignals(false);
     mOptionLabel->setText(options.label);
@@ -120,6 +123,15 @@ void SaveDialog::takeType()
     mOptionLabel->setVisible(!options.items.empty());
     mOption->setVisible(!options.items.empty());
     takeOption();
+}
+
+void SaveDialog::addOption(const FileOption& option)
+{
+    mOption->addItem(option.title, option.tag);
+    // A heading, or that there is nothing to choose.
+    auto* const entries = qobject_cast<QStandardItemModel*>(mOption->model());
+    if (!option.isEnabled && entries)
+        entries->item(entries->rowCount() - 1)->setEnabled(false);
 }
 
 void SaveDialog::takeOption()

@@ -34,6 +34,7 @@ private:
     void addAccessory();
     void fillTypes();
     void takeType();
+    void addOption(const FileOption& option);
     void takeOption();
     void chooseStartingType();
     void giveNameAnExtension();

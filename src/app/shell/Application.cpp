@@ -5,10 +5,11 @@
 #include "app/progress/BusyState.h"
 #include "app/progress/OpenJob.h"
 #include "app/progress/WindowAlerts.h"
-#include "app/shell/RecoverPrompt.h"
+#include "app/recovery/RecoveryWindow.h"
 #include "app/window/DocumentWindow.h"
 #include "controllers/InputLevelsController.h"
 #include "document/AudioClipboard.h"
+#include "document/clips/TempFile.h"
 #include "platform/ScratchFolder.h"
 
 #include <QApplication>
@@ -41,6 +42,7 @@ Application::Application(QObject* parent)
 
 Application::~Application()
 {
+    delete mRecovery;
     for (OpenJob* const job : mJobs)
         delete job;
     for (DocumentWindow* const window : mWindows)
@@ -256,9 +258,8 @@ void Application::endAtOnce()
     // Completing a take runs the event loop, in which other windows may close.
     const std::vector<QPointer<DocumentWindow>> windows(mWindows.begin(), mWindows.end());
     for (const QPointer<DocumentWindow>& window : windows)
-        // A recovered sound that could not be kept anew is still in the files it was recovered from.
-        if (window && !window->keepForNextStart())
-            mToldLeftOvers.clear();
+        if (window)
+            window->keepForNextStart();
     // Also out of a dialog or a long operation that is still open.
     QCoreApplication::exit();
 }
@@ -276,39 +277,32 @@ void Application::showPreferences()
 
 void Application::offerRecovery()
 {
-    mToldLeftOvers = ScratchFolder::leftOvers();
-    RecoverPrompt::showIfNeeded(frontWindow(),
-                                {[this](const std::vector<LeftOverSound>& sounds) { openLeftOvers(sounds); },
-                                 RecoverPrompt::openInFileBrowser});
+    std::vector<LeftOverSound> sounds = LeftOverSounds::find(ScratchFolder::leftOvers());
+    if (sounds.empty())
+        return;
+    // Without a parent: it stays when the window in front is closed.
+    mRecovery = new RecoveryWindow(std::move(sounds),
+                                   [this](const LeftOverSound& sound) { return openLeftOver(sound); });
+    mRecovery->setAttribute(Qt::WA_DeleteOnClose);
+    mRecovery->show();
+    mRecovery->raise();
+    mRecovery->activateWindow();
 }
 
-void Application::openLeftOvers(const std::vector<LeftOverSound>& sounds)
+MaybeError Application::openLeftOver(const LeftOverSound& sound)
 {
-    for (const LeftOverSound& sound : sounds) {
-        MaybeError error;
-        if (auto document = LeftOverSounds::open(sound, &error))
-            showDocument(std::move(document), nullptr);
-        else if (error)
-            showOpenError(sound.files.front(), *error);
-    }
+    MaybeError error;
+    std::shared_ptr<SoundDocument> document = LeftOverSounds::open(sound, &error);
+    if (document)
+        showDocument(std::move(document), nullptr);
+    return error;
 }
 
 void Application::removeScratchFiles()
 {
     AudioClipboard::clipboard().setContents(nullptr);
-    // What nobody was told of yet is kept for the next start.
-    const std::vector<std::filesystem::path> leftOvers = ScratchFolder::leftOvers();
-    const auto wasTold = [this](const std::filesystem::path& file) {
-        return std::find(mToldLeftOvers.begin(), mToldLeftOvers.end(), file) != mToldLeftOvers.end();
-    };
-    if (std::all_of(leftOvers.begin(), leftOvers.end(), wasTold)) {
-        ScratchFolder::removeLeftOvers();
-        return;
-    }
-    for (const std::filesystem::path& file : leftOvers) {
-        if (wasTold(file))
-            ScratchFolder::removeFile(file);
-    }
+    // What holds a sample stays until somebody answered for it.
+    ScratchFolder::removeLeftOversUpTo(TempFile::headerLength);
 }
 
 } // namespace velloria

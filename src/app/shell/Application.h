@@ -2,6 +2,7 @@
 
 #include "app/desktop/DesktopPasteboard.h"
 #include "app/desktop/StartRequest.h"
+#include "app/look/PlainTexts.h"
 #include "app/menus/Editor.h"
 #include "app/preferences/AppearanceController.h"
 #include "document/LeftOverSounds.h"
@@ -17,6 +18,7 @@ namespace velloria
 class DocumentWindow;
 class OpenJob;
 class PreferencesDialog;
+class RecoveryWindow;
 
 /// The running editor: its windows, the files on their way in, and the end. Main thread; needs a
 /// QApplication.
@@ -39,8 +41,10 @@ public:
     /// Ends the event loop without a question, as somebody asks who cannot be answered. Recordings are
     /// completed; what is not saved is kept in the scratch folder, and the next start offers it.
     void endAtOnce();
-    /// Tells of sound that an earlier run left.
+    /// Shows the sounds that earlier runs left, if there are any.
     void offerRecovery();
+    /// Opens one of them in a window.
+    MaybeError openLeftOver(const LeftOverSound& sound);
 
     const std::vector<DocumentWindow*>& windows() const { return mWindows; }
     bool isOpening() const { return !mJobs.empty(); }
@@ -66,16 +70,16 @@ private:
     DocumentWindow* frontWindow() const;
     void bringToFront(const StartRequest& request);
     void runWhenIdle();
-    void openLeftOvers(const std::vector<LeftOverSound>& sounds);
     void removeScratchFiles();
 
+    PlainTexts mPlainTexts;
     DesktopPasteboard mPasteboard;
     AppearanceController mAppearance;
     std::vector<DocumentWindow*> mWindows; ///< in the order of their opening
     std::vector<OpenJob*> mJobs;
     std::vector<StartRequest> mWaiting; ///< what came while a long operation ran
-    std::vector<std::filesystem::path> mToldLeftOvers;
     QPointer<PreferencesDialog> mPreferences;
+    QPointer<RecoveryWindow> mRecovery;
     bool mIsEnding = false;
 };
 

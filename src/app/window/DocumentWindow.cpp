@@ -264,6 +264,7 @@ void DocumentWindow::bringToFront()
 
 bool DocumentWindow::confirmClosing()
 {
+    mIsDiscarded = false;
     if (!document().isDocumentEdited())
         return true;
     bringToFront();
@@ -284,6 +285,8 @@ bool DocumentWindow::confirmClosing()
     case QMessageBox::Save:
         return mFileActions->save();
     case QMessageBox::Discard:
+        // Only when the window really closes: another one may keep the program from ending.
+        mIsDiscarded = true;
         return true;
     default:
         return false;
@@ -313,12 +316,12 @@ bool DocumentWindow::prepareToClose()
     return !BusyState::shared().isBusy() && !hasQuestion() && confirmClosing();
 }
 
-bool DocumentWindow::keepForNextStart()
+void DocumentWindow::keepForNextStart()
 {
     mRecordActions->finish();
     mController->transport().stopAudio();
-    return !document().isDocumentEdited() || document().numberOfFrames() < 1 ||
-           !LeftOverSounds::keep(document());
+    if (document().isDocumentEdited() && document().numberOfFrames() > 0)
+        LeftOverSounds::keep(document());
 }
 
 void DocumentWindow::closeWithoutAsking()
@@ -342,6 +345,8 @@ void DocumentWindow::closeEvent(QCloseEvent* event)
         UserDefaults::standard().setValue(Settings::windowSize, size());
     mController->display().stopWaveformRender();
     mController->transport().stopAudio();
+    if (mIsDiscarded)
+        document().discardLeftOvers();
     Q_EMIT closed(this);
     event->accept();
 }

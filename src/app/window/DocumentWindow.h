@@ -63,9 +63,8 @@ public:
     /// the person decided so.
     bool prepareToClose();
     void closeWithoutAsking();
-    /// Ends what plays or records and keeps what is not saved where the next start finds it. False when it
-    /// could not be kept there.
-    bool keepForNextStart();
+    /// Ends what plays or records and keeps what is not saved where the next start finds it.
+    void keepForNextStart();
 
     // MenuHost
     QWidget& widget() override { return *this; }
@@ -161,6 +160,7 @@ private:
     bool mWasShown = false;
     bool mWasRecording = false;
     bool mClosesWithoutAsking = false;
+    bool mIsDiscarded = false; ///< the person said so at closing
 };
 
 } // namespace velloria

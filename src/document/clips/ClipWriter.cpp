@@ -22,8 +22,11 @@ ClipWriter::ClipWriter(int32_t numTracks, double sampleRate)
     : mBatchNumFrames(batchFramesOf(numTracks))
     , mQueue(QStringLiteral("ClipWriter"))
 {
-    for (int32_t track = 0; track < numTracks; ++track)
+    const auto label = ScratchLabelScope::labelForNewSound(numTracks);
+    for (int32_t track = 0; track < numTracks; ++track) {
         mClips.push_back(MutableAudioClip::clipWithSampleRate(sampleRate));
+        mClips.back()->setLabel(label, track);
+    }
     mErrors.resize(mClips.size());
     mNextTrack = mClips.size();
     for (Block& batch : mBatches) {

@@ -1,6 +1,7 @@
 #include "document/clips/MutableAudioClip.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velloria
 {
@@ -43,6 +44,12 @@ const std::shared_ptr<TempFile>& MutableAudioClip::tempFile() const
     return scratch().hasFile.load(std::memory_order_acquire) ? scratch()._tempFile : none;
 }
 
+void MutableAudioClip::setLabel(std::shared_ptr<const ScratchLabel> label, int32_t track)
+{
+    scratch().label = std::move(label);
+    scratch().track = track;
+}
+
 bool MutableAudioClip::isGrowing() const
 {
     return scratch().producer == this && !scratch().isFinished.load(std::memory_order_acquire);
@@ -51,7 +58,10 @@ bool MutableAudioClip::isGrowing() const
 MaybeError MutableAudioClip::createFile()
 {
     MaybeError error;
-    scratch()._tempFile = TempFile::create(scratch()._sampleRate, &error);
+    QByteArray note;
+    if (const auto label = std::exchange(scratch().label, nullptr))
+        note = ScratchTrackLabel{*label, scratch().track}.toNote();
+    scratch()._tempFile = TempFile::create(scratch()._sampleRate, &error, note);
     if (!scratch()._tempFile)
         return error.value_or(Error{Error::Code::writeFailed, {}});
     scratch()._headerLength = scratch()._tempFile->length();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "document/clips/AudioClip.h"
+#include "document/clips/ScratchLabel.h"
 #include "document/clips/TempFile.h"
 
 namespace velloria
@@ -28,6 +29,8 @@ public:
     StoredSamples storedSamples() const override { return scratch().stored; }
     /// For a decoder, before the first append. Integers were divided by 2^(bits - 1).
     void setStoredSamples(const StoredSamples& stored) { scratch().stored = stored; }
+    /// Before the first append: what is noted beside the file. Null for nothing.
+    void setLabel(std::shared_ptr<const ScratchLabel> label, int32_t track);
     bool isGrowing() const override;
 
     /// Adds samples to the file and the summary. The first call creates the file. When the file cannot be
@@ -61,6 +64,9 @@ private:
         std::shared_ptr<TempFile> _tempFile;
         int64_t _headerLength = 0;
         StoredSamples stored;
+        // Until the file is made.
+        std::shared_ptr<const ScratchLabel> label;
+        int32_t track = 0;
         MaybeError error;
         std::atomic<bool> hasFile{false};
         std::atomic<bool> isFinished{false};

@@ -24,6 +24,7 @@ public:
     /// Bits per stored sample: 8, 16, 24, 32 (integer or float), 64 (float).
     virtual int64_t sampleBits() const = 0;
     virtual double sampleRate() const = 0;
+    virtual int64_t numberOfFrames() const = 0;
 
     /// Reads bytes of interleaved frames at an absolute byte offset, samples in the host's byte order and
     /// 8-bit samples signed. Gives the number of bytes read: fewer at the end of the sound data.

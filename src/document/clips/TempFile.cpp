@@ -21,7 +21,7 @@ constexpr int64_t kOpenEnded = -1;
 
 } // namespace
 
-std::shared_ptr<TempFile> TempFile::create(double sampleRate, MaybeError* error)
+std::shared_ptr<TempFile> TempFile::create(double sampleRate, MaybeError* error, const QByteArray& note)
 {
     auto handle = ScratchFolder::createFile(error);
     if (!handle)
@@ -34,6 +34,8 @@ std::shared_ptr<TempFile> TempFile::create(double sampleRate, MaybeError* error)
         return nullptr;
     }
     file->mLength.store(header.size(), std::memory_order_release);
+    if (!note.isEmpty())
+        ScratchFolder::setNote(file->path(), note);
     return file;
 }
 

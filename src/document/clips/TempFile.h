@@ -14,8 +14,10 @@ namespace velloria
 class TempFile
 {
 public:
-    /// Creates the file and writes its header; null with `error` filled when that is impossible.
-    static std::shared_ptr<TempFile> create(double sampleRate, MaybeError* error);
+    /// Creates the file and writes its header; null with `error` filled when that is impossible. The note
+    /// says what the file is; without it the sound is as safe.
+    static std::shared_ptr<TempFile> create(double sampleRate, MaybeError* error,
+                                            const QByteArray& note = QByteArray());
     ~TempFile();
     TempFile(const TempFile&) = delete;
     TempFile& operator=(const TempFile&) = delete;
@@ -35,7 +37,9 @@ public:
 
     static std::filesystem::path tempPath();
 
-    /// The 68 header bytes, as the Core Audio Format lays them out.
+    static constexpr int64_t headerLength = 68;
+
+    /// The headerLength header bytes, as the Core Audio Format lays them out.
     static QByteArray headerWithSampleRate(double sampleRate);
 
 private:

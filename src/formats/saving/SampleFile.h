@@ -14,7 +14,6 @@ namespace velloria
 class SampleFile : public SampleSource
 {
 public:
-    virtual int64_t numberOfFrames() const = 0;
     virtual const std::shared_ptr<FileHandle>& fileHandle() const = 0;
     int64_t sampleSizeInBytes() const { return (sampleBits() + 7) / 8; }
 

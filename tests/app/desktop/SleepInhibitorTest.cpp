@@ -1,8 +1,8 @@
 #include "app/desktop/SleepInhibitor.h"
 
 #include "app/kit/AppTestKit.h"
+#include "app/kit/PrivateBus.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QProcess>
@@ -59,50 +59,18 @@ private:
     int mPipe[2] = {-1, -1};
 };
 
-/// A bus of the test's own, the program's system and session bus at once.
 class SleepInhibitorTest : public testing::Test
 {
 protected:
-    ~SleepInhibitorTest() override
-    {
-        QDBusConnection::disconnectFromBus(QStringLiteral("desktop"));
-        mBus.kill();
-        mBus.waitForFinished();
-    }
-
-    /// Nothing, or why there is no bus.
-    QString startBus()
-    {
-        mBus.start(QStringLiteral("setpriv"),
-                   {QStringLiteral("--pdeathsig"), QStringLiteral("KILL"), QStringLiteral("dbus-daemon"),
-                    QStringLiteral("--session"), QStringLiteral("--nofork"),
-                    QStringLiteral("--print-address"),
-                    QStringLiteral("--address=unix:path=%1/bus").arg(mFolder.path())});
-        if (!mBus.waitForReadyRead(20000))
-            return QStringLiteral("dbus-daemon does not start");
-        const QByteArray address = mBus.readLine().trimmed();
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
-        qputenv("DBUS_SESSION_BUS_ADDRESS", address);
-        mConnection = std::make_unique<QDBusConnection>(
-            QDBusConnection::connectToBus(QString::fromUtf8(address), QStringLiteral("desktop")));
-        if (!QDBusConnection::systemBus().isConnected() || !QDBusConnection::sessionBus().isConnected())
-            return QStringLiteral("this process has asked for another bus before");
-        return {};
-    }
-
-    bool serve(const QString& service, const QString& path)
-    {
-        return mConnection->registerVirtualObject(path, &desktop) && mConnection->registerService(service);
-    }
+    QString startBus() { return mBus.start(); }
+    bool serve(const QString& service, const QString& path) { return mBus.serve(desktop, service, path); }
 
     Desktop desktop;
     const QObject owner;
     const QObject other;
 
 private:
-    QTemporaryDir mFolder;
-    QProcess mBus;
-    std::unique_ptr<QDBusConnection> mConnection;
+    PrivateBus mBus;
 };
 
 TEST_F(SleepInhibitorTest, KeepsTheLoginManagersLockWhileSomebodyRecords)

@@ -10,6 +10,7 @@
 #include "app/recording/InputLevelsWindow.h"
 #include "app/recording/RecordingHistoryView.h"
 #include "app/recording/TimerRecordingSheets.h"
+#include "app/recovery/RecoveryWindow.h"
 #include "controllers/InputLevelsController.h"
 #include "controllers/RecordingController.h"
 #include "controllers/TransportController.h"
@@ -214,7 +215,7 @@ TEST_F(RecordingWindowTest, ClosesAlthoughTheRecordingDoesNotEnd)
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(ScratchFolder::leftOvers().size(), 2U) << "left and right";
     EXPECT_TRUE(std::filesystem::exists(file));
-    ScratchFolder::removeLeftOvers();
+    ScratchFolder::removeLeftOversUpTo(INT64_MAX);
 }
 
 TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuestion)
@@ -231,13 +232,9 @@ TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuest
     Application next;
     next.newDocument();
     next.offerRecovery();
-    QMessageBox* prompt = nullptr;
     for (QWidget* const widget : QApplication::topLevelWidgets())
-        if (auto* const box = qobject_cast<QMessageBox*>(widget); box && box->isVisible())
-            prompt = box;
-    ASSERT_TRUE(prompt);
-    keepPicture(*prompt, QStringLiteral("recovery"));
-    prompt->defaultButton()->click();
+        if (auto* const recovery = qobject_cast<RecoveryWindow*>(widget))
+            recovery->openAll();
     ASSERT_EQ(next.windows().size(), 1U) << "the empty window showed it";
     SoundDocument& found = next.windows().front()->document();
     EXPECT_EQ(found.numberOfFrames(), window->document().numberOfFrames());
@@ -248,7 +245,7 @@ TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuest
     EXPECT_TRUE(found.filePath().empty());
     next.windows().front()->closeWithoutAsking();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    ScratchFolder::removeLeftOvers();
+    ScratchFolder::removeLeftOversUpTo(INT64_MAX);
 }
 
 TEST_F(RecordingWindowTest, RecordsAutomaticallyUntilDone)

@@ -37,6 +37,7 @@ public:
     int64_t channelCount() const override { return mNumChannels; }
     int64_t sampleBits() const override { return mBits; }
     double sampleRate() const override { return 44100.0; }
+    int64_t numberOfFrames() const override { return static_cast<int64_t>(mBytes.size()) / frameSize(); }
 
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override
     {
