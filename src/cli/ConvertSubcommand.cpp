@@ -39,6 +39,7 @@ bool readTracks(const Arguments& arguments, std::optional<TrackRange>& tracks)
 struct Conversion {
     std::filesystem::path input;
     SaveRequest request;
+    SaveArguments::TargetType type;
     ArgumentValues::TimeRange range;
     std::optional<TrackRange> tracks;
 
@@ -46,7 +47,7 @@ struct Conversion {
     {
         input = ArgumentValues::path(arguments.words()[0]);
         return ArgumentValues::readTimeRange(arguments, range) && readTracks(arguments, tracks) &&
-               TargetArguments::read(arguments, arguments.words()[1], request);
+               TargetArguments::read(arguments, arguments.words()[1], input, request, type);
     }
 };
 
@@ -72,7 +73,7 @@ ExitStatus convert(const Arguments& arguments)
     if (!document)
         return ExitStatus::failed;
     SaveRequest& request = conversion.request;
-    if (!TargetArguments::fits(arguments, request, *document))
+    if (!TargetArguments::complete(conversion.type, *document, request))
         return ExitStatus::wrongArguments;
     if (conversion.range.start || conversion.range.end || conversion.tracks) {
         request.selection = DocumentFiles::selection(*document, conversion.range);

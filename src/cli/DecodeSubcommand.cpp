@@ -2,6 +2,7 @@
 #include "cli/OutputSink.h"
 #include "cli/Terminal.h"
 #include "document/clips/SampleKernels.h"
+#include "document/clips/SourceWatch.h"
 
 #include <algorithm>
 
@@ -58,6 +59,7 @@ private:
 
 MaybeError writeFrames(const SoundDocument& document, OutputSink& output, Progress& progress)
 {
+    const SourceWatch watch(*document.audioTracks());
     FrameReader reader(document);
     for (auto block = reader.nextBlock(); !block.empty(); block = reader.nextBlock()) {
         if (MaybeError error = output.write(std::as_bytes(block)))
@@ -66,10 +68,8 @@ MaybeError writeFrames(const SoundDocument& document, OutputSink& output, Progre
         if (progress.isCancelled())
             return Error::cancelled();
     }
-    if (document.audioFile()->fileHandle()->hasChangedOnDisk())
-        return Error{
-            Error::Code::readFailed,
-            QStringLiteral("%1 was changed while it was read.").arg(displayPath(document.filePath()))};
+    if (MaybeError error = watch.error())
+        return error;
     return output.finish();
 }
 

@@ -1,6 +1,7 @@
 #include "cli/DocumentFiles.h"
 
 #include "cli/Terminal.h"
+#include "document/clips/SourceWatch.h"
 
 #include <algorithm>
 
@@ -12,6 +13,9 @@ std::shared_ptr<SoundDocument> open(const std::filesystem::path& path)
     MaybeError error;
     TerminalProgress progress(displayName(path));
     std::shared_ptr<SoundDocument> document = SoundDocument::readFromPath(path, QString(), progress, &error);
+    // A file that changes while it is opened looks damaged; what is the matter with it is said instead.
+    if (document && (error = SourceWatch(*document->audioTracks()).error()))
+        document = nullptr;
     if (!document)
         Terminal::sayError(error.value_or(Error{Error::Code::failed, QStringLiteral("It cannot be opened.")}),
                            path);
@@ -22,13 +26,16 @@ std::shared_ptr<SoundDocument> open(const std::filesystem::path& path)
 
 bool save(SoundDocument& document, const SaveRequest& request)
 {
-    const QStringList losses = document.lossesWhenSaving(request);
-    TerminalProgress progress(displayName(request.path));
-    const MaybeError error = document.writeToPath(request, progress);
+    MaybeError error = document.refusalToSave(request);
+    if (!error) {
+        Terminal::sayAll(document.lossesWhenSaving(request), request.path);
+        TerminalProgress progress(displayName(request.path));
+        error = document.writeToPath(request, progress);
+    }
     if (error)
         Terminal::sayError(*error, request.path);
     else
-        Terminal::sayAll(losses, request.path);
+        Terminal::sayAll(document.saveWarnings(), request.path);
     return !error;
 }
 

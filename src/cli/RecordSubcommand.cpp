@@ -28,6 +28,7 @@ constexpr int64_t kSampleSize = 32;
 /// What the words say, checked as far as that is possible without a device.
 struct Recording {
     SaveRequest request;
+    SaveArguments::TargetType type;
     std::optional<double> seconds;
     std::optional<double> level;
     std::optional<double> rate;
@@ -41,7 +42,7 @@ struct Recording {
                ArgumentValues::readInteger(arguments, "--channels", 1, 2, numChannels) &&
                isWithin("--seconds", seconds, 0.0, kLongest) && isWithin("--level", level, -200.0, 0.0) &&
                isWithin("--rate", rate, kLowestRate, kHighestRate) &&
-               TargetArguments::read(arguments, arguments.words().front(), request);
+               TargetArguments::read(arguments, arguments.words().front(), {}, request, type);
     }
 
 private:
@@ -144,7 +145,7 @@ ExitStatus record(const Arguments& arguments)
     if (!device)
         return ExitStatus::failed;
     std::shared_ptr<SoundDocument> document = makeDocument(recording, *device);
-    if (!TargetArguments::fits(arguments, recording.request, *document))
+    if (!TargetArguments::complete(recording.type, *document, recording.request))
         return ExitStatus::wrongArguments;
     RecordSession::Settings settings;
     if (recording.seconds)

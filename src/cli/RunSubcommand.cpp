@@ -84,9 +84,11 @@ bool saveAtEnd(SoundController& controller, const std::filesystem::path& path, c
 ExitStatus runCommands(const Arguments& arguments)
 {
     const std::filesystem::path output = ArgumentValues::path(arguments.value("-o").value_or(QByteArray()));
-    const AudioFileType* outputType = nullptr;
+    std::optional<SaveArguments::TargetType> outputType;
     QString problem;
-    if (arguments.has("-o") && !(outputType = SaveArguments::type({}, output, &problem))) {
+    if (arguments.has("-o") &&
+        !(outputType = SaveArguments::targetType({}, output, ArgumentValues::path(arguments.words().front()),
+                                                 &problem))) {
         Terminal::say(QStringLiteral("-o: ") + problem);
         return ExitStatus::wrongArguments;
     }
@@ -104,8 +106,9 @@ ExitStatus runCommands(const Arguments& arguments)
     CliHost host;
     SoundController controller(document, host);
     controller.selection().selectAll();
-    const bool isDone = runAll(*commands, controller, outputType != nullptr) &&
-                        (!outputType || saveAtEnd(controller, output, outputType->uti));
+    const bool isDone =
+        runAll(*commands, controller, outputType.has_value()) &&
+        (!outputType || saveAtEnd(controller, output, SaveArguments::utiOf(*outputType, *document, 0)));
     // What was copied may hold scratch files, which must go before the program's own objects do.
     AudioClipboard::clipboard().setContents(nullptr);
     return isDone ? ExitStatus::done : ExitStatus::failed;
@@ -135,7 +138,9 @@ Subcommand runSubcommand()
             "written at all.")};
     subcommand.options = {
         {"-o", QStringLiteral("OUT"),
-         QStringLiteral("File to write at the end, of the type that its extension tells. It may be IN.")},
+         QStringLiteral(
+             "File to write at the end, of the type that its extension tells; with the extension of "
+             "IN it stays what IN is. It may be IN.")},
         {"--commands", QStringLiteral("FILE"),
          QStringLiteral(
              "Reads commands from a file, one a line, at this place among the others; - is standard input, "

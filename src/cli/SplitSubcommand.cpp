@@ -57,7 +57,9 @@ ExitStatus split(const Arguments& arguments)
     }
     request.metadata = MarkerSplitter::metadataForPieces(*document);
     TerminalProgress progress(displayName(document->filePath()));
-    const MarkerSplitter::Outcome outcome = MarkerSplitter(*document, request).run(progress);
+    MarkerSplitter splitter(*document, request);
+    Terminal::sayAll(splitter.losses(), document->filePath());
+    const MarkerSplitter::Outcome outcome = splitter.run(progress);
     QByteArray list;
     for (const std::filesystem::path& path : outcome.paths)
         list += QByteArray::fromStdString(path.native()) + '\n';

@@ -3,6 +3,7 @@
 #include "cli/Terminal.h"
 #include "cli/WaveformColumns.h"
 #include "cli/WaveformImage.h"
+#include "document/clips/SourceWatch.h"
 
 #include <QBuffer>
 
@@ -61,9 +62,12 @@ MaybeError writePicture(const SoundDocument& document, const SoundSelection& sel
     WaveformColumns columns;
     {
         TerminalProgress progress(displayName(document.filePath()));
+        const SourceWatch watch(*document.audioTracks());
         columns = WaveformColumns::ofDocument(document, selection, picture.width, progress);
         if (progress.isCancelled())
             return Error::cancelled();
+        if (MaybeError error = watch.error())
+            return error;
     }
     const QByteArray bytes =
         picture.format == Format::json ? columns.json() : pngOf(columns, picture.width, picture.height);

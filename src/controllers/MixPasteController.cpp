@@ -5,6 +5,7 @@
 #include "document/AudioClipboard.h"
 #include "document/UndoGroup.h"
 #include "document/clips/ClipWriter.h"
+#include "document/clips/SourceWatch.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -86,6 +87,9 @@ MixPasteController::mixedClips(const std::vector<AudioTrackPtr>& pasted, const T
     const TrackList tracks = document.audioTracks();
     const std::unique_ptr<Progress> progress =
         mController.host().beginProgress(QStringLiteral("Pasting audio"));
+    SourceWatch watch(*tracks);
+    for (const AudioTrackPtr& track : pasted)
+        watch.add(*track);
     ClipWriter writer(target.numTracks, document.sampleRate());
     ClipWriter::Block block(static_cast<size_t>(target.numTracks));
     for (int64_t done = 0; done < target.numFrames && !progress->isCancelled();) {
@@ -104,7 +108,7 @@ MixPasteController::mixedClips(const std::vector<AudioTrackPtr>& pasted, const T
         done += count;
         progress->setProgressValue(static_cast<double>(done) / static_cast<double>(target.numFrames));
     }
-    if ((*error = writer.finish()))
+    if ((*error = writer.finish()) || (*error = watch.error()))
         return {};
     return writer.clips();
 }

@@ -40,13 +40,18 @@ void SoundController::setMostScratchBytes(int64_t numBytes)
 
 MaybeError SoundController::save(const SaveRequest& request)
 {
+    if (MaybeError error = mDocument->refusalToSave(request))
+        return error;
     const QString name = displayName(request.path);
     const QStringList losses = mDocument->lossesWhenSaving(request);
     if (!losses.isEmpty() &&
         !mHost.alerts().confirmLoss(QStringLiteral("Save “%1” all the same?").arg(name), losses))
         return Error::cancelled();
     const std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Saving “%1”").arg(name));
-    return mDocument->writeToPath(request, *progress);
+    const MaybeError error = mDocument->writeToPath(request, *progress);
+    if (!error && !mDocument->saveWarnings().isEmpty())
+        mHost.alerts().showWarning(mDocument->saveWarnings().join(u'\n'));
+    return error;
 }
 
 void SoundController::setNumTracks(int32_t numTracks)

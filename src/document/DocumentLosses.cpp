@@ -1,10 +1,10 @@
 #include "document/SoundDocument.h"
 
+#include "formats/saving/SaveLoop.h"
 #include "platform/FileReplacer.h"
 
 #include <algorithm>
 #include <array>
-#include <set>
 
 namespace velloria
 {
@@ -14,11 +14,11 @@ namespace
 
 // Integers of more bits do not fit into a 32-bit float.
 constexpr int64_t bitsOfFloats = 24;
+// Digits that tell a rate from the whole number beside it.
+constexpr int ratePrecision = 12;
 
 /// What the tracks' samples are made from.
 struct Sources {
-    /// The opened files that clips read in place.
-    std::set<const SampleSource*> files;
     int64_t mostIntegerBits = 0;
     /// Of those that became floats when they were decoded.
     int64_t mostDecodedBits = 0;
@@ -36,9 +36,7 @@ Sources sourcesOfTracks(const std::vector<AudioTrackPtr>& tracks)
     for (const AudioTrackPtr& track : tracks)
         track->clips().forEachFrom(0, [&sources](const AudioClipPtr& clip, int64_t) {
             const StoredSamples stored = clip->storedSamples();
-            if (clip->sourceFile())
-                sources.files.insert(clip->sourceFile().get());
-            else
+            if (!clip->sourceFile())
                 sources.mostDecodedBits = std::max(sources.mostDecodedBits, stored.integerBits());
             sources.mostIntegerBits = std::max(sources.mostIntegerBits, stored.integerBits());
             sources.mostFloatBits = std::max(sources.mostFloatBits, stored.isFloat ? stored.bits : 0);
@@ -150,9 +148,15 @@ QString markerLoss(const AudioFile& writer, const QString& type)
     return {};
 }
 
-/// What stands in the opened file and will not in the written one.
-QStringList itemsNotWritten(const AudioFile& writer)
+/// What stands in the opened file and will not in the written one. A writer that knows no opened file, that
+/// of a selection, carries nothing over.
+QStringList itemsNotWritten(const FileLedger& ledger, const AudioFile& writer)
 {
+    const auto isLost = [&writer](const FileItem& item) {
+        if (writer.openedFile())
+            return !writer.willWrite(item);
+        return item.keeping == Keeping::asBytes || item.keeping == Keeping::notKept;
+    };
     constexpr std::array kinds = {ItemKind::part, ItemKind::tag, ItemKind::stream, ItemKind::value};
     const std::array sentences = {
         QStringLiteral("Parts of the opened file that Velloria does not know are left out: %1."),
@@ -161,29 +165,23 @@ QStringList itemsNotWritten(const AudioFile& writer)
         QStringLiteral("Some values are altered: %1.")};
     QStringList losses;
     for (size_t i = 0; i < kinds.size(); ++i) {
-        const QStringList names = writer.openedFile()->ledger().namesOf(
-            kinds[i], [&writer](const FileItem& item) { return !writer.willWrite(item); });
+        const QStringList names = ledger.namesOf(kinds[i], isLost);
         if (!names.isEmpty())
             losses += sentences[i].arg(names.join(QStringLiteral(", ")));
     }
     return losses;
 }
 
-QStringList changedSources(const std::set<const SampleSource*>& sources)
-{
-    QStringList losses;
-    for (const SampleSource* source : sources) {
-        const auto* file = dynamic_cast<const AudioFile*>(source);
-        if (file && file->fileHandle() && file->fileHandle()->hasChangedOnDisk())
-            losses += QStringLiteral("“%1” was changed by another program since it was opened; sound that is "
-                                     "read from it may be different or missing.")
-                          .arg(displayName(file->filePath()));
-    }
-    losses.sort();
-    return losses;
-}
-
 } // namespace
+
+bool SoundDocument::hasMarkerWithin(const SoundSelection& selection) const
+{
+    const SaveRange range = SaveRange::ofSelection(*this, selection);
+    return std::any_of(mAudioMarkers->begin(), mAudioMarkers->end(), [&range](const AudioMarkerPtr& marker) {
+        return marker->position() >= range.startFrame &&
+               marker->position() < range.startFrame + range.numFrames;
+    });
+}
 
 QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
 {
@@ -201,12 +199,21 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
                       .arg(maximum)
                       .arg(writer->numberOfChannels());
     losses += writer->soundLosses();
+    if (writer->writtenSampleRate() != sampleRate())
+        losses +=
+            QStringLiteral("%1 files hold no rate of %2 Hz; played at %3 Hz the sound has another speed.")
+                .arg(type, QString::number(sampleRate(), 'g', ratePrecision),
+                     QString::number(writer->writtenSampleRate(), 'g', ratePrecision));
     if (const QString loss = markerLoss(*writer, type); !loss.isEmpty())
         losses += loss;
+    if (request.selection && !request.isBetweenMarkers && hasMarkerWithin(*request.selection))
+        losses += QStringLiteral("A part of a sound is saved without its markers.");
     losses += tagLosses(*writer, type);
-    if (writer->openedFile())
-        losses += itemsNotWritten(*writer);
-    losses += changedSources(sources.files);
+    if (mAudioFile)
+        losses += itemsNotWritten(mAudioFile->ledger(), *writer);
+    if (request.operation == SaveOperation::saveAs)
+        if (const std::optional<QString> change = changeOfOwnFile(request))
+            losses += *change;
     losses += FileReplacer::lossesWhenReplacing(request.path);
     return losses;
 }

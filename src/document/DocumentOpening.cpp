@@ -61,6 +61,26 @@ std::vector<AudioClipPtr> clipsOfFile(const std::shared_ptr<AudioFile>& file, Pr
     return clips;
 }
 
+/// What was decoded from a file that changed meanwhile is a mixture that no later look would show. A file
+/// that is read in place is looked at whenever its sound is written.
+MaybeError changeWhileDecoding(const AudioFile& file)
+{
+    if (!file.requiresConversion() || !file.fileHandle())
+        return std::nullopt;
+    const QString name = displayName(file.filePath());
+    if (file.fileHandle()->numMissedReads() > 0)
+        return Error{
+            Error::Code::readFailed,
+            QStringLiteral("Some of “%1” could not be read; its disk may be failing or out of reach.")
+                .arg(name)};
+    if (!file.fileHandle()->hasChangedOnDisk())
+        return std::nullopt;
+    return Error{
+        Error::Code::sourceChanged,
+        QStringLiteral("“%1” was changed by another program while it was being opened. Open it again.")
+            .arg(name)};
+}
+
 } // namespace
 
 std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem::path& path,
@@ -79,6 +99,10 @@ std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem
     file->setDecodingWatcher(watcher);
     const std::vector<AudioClipPtr> clips = clipsOfFile(file, progress, error);
     file->setDecodingWatcher(nullptr);
+    if (const MaybeError change = changeWhileDecoding(*file); change && !clips.empty()) {
+        fill(error, *change);
+        return nullptr;
+    }
     if (!document->finishLoadingFileWithAudioClips(clips))
         return nullptr;
     // The history's signals belong to the main thread, wherever the file was read.

@@ -1,6 +1,8 @@
 #include "document/SoundDocument.h"
 
+#include "document/clips/SourceWatch.h"
 #include "formats/AudioFileRegistry.h"
+#include "formats/saving/SaveLoop.h"
 #include "platform/FileReplacer.h"
 #include "platform/Log.h"
 
@@ -16,6 +18,7 @@ namespace
 
 constexpr std::chrono::milliseconds kProgressInterval(50);
 
+/// The sentence alone would leave a person without anything to do about it, so the reason follows.
 Error notSaved(const QString& reason)
 {
     logLine(QStringLiteral("-[SoundDocument writeToURL:...] Could not save."));
@@ -60,16 +63,39 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
     writer->setBitRate(mBitRate);
     writer->setBitsPerSample(static_cast<uint32_t>(mSampleSize));
     writer->setDataFormat(mAudioDataFormat);
-    if (request.optionTag != 0)
-        writer->configureWithPopUpTag(request.optionTag);
+    if (const int tag = optionTagFor(request); tag != 0)
+        writer->configureWithPopUpTag(tag);
     writer->validateAndCorrectParameters();
     return writer;
+}
+
+int SoundDocument::optionTagFor(const SaveRequest& request) const
+{
+    if (request.optionTag != 0)
+        return request.optionTag;
+    return request.uti == mFileTypeUTI ? mFileOptionTag : 0;
+}
+
+FileOptions SoundDocument::fileOptions(const SaveRequest& request) const
+{
+    const std::shared_ptr<AudioFile> writer = configuredWriter(request);
+    if (!writer)
+        return {};
+    FileOptions options = writer->fileOptions();
+    int64_t tag = optionTagFor(request);
+    // A type may choose a recommendation before what the opened file has.
+    if (tag == 0 && request.uti == mFileTypeUTI)
+        tag = mBitRate;
+    if (std::any_of(options.items.begin(), options.items.end(),
+                    [tag](const FileOption& item) { return item.isEnabled && item.tag == tag; }))
+        options.selectedTag = static_cast<int>(tag);
+    return options;
 }
 
 double SoundDocument::estimatedFileSize(const SaveRequest& request) const
 {
     const std::shared_ptr<AudioFile> writer = configuredWriter(request);
-    return writer ? writer->estimatedFileSizeWithTag(request.optionTag) : -1.0;
+    return writer ? writer->estimatedFileSizeWithTag(optionTagFor(request)) : -1.0;
 }
 
 MaybeError SoundDocument::writeToPath(const SaveRequest& request, Progress& progress)
@@ -81,20 +107,19 @@ MaybeError SoundDocument::writeToPath(const SaveRequest& request, Progress& prog
     if (!writer)
         return notSaved(QStringLiteral("files of the type “%1” cannot be written.").arg(request.uti));
     mSaveWarnings.clear();
+    if (MaybeError error = refusalToSave(request))
+        return error;
     if (MaybeError error = writeWithWriter(writer, request, progress))
         return error;
-    if (writer->sourceWasShort())
-        mSaveWarnings +=
-            QStringLiteral("A file that the sound is read from became shorter meanwhile; there is "
-                           "silence where sound was missing.");
     if (request.operation != SaveOperation::saveTo)
         adoptWriter(writer, request);
     return std::nullopt;
 }
 
 MaybeError SoundDocument::writeWithWriter(const std::shared_ptr<AudioFile>& writer,
-                                          const SaveRequest& request, Progress& progress) const
+                                          const SaveRequest& request, Progress& progress)
 {
+    const SourceWatch watch = watchSources(*writer, request);
     MaybeError error;
     const std::unique_ptr<FileReplacer> replacer = FileReplacer::create(request.path, &error);
     if (!replacer)
@@ -109,11 +134,77 @@ MaybeError SoundDocument::writeWithWriter(const std::shared_ptr<AudioFile>& writ
         return error ? error : notSaved(QStringLiteral("writing failed."));
     if ((error = flushWithProgress(*replacer, progress)))
         return error;
-    return replacer->commit();
+    // Everything was read by now, so what changes from here on is of no matter to this save.
+    if (const MaybeError change = watch.error()) {
+        if (!request.takesWhatIsLeft)
+            return change;
+        mSaveWarnings += QStringLiteral("%1 There is silence where sound is missing.").arg(change->message);
+    }
+    error = replacer->commit();
+    mSaveWarnings += replacer->warnings();
+    return error;
+}
+
+MaybeError SoundDocument::refusalToSave(const SaveRequest& request) const
+{
+    const std::shared_ptr<AudioFile> writer = configuredWriter(request);
+    if (!writer)
+        return std::nullopt;
+    if (writer->numberOfChannels() > writer->maximumNumberOfChannels())
+        return Error{
+            Error::Code::unsupported,
+            QStringLiteral("This format holds at most %1 channels.").arg(writer->maximumNumberOfChannels())};
+    if (MaybeError error = watchSources(*writer, request).error(); error && !request.takesWhatIsLeft)
+        return error;
+    const std::optional<QString> change =
+        request.operation == SaveOperation::saveAs ? std::nullopt : changeOfOwnFile(request);
+    if (!change)
+        return std::nullopt;
+    return Error{Error::Code::targetChanged,
+                 QStringLiteral("%1 Open it again, or save under another name.").arg(*change)};
+}
+
+SourceWatch SoundDocument::watchSources(const AudioFile& writer, const SaveRequest& request) const
+{
+    SourceWatch watch;
+    SaveRange range = SaveRange::ofDocument(*this, static_cast<uint32_t>(trackCount()));
+    if (request.selection)
+        range = SaveRange::ofSelection(*this, *request.selection);
+    for (int32_t i = 0; i < range.numTracks; ++i)
+        watch.add(clipsAtOffset(range.startFrame, range.numFrames, range.firstTrack + i));
+    if (writer.readsOpenedFile())
+        watch.add(std::shared_ptr<const FileHandle>(writer.openedFile()->fileHandle()));
+    return watch;
+}
+
+std::optional<QString> SoundDocument::changeOfOwnFile(const SaveRequest& request) const
+{
+    const FileHandle* const handle = mAudioFile ? mAudioFile->fileHandle().get() : nullptr;
+    if (!handle || mFilePath.empty())
+        return std::nullopt;
+    std::error_code failure;
+    const auto plain = [&failure](const std::filesystem::path& path) {
+        return std::filesystem::absolute(path, failure).lexically_normal();
+    };
+    const bool isOwnFile = handle->isAt(request.path);
+    const QString name = velloria::displayName(request.path);
+    if (isOwnFile && handle->hasChangedOnDisk())
+        return QStringLiteral(
+                   "“%1” was changed by another program since it was opened; a save would overwrite "
+                   "that.")
+            .arg(name);
+    if (!isOwnFile && plain(request.path) == plain(mFilePath) &&
+        std::filesystem::exists(request.path, failure))
+        return QStringLiteral(
+                   "“%1” was replaced by another program since it was opened; a save would overwrite "
+                   "that.")
+            .arg(name);
+    return std::nullopt;
 }
 
 void SoundDocument::adoptWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request)
 {
+    mFileOptionTag = optionTagFor(request);
     mBitRate = writer->bitRate();
     mSampleSize = writer->bitsPerSample();
     mAudioDataFormat = writer->dataFormat();

@@ -111,6 +111,8 @@ void SoundDocument::undoableSetSampleSize(int64_t sampleSize)
     const UndoGroup group(*this);
     mOpenStep->willReplaceSampleSize(mSampleSize);
     mSampleSize = sampleSize;
+    // Chosen later than the option of the last save.
+    mFileOptionTag = 0;
     reload();
 }
 

@@ -47,6 +47,13 @@ public:
         };
         return (*std::max_element(mFiles.begin(), mFiles.end(), isShorter))->numberOfFrames();
     }
+    std::vector<const FileHandle*> sourceHandles() const override
+    {
+        std::vector<const FileHandle*> handles;
+        for (const auto& file : mFiles)
+            handles.push_back(file->fileHandle().get());
+        return handles;
+    }
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override
     {
         const int64_t frame = offset / frameSize();

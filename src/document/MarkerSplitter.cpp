@@ -116,6 +116,25 @@ MarkerSplitter::Outcome MarkerSplitter::run(Progress& progress)
     return outcome;
 }
 
+SaveRequest MarkerSplitter::requestFor(int64_t start, int64_t end) const
+{
+    SaveRequest request;
+    request.uti = mRequest.uti;
+    request.operation = SaveOperation::saveTo;
+    request.optionTag = mRequest.optionTag;
+    const double rate = mDocument.sampleRate();
+    request.selection = SoundSelection{static_cast<double>(start) / rate, static_cast<double>(end) / rate, 0,
+                                       mDocument.trackCount()};
+    request.isBetweenMarkers = true;
+    request.metadata = mRequest.metadata;
+    return request;
+}
+
+QStringList MarkerSplitter::losses() const
+{
+    return mDocument.lossesWhenSaving(requestFor(0, mDocument.numberOfFrames()));
+}
+
 MaybeError MarkerSplitter::savePiece(const Piece& piece, Progress& progress,
                                      std::vector<std::filesystem::path>& paths)
 {
@@ -125,15 +144,8 @@ MaybeError MarkerSplitter::savePiece(const Piece& piece, Progress& progress,
         name = QStringLiteral("Untitled");
     if (mRequest.addPrefix)
         name = QString::number(mRequest.metadata.trackNumber()).rightJustified(2, u'0') + u' ' + name;
-    SaveRequest request;
+    SaveRequest request = requestFor(piece.start, piece.end);
     request.path = pathForUniqueFile(mRequest.folder, name, extensionOfType(mRequest.uti));
-    request.uti = mRequest.uti;
-    request.operation = SaveOperation::saveTo;
-    request.optionTag = mRequest.optionTag;
-    const double rate = mDocument.sampleRate();
-    request.selection = SoundSelection{static_cast<double>(piece.start) / rate,
-                                       static_cast<double>(piece.end) / rate, 0, mDocument.trackCount()};
-    request.metadata = mRequest.metadata;
     progress.setTitle(QStringLiteral("Saving file \"%1\"").arg(displayName(request.path)));
     MaybeError error = mDocument.writeToPath(request, progress);
     if (!error)

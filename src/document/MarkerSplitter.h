@@ -50,9 +50,14 @@ public:
     static std::filesystem::path pathForUniqueFile(const std::filesystem::path& folder, const QString& name,
                                                    const QString& extension);
 
+    /// What the pieces will lack of the sound as it is, one sentence each; that they have no markers is what
+    /// splitting is for.
+    QStringList losses() const;
+
     Outcome run(Progress& progress);
 
 private:
+    SaveRequest requestFor(int64_t start, int64_t end) const;
     MaybeError savePiece(const Piece& piece, Progress& progress, std::vector<std::filesystem::path>& paths);
 
     SoundDocument& mDocument;

@@ -1,6 +1,7 @@
 #include "document/Mixdown.h"
 
 #include "document/clips/ClipWriter.h"
+#include "document/clips/SourceWatch.h"
 
 #include <algorithm>
 
@@ -19,6 +20,7 @@ std::vector<AudioTrackPtr> mixed(const FrameSource& document, int32_t numTracks,
                                  Progress& progress, MaybeError* error)
 {
     const int64_t numFrames = document.numberOfFrames();
+    const SourceWatch watch(*document.audioTracks());
     ClipWriter writer(numTracks, document.sampleRate());
     ClipWriter::Block block(static_cast<size_t>(numTracks));
     MaybeError failure;
@@ -35,6 +37,8 @@ std::vector<AudioTrackPtr> mixed(const FrameSource& document, int32_t numTracks,
     }
     if (!failure)
         failure = writer.finish();
+    if (!failure)
+        failure = watch.error();
     if (failure) {
         if (error)
             *error = failure;

@@ -25,6 +25,7 @@ class DocumentRecording;
 class DocumentStep;
 class DocumentTransport;
 class LeftOverFile;
+class SourceWatch;
 struct DecodingStart;
 
 enum class SaveOperation { save, saveAs, saveTo };
@@ -35,12 +36,18 @@ struct SaveRequest {
     /// Identifier of a type that can be written.
     QString uti;
     SaveOperation operation = SaveOperation::save;
-    /// The format option chosen (bits or bit rate); 0 for none.
+    /// The format option chosen (bits or bit rate). 0 for none: what the document was opened with or saved
+    /// with last, where the type can hold it.
     int optionTag = 0;
     /// When set, only this selection is written, without markers.
     std::optional<SoundSelection> selection;
+    /// The selection is cut out between markers; that it has none goes without saying.
+    bool isBetweenMarkers = false;
     /// When set, written in place of the document's tags.
     std::optional<AudioMetadata> metadata;
+    /// Writes what can still be read where files were changed or cut by others, silence in place of the rest,
+    /// instead of failing. saveWarnings() tells.
+    bool takesWhatIsLeft = false;
 };
 
 /// One open sound: tracks, markers, tags, format settings and the undo history of all changes to them. An
@@ -179,11 +186,19 @@ public:
     /// What writing so would lose, one sentence each: chunks, tags, markers or artwork that the format does
     /// not carry, precision, channels, hard links. Empty when nothing is lost.
     QStringList lossesWhenSaving(const SaveRequest& request) const;
+    /// The options of the request's type, with that one chosen which the document was opened with or saved
+    /// with last.
+    FileOptions fileOptions(const SaveRequest& request) const;
     /// Bytes, for the save panel; -1 when unknown.
     double estimatedFileSize(const SaveRequest& request) const;
+    /// Why nothing would be written at all: too many channels for the type, a file that the sound is read
+    /// from was changed by another program since it was opened (Error::Code::sourceChanged), or the save
+    /// would overwrite such a change of the document's own file (targetChanged). A saveAs may do the latter,
+    /// its path having been chosen on purpose.
+    MaybeError refusalToSave(const SaveRequest& request) const;
     /// Writes beside the target, then renames over it. After success of anything but saveTo the document
     /// lives at the path, is clean, and its writer is its file. On failure the target and the document are
-    /// unchanged.
+    /// unchanged. It fails, too, when the files that it reads change before it has read them all.
     MaybeError writeToPath(const SaveRequest& request, Progress& progress);
     /// Sentences about what the last save could not do although it went well.
     const QStringList& saveWarnings() const { return mSaveWarnings; }
@@ -200,9 +215,14 @@ private:
     void tellMarkersDidChange() const;
     void tellMetadataDidChange() const;
 
+    bool hasMarkerWithin(const SoundSelection& selection) const;
     std::shared_ptr<AudioFile> configuredWriter(const SaveRequest& request) const;
+    int optionTagFor(const SaveRequest& request) const;
+    SourceWatch watchSources(const AudioFile& writer, const SaveRequest& request) const;
+    /// What another program did to the document's own file, where the request would overwrite it.
+    std::optional<QString> changeOfOwnFile(const SaveRequest& request) const;
     MaybeError writeWithWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request,
-                               Progress& progress) const;
+                               Progress& progress);
     void adoptWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request);
 
     std::atomic<int64_t> mNumberOfFrames = 0;
@@ -221,6 +241,8 @@ private:
     QString mTitle;
     const QString mScratchID;
     std::vector<std::shared_ptr<LeftOverFile>> mLeftOvers;
+    /// The option that a file of mFileTypeUTI was saved with last; 0 for none since it was opened.
+    int mFileOptionTag = 0;
     QStringList mOpenWarnings;
     QStringList mSaveWarnings;
     std::vector<DocumentController*> mControllers;

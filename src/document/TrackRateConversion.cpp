@@ -3,6 +3,7 @@
 #include "document/RateConversionReader.h"
 #include "document/clips/ClipWriter.h"
 #include "document/clips/ComputedClip.h"
+#include "document/clips/SourceWatch.h"
 #include "platform/codec/SampleRateConverter.h"
 
 #include <algorithm>
@@ -68,7 +69,7 @@ std::vector<AudioTrackPtr> TrackRateConversion::convertWhenRead(const std::vecto
             return {};
         const int64_t length = SampleRateConverter::outputLength(track->length(), mSourceRate, mTargetRate);
         const auto clip = std::make_shared<ComputedClip>(
-            length, [reader](int64_t offset, std::span<float> out) { reader->read(offset, out); });
+            length, track, [reader](int64_t offset, std::span<float> out) { reader->read(offset, out); });
         converted.push_back(std::make_shared<AudioTrack>(length > 0 ? ClipList(clip) : ClipList()));
     }
     return converted;
@@ -82,6 +83,7 @@ bool TrackRateConversion::convertGroup(std::span<const AudioTrackPtr> tracks, Pr
             *error = failure;
         return false;
     };
+    const SourceWatch watch(tracks);
     std::vector<Channel> channels;
     for (const AudioTrackPtr& track : tracks) {
         channels.push_back({TrackRateConverter::create(*track, mSourceRate, mTargetRate, error), {}});
@@ -107,6 +109,8 @@ bool TrackRateConversion::convertGroup(std::span<const AudioTrackPtr> tracks, Pr
         mIsCancelled = !isAtEnd && progress.isCancelled();
     }
     if (const MaybeError failure = writer.finish())
+        return fail(failure);
+    if (const MaybeError failure = watch.error())
         return fail(failure);
     for (size_t i = 0; i < channels.size(); ++i) {
         const AudioClipPtr clip = writer.clips()[i];

@@ -30,6 +30,7 @@ MaybeError Backwards::apply()
     const int64_t offset = mSource->loopStart();
     if (total <= 0)
         return std::nullopt;
+    const SourceWatch watch = watchSources();
     ClipWriter writer(numTracks(), sampleRate());
     if (mDelegate)
         mDelegate->filterDidReachProgress(*this, 0.0);
@@ -44,7 +45,7 @@ MaybeError Backwards::apply()
         clips.assign(writer.clips().begin(), writer.clips().end());
     }
     didFinishProgress();
-    if (error || mWasCancelled)
+    if (error || mWasCancelled || (error = watch.error()))
         return error;
     processingFinished();
     replaceSelectionWithClips(offset, total, clips);

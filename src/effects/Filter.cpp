@@ -137,6 +137,7 @@ MaybeError Filter::apply()
     const int64_t offset = mSource->loopStart();
     if (total <= 0)
         return std::nullopt;
+    const SourceWatch watch = watchSources();
     ClipWriter writer(numTracks(), sampleRate());
     if (mDelegate)
         mDelegate->filterDidReachProgress(*this, 0.0);
@@ -158,9 +159,19 @@ MaybeError Filter::apply()
     }
     didFinishProgress();
     processingFinished();
-    if (!error && !mWasCancelled)
+    if (!error && !mWasCancelled && !(error = watch.error()))
         replaceSelectionWithClips(offset, total, clips);
     return error;
+}
+
+SourceWatch Filter::watchSources() const
+{
+    SourceWatch watch;
+    const TrackList tracks = mSource->document()->audioTracks();
+    const int32_t end = std::min(mSource->firstTrack() + numTracks(), static_cast<int32_t>(tracks->size()));
+    for (int32_t track = std::max(0, mSource->firstTrack()); track < end; ++track)
+        watch.add((*tracks)[static_cast<size_t>(track)]->clipsAtOffset(mSource->loopStart(), numFrames()));
+    return watch;
 }
 
 ComputedClip::Function Filter::outputOfTrack(const AudioTrackPtr&, size_t) const
@@ -179,10 +190,11 @@ std::vector<AudioClipPtr> Filter::computedClips() const
     const bool isInside = start >= 0 && start + total <= mSource->limit() && first + count <= tracks->size();
     std::vector<AudioClipPtr> clips;
     for (size_t i = 0; i < count && isInside && numBytes > mMostScratchBytes; ++i) {
-        ComputedClip::Function output = outputOfTrack((*tracks)[first + i], i);
+        const AudioTrackPtr& track = (*tracks)[first + i];
+        ComputedClip::Function output = outputOfTrack(track, i);
         if (!output)
             return {};
-        clips.push_back(std::make_shared<ComputedClip>(total, std::move(output)));
+        clips.push_back(std::make_shared<ComputedClip>(total, track, std::move(output)));
     }
     return clips;
 }

@@ -4,6 +4,7 @@
 #include "Classes/CoreAudio/DocumentSource.h"
 #include "document/clips/ComputedClip.h"
 #include "document/clips/MutableAudioClip.h"
+#include "document/clips/SourceWatch.h"
 #include "effects/ParameterDescription.h"
 #include "platform/Error.h"
 
@@ -110,6 +111,9 @@ protected:
     /// Clips that compute the result when they are read, one a track, where setMostScratchBytes() asks for
     /// that; else none.
     std::vector<AudioClipPtr> computedClips() const;
+
+    /// The files that the selection is read from; made before the first of them is read.
+    SourceWatch watchSources() const;
 
     /// Gives the clips to the document in place of the selection, as one undo step, and tells the delegate.
     void replaceSelectionWithClips(int64_t offset, int64_t length, const std::vector<AudioClipPtr>& clips);

@@ -93,6 +93,7 @@ MaybeError Normalize::apply()
     const int64_t offset = mSource->loopStart();
     if (total <= 0)
         return std::nullopt;
+    const SourceWatch watch = watchSources();
     ClipWriter writer(numTracks(), sampleRate());
     if (mDelegate)
         mDelegate->filterDidReachProgress(*this, 0.0);
@@ -111,7 +112,7 @@ MaybeError Normalize::apply()
         }
     }
     didFinishProgress();
-    if (!error && !mWasCancelled)
+    if (!error && !mWasCancelled && !(error = watch.error()))
         replaceSelectionWithClips(offset, total, clips);
     return error;
 }

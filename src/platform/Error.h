@@ -19,6 +19,8 @@ struct Error {
         diskFull,
         readFailed,
         writeFailed,
+        sourceChanged, ///< A file that sound is read from was changed or cut meanwhile.
+        targetChanged, ///< Another program changed the file that was to be replaced.
     };
 
     Code code = Code::failed;

@@ -2,9 +2,11 @@
 
 #include "platform/FileHandle.h"
 #include "platform/Log.h"
+#include "platform/SystemCall.h"
 
 #include <algorithm>
 #include <linux/limits.h>
+#include <string>
 #include <string_view>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -38,7 +40,9 @@ void copyExtendedAttributes(const std::filesystem::path& path, int newFile)
             continue;
         const ssize_t size = ::getxattr(path.c_str(), name, value.data(), value.size());
         const bool isCopied =
-            size >= 0 && ::fsetxattr(newFile, name, value.data(), static_cast<size_t>(size), 0) == 0;
+            size >= 0 && uninterrupted([&] {
+                             return ::fsetxattr(newFile, name, value.data(), static_cast<size_t>(size), 0);
+                         }) == 0;
         // The other name spaces are the system's, which sets them as it sees fit.
         if (!isCopied && std::string_view(name).starts_with("user."))
             logLine(QStringLiteral("%1: the attribute %2 could not be kept.")
@@ -62,8 +66,10 @@ void copyFileAttributes(const std::filesystem::path& path, const struct stat& ex
     if (::fstat(newFile, &status) != 0)
         return;
     if (status.st_uid != existing.st_uid || status.st_gid != existing.st_gid) {
-        if (::fchown(newFile, existing.st_uid, existing.st_gid) != 0 &&
-            ::fchown(newFile, static_cast<uid_t>(-1), existing.st_gid) == 0)
+        const auto changeOwner = [&](uid_t owner) {
+            return uninterrupted([&] { return ::fchown(newFile, owner, existing.st_gid); }) == 0;
+        };
+        if (!changeOwner(existing.st_uid) && changeOwner(static_cast<uid_t>(-1)))
             status.st_gid = existing.st_gid;
         ::fstat(newFile, &status);
     }
@@ -73,7 +79,23 @@ void copyFileAttributes(const std::filesystem::path& path, const struct stat& ex
     mode_t mode = existing.st_mode & (hasOwner && hasGroup ? 07777 : 0777);
     if (!hasGroup)
         mode &= ~static_cast<mode_t>(S_IRWXG) | (mode & S_IRWXO) << 3;
-    ::fchmod(newFile, mode);
+    uninterrupted([&] { return ::fchmod(newFile, mode); });
+}
+
+size_t extendedAttributesDigest(int descriptor)
+{
+    const ssize_t numNameBytes = ::flistxattr(descriptor, nullptr, 0);
+    if (numNameBytes <= 0)
+        return 0;
+    std::string all(static_cast<size_t>(numNameBytes), '\0');
+    all.resize(static_cast<size_t>(std::max<ssize_t>(0, ::flistxattr(descriptor, all.data(), all.size()))));
+    std::vector<char> value(XATTR_SIZE_MAX);
+    const size_t namesEnd = all.size();
+    for (size_t at = 0; at < namesEnd; at = all.find('\0', at) + 1) {
+        const ssize_t size = ::fgetxattr(descriptor, all.c_str() + at, value.data(), value.size());
+        all.append(value.data(), static_cast<size_t>(std::max<ssize_t>(0, size)));
+    }
+    return std::hash<std::string>()(all);
 }
 
 QStringList ownershipLosses(const struct stat& existing, const QString& name)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QStringList>
+#include <cstddef>
 #include <filesystem>
 #include <sys/stat.h>
 
@@ -12,6 +13,9 @@ namespace velloria
 /// ownershipLosses()); where the group is not kept, the new group gets no more than everybody.
 /// `existing` is what stat() said about the file at `path`.
 void copyFileAttributes(const std::filesystem::path& path, const struct stat& existing, int newFile);
+
+/// A number for the extended attributes of an open file, their values included; another one after a change.
+size_t extendedAttributesDigest(int descriptor);
 
 /// What this user could not keep of a file's owner and group, one sentence each.
 QStringList ownershipLosses(const struct stat& existing, const QString& name);

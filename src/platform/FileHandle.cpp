@@ -1,14 +1,17 @@
 #include "platform/FileHandle.h"
 
+#include "platform/FileAttributes.h"
+#include "platform/SystemCall.h"
 #include "platform/UniqueDescriptor.h"
 
 #include <QFile>
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <mutex>
-#include <sys/stat.h>
+#include <thread>
 #include <vector>
 
 namespace velloria
@@ -20,9 +23,29 @@ namespace
 constexpr int64_t kKernelCopyPiece = int64_t{256} << 20;
 constexpr size_t kCopyBufferSize = size_t{1} << 20;
 
-int64_t nanosecondsOf(const timespec& time)
+bool areEqual(const timespec& a, const timespec& b)
 {
-    return static_cast<int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+bool isSameFile(const struct stat& a, const struct stat& b)
+{
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+/// The clock of file times moves in ticks of some milliseconds, and a change within the tick of the one
+/// before leaves no trace. A file that was written just now is looked at when that tick is over.
+void waitForTickAfter(int descriptor)
+{
+    constexpr int mostWaits = 20;
+    struct stat status = {};
+    timespec now = {};
+    for (int i = 0; i < mostWaits; ++i) {
+        if (::fstat(descriptor, &status) != 0 || ::clock_gettime(CLOCK_REALTIME_COARSE, &now) != 0 ||
+            !areEqual(status.st_mtim, now))
+            return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 void assignError(MaybeError* error, Error value)
@@ -89,7 +112,7 @@ std::shared_ptr<FileHandle> FileHandle::openForReading(const std::filesystem::pa
 {
     // Looked at before it is opened: opening alone would already wake the writer of a FIFO.
     struct stat status = {};
-    if (::stat(path.c_str(), &status) != 0) {
+    if (uninterrupted([&] { return ::stat(path.c_str(), &status); }) != 0) {
         assignError(error, openError(path, errno));
         return nullptr;
     }
@@ -97,7 +120,8 @@ std::shared_ptr<FileHandle> FileHandle::openForReading(const std::filesystem::pa
         assignError(error, std::move(*refusal));
         return nullptr;
     }
-    UniqueDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    UniqueDescriptor descriptor(
+        uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
     if (!descriptor || ::fstat(descriptor.get(), &status) != 0) {
         assignError(error, openError(path, errno));
         return nullptr;
@@ -106,7 +130,12 @@ std::shared_ptr<FileHandle> FileHandle::openForReading(const std::filesystem::pa
         assignError(error, std::move(*refusal));
         return nullptr;
     }
-    return adopt(descriptor.release(), path);
+    waitForTickAfter(descriptor.get());
+    auto handle = adopt(descriptor.release(), path);
+    if (S_ISREG(handle->mOpened.st_mode))
+        return handle;
+    assignError(error, openError(path, EIO));
+    return nullptr;
 }
 
 std::shared_ptr<FileHandle> FileHandle::adopt(int descriptor, const std::filesystem::path& path)
@@ -118,11 +147,8 @@ FileHandle::FileHandle(int descriptor, std::filesystem::path path)
     : mDescriptor(descriptor)
     , mPath(std::move(path))
 {
-    struct stat status = {};
-    if (::fstat(mDescriptor, &status) == 0) {
-        mOpenedLength = status.st_size;
-        mOpenedModificationNanoseconds = nanosecondsOf(status.st_mtim);
-    }
+    if (::fstat(mDescriptor, &mOpened) == 0)
+        mOpenedAttributes = extendedAttributesDigest(mDescriptor);
 }
 
 FileHandle::~FileHandle()
@@ -133,17 +159,22 @@ FileHandle::~FileHandle()
 int64_t FileHandle::length() const
 {
     struct stat status = {};
-    return ::fstat(mDescriptor, &status) == 0 ? status.st_size : 0;
+    // Where the system does not say, the length at opening: a file that seemed to be empty could be saved so,
+    // whereas bytes that cannot be read are missed.
+    return ::fstat(mDescriptor, &status) == 0 ? status.st_size : mOpened.st_size;
 }
 
 int64_t FileHandle::readAt(int64_t offset, std::span<std::byte> out) const
 {
     size_t numRead = 0;
     while (numRead < out.size()) {
-        const ssize_t count = ::pread(mDescriptor, out.data() + numRead, out.size() - numRead,
-                                      offset + static_cast<int64_t>(numRead));
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = uninterrupted([&] {
+            return ::pread(mDescriptor, out.data() + numRead, out.size() - numRead,
+                           offset + static_cast<int64_t>(numRead));
+        });
+        // The end of the file is for the caller to judge, a disk that fails is not.
+        if (count < 0)
+            noteMissedRead();
         if (count <= 0)
             break;
         numRead += static_cast<size_t>(count);
@@ -170,10 +201,10 @@ MaybeError FileHandle::writeAt(int64_t offset, std::span<const std::byte> bytes)
     ignoreFileSizeSignal();
     size_t numWritten = 0;
     while (numWritten < bytes.size()) {
-        const ssize_t count = ::pwrite(mDescriptor, bytes.data() + numWritten, bytes.size() - numWritten,
-                                       offset + static_cast<int64_t>(numWritten));
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = uninterrupted([&] {
+            return ::pwrite(mDescriptor, bytes.data() + numWritten, bytes.size() - numWritten,
+                            offset + static_cast<int64_t>(numWritten));
+        });
         if (count <= 0)
             return writeError(mPath, count < 0 ? errno : EIO);
         numWritten += static_cast<size_t>(count);
@@ -195,9 +226,8 @@ int64_t FileHandle::copyInKernel(const FileHandle& source, int64_t sourceOffset,
         loff_t from = sourceOffset + numCopied;
         loff_t to = offset + numCopied;
         const auto piece = static_cast<size_t>(std::min(numBytes - numCopied, kKernelCopyPiece));
-        const ssize_t count = ::copy_file_range(source.mDescriptor, &from, mDescriptor, &to, piece, 0);
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = uninterrupted(
+            [&] { return ::copy_file_range(source.mDescriptor, &from, mDescriptor, &to, piece, 0); });
         if (count <= 0)
             break;
         numCopied += count;
@@ -233,14 +263,9 @@ void FileHandle::startSync(int64_t offset, int64_t numBytes)
 
 MaybeError FileHandle::sync()
 {
-    while (::fsync(mDescriptor) != 0) {
-        // EINVAL: the file system has nothing to flush to.
-        if (errno == EINVAL)
-            return std::nullopt;
-        if (errno != EINTR)
-            return writeError(mPath, errno);
-    }
-    return std::nullopt;
+    const bool isFlushed = uninterrupted([this] { return ::fsync(mDescriptor); }) == 0;
+    // EINVAL: the file system has nothing to flush to.
+    return isFlushed || errno == EINVAL ? std::nullopt : MaybeError(writeError(mPath, errno));
 }
 
 bool FileHandle::hasChangedOnDisk() const
@@ -248,7 +273,20 @@ bool FileHandle::hasChangedOnDisk() const
     struct stat status = {};
     if (::fstat(mDescriptor, &status) != 0)
         return true;
-    return status.st_size != mOpenedLength || nanosecondsOf(status.st_mtim) != mOpenedModificationNanoseconds;
+    if (status.st_size != mOpened.st_size || !areEqual(status.st_mtim, mOpened.st_mtim))
+        return true;
+    if (areEqual(status.st_ctim, mOpened.st_ctim))
+        return false;
+    const bool hasOtherProperties = status.st_nlink != mOpened.st_nlink ||
+                                    status.st_mode != mOpened.st_mode || status.st_uid != mOpened.st_uid ||
+                                    status.st_gid != mOpened.st_gid;
+    return !hasOtherProperties && isAt(mPath) && extendedAttributesDigest(mDescriptor) == mOpenedAttributes;
+}
+
+bool FileHandle::isAt(const std::filesystem::path& path) const
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && isSameFile(status, mOpened);
 }
 
 QString displayPath(const std::filesystem::path& path)

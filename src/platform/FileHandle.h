@@ -3,11 +3,13 @@
 #include "platform/Error.h"
 
 #include <QByteArray>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <sys/stat.h>
 
 namespace velloria
 {
@@ -33,7 +35,7 @@ public:
     const std::filesystem::path& path() const { return mPath; }
     int descriptor() const { return mDescriptor; }
 
-    /// Current size in bytes; 0 when the system does not say.
+    /// Current size in bytes; that at opening when the system does not say.
     int64_t length() const;
 
     /// Reads up to out.size() bytes at `offset`; gives the number read, which is smaller only at the end of
@@ -59,8 +61,18 @@ public:
     /// Returns once the file's bytes are on the disk.
     MaybeError sync();
 
-    /// True when the file was changed in place (size or modification time) since this handle was opened.
+    /// True when the contents were changed in place since this handle was opened, as far as size and times
+    /// tell: also by a program that put the modification time back. A new name, owner, mode or extended
+    /// attribute is no such change.
     bool hasChangedOnDisk() const;
+
+    /// True when `path` leads to this very file.
+    bool isAt(const std::filesystem::path& path) const;
+
+    /// For who read fewer bytes than there were when the file was opened: cut off meanwhile, or on a disk
+    /// that fails. Whoever needs all of them compares the number before and after. Any thread.
+    void noteMissedRead() const { mNumMissedReads.fetch_add(1, std::memory_order_relaxed); }
+    int64_t numMissedReads() const { return mNumMissedReads.load(std::memory_order_relaxed); }
 
 private:
     FileHandle(int descriptor, std::filesystem::path path);
@@ -68,8 +80,10 @@ private:
 
     int mDescriptor;
     std::filesystem::path mPath;
-    int64_t mOpenedLength = 0;
-    int64_t mOpenedModificationNanoseconds = 0;
+    /// As it was when this handle was opened.
+    struct stat mOpened = {};
+    size_t mOpenedAttributes = 0;
+    mutable std::atomic<int64_t> mNumMissedReads = 0;
 };
 
 /// Nothing when `mode` (st_mode) is a regular file's; else an error that says what `name` is instead.

@@ -1,7 +1,8 @@
 #include "platform/FileLock.h"
 
+#include "platform/SystemCall.h"
+
 #include <algorithm>
-#include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -14,8 +15,7 @@ namespace velloria
 bool lockNewFile(int descriptor)
 {
     // Waits at most for a clean-up that is looking at the file at this moment.
-    while (::flock(descriptor, LOCK_EX) != 0 && errno == EINTR)
-        continue;
+    uninterrupted([&] { return ::flock(descriptor, LOCK_EX); });
     struct stat status = {};
     return ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
 }
@@ -27,10 +27,14 @@ UniqueDescriptor lockUnusedFile(int folder, const std::string& name)
     if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode))
         return UniqueDescriptor();
     // Network file systems lock exclusively only what is open for writing.
-    UniqueDescriptor descriptor(::openat(folder, name.c_str(), O_RDWR | flags));
+    const auto open = [&](int access) {
+        return UniqueDescriptor(
+            uninterrupted([&] { return ::openat(folder, name.c_str(), access | flags); }));
+    };
+    UniqueDescriptor descriptor = open(O_RDWR);
     if (!descriptor)
-        descriptor = UniqueDescriptor(::openat(folder, name.c_str(), O_RDONLY | flags));
-    if (!descriptor || ::flock(descriptor.get(), LOCK_EX | LOCK_NB) != 0)
+        descriptor = open(O_RDONLY);
+    if (!descriptor || uninterrupted([&] { return ::flock(descriptor.get(), LOCK_EX | LOCK_NB); }) != 0)
         return UniqueDescriptor();
     if (::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink == 0)
         return UniqueDescriptor();
@@ -40,7 +44,8 @@ UniqueDescriptor lockUnusedFile(int folder, const std::string& name)
 std::vector<std::string> namesWithPrefix(int folder, std::string_view prefix)
 {
     std::vector<std::string> names;
-    UniqueDescriptor descriptor(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    UniqueDescriptor descriptor(
+        uninterrupted([&] { return ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     if (!descriptor)
         return names;
     const std::unique_ptr<DIR, int (*)(DIR*)> listing(::fdopendir(descriptor.get()), &::closedir);

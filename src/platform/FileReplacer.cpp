@@ -2,12 +2,14 @@
 
 #include "platform/FileAttributes.h"
 #include "platform/FileLock.h"
+#include "platform/SystemCall.h"
 
 #include <QRandomGenerator>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace velloria
 {
@@ -46,11 +48,12 @@ std::optional<std::filesystem::path> followLinks(std::filesystem::path path)
 UniqueDescriptor openFolder(const std::filesystem::path& folder)
 {
     constexpr int flags = O_DIRECTORY | O_CLOEXEC;
-    UniqueDescriptor descriptor(::open(folder.c_str(), O_RDONLY | flags));
+    const auto open = [&](int access) {
+        return UniqueDescriptor(uninterrupted([&] { return ::open(folder.c_str(), access | flags); }));
+    };
+    UniqueDescriptor descriptor = open(O_RDONLY);
     // A folder may be writable without being readable.
-    if (!descriptor && errno == EACCES)
-        descriptor = UniqueDescriptor(::open(folder.c_str(), O_PATH | flags));
-    return descriptor;
+    return descriptor || errno != EACCES ? std::move(descriptor) : open(O_PATH);
 }
 
 std::string processPath(int descriptor)
@@ -61,10 +64,11 @@ std::string processPath(int descriptor)
 /// A new file that has no name until it is linked, locked. Empty where the system has no such files.
 UniqueDescriptor openNameless(int folder, mode_t mode)
 {
-    UniqueDescriptor file(::openat(folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
+    UniqueDescriptor file(
+        uninterrupted([&] { return ::openat(folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode); }));
     if (!file || ::access(processPath(file.get()).c_str(), F_OK) != 0)
         return UniqueDescriptor();
-    ::flock(file.get(), LOCK_EX);
+    uninterrupted([&] { return ::flock(file.get(), LOCK_EX); });
     return file;
 }
 
@@ -78,8 +82,14 @@ void removeStaleTemporaries(int folder)
 {
     for (const std::string& name : namesWithPrefix(folder, kTemporaryPrefix)) {
         if (const UniqueDescriptor file = lockUnusedFile(folder, name))
-            ::unlinkat(folder, name.c_str(), 0);
+            uninterrupted([&] { return ::unlinkat(folder, name.c_str(), 0); });
     }
+}
+
+bool isUnchanged(const struct stat& then, const struct stat& now)
+{
+    return then.st_dev == now.st_dev && then.st_ino == now.st_ino && then.st_size == now.st_size &&
+           then.st_mtim.tv_sec == now.st_mtim.tv_sec && then.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
 }
 
 /// Why this user must not put another file in the place of an existing one.
@@ -96,6 +106,18 @@ MaybeError refusalToReplace(int folder, const std::string& name, const struct st
         parent.st_uid != user && target.st_uid != user)
         return Error::fromErrno(QStringLiteral("%1 must not be replaced").arg(shownName), EPERM);
     return std::nullopt;
+}
+
+/// Brings a new name to the disk; gives the system's error number, or 0.
+int flushFolder(int folder, int fileInIt)
+{
+    if (uninterrupted([&] { return ::fsync(folder); }) == 0)
+        return 0;
+    // A folder that must not be read cannot be flushed by itself, only with all of its file system. Some file
+    // systems (EINVAL, EROFS) have nothing to flush to.
+    if (errno == EBADF && uninterrupted([&] { return ::syncfs(fileInIt); }) == 0)
+        return 0;
+    return errno == EINVAL || errno == EROFS ? 0 : errno;
 }
 
 } // namespace
@@ -120,13 +142,15 @@ struct FileReplacer::State {
     bool nameTemporarily(int descriptor);
     MaybeError copyToNamed(std::shared_ptr<FileHandle>& handle);
     void keepAttributes(int descriptor);
+    MaybeError changeOfTarget() const;
+    bool rename(int descriptor);
 };
 
 MaybeError FileReplacer::State::findTarget()
 {
     const QString shownName = displayName(askedTarget);
     struct stat status = {};
-    if (::stat(askedTarget.c_str(), &status) == 0) {
+    if (uninterrupted([&] { return ::stat(askedTarget.c_str(), &status); }) == 0) {
         if (auto refusal = refusalUnlessRegular(status.st_mode, shownName))
             return refusal;
         replaced = status;
@@ -174,8 +198,10 @@ UniqueDescriptor FileReplacer::State::openNew()
 
 bool FileReplacer::State::link(int descriptor, const std::string& as) const
 {
-    return ::linkat(AT_FDCWD, processPath(descriptor).c_str(), folder.get(), as.c_str(), AT_SYMLINK_FOLLOW) ==
-           0;
+    const std::string path = processPath(descriptor);
+    return uninterrupted([&] {
+               return ::linkat(AT_FDCWD, path.c_str(), folder.get(), as.c_str(), AT_SYMLINK_FOLLOW);
+           }) == 0;
 }
 
 bool FileReplacer::State::nameTemporarily(int descriptor)
@@ -216,6 +242,35 @@ void FileReplacer::State::keepAttributes(int descriptor)
         copyFileAttributes(target, *replaced, descriptor);
 }
 
+/// What another program did to the target since the replacement began, as an error.
+MaybeError FileReplacer::State::changeOfTarget() const
+{
+    struct stat now = {};
+    if (::fstatat(folder.get(), name.c_str(), &now, 0) != 0 || (replaced && isUnchanged(*replaced, now)))
+        return std::nullopt;
+    const QString what = replaced ? QStringLiteral("another program changed it while it was being saved")
+                                  : QStringLiteral("another program made a file of that name meanwhile");
+    return Error{Error::Code::targetChanged,
+                 QStringLiteral("%1: %2. That file was left alone.").arg(couldNotBeSaved(askedTarget), what)};
+}
+
+/// Gives the file its final name. An interrupted rename may have been done all the same.
+bool FileReplacer::State::rename(int descriptor)
+{
+    const int inFolder = folder.get();
+    if (uninterrupted([&] { return ::renameat(inFolder, temporaryName.c_str(), inFolder, name.c_str()); }) ==
+        0)
+        return true;
+    const int failure = errno;
+    struct stat own = {};
+    struct stat named = {};
+    const bool isThere = failure == ENOENT && ::fstat(descriptor, &own) == 0 &&
+                         ::fstatat(inFolder, name.c_str(), &named, 0) == 0 && own.st_dev == named.st_dev &&
+                         own.st_ino == named.st_ino;
+    errno = failure;
+    return isThere;
+}
+
 std::unique_ptr<FileReplacer> FileReplacer::create(const std::filesystem::path& target, MaybeError* error)
 {
     auto state = std::make_unique<State>();
@@ -246,7 +301,7 @@ FileReplacer::FileReplacer(std::unique_ptr<State> state)
 FileReplacer::~FileReplacer()
 {
     if (!mState->temporaryName.empty())
-        ::unlinkat(mState->folder.get(), mState->temporaryName.c_str(), 0);
+        uninterrupted([&] { return ::unlinkat(mState->folder.get(), mState->temporaryName.c_str(), 0); });
 }
 
 MaybeError FileReplacer::flush()
@@ -261,6 +316,8 @@ MaybeError FileReplacer::commit()
     if (auto error = flush())
         return error;
     State& state = *mState;
+    if (auto error = state.changeOfTarget())
+        return error;
     const bool isNameless = state.temporaryName.empty();
     // A name that is free is taken directly; then nothing is left to rename.
     if (!(isNameless && !state.replaced && state.link(mHandle->descriptor(), state.name))) {
@@ -268,13 +325,18 @@ MaybeError FileReplacer::commit()
             if (auto error = state.copyToNamed(mHandle))
                 return error;
         }
-        const int folder = state.folder.get();
-        if (::renameat(folder, state.temporaryName.c_str(), folder, state.name.c_str()) != 0)
+        if (!state.rename(mHandle->descriptor()))
             return Error::fromErrno(couldNotBeSaved(state.askedTarget), errno);
         state.temporaryName.clear();
     }
     // The replacement stands even where the folder cannot be flushed.
-    ::fsync(state.folder.get());
+    if (const int failure = flushFolder(state.folder.get(), mHandle->descriptor()); failure != 0)
+        mWarnings +=
+            Error::fromErrno(QStringLiteral("%1 is saved, but the folder could not be written to the "
+                                            "disk; after a power failure now the old file may be back")
+                                 .arg(displayName(state.askedTarget)),
+                             failure)
+                .message;
     ::flock(mHandle->descriptor(), LOCK_UN);
     return std::nullopt;
 }

@@ -26,9 +26,13 @@ public:
     /// The new file, open for reading and writing, empty.
     const std::shared_ptr<FileHandle>& handle() const { return mHandle; }
 
-    /// Flushes the new file and renames it over the target. The target is untouched when this fails.
+    /// Flushes the new file and renames it over the target. The target is untouched when this fails. It
+    /// fails, too, when another program changed or made the target since create(): that one would be lost.
     /// The flush may take seconds; call flush() on another thread first to keep the main thread free.
     MaybeError commit();
+
+    /// What commit() could not do although the new file stands under its name: one sentence each.
+    const QStringList& warnings() const { return mWarnings; }
 
     /// Writes the new file's bytes to disk; commit() then has nothing left to flush.
     MaybeError flush();
@@ -43,6 +47,7 @@ private:
 
     std::unique_ptr<State> mState;
     std::shared_ptr<FileHandle> mHandle;
+    QStringList mWarnings;
 };
 
 } // namespace velloria

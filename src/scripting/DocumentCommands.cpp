@@ -107,7 +107,6 @@ MaybeError save(SoundController& controller, const QVariantMap& arguments)
     SaveRequest request;
     if (arguments.contains(kPath)) {
         request.path = ScriptText::toPath(arguments.value(kPath).toString());
-        request.uti = SaveArguments::type(arguments.value(kType).toString(), request.path, nullptr)->uti;
         request.operation = SaveOperation::saveTo;
     } else {
         request.path = document.filePath();
@@ -115,8 +114,17 @@ MaybeError save(SoundController& controller, const QVariantMap& arguments)
     }
     if (request.path.empty())
         return Error{Error::Code::failed, QStringLiteral("The document has no file yet: Path= is missing.")};
-    if (arguments.contains(kOption)) {
+    if (arguments.contains(kOption))
         request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
+    if (arguments.contains(kPath)) {
+        QString problem;
+        const auto target = SaveArguments::targetType(arguments.value(kType).toString(), request.path,
+                                                      document.filePath(), &problem);
+        if (!target)
+            return Error{Error::Code::failed, problem + u'.'};
+        request.uti = SaveArguments::utiOf(*target, document, request.optionTag);
+    }
+    if (request.optionTag != 0) {
         const QString problem = SaveArguments::optionProblem(request.uti, request.optionTag, document);
         if (!problem.isEmpty())
             return Error{Error::Code::failed, problem + u'.'};
@@ -168,9 +176,14 @@ MaybeError split(SoundController& controller, const QVariantMap& arguments)
     if (arguments.contains(kOption))
         request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
     request.metadata = MarkerSplitter::metadataForPieces(controller.document());
+    MarkerSplitter splitter(controller.document(), request);
+    const QStringList losses = splitter.losses();
+    if (!losses.isEmpty() &&
+        !controller.host().alerts().confirmLoss(QStringLiteral("Split all the same?"), losses))
+        return Error::cancelled();
     const std::unique_ptr<Progress> progress =
         controller.host().beginProgress(QStringLiteral("Splitting at markers"));
-    return MarkerSplitter(controller.document(), request).run(*progress).error;
+    return splitter.run(*progress).error;
 }
 
 CommandDescription splitCommand()

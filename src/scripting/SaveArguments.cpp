@@ -65,6 +65,30 @@ const AudioFileType* type(const QString& typeName, const std::filesystem::path& 
     return nullptr;
 }
 
+std::optional<TargetType> targetType(const QString& typeName, const std::filesystem::path& path,
+                                     const std::filesystem::path& source, QString* error)
+{
+    const std::string extension = path.extension().native();
+    const bool follows = typeName.isEmpty() && !extension.empty() &&
+                         qstricmp(extension.c_str(), source.extension().c_str()) == 0;
+    const AudioFileType* named = type(typeName, path, follows ? nullptr : error);
+    if (!named && !follows)
+        return std::nullopt;
+    return TargetType{named ? named->uti : QString(), follows};
+}
+
+QString utiOf(const TargetType& target, const SoundDocument& document, int optionTag)
+{
+    const QString& own = document.fileType();
+    const AudioFileType* ownType = AudioFileRegistry::typeWithUTI(own);
+    if (!target.followsDocument || !ownType || !ownType->create)
+        return target.uti;
+    const bool isOptionOfOther = optionTag != 0 && !target.uti.isEmpty() &&
+                                 !optionProblem(own, optionTag, document).isEmpty() &&
+                                 optionProblem(target.uti, optionTag, document).isEmpty();
+    return isOptionOfOther ? target.uti : own;
+}
+
 std::optional<int> optionTag(const QString& text)
 {
     bool isNumber = false;

@@ -16,6 +16,24 @@ namespace SaveArguments
 /// filled, when there is none, or Velloria cannot write it.
 const AudioFileType* type(const QString& typeName, const std::filesystem::path& path, QString* error);
 
+/// What the words say of a type before the document is known.
+struct TargetType {
+    /// Empty when the words name none that Velloria can write.
+    QString uti;
+    /// No type is named, and the path has the extension of the document's own file: it stays what it is, as
+    /// Apple Lossless in .m4a and FLAC in .ogg.
+    bool followsDocument = false;
+};
+
+/// The same as type(), for a document that lives at `source`. Nothing, with `error` filled, when the words
+/// are wrong.
+std::optional<TargetType> targetType(const QString& typeName, const std::filesystem::path& path,
+                                     const std::filesystem::path& source, QString* error);
+
+/// Its identifier, once the document is there: an option that only the extension's type has (0: no option)
+/// asks for that one.
+QString utiOf(const TargetType& target, const SoundDocument& document, int optionTag);
+
 /// A tag of a format's option list: a number, or a four-character code (blanks at its end may be left out).
 std::optional<int> optionTag(const QString& text);
 

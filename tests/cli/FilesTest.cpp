@@ -129,6 +129,38 @@ TEST_F(FilesTest, MayReplaceItsInput)
     EXPECT_EQ(fileNames(), std::vector<std::string>{"in.wav"});
 }
 
+TEST_F(FilesTest, KeepsTheTypeOfItsInputUnderTheSameExtension)
+{
+    makeNoise("in.wav", 20'000);
+    ASSERT_EQ(cli({"convert", "in.wav", "in.m4a", "--type", "ALAC"}).status, 0);
+    const auto formatOf = [this](const std::string& name) {
+        return infoOf(name)[QStringLiteral("dataFormat")].toString();
+    };
+    struct Case {
+        std::vector<std::string> arguments;
+        const char* format;
+    };
+    const Case cases[] = {
+        {{"convert", "in.m4a", "out.M4A"}, "alac"},
+        {{"convert", "in.m4a", "out.m4a", "--start", "0.1"}, "alac"},
+        {{"run", "in.m4a", "reverse", "-o", "out.m4a"}, "alac"},
+        {{"run", "in.m4a", "reverse", "save Path=out.m4a"}, "alac"},
+        // What only the other type has says otherwise.
+        {{"convert", "in.m4a", "out.m4a", "--option", "128000"}, "aac "},
+        {{"convert", "in.m4a", "out.m4a", "--type", "AAC"}, "aac "},
+        {{"run", "in.m4a", "save Path=out.m4a Option=128000"}, "aac "},
+        {{"run", "in.m4a", "save Path=out.m4a Type=AAC"}, "aac "},
+        {{"convert", "in.wav", "out.m4a"}, "aac "},
+    };
+    for (const Case& convert : cases) {
+        const test::Outcome outcome = cli(convert.arguments);
+        ASSERT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+        const std::string name = convert.arguments[2] == "out.M4A" ? "out.M4A" : "out.m4a";
+        EXPECT_EQ(formatOf(name), QLatin1String(convert.format)) << convert.arguments.back();
+    }
+    expectFailure({"convert", "in.m4a", "out.m4a", "--option", "7"}, 2, "7");
+}
+
 TEST_F(FilesTest, SaysWhatASaveLoses)
 {
     makeFile("in.wav", test::wave({1, 1, 44100, 24}, test::noiseBytes(3000, 1)));

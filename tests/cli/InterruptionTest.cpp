@@ -44,6 +44,21 @@ TEST_F(InterruptionTest, AClosedPipeIsAFailureAndNotACrash)
     EXPECT_EQ(bytesOf("out.wav").size(), bytesOf("in.wav").size());
 }
 
+TEST_F(InterruptionTest, AFileThatIsCutWhileItIsReadIsAFailure)
+{
+    for (const char* change :
+         {"truncate -s 30000 in.wav", "cat garbage | dd conv=notrunc of=in.wav seek=3000"}) {
+        makeNoise("in.wav", 500'000);
+        makeFile("garbage", QByteArray(1000, 'x'));
+        // The pipe holds the program up after its first blocks.
+        const test::Outcome outcome = shell(std::string("sleep 0.02; $CLI decode in.wav | (head -c 1000; ") +
+                                            change + " 2>&1; cat) > /dev/null; exit ${PIPESTATUS[0]}");
+        EXPECT_EQ(outcome.status, 1) << change;
+        ASSERT_EQ(outcome.errorLines().size(), 1) << outcome.errors.toStdString();
+        EXPECT_TRUE(outcome.errors.contains("in.wav")) << outcome.errors.toStdString();
+    }
+}
+
 TEST_F(InterruptionTest, AnInterruptCancelsAndCleansUp)
 {
     makeNoise("in.wav", 10'000'000);

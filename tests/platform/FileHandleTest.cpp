@@ -5,14 +5,18 @@
 
 #include <QTemporaryDir>
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
+#include <sys/xattr.h>
+#include <thread>
 
 namespace velloria
 {
@@ -233,6 +237,71 @@ TEST_F(FileHandleTest, NoticesChangesInPlaceAndKeepsAFileThatWasReplaced)
     const auto touched = FileHandle::openForReading(path);
     fs::last_write_time(path, fs::last_write_time(path) + std::chrono::microseconds(1));
     EXPECT_TRUE(touched->hasChangedOnDisk());
+}
+
+TEST_F(FileHandleTest, NoticesAChangeWhoseTimeWasPutBackAndNoOtherOne)
+{
+    const fs::path path = write("song", "old contents");
+    struct Case {
+        const char* name;
+        std::function<void()> change;
+        bool isOfContents;
+    };
+    const Case cases[] = {
+        {"scribbled, its time put back",
+         [&] {
+             const auto time = fs::last_write_time(path);
+             std::fstream(path, std::ios::in | std::ios::out) << "new";
+             fs::last_write_time(path, time);
+         },
+         true},
+        {"mode",
+         [&] {
+             fs::permissions(path, fs::perms::owner_read, fs::perm_options::add);
+             fs::permissions(path, fs::perms::others_all, fs::perm_options::add);
+         },
+         false},
+        {"another name", [&] { fs::create_hard_link(path, path.parent_path() / "link"); }, false},
+        {"moved", [&] { fs::rename(path, path.parent_path() / "moved"); }, false},
+        {"removed",
+         [&] {
+             fs::remove(path.parent_path() / "moved");
+             fs::remove(path.parent_path() / "link");
+         },
+         false},
+    };
+    auto handle = FileHandle::openForReading(path);
+    for (const Case& change : cases) {
+        if (fs::exists(path))
+            handle = FileHandle::openForReading(path);
+        // The clock of file times has moved on by then.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        change.change();
+        EXPECT_EQ(handle->hasChangedOnDisk(), change.isOfContents) << change.name;
+    }
+}
+
+TEST_F(FileHandleTest, ARatingThatAFileManagerWritesIsNoChange)
+{
+    const fs::path path = write("song", "contents");
+    for (const char* value : {"4", "5"}) {
+        const auto handle = FileHandle::openForReading(path);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (::setxattr(path.c_str(), "user.rating", value, 1, 0) != 0)
+            GTEST_SKIP() << "no extended attributes here";
+        EXPECT_FALSE(handle->hasChangedOnDisk()) << value;
+    }
+}
+
+TEST_F(FileHandleTest, NoticesAChangeThatFollowsTheLastOneAtOnce)
+{
+    // Without a look at the clock about one in three would go unnoticed.
+    for (int i = 0; i < 20; ++i) {
+        const fs::path path = write("song", "old");
+        const auto handle = FileHandle::openForReading(path);
+        std::fstream(path, std::ios::in | std::ios::out) << "new";
+        ASSERT_TRUE(handle->hasChangedOnDisk()) << i;
+    }
 }
 
 } // namespace velloria

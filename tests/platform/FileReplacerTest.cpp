@@ -8,6 +8,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -178,6 +179,47 @@ TEST_P(FileReplacerOnSystem, AKilledProcessLeavesACompleteFile)
         ASSERT_EQ(contents, std::string(size, contents.empty() ? '?' : contents[0]));
     }
     ASSERT_EQ(replace(target, "last"), "");
+    EXPECT_EQ(numEntries(), 1u);
+}
+
+TEST_F(FileReplacerTest, LeavesATargetAloneThatAnotherProgramChangedMeanwhile)
+{
+    using Change = std::function<void(const fs::path&)>;
+    const Change scribble = [](const fs::path& target) { std::ofstream(target, std::ios::app) << "others'"; };
+    const Change replaceIt = [this](const fs::path& target) { fs::rename(write("new", "others'"), target); };
+    for (const bool exists : {true, false})
+        for (const Change& change : {scribble, replaceIt}) {
+            const fs::path target = pathOf("song.wav");
+            fs::remove(target);
+            if (exists)
+                write("song.wav", "before");
+            const auto replacer = FileReplacer::create(target, nullptr);
+            ASSERT_FALSE(replacer->handle()->writeAt(0, "ours"));
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            change(target);
+            const MaybeError error = replacer->commit();
+            ASSERT_TRUE(error);
+            EXPECT_EQ(error->code, Error::Code::targetChanged);
+            EXPECT_TRUE(contentsOf(target).ends_with("others'"));
+        }
+    EXPECT_EQ(numEntries(), 1u);
+}
+
+TEST_F(FileReplacerTest, TellsOfAFolderThatCannotBeFlushed)
+{
+    const fs::path target = write("song.wav", "before");
+    EXPECT_EQ(test::runInChild([&] {
+                  // The folder's descriptor gets a number whose bits no later one has.
+                  constexpr unsigned highest = 127;
+                  while (::dup(STDERR_FILENO) < static_cast<int>(highest) - 1)
+                      continue;
+                  test::refuseSystemCall(SYS_fsync, 0, highest, EIO);
+                  const auto replacer = FileReplacer::create(target, nullptr);
+                  if (!replacer || replacer->handle()->writeAt(0, "after") || replacer->commit())
+                      return 1;
+                  return replacer->warnings().size() == 1 && contentsOf(target) == "after" ? 0 : 2;
+              }),
+              0);
     EXPECT_EQ(numEntries(), 1u);
 }
 

@@ -1,6 +1,7 @@
 #include "document/clips/AudioClip.h"
 
 #include "document/clips/SourceReader.h"
+#include "document/clips/SourceWatch.h"
 
 #include <algorithm>
 
@@ -52,6 +53,12 @@ StoredSamples AudioClip::storedSamples() const
 {
     const SampleSource* source = sourceFile().get();
     return source ? StoredSamples{source->sampleBits(), source->isFloat(), false} : StoredSamples();
+}
+
+void AudioClip::addSourcesTo(SourceWatch& watch) const
+{
+    if (sourceFile())
+        watch.add(sourceFile());
 }
 
 int64_t AudioClip::readSamples(int64_t offset, std::span<float> out) const

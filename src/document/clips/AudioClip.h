@@ -15,6 +15,7 @@ namespace velloria
 using FloatBuffer = std::vector<float>;
 
 class AudioClip;
+class SourceWatch;
 using AudioClipPtr = std::shared_ptr<const AudioClip>;
 
 /// One piece of a track: a run of frames of one channel of an opened file, a run of silence, or (derived)
@@ -48,6 +49,9 @@ public:
     /// The summary; a view that shares its entries with the clip that this one was cut from.
     const WaveformCache& waveformCache() const { return _waveformCache; }
     WaveformCache& waveformCache() { return _waveformCache; }
+
+    /// Puts the files that the samples are read from under watch.
+    virtual void addSourcesTo(SourceWatch& watch) const;
 
     /// Fills `out` with the frames from `offset` within the clip on. Gives the number of floats that the
     /// source delivered; all of `out` is written, the rest with zeros.

@@ -1,12 +1,14 @@
 #include "document/clips/ComputedClip.h"
 
+#include "document/clips/SourceWatch.h"
+
 #include <algorithm>
 
 namespace velloria
 {
 
-ComputedClip::ComputedClip(int64_t numFrames, Function function)
-    : AudioClip(std::make_shared<Computation>(std::move(function)))
+ComputedClip::ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function)
+    : AudioClip(std::make_shared<Computation>(std::move(input), std::move(function)))
 {
     _numFrames.store(numFrames, std::memory_order_relaxed);
     _waveformCache = WaveformCache::none();
@@ -15,6 +17,11 @@ ComputedClip::ComputedClip(int64_t numFrames, Function function)
 ComputedClip::ComputedClip(const ComputedClip& whole, int64_t offset, int64_t numFrames)
     : AudioClip(whole, offset, numFrames)
 {
+}
+
+void ComputedClip::addSourcesTo(SourceWatch& watch) const
+{
+    watch.add(*static_cast<const Computation&>(*mOrigin).input);
 }
 
 int64_t ComputedClip::readSamples(int64_t offset, std::span<float> out) const

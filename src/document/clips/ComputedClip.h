@@ -1,6 +1,6 @@
 #pragma once
 
-#include "document/clips/AudioClip.h"
+#include "document/clips/AudioTrack.h"
 
 #include <functional>
 
@@ -16,18 +16,22 @@ public:
     /// several at once.
     using Function = std::function<void(int64_t offset, std::span<float> out)>;
 
-    ComputedClip(int64_t numFrames, Function function);
+    /// `input` is what the function reads.
+    ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function);
     ComputedClip(const ComputedClip& whole, int64_t offset, int64_t numFrames);
 
+    void addSourcesTo(SourceWatch& watch) const override;
     int64_t readSamples(int64_t offset, std::span<float> out) const override;
     AudioClipPtr subdataWithOffset(int64_t offset, int64_t numFrames) const override;
 
 private:
     struct Computation : Origin {
-        explicit Computation(Function f)
-            : function(std::move(f))
+        Computation(AudioTrackPtr track, Function f)
+            : input(std::move(track))
+            , function(std::move(f))
         {
         }
+        const AudioTrackPtr input;
         const Function function;
     };
 };

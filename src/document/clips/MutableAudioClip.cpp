@@ -1,5 +1,7 @@
 #include "document/clips/MutableAudioClip.h"
 
+#include "document/clips/SourceWatch.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -53,6 +55,12 @@ void MutableAudioClip::setLabel(std::shared_ptr<const ScratchLabel> label, int32
 bool MutableAudioClip::isGrowing() const
 {
     return scratch().producer == this && !scratch().isFinished.load(std::memory_order_acquire);
+}
+
+void MutableAudioClip::addSourcesTo(SourceWatch& watch) const
+{
+    if (tempFile())
+        watch.add(tempFile());
 }
 
 MaybeError MutableAudioClip::createFile()

@@ -32,6 +32,7 @@ public:
     /// Before the first append: what is noted beside the file. Null for nothing.
     void setLabel(std::shared_ptr<const ScratchLabel> label, int32_t track);
     bool isGrowing() const override;
+    void addSourcesTo(SourceWatch& watch) const override;
 
     /// Adds samples to the file and the summary. The first call creates the file. When the file cannot be
     /// created or written, the clip keeps what it has and the error is answered, now and on every later call.

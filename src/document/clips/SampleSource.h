@@ -4,9 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 namespace velloria
 {
+
+class FileHandle;
 
 /// What a clip needs of the opened file that it reads in place: interleaved PCM frames from
 /// soundDataOffset() on. All functions may be called on any thread.
@@ -25,6 +28,8 @@ public:
     virtual int64_t sampleBits() const = 0;
     virtual double sampleRate() const = 0;
     virtual int64_t numberOfFrames() const = 0;
+    /// The files that are read; none for a source in memory.
+    virtual std::vector<const FileHandle*> sourceHandles() const { return {}; }
 
     /// Reads bytes of interleaved frames at an absolute byte offset, samples in the host's byte order and
     /// 8-bit samples signed. Gives the number of bytes read: fewer at the end of the sound data.

@@ -3,6 +3,7 @@
 #include "formats/streams/BigEndianOutputStream.h"
 #include "platform/FourCharCode.h"
 #include "platform/ScratchFolder.h"
+#include "platform/SystemCall.h"
 
 #include <algorithm>
 #include <unistd.h>
@@ -61,7 +62,7 @@ MaybeError TempFile::appendData(std::span<const float> samples)
     const auto bytes = std::as_bytes(samples);
     if (auto error = mFileHandle->writeAt(end, bytes)) {
         // What was written of the block goes again; should that fail too, length() still leaves it out.
-        [[maybe_unused]] const int result = ::ftruncate(mFileHandle->descriptor(), end);
+        uninterrupted([&] { return ::ftruncate(mFileHandle->descriptor(), end); });
         return error;
     }
     mLength.store(end + static_cast<int64_t>(bytes.size()), std::memory_order_release);
@@ -73,7 +74,11 @@ int64_t TempFile::dataAtOffset(int64_t offset, std::span<std::byte> out) const
     const int64_t available = length() - offset;
     if (offset < 0 || available <= 0)
         return 0;
-    return mFileHandle->readAt(offset, out.first(std::min(out.size(), static_cast<size_t>(available))));
+    const auto wanted = out.first(std::min(out.size(), static_cast<size_t>(available)));
+    const int64_t numRead = mFileHandle->readAt(offset, wanted);
+    if (numRead < std::ssize(wanted))
+        mFileHandle->noteMissedRead();
+    return numRead;
 }
 
 const std::filesystem::path& TempFile::path() const

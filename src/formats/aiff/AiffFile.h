@@ -23,6 +23,7 @@ public:
     static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
 
     QString fileFormatUTI() const override;
+    double writtenSampleRate() const override { return mSampleRate; }
     QString encodingDescription() const override;
 
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;

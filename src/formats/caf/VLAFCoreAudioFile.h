@@ -22,6 +22,7 @@ public:
     static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
 
     QString fileFormatUTI() const override;
+    double writtenSampleRate() const override { return mSampleRate; }
     QString encodingDescription() const override;
     bool declaresWholeFile() const override { return true; }
     uint32_t formatFlags() const { return mFormat.formatFlags; }

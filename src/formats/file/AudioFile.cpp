@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace velloria
 {
@@ -113,8 +114,11 @@ int64_t AudioFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> ou
     const int64_t end = mSoundDataOffset + mNumberOfFrames * frameSize();
     if (!mFileHandle || offset < 0 || offset >= end)
         return 0;
-    const auto numBytes = std::min(out.size(), static_cast<size_t>(end - offset));
-    return mFileHandle->readAt(offset, out.first(numBytes));
+    const auto wanted = out.first(std::min(out.size(), static_cast<size_t>(end - offset)));
+    const int64_t numRead = mFileHandle->readAt(offset, wanted);
+    if (numRead < std::ssize(wanted))
+        mFileHandle->noteMissedRead();
+    return numRead;
 }
 
 MaybeError AudioFile::writeAudioData(std::span<std::byte> data, int64_t offset)
@@ -335,6 +339,21 @@ std::vector<ByteRange> AudioFile::closeLedger()
 bool AudioFile::willWrite(const FileItem& item) const
 {
     return item.keeping == Keeping::structure || item.keeping == Keeping::inModel;
+}
+
+double AudioFile::writtenSampleRate() const
+{
+    return std::round(mSampleRate);
+}
+
+bool AudioFile::readsOpenedFile() const
+{
+    if (!mOpenedFile || !mOpenedFile->fileHandle())
+        return false;
+    const std::vector<FileItem>& items = mOpenedFile->ledger().items();
+    return std::any_of(items.begin(), items.end(), [this](const FileItem& item) {
+        return item.keeping == Keeping::asBytes && willWrite(item);
+    });
 }
 
 void AudioFile::takeOverLedger()

@@ -125,6 +125,9 @@ public:
     virtual uint32_t maximumNumberOfChannels() const { return 65535; }
     /// True when what is written, as it is configured, loses some of the sound by its nature.
     virtual bool encodesWithLoss() const { return false; }
+    /// The frames per second that will stand in the file, which decide how fast it plays: whole numbers in
+    /// most types.
+    virtual double writtenSampleRate() const;
     /// What a save does to the sound beside encoding it, one sentence each: tracks mixed, rate converted, ...
     virtual QStringList soundLosses() const { return {}; }
     /// False for a picture that is too large for the format and would be left out.
@@ -141,6 +144,8 @@ public:
     /// Whether this file, as it is configured, will hold an item of openedFile(). True here for structure and
     /// what is in the model; a writer that carries bytes over says which.
     virtual bool willWrite(const FileItem& item) const;
+    /// True when a save with this writer reads bytes of openedFile() beside the document's clips.
+    virtual bool readsOpenedFile() const;
     /// After a save: what this file holds of the opened one's ledger, so that the next save tells it again.
     void takeOverLedger();
 

@@ -30,6 +30,8 @@ public:
     static int64_t closestValidBitRate(int64_t bitRate);
 
     QString fileFormatUTI() const override;
+    /// Another one is among the soundLosses().
+    double writtenSampleRate() const override { return mSampleRate; }
     QString encodingDescription() const override;
     bool declaresWholeFile() const override { return true; }
 

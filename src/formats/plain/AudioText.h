@@ -13,6 +13,8 @@ public:
     AudioText(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
 
     QString fileFormatUTI() const override;
+    /// There is none in the text.
+    double writtenSampleRate() const override { return mSampleRate; }
 
     FileOptions fileOptions() const override;
     double estimatedFileSizeWithTag(int tag) const override;

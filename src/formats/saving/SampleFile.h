@@ -15,6 +15,7 @@ class SampleFile : public SampleSource
 {
 public:
     virtual const std::shared_ptr<FileHandle>& fileHandle() const = 0;
+    std::vector<const FileHandle*> sourceHandles() const override { return {fileHandle().get()}; }
     int64_t sampleSizeInBytes() const { return (sampleBits() + 7) / 8; }
 
     virtual MaybeError writeRawData(std::span<const std::byte> data, int64_t offset) = 0;

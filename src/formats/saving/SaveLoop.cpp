@@ -141,6 +141,7 @@ MaybeError SaveLoop::copyPass(const Pass& pass, const SampleFile& source, int64_
     if (numFrames == pass.numFrames)
         return std::nullopt;
     mSourceWasShort = true;
+    source.fileHandle()->noteMissedRead();
     return writeSilence(pass.firstFrame + numFrames, pass.numFrames - numFrames);
 }
 
