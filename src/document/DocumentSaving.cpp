@@ -51,6 +51,7 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
         request.uti, sampleRate(), static_cast<uint32_t>(mSampleSize), static_cast<uint32_t>(trackCount()));
     if (!writer)
         return nullptr;
+    writer->setFilePath(request.path);
     if (request.selection)
         writer->setNumberOfChannels(static_cast<uint32_t>(request.selection->numTracks));
     else {
@@ -125,7 +126,6 @@ MaybeError SoundDocument::writeWithWriter(const std::shared_ptr<AudioFile>& writ
     if (!replacer)
         return error ? error : notSaved(displayPath(request.path));
     writer->setFileHandle(replacer->handle());
-    writer->setFilePath(request.path);
     // Someone who saves several pieces under one progress bar has set the target already.
     if (progress.targetValue() == 0)
         progress.setTargetValue(writer->numberOfFrames());
@@ -154,6 +154,10 @@ MaybeError SoundDocument::refusalToSave(const SaveRequest& request) const
         return Error{
             Error::Code::unsupported,
             QStringLiteral("This format holds at most %1 channels.").arg(writer->maximumNumberOfChannels())};
+    if (mAudioFile && mAudioFile->fileHandle() && mAudioFile->fileHandle()->isAt(request.path)) {
+        if (MaybeError error = writer->refusalToReplace(*mAudioFile))
+            return error;
+    }
     if (MaybeError error = watchSources(*writer, request).error(); error && !request.takesWhatIsLeft)
         return error;
     const std::optional<QString> change =

@@ -42,6 +42,11 @@ public:
     /// The encoding as a four-character code; "lpcm" for linear PCM of any width.
     FourCharCode dataFormat() const { return mReader->dataFormat(); }
     int64_t numberOfFrames() const { return mNumberOfFrames; }
+    /// Frames that decode from the file's packets, and how many of the first of them are no sound.
+    int64_t numberOfFramesInPackets() const { return mReader->numFramesInPackets(); }
+    int64_t numberOfPrimingFrames() const { return mNumPrimingFrames; }
+    /// The number of the sound's track in its container.
+    uint32_t trackID() const { return mReader->trackID(); }
     /// True when the file ends before the sound that it announces does.
     bool isCutShort() const { return mReader->isCutShort(); }
     /// True when some of the sound handed out so far could not be decoded, and silence stands for it.

@@ -356,6 +356,19 @@ bool AudioFile::readsOpenedFile() const
     });
 }
 
+MaybeError AudioFile::refusalToReplace(const AudioFile& opened) const
+{
+    const QStringList streams =
+        opened.ledger().namesOf(ItemKind::stream, [this](const FileItem& item) { return !willWrite(item); });
+    if (streams.isEmpty())
+        return std::nullopt;
+    return Error{
+        Error::Code::unsupported,
+        QStringLiteral("“%1” also holds what this save would lose (%2); use Save As to write the sound "
+                       "to another file.")
+            .arg(displayName(opened.filePath()), streams.join(QStringLiteral(", ")))};
+}
+
 void AudioFile::takeOverLedger()
 {
     FileLedger ledger;

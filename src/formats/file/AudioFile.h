@@ -146,8 +146,11 @@ public:
     virtual bool willWrite(const FileItem& item) const;
     /// True when a save with this writer reads bytes of openedFile() beside the document's clips.
     virtual bool readsOpenedFile() const;
+    /// Why this file, as it is configured, must not take the place of the opened one: another stream of it (a
+    /// film's pictures) would be gone for good. Nothing when it may.
+    virtual MaybeError refusalToReplace(const AudioFile& opened) const;
     /// After a save: what this file holds of the opened one's ledger, so that the next save tells it again.
-    void takeOverLedger();
+    virtual void takeOverLedger();
 
     // Writing hooks called by the save loop.
     /// False when the file would exceed the format's size limit.

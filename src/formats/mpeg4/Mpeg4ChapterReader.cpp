@@ -1,4 +1,5 @@
 #include "formats/mpeg4/Mpeg4Chapters.h"
+#include "formats/mpeg4/Mpeg4SampleTable.h"
 #include "formats/streams/MacRoman.h"
 
 #include <QStringDecoder>
@@ -14,99 +15,6 @@ namespace
 constexpr size_t kMaxChapters = 1 << 16;
 constexpr double kLastFrame = 1e15;
 
-/// Where the samples of a track lie in the file, and when.
-struct TextSample {
-    int64_t offset = 0;
-    uint32_t size = 0;
-    int64_t time = 0;
-};
-
-struct SampleTable {
-    explicit SampleTable(const Mpeg4Box& track)
-        : box(track.descendant({fourCharCode("mdia"), fourCharCode("minf"), fourCharCode("stbl")}))
-    {
-    }
-
-    /// How many entries of a size a box holds behind its count.
-    static size_t numEntries(const Mpeg4Box& table, size_t countAt, size_t entrySize)
-    {
-        const size_t room = table.size() > countAt + 4 ? (table.size() - countAt - 4) / entrySize : 0;
-        return std::min<size_t>(table.number32(countAt), room);
-    }
-
-    std::vector<uint32_t> sizes() const
-    {
-        const Mpeg4Box table = box.descendant({fourCharCode("stsz")});
-        if (const uint32_t equalSize = table.number32(4))
-            return std::vector<uint32_t>(std::min<size_t>(table.number32(8), kMaxChapters), equalSize);
-        std::vector<uint32_t> all(std::min(numEntries(table, 8, 4), kMaxChapters));
-        for (size_t i = 0; i < all.size(); ++i)
-            all[i] = table.number32(12 + 4 * i);
-        return all;
-    }
-
-    std::vector<int64_t> chunkOffsets() const
-    {
-        Mpeg4Box table = box.descendant({fourCharCode("stco")});
-        const size_t width = table.isEmpty() ? 8 : 4;
-        if (table.isEmpty())
-            table = box.descendant({fourCharCode("co64")});
-        std::vector<int64_t> all(std::min(numEntries(table, 4, width), kMaxChapters));
-        for (size_t i = 0; i < all.size(); ++i)
-            all[i] = static_cast<int64_t>(table.number(8 + width * i, width));
-        return all;
-    }
-
-    /// Samples in a chunk, by the chunk's number from 0.
-    std::vector<uint32_t> samplesPerChunk(size_t numChunks) const
-    {
-        const Mpeg4Box table = box.descendant({fourCharCode("stsc")});
-        const size_t count = numEntries(table, 4, 12);
-        std::vector<uint32_t> all(numChunks, 1);
-        size_t entry = 0;
-        for (size_t chunk = 0; chunk < numChunks && count > 0; ++chunk) {
-            while (entry + 1 < count && table.number32(8 + 12 * (entry + 1)) <= chunk + 1)
-                ++entry;
-            all[chunk] = table.number32(12 + 12 * entry);
-        }
-        return all;
-    }
-
-    std::vector<uint32_t> durations(size_t numSamples) const
-    {
-        const Mpeg4Box table = box.descendant({fourCharCode("stts")});
-        std::vector<uint32_t> all;
-        for (size_t i = 0; i < numEntries(table, 4, 8) && all.size() < numSamples; ++i) {
-            const size_t count = std::min<size_t>(table.number32(8 + 8 * i), numSamples - all.size());
-            all.insert(all.end(), count, table.number32(12 + 8 * i));
-        }
-        all.resize(numSamples, 0);
-        return all;
-    }
-
-    std::vector<TextSample> samples() const
-    {
-        const std::vector<uint32_t> allSizes = sizes();
-        const std::vector<uint32_t> allDurations = durations(allSizes.size());
-        const std::vector<int64_t> offsets = chunkOffsets();
-        const std::vector<uint32_t> counts = samplesPerChunk(offsets.size());
-        std::vector<TextSample> all;
-        int64_t time = 0;
-        for (size_t chunk = 0; chunk < offsets.size(); ++chunk) {
-            int64_t offset = offsets[chunk];
-            for (uint32_t i = 0; i < counts[chunk] && all.size() < allSizes.size(); ++i) {
-                const size_t index = all.size();
-                all.push_back({offset, allSizes[index], time});
-                offset += allSizes[index];
-                time += allDurations[index];
-            }
-        }
-        return all;
-    }
-
-    Mpeg4Box box;
-};
-
 QString text(const QByteArray& bytes)
 {
     if (bytes.startsWith("\xFE\xFF") || bytes.startsWith("\xFF\xFE"))
@@ -114,24 +22,6 @@ QString text(const QByteArray& bytes)
     QStringDecoder utf8(QStringDecoder::Utf8);
     const QString decoded = utf8.decode(bytes);
     return utf8.hasError() ? stringFromMacRoman(bytes) : decoded;
-}
-
-/// By how much the edits move the track's own time, in its own units.
-double shiftOfEdits(const Mpeg4Box& track, uint32_t movieTimescale, uint32_t timescale)
-{
-    const Mpeg4Box edits = track.descendant({fourCharCode("edts"), fourCharCode("elst")});
-    const size_t wide = edits.version() == 1 ? 8 : 4;
-    double shift = 0.0;
-    for (size_t i = 0; i < SampleTable::numEntries(edits, 4, 2 * wide + 4); ++i) {
-        const size_t at = 8 + (2 * wide + 4) * i;
-        const uint64_t mediaTime = edits.number(at + wide, wide);
-        const bool isEmpty = mediaTime >> (8 * wide - 1) != 0;
-        if (!isEmpty)
-            return shift - static_cast<double>(mediaTime);
-        if (movieTimescale > 0)
-            shift += static_cast<double>(edits.number(at, wide)) * timescale / movieTimescale;
-    }
-    return shift;
 }
 
 AudioMarkerPtr marker(size_t index, double position, const QString& name)
@@ -149,8 +39,9 @@ std::vector<AudioMarkerPtr> markersOfTrack(const FileHandle& file, const Mpeg4Bo
         return {};
     const double shift = shiftOfEdits(track, movieTimescale, timescale);
     std::vector<AudioMarkerPtr> markers;
-    for (const TextSample& sample : SampleTable(track).samples()) {
-        const QByteArray bytes = file.readAt(sample.offset, std::min<int64_t>(sample.size, 2 + 0xFFFF));
+    for (const Mpeg4SampleTable::Sample& sample : Mpeg4SampleTable(track).samples(kMaxChapters)) {
+        const QByteArray bytes =
+            file.readAt(sample.bytes.offset, std::min<int64_t>(sample.bytes.length, 2 + 0xFFFF));
         const Mpeg4Box box(bytes);
         if (box.size() < 2)
             continue;
@@ -199,19 +90,60 @@ std::vector<AudioMarkerPtr> markersOfList(const Mpeg4Box& list, double sampleRat
     return markers;
 }
 
+/// The first chapter of a track begins with a tick of the movie's clock; the list knows it exactly.
+void takeExactStart(const std::vector<AudioMarkerPtr>& markers, const std::vector<AudioMarkerPtr>& listed,
+                    double sampleRate, uint32_t movieTimescale)
+{
+    if (listed.empty() || movieTimescale == 0 || markers.front()->name() != listed.front()->name())
+        return;
+    const auto distance = static_cast<double>(listed.front()->position() - markers.front()->position());
+    if (std::abs(distance) * movieTimescale <= sampleRate)
+        markers.front()->setPosition(listed.front()->position());
+}
+
 } // namespace
 
-MarkerList read(const FileHandle& file, double sampleRate)
+double shiftOfEdits(const Mpeg4Box& track, uint32_t movieTimescale, uint32_t timescale)
+{
+    const Mpeg4Box edits = track.descendant({fourCharCode("edts"), fourCharCode("elst")});
+    const size_t wide = edits.version() == 1 ? 8 : 4;
+    double shift = 0.0;
+    for (size_t i = 0; i < Mpeg4SampleTable::numEntries(edits, 4, 2 * wide + 4); ++i) {
+        const size_t at = 8 + (2 * wide + 4) * i;
+        const uint64_t mediaTime = edits.number(at + wide, wide);
+        const bool isEmpty = mediaTime >> (8 * wide - 1) != 0;
+        if (!isEmpty)
+            return shift - static_cast<double>(mediaTime);
+        if (movieTimescale > 0)
+            shift += static_cast<double>(edits.number(at, wide)) * timescale / movieTimescale;
+    }
+    return shift;
+}
+
+uint32_t trackID(const Mpeg4Box& movie)
+{
+    const std::optional<Mpeg4Box> track = chapterTrack(movie);
+    return track ? mpeg4TrackID(*track) : 0;
+}
+
+MarkerList read(const FileHandle& file, double sampleRate, double startFrames)
 {
     const QByteArray bytes = readMpeg4Movie(file);
     const Mpeg4Box movie(bytes);
     std::vector<AudioMarkerPtr> markers;
     if (const auto track = chapterTrack(movie))
         markers = markersOfTrack(file, movie, *track, sampleRate);
+    const auto listed =
+        markersOfList(movie.descendant({fourCharCode("udta"), fourCharCode("chpl")}), sampleRate);
     if (markers.empty())
-        markers = markersOfList(movie.descendant({fourCharCode("udta"), fourCharCode("chpl")}), sampleRate);
+        markers = listed;
+    else
+        takeExactStart(markers, listed, sampleRate, mpeg4Timescale(movie.descendant({fourCharCode("mvhd")})));
     if (markers.empty())
         return nullptr;
+    const int64_t start = std::llround(startFrames);
+    for (const AudioMarkerPtr& each : markers)
+        each->setPosition(std::max<int64_t>(0, each->position() - start));
     return std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(markers));
 }
 

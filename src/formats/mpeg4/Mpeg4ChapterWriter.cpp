@@ -139,15 +139,16 @@ BigEndianOutputStream versionedHeader(bool isWide, uint32_t flags)
 
 } // namespace
 
-Track::Track(const MarkerList& markers, uint32_t sampleRate, int64_t numFrames)
+Track::Track(const MarkerList& markers, uint32_t sampleRate, int64_t numFrames, int64_t startFrames)
     : mTimescale(sampleRate)
+    , mMovieTimescale(sampleRate)
 {
     const std::vector<AudioMarkerPtr> all = sorted(markers);
-    const auto positionOf = [&all, numFrames](size_t index) {
+    const auto positionOf = [&](size_t index) {
         const int64_t end = all.empty() ? 0 : std::max<int64_t>(0, all.back()->position());
         // The last chapter lasts for a moment at least, as readers skip samples that do not.
-        return index < all.size() ? std::max<int64_t>(0, all[index]->position())
-                                  : std::max(numFrames, end + 1);
+        return startFrames + (index < all.size() ? std::max<int64_t>(0, all[index]->position())
+                                                 : std::max(numFrames, end + 1));
     };
     mStart = positionOf(0);
     for (size_t i = 0; i < all.size(); ++i) {
@@ -164,6 +165,18 @@ Track::Track(const MarkerList& markers, uint32_t sampleRate, int64_t numFrames)
     mMediaDuration = std::accumulate(mDurations.begin(), mDurations.end(), int64_t{0});
 }
 
+void Track::setMovieTimescale(uint32_t timescale)
+{
+    mMovieTimescale = timescale;
+    const auto start = static_cast<__int128>(inMovieTime(mStart, false)) * mTimescale + mMovieTimescale - 1;
+    const int64_t early = mStart - static_cast<int64_t>(start / mMovieTimescale);
+    if (mDurations.empty() || early <= 0 || mDurations.front() + early > kLongest32)
+        return;
+    mDurations.front() += static_cast<uint32_t>(early);
+    mDuration += early;
+    mMediaDuration += early;
+}
+
 QByteArray Track::box(uint32_t trackID, int64_t samplesOffset) const
 {
     return mpeg4Box(fourCharCode("trak"), header(trackID) + edits() + media(samplesOffset));
@@ -172,11 +185,12 @@ QByteArray Track::box(uint32_t trackID, int64_t samplesOffset) const
 QByteArray Track::header(uint32_t trackID) const
 {
     constexpr uint32_t inMovieOnly = 2;
-    const bool isWide = mStart + mDuration > kLongest32;
+    const int64_t end = inMovieTime(mStart + mDuration, true);
+    const bool isWide = end > kLongest32;
     BigEndianOutputStream out = versionedHeader(isWide, inMovieOnly);
     out.writeUInt32(trackID);
     out.writeUInt32(0);
-    writeTime(out, mStart + mDuration, isWide);
+    writeTime(out, end, isWide);
     out.writeSInt64(0);
     out.writeSInt64(0); // layer, group, volume
     writeMatrix(out);
@@ -184,7 +198,14 @@ QByteArray Track::header(uint32_t trackID) const
     return mpeg4Box(fourCharCode("tkhd"), out.data());
 }
 
-/// Nothing up to the first chapter, then all of them. The movie's clock is the track's own.
+int64_t Track::inMovieTime(int64_t time, bool roundsUp) const
+{
+    const auto scaled = static_cast<__int128>(time) * mMovieTimescale + (roundsUp ? mTimescale - 1 : 0);
+    return static_cast<int64_t>(scaled / mTimescale);
+}
+
+/// Nothing up to the first chapter, then all of them. Where the movie's clock is coarser than the track's own
+/// the first chapter begins with the tick before, and lasts longer by as much, so that all others are exact.
 QByteArray Track::edits() const
 {
     if (mStart == 0)
@@ -192,10 +213,10 @@ QByteArray Track::edits() const
     BigEndianOutputStream out;
     out.writeUInt32(1U << 24);
     out.writeUInt32(2);
-    out.writeSInt64(mStart);
+    out.writeSInt64(inMovieTime(mStart, false));
     out.writeSInt64(-1);
     out.writeUInt32(kIdentity);
-    out.writeSInt64(mDuration);
+    out.writeSInt64(inMovieTime(mDuration, true));
     out.writeSInt64(0);
     out.writeUInt32(kIdentity);
     return mpeg4Box(fourCharCode("edts"), mpeg4Box(fourCharCode("elst"), out.data()));
@@ -247,7 +268,7 @@ QByteArray Track::sampleTable(int64_t samplesOffset) const
                                               mpeg4Box(fourCharCode("co64"), offsets.data()));
 }
 
-QByteArray list(const MarkerList& markers, double sampleRate)
+QByteArray list(const MarkerList& markers, double sampleRate, int64_t startFrames)
 {
     constexpr size_t mostChapters = 255;
     constexpr double unitsPerSecond = 1e7;
@@ -260,7 +281,8 @@ QByteArray list(const MarkerList& markers, double sampleRate)
     QByteArray bytes = out.data();
     for (const AudioMarkerPtr& marker : all) {
         const QByteArray name = shortened(marker->name(), 255);
-        const double seconds = static_cast<double>(std::max<int64_t>(0, marker->position())) / sampleRate;
+        const int64_t position = startFrames + std::max<int64_t>(0, marker->position());
+        const double seconds = static_cast<double>(position) / sampleRate;
         BigEndianOutputStream entry;
         entry.writeSInt64(std::llround(seconds * unitsPerSecond));
         entry.writeUInt8(static_cast<uint8_t>(name.size()));

@@ -18,14 +18,24 @@ namespace Mpeg4Chapters
 {
 
 /// The chapters of a file as markers, in order. Damaged ones are left out; null when there are none.
-MarkerList read(const FileHandle& file, double sampleRate);
+/// `startFrames` is when the sound begins in the film.
+MarkerList read(const FileHandle& file, double sampleRate, double startFrames = 0.0);
+
+/// The text track that another track of the 'moov' box refers to for its chapters; 0 when there is none.
+uint32_t trackID(const Mpeg4Box& movie);
+
+/// By how much the edits of a track move its own time, in its own units.
+double shiftOfEdits(const Mpeg4Box& track, uint32_t movieTimescale, uint32_t timescale);
 
 /// The text track of some markers: the samples, for an 'mdat' box, and the track that describes them.
 class Track
 {
 public:
-    /// `sampleRate` is its clock; `numFrames` is where the last chapter ends.
-    Track(const MarkerList& markers, uint32_t sampleRate, int64_t numFrames);
+    /// `sampleRate` is its clock; `numFrames` is where the last chapter ends. The sound begins so many frames
+    /// after the film does.
+    Track(const MarkerList& markers, uint32_t sampleRate, int64_t numFrames, int64_t startFrames = 0);
+    /// For a file whose own clock is another than the sample rate.
+    void setMovieTimescale(uint32_t timescale);
 
     /// The names, one sample a chapter.
     const QByteArray& samples() const { return mSamples; }
@@ -38,7 +48,10 @@ private:
     QByteArray media(int64_t samplesOffset) const;
     QByteArray sampleTable(int64_t samplesOffset) const;
 
+    int64_t inMovieTime(int64_t time, bool roundsUp) const;
+
     uint32_t mTimescale;
+    uint32_t mMovieTimescale;
     int64_t mStart = 0;
     /// Of the chapters, and of the samples that hold them.
     int64_t mDuration = 0;
@@ -49,7 +62,7 @@ private:
 };
 
 /// The 'chpl' box of some markers.
-QByteArray list(const MarkerList& markers, double sampleRate);
+QByteArray list(const MarkerList& markers, double sampleRate, int64_t startFrames = 0);
 
 } // namespace Mpeg4Chapters
 

@@ -5,9 +5,12 @@
 #include "formats/mpeg4/Mpeg4AACFile.h"
 #include "formats/mpeg4/Mpeg4AppleLosslessFile.h"
 #include "formats/mpeg4/Mpeg4Chapters.h"
+#include "formats/mpeg4/Mpeg4FileLedger.h"
 #include "formats/mpeg4/Mpeg4Movie.h"
+#include "formats/mpeg4/Mpeg4Splice.h"
 #include "formats/mpeg4/Mpeg4Tags.h"
 #include "formats/saving/PacketSaver.h"
+#include "platform/FileReplacer.h"
 #include "platform/codec/AudioFormats.h"
 #include "platform/codec/ContainerWriter.h"
 #include "platform/codec/Mpeg4Timing.h"
@@ -30,6 +33,23 @@ constexpr std::array firstBoxes = {fourCharCode("ftyp"), fourCharCode("moov"), f
 bool isAac(FourCharCode format)
 {
     return format == DataFormat::kAac || format == DataFormat::kHeAac || format == DataFormat::kHeAacV2;
+}
+
+Error changedMeanwhile(const FileHandle& film)
+{
+    return {
+        Error::Code::readFailed,
+        QStringLiteral("“%1” was changed by another program since it was opened; its other tracks cannot be "
+                       "carried over.")
+            .arg(displayName(film.path()))};
+}
+
+bool areEqual(const MarkerList& a, const MarkerList& b)
+{
+    static const std::vector<AudioMarkerPtr> none;
+    return std::ranges::equal(a ? *a : none, b ? *b : none, [](const auto& left, const auto& right) {
+        return left->position() == right->position() && left->name() == right->name();
+    });
 }
 
 } // namespace
@@ -76,21 +96,105 @@ std::shared_ptr<AudioFile> Mpeg4File::open(std::shared_ptr<FileHandle> handle, M
         file = std::make_shared<Mpeg4AppleLosslessFile>(std::move(handle));
     else
         file = std::make_shared<Mpeg4AACFile>(std::move(handle));
+    file->readTables(*decoder);
     file->takeDecoder(std::move(decoder));
-    file->readTables();
+    file->tellOfEncoding();
     return file;
 }
 
-/// Tags and chapters.
-void Mpeg4File::readTables()
+/// Tags, chapters, and the account of everything else.
+void Mpeg4File::readTables(const VLAudioFileDecompressor& decoder)
 {
-    for (const QString& key : Mpeg4Tags::read(*fileHandle(), mMetadata))
-        mLedger.addNotKept(ItemKind::tag, key);
-    mMarkers = Mpeg4Chapters::read(*fileHandle(), mSampleRate);
+    Mpeg4Tags::read(*fileHandle(), mMetadata);
+    readAccount(decoder);
+    mMarkers = markersOfFile(mSound.sampleRate);
+}
+
+void Mpeg4File::readAccount(const VLAudioFileDecompressor& decoder)
+{
+    const FileHandle& handle = *fileHandle();
+    const Mpeg4Layout layout(handle);
+    mSound = {decoder.trackID(), decoder.sampleRate(), decoder.numberOfPrimingFrames(),
+              decoder.numberOfFramesInPackets()};
+    mStartFrames = Mpeg4Splice::startFrames(layout, mSound);
+    mObstacle = Mpeg4Splice::obstacle(layout, mSound);
+    mChapterTrackID = Mpeg4Chapters::trackID(layout.movie());
+    mHasOtherTracks =
+        std::any_of(layout.tracks.begin(), layout.tracks.end(), [this](const Mpeg4Track& track) {
+            return track.id != mSound.trackID && track.id != mChapterTrackID;
+        });
+    const QByteArray brand = handle.readAt(0, 12);
+    mIsQuickTime =
+        !brand.sliced(std::min<qsizetype>(4, brand.size())).startsWith("ftyp") || brand.endsWith("qt  ");
+    AudioMetadata metadata;
+    Mpeg4Tags::read(handle, metadata);
+    mLedger = mpeg4Ledger(handle, layout,
+                          {mSound.trackID, mChapterTrackID, Mpeg4Tags::alteredValues(handle, metadata)});
+}
+
+MarkerList Mpeg4File::markersOfFile(double sampleRate) const
+{
+    const double scale = mSound.sampleRate > 0.0 ? sampleRate / mSound.sampleRate : 1.0;
+    return Mpeg4Chapters::read(*fileHandle(), sampleRate, mStartFrames * scale);
+}
+
+void Mpeg4File::tellOfEncoding()
+{
     if (!isAac(mDataFormat) && mDataFormat != DataFormat::kAppleLossless)
         mWarnings.append(
             QStringLiteral("“%1” holds sound that is not AAC (%2); saved under its own type it becomes AAC.")
                 .arg(displayName(filePath()), encodingDescription()));
+}
+
+/// What was saved is what the next save of the document may carry over.
+void Mpeg4File::takeOverLedger()
+{
+    AudioFile::takeOverLedger();
+    const auto decoder = VLAudioFileDecompressor::forReadingFile(fileHandle(), fileFormatUTI(), nullptr);
+    mObstacle = QStringLiteral("it cannot be read");
+    if (!decoder)
+        return;
+    readAccount(*decoder);
+    if (mWrittenPriming && *mWrittenPriming != mSound.primingFrames) {
+        mSound.primingFrames = *mWrittenPriming;
+        mStartFrames = Mpeg4Splice::startFrames(Mpeg4Layout(*fileHandle()), mSound);
+    }
+}
+
+/// The opened file, when this one is to be a copy of it with new sound: its other tracks keep their times, so
+/// the sound must last as long as it did. A name that says that there is sound only (.m4a) gets sound only.
+const Mpeg4File* Mpeg4File::carriedFile() const
+{
+    const auto* const opened = dynamic_cast<const Mpeg4File*>(openedFile().get());
+    if (!opened || !opened->mObstacle.isEmpty() || opened->mSound.trackID == 0)
+        return nullptr;
+    const double seconds = static_cast<double>(mNumberOfFrames) / mSampleRate;
+    const double openedSeconds = static_cast<double>(opened->numberOfFrames()) / opened->sampleRate();
+    const double tick = 1.0 / std::min(mSampleRate, opened->sampleRate());
+    const auto isSoundName = [](const std::filesystem::path& path) {
+        return displayName(path).endsWith(QStringLiteral(".m4a"), Qt::CaseInsensitive);
+    };
+    const bool isExtract =
+        opened->mHasOtherTracks && isSoundName(filePath()) && !isSoundName(opened->filePath());
+    return std::abs(seconds - openedSeconds) < tick && !isExtract ? opened : nullptr;
+}
+
+bool Mpeg4File::willWrite(const FileItem& item) const
+{
+    if (item.keeping != Keeping::asBytes)
+        return AudioFile::willWrite(item);
+    const Mpeg4File* const opened = carriedFile();
+    // A tag that is changed is made anew.
+    return opened && (item.kind != ItemKind::value || mMetadata == opened->metadata());
+}
+
+QStringList Mpeg4File::soundLosses() const
+{
+    const auto* const opened = dynamic_cast<const Mpeg4File*>(openedFile().get());
+    if (!opened || isAac(opened->dataFormat()) || opened->dataFormat() == DataFormat::kAppleLossless ||
+        writtenFormat() != DataFormat::kAac)
+        return {};
+    return {QStringLiteral("The sound becomes AAC (it is %1).").arg(opened->encodingDescription())};
 }
 
 QString Mpeg4File::encodingDescription() const
@@ -118,6 +222,13 @@ MaybeError Mpeg4File::writeRange(const FrameSource& document, const SaveRange& r
 {
     if (range.numFrames == 0)
         return FileDamage::noSoundToSave(displayTypeName());
+    const Mpeg4File* const opened = carriedFile();
+    return opened ? writeIntoCopy(*opened, document, range, progress)
+                  : writeNewFile(document, range, progress);
+}
+
+MaybeError Mpeg4File::writeNewFile(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
     Mpeg4Extras extras;
     extras.markers = mMarkers;
     extras.sampleRate = static_cast<uint32_t>(std::lround(mSampleRate));
@@ -133,6 +244,50 @@ MaybeError Mpeg4File::writeRange(const FrameSource& document, const SaveRange& r
         return error;
     extras.meta = Mpeg4Tags::box(mMetadata, gapless.isEmpty() ? gapless : gaplessTag(saver.packetTable()));
     return putIntoMpeg4File(*fileHandle(), extras);
+}
+
+/// The sound goes to a file without a name beside the target first: only then is known how large it is, and
+/// so where everything else stands.
+MaybeError Mpeg4File::writeIntoCopy(const Mpeg4File& opened, const FrameSource& document,
+                                    const SaveRange& range, Progress& progress)
+{
+    const FileHandle& film = *opened.fileHandle();
+    const Mpeg4Layout layout(film);
+    if (film.hasChangedOnDisk() || !Mpeg4Splice::obstacle(layout, opened.mSound).isEmpty())
+        return changedMeanwhile(film);
+    MaybeError error;
+    const std::unique_ptr<FileReplacer> scratch = FileReplacer::create(filePath(), &error);
+    if (!scratch)
+        return error;
+    ContainerWriter container(scratch->handle(),
+                              opened.mIsQuickTime ? ContainerType::kQuickTime : ContainerType::kMpeg4,
+                              {range.numFrames, 0});
+    const Mpeg4Track& track = *layout.track(opened.mSound.trackID);
+    PacketSaver saver(document, range,
+                      {fileDataFormat(), isAac(writtenFormat()) ? mBitRate : 0,
+                       Mpeg4SoundTrack::leastPrimingFrames(track, opened.mSound, mSampleRate)});
+    error = saver.run(container, progress);
+    setSourceWasShort(saver.sourceWasShort());
+    if (error)
+        return error;
+
+    const PacketTable table = saver.packetTable();
+    mWrittenPriming = table.primingFrames;
+    Mpeg4Splice::Options options;
+    options.opened = opened.mSound;
+    options.table = table;
+    AudioMetadata tagsOfFile;
+    Mpeg4Tags::read(film, tagsOfFile);
+    const Mpeg4MovieEdit::Tags tags{tagsOfFile, mMetadata,
+                                    isAac(writtenFormat()) ? gaplessTag(table) : QByteArray()};
+    if (tagsOfFile != mMetadata || Mpeg4MovieEdit::hasGaplessText(layout.movie()))
+        options.tags = &tags;
+    options.sampleRate = static_cast<uint32_t>(std::lround(mSampleRate));
+    options.markers = mMarkers;
+    options.hasNewChapters = !areEqual(mMarkers, opened.markersOfFile(mSampleRate));
+    options.oldChapterTrackID = opened.mChapterTrackID;
+    error = Mpeg4Splice(film, layout, *scratch->handle(), options).write(*fileHandle(), progress);
+    return !error && film.hasChangedOnDisk() ? changedMeanwhile(film) : error;
 }
 
 } // namespace velloria

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/file/DecodedFile.h"
+#include "formats/mpeg4/Mpeg4SoundTrack.h"
 #include "platform/codec/StreamDescription.h"
 
 namespace velloria
@@ -10,6 +11,9 @@ namespace velloria
 /// list, chapters as markers. Opening counts the frames; the sound is decoded as a whole. What an encoder put
 /// before and after the sound is left out where the file tells it. The two kinds that are written differ in
 /// their encoding only.
+///
+/// Sound that lasts as long as that of the opened file is put into a copy of it (Mpeg4Splice), so that a film
+/// keeps its pictures and everything else; other sound makes a new file.
 class Mpeg4File : public DecodedFile
 {
 public:
@@ -21,6 +25,10 @@ public:
 
     QString encodingDescription() const override;
     uint32_t maximumNumberOfChannels() const override { return 8; }
+    bool declaresWholeFile() const override { return true; }
+    bool willWrite(const FileItem& item) const override;
+    void takeOverLedger() override;
+    QStringList soundLosses() const override;
 
 protected:
     Mpeg4File(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
@@ -31,8 +39,29 @@ protected:
     virtual FourCharCode writtenFormat() const = 0;
 
 private:
-    void readTables();
+    void readTables(const VLAudioFileDecompressor& decoder);
+    void tellOfEncoding();
+    void readAccount(const VLAudioFileDecompressor& decoder);
     StreamDescription fileDataFormat() const;
+    const Mpeg4File* carriedFile() const;
+    MarkerList markersOfFile(double sampleRate) const;
+    MaybeError writeNewFile(const FrameSource& document, const SaveRange& range, Progress& progress);
+    MaybeError writeIntoCopy(const Mpeg4File& opened, const FrameSource& document, const SaveRange& range,
+                             Progress& progress);
+
+    /// Of sound that was put into a copy of a film; readers of it may guess another number where the film
+    /// says nothing.
+    std::optional<int64_t> mWrittenPriming;
+
+    // Of an opened file.
+    Mpeg4OpenedSound mSound;
+    /// By how many frames the sound begins later than the film.
+    double mStartFrames = 0.0;
+    uint32_t mChapterTrackID = 0;
+    bool mHasOtherTracks = false;
+    bool mIsQuickTime = false;
+    /// Why no new sound can be put into it.
+    QString mObstacle;
 };
 
 } // namespace velloria

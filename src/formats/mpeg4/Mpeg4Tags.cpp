@@ -59,9 +59,6 @@ constexpr std::array rows = {
 
 const char* const picturesItem = "covr";
 const char* const gaplessItem = "----:com.apple.iTunes:iTunSMPB";
-const auto freeformPrefix = QStringLiteral("----:");
-// What players note for themselves: gaps, loudness.
-const auto privateName = QStringLiteral("iTun");
 
 QString fromTagLib(const TagLib::String& text)
 {
@@ -184,14 +181,6 @@ void appendPictures(QByteArray& items, const QList<AttachedPicture>& pictures)
     }
 }
 
-/// The payload of the 'meta' box; empty when there is none.
-Mpeg4Box metaOf(const Mpeg4Box& movie)
-{
-    constexpr FourCharCode meta = fourCharCode("meta");
-    const Mpeg4Box box = movie.descendant({fourCharCode("udta"), meta});
-    return box.isEmpty() ? movie.descendant({meta}) : box;
-}
-
 /// A file with nothing but the tags of another one: what the library is shown, so that it meets neither the
 /// index of a long file nor the sound. Tags can be as large as their pictures, so they are copied once only.
 TagLib::ByteVector fileAround(const Mpeg4Box& meta)
@@ -240,21 +229,88 @@ TagLib::MP4::ItemMap itemsOf(const FileHandle& file)
     return tagFile.isValid() && tagFile.tag() ? tagFile.tag()->itemMap() : TagLib::MP4::ItemMap();
 }
 
-/// The name of an unknown item as a person would read it; empty for what is of no interest.
-QString nameOf(const TagLib::String& item)
+/// The items of a file that was put together from metadata.
+TagLib::MP4::ItemMap itemsOf(const AudioMetadata& metadata)
 {
-    const QString name = fromTagLib(item);
-    const QString last = name.startsWith(freeformPrefix) ? name.section(u':', -1) : name;
-    return last.startsWith(privateName) ? QString() : last;
+    TagLib::MP4::ItemMap items;
+    const MetadataDictionary dictionary = metadata.dictionary();
+    for (const Row& row : rows) {
+        if (const QString value = metadataText(dictionary.value(keyOf(row))); !value.isEmpty())
+            items.insert(row.item, itemOf(row, value));
+    }
+    return items;
+}
+
+FourCharCode codeOf(const Row& row)
+{
+    return qFromBigEndian<uint32_t>(row.item);
+}
+
+QString quoted(const QString& text)
+{
+    constexpr qsizetype most = 60;
+    return QStringLiteral("“%1”").arg(text.size() > most ? text.first(most) + u'…' : text);
+}
+
+/// Empty when the item comes out as it went in.
+QString alterationOf(const Row& row, const TagLib::MP4::Item& read, const TagLib::MP4::Item* written)
+{
+    const TagLib::StringList values = row.kind == Kind::text ? read.toStringList() : TagLib::StringList();
+    const QString before = valueOf(row, read).toString();
+    const QString after = written ? valueOf(row, *written).toString() : QString();
+    if (values.size() > 1) {
+        QStringList names;
+        for (const TagLib::String& value : values)
+            names.append(quoted(fromTagLib(value)));
+        return QStringLiteral("%1 become %2").arg(names.join(QStringLiteral(", ")), quoted(after));
+    }
+    // A flag that is off and one that is not there are the same.
+    const bool isNothing = before.isEmpty() || before == u"0";
+    if (before == after || (after.isEmpty() && isNothing))
+        return {};
+    return after.isEmpty() ? QStringLiteral("%1 (%2) is left out").arg(quoted(before), keyOf(row))
+                           : QStringLiteral("%1 becomes %2").arg(quoted(before), quoted(after));
 }
 
 } // namespace
 
-QStringList read(const FileHandle& file, AudioMetadata& metadata)
+Mpeg4Box metaOf(const Mpeg4Box& movie)
 {
-    TagLib::MP4::ItemMap items = itemsOf(file);
+    constexpr FourCharCode meta = fourCharCode("meta");
+    const Mpeg4Box box = movie.descendant({fourCharCode("udta"), meta});
+    return box.isEmpty() ? movie.descendant({meta}) : box;
+}
+
+Mpeg4Box boxesOfMeta(const Mpeg4Box& meta)
+{
+    constexpr size_t versionBytes = 4;
+    const bool isQuickTime = meta.number32(4) == fourCharCode("hdlr");
+    return Mpeg4Box(meta.bytes().subspan(isQuickTime ? 0 : std::min(versionBytes, meta.size())));
+}
+
+QString keyOfItem(FourCharCode item)
+{
+    // The library reads genres by their number, too.
+    if (item == fourCharCode("gnre"))
+        return MetadataKey::genre;
+    if (item == qFromBigEndian<uint32_t>(picturesItem))
+        return MetadataKey::attachedPictures;
+    const auto found =
+        std::find_if(rows.begin(), rows.end(), [item](const Row& row) { return codeOf(row) == item; });
+    return found == rows.end() ? QString() : keyOf(*found);
+}
+
+QString freeFormName(const Mpeg4Box& item)
+{
+    const Mpeg4Box name = item.descendant({fourCharCode("name")});
+    return QString::fromUtf8(name.copy(4, name.size()));
+}
+
+void read(const FileHandle& file, AudioMetadata& metadata)
+{
+    const TagLib::MP4::ItemMap items = itemsOf(file);
     if (items.isEmpty())
-        return {};
+        return;
     MetadataDictionary dictionary;
     for (const Row& row : rows) {
         if (!items.contains(row.item))
@@ -262,34 +318,48 @@ QStringList read(const FileHandle& file, AudioMetadata& metadata)
         const QVariant value = valueOf(row, items[row.item]);
         if (!value.toString().isEmpty())
             dictionary.insert(keyOf(row), value);
-        items.erase(row.item);
     }
-    if (items.contains(picturesItem)) {
+    if (items.contains(picturesItem))
         dictionary.insert(MetadataKey::attachedPictures,
                           QVariant::fromValue(picturesOf(items[picturesItem])));
-        items.erase(picturesItem);
-    }
     metadata.setValuesWithDictionary(dictionary);
-    QStringList namesNotKept;
-    for (const auto& [name, item] : items) {
-        if (const QString shown = nameOf(name); !shown.isEmpty())
-            namesNotKept.append(shown);
+}
+
+std::vector<AlteredValue> alteredValues(const FileHandle& file, const AudioMetadata& metadata)
+{
+    const TagLib::MP4::ItemMap readItems = itemsOf(file);
+    const TagLib::MP4::ItemMap writtenItems = itemsOf(metadata);
+    std::vector<AlteredValue> altered;
+    for (const Row& row : rows) {
+        const bool isOurs = keyOf(row) == MetadataKey::encodingApplication;
+        if (!readItems.contains(row.item) || isOurs)
+            continue;
+        const bool isWritten = writtenItems.contains(row.item);
+        const QString description =
+            alterationOf(row, readItems[row.item], isWritten ? &writtenItems[row.item] : nullptr);
+        if (!description.isEmpty())
+            altered.push_back({codeOf(row), description});
     }
-    return namesNotKept;
+    if (readItems.contains(picturesItem)) {
+        const auto numPictures = static_cast<qsizetype>(readItems[picturesItem].toCoverArtList().size());
+        if (numPictures > metadata.artwork().size())
+            altered.push_back({qFromBigEndian<uint32_t>(picturesItem),
+                               QStringLiteral("%1 pictures of an unknown form are left out")
+                                   .arg(numPictures - metadata.artwork().size())});
+    }
+    return altered;
 }
 
 QByteArray box(const AudioMetadata& metadata, const QByteArray& gaplessText)
 {
-    MetadataDictionary dictionary = metadata.dictionary();
-    if (!dictionary.isEmpty())
-        dictionary.insert(MetadataKey::encodingApplication, QStringLiteral("Velloria"));
+    AudioMetadata named = metadata;
+    if (metadata.isNotEmpty())
+        named.setEncodingApplication(QStringLiteral("Velloria"));
     TagLib::ByteVectorStream stream(fileAround(Mpeg4Box(std::span<const uint8_t>())));
     TagLib::MP4::File file(&stream, false);
     TagLib::MP4::Tag& tag = *file.tag();
-    for (const Row& row : rows) {
-        if (const QString value = metadataText(dictionary.value(keyOf(row))); !value.isEmpty())
-            tag.setItem(row.item, itemOf(row, value));
-    }
+    for (const auto& [name, item] : itemsOf(named))
+        tag.setItem(name, item);
     if (!gaplessText.isEmpty())
         tag.setItem(gaplessItem, TagLib::StringList(toTagLib(QString::fromLatin1(gaplessText))));
     if (tag.isEmpty() || !file.save())

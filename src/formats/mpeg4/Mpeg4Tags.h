@@ -2,9 +2,10 @@
 
 #include "formats/tags/AudioMetadata.h"
 #include "platform/FileHandle.h"
+#include "platform/codec/Mpeg4Box.h"
 
 #include <QByteArray>
-#include <QStringList>
+#include <vector>
 
 namespace velloria
 {
@@ -13,9 +14,29 @@ namespace velloria
 namespace Mpeg4Tags
 {
 
-/// Replaces every tag of `metadata` by those of a file. Gives the names of what the file says and the
-/// metadata has no room for.
-QStringList read(const FileHandle& file, AudioMetadata& metadata);
+/// Replaces every tag of `metadata` by those of a file.
+void read(const FileHandle& file, AudioMetadata& metadata);
+
+/// A value that is not written as it was read.
+struct AlteredValue {
+    /// The type of the item in the list.
+    FourCharCode item = 0;
+    /// For a person: “0/12” becomes “12”.
+    QString description;
+};
+/// Of a file that `metadata` was read from.
+std::vector<AlteredValue> alteredValues(const FileHandle& file, const AudioMetadata& metadata);
+
+/// The key of the metadata that an item of the list is read as; empty for one that the metadata has no room
+/// for.
+QString keyOfItem(FourCharCode item);
+/// The name of a free-form item ("----"), by its payload.
+QString freeFormName(const Mpeg4Box& item);
+
+/// The 'meta' box that a movie's tags are in; an empty box when there is none.
+Mpeg4Box metaOf(const Mpeg4Box& movie);
+/// The boxes within a 'meta' box, which has version and flags before them, except in QuickTime movies.
+Mpeg4Box boxesOfMeta(const Mpeg4Box& meta);
 
 /// The 'meta' box of tags and of the text (if any) that tells players where the sound begins and ends.
 QByteArray box(const AudioMetadata& metadata, const QByteArray& gaplessText);

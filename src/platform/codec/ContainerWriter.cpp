@@ -36,10 +36,11 @@ ContainerWriter::~ContainerWriter()
 MaybeError ContainerWriter::begin(const PacketEncoder& encoder)
 {
     const FFmpegLibraries& av = FFmpegLibraries::loaded();
-    const bool isMpeg4 = mType == ContainerType::kMpeg4;
+    const bool isMpeg4 = mType != ContainerType::kAdts;
+    const char* const muxer = mType == ContainerType::kMpeg4 ? "ipod" : isMpeg4 ? "mov" : "adts";
     mEncoder = &encoder;
     mIo = std::make_unique<FileIoContext>(mHandle, FileIoContext::Mode::writing);
-    av.avformat_alloc_output_context2(&mFormat, nullptr, isMpeg4 ? "ipod" : "adts", nullptr);
+    av.avformat_alloc_output_context2(&mFormat, nullptr, muxer, nullptr);
     AVStream* const stream = mFormat && mIo->context() ? av.avformat_new_stream(mFormat, nullptr) : nullptr;
     if (!stream)
         return Error{Error::Code::failed, QStringLiteral("There is not enough memory to write the file.")};

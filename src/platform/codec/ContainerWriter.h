@@ -10,6 +10,8 @@ namespace velloria
 namespace ContainerType
 {
 constexpr FourCharCode kMpeg4 = fourCharCode("m4af");
+/// The same as QuickTime describes it.
+constexpr FourCharCode kQuickTime = fourCharCode("MooV");
 constexpr FourCharCode kAdts = fourCharCode("adts");
 } // namespace ContainerType
 

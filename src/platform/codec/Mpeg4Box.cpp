@@ -33,23 +33,37 @@ QByteArray Mpeg4Box::copy(size_t at, size_t numBytes) const
             static_cast<qsizetype>(std::min(numBytes, part.size()))};
 }
 
-/// Calls `take` with type, position with header, and size of each child, until it gives false.
+/// Calls `take` with each child, until it gives false.
 template <typename Taker> void Mpeg4Box::forEachChild(const Taker& take) const
 {
+    constexpr size_t longHeaderBytes = 16;
     for (size_t at = 0; at + kHeaderBytes <= mBytes.size();) {
-        const size_t size = number32(at) == 0 ? mBytes.size() - at : number32(at);
-        if (size < kHeaderBytes || size > mBytes.size() - at || !take(number32(at + 4), at, size))
+        const size_t room = mBytes.size() - at;
+        const bool isLong = number32(at) == 1 && room >= longHeaderBytes;
+        const size_t headerSize = isLong ? longHeaderBytes : kHeaderBytes;
+        const size_t size = isLong ? number(at + 8, 8) : number32(at) == 0 ? room : number32(at);
+        if (size < headerSize || size > room || !take(Child{number32(at + 4), at, headerSize, size}))
             return;
         at += size;
     }
 }
 
+std::vector<Mpeg4Box::Child> Mpeg4Box::allChildren() const
+{
+    std::vector<Child> found;
+    forEachChild([&](const Child& child) {
+        found.push_back(child);
+        return true;
+    });
+    return found;
+}
+
 std::vector<Mpeg4Box> Mpeg4Box::children(FourCharCode type) const
 {
     std::vector<Mpeg4Box> found;
-    forEachChild([&](FourCharCode each, size_t at, size_t size) {
-        if (each == type)
-            found.emplace_back(mBytes.subspan(at + kHeaderBytes, size - kHeaderBytes));
+    forEachChild([&](const Child& child) {
+        if (child.type == type)
+            found.push_back(payloadOf(child));
         return true;
     });
     return found;
@@ -60,10 +74,10 @@ Mpeg4Box Mpeg4Box::descendant(std::initializer_list<FourCharCode> path) const
     Mpeg4Box box = *this;
     for (const FourCharCode type : path) {
         Mpeg4Box child{std::span<const uint8_t>()};
-        box.forEachChild([&](FourCharCode each, size_t at, size_t size) {
-            if (each == type)
-                child = Mpeg4Box(box.mBytes.subspan(at + kHeaderBytes, size - kHeaderBytes));
-            return each != type;
+        box.forEachChild([&](const Child& each) {
+            if (each.type == type)
+                child = box.payloadOf(each);
+            return each.type != type;
         });
         box = child;
     }
@@ -73,9 +87,9 @@ Mpeg4Box Mpeg4Box::descendant(std::initializer_list<FourCharCode> path) const
 QByteArray Mpeg4Box::childrenWithout(FourCharCode type) const
 {
     QByteArray others;
-    forEachChild([&](FourCharCode each, size_t at, size_t size) {
-        if (each != type)
-            others += copy(at, size);
+    forEachChild([&](const Child& child) {
+        if (child.type != type)
+            others += wholeOf(child);
         return true;
     });
     return others;
@@ -133,6 +147,16 @@ QByteArray mpeg4BoxHeader(FourCharCode type, size_t numPayloadBytes)
 QByteArray mpeg4Box(FourCharCode type, const QByteArray& payload)
 {
     return mpeg4BoxHeader(type, static_cast<size_t>(payload.size())) + payload;
+}
+
+QByteArray mpeg4PayloadWith(const Mpeg4Box& parent, const Mpeg4ChildChange& change)
+{
+    QByteArray bytes;
+    const std::vector<Mpeg4Box::Child> children = parent.allChildren();
+    for (const Mpeg4Box::Child& child : children)
+        bytes += change(child, parent.payloadOf(child)).value_or(parent.wholeOf(child));
+    const size_t end = children.empty() ? 0 : children.back().end();
+    return bytes += parent.copy(end, parent.size() - end);
 }
 
 } // namespace velloria

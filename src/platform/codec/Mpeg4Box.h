@@ -4,6 +4,7 @@
 #include "platform/FourCharCode.h"
 
 #include <QByteArray>
+#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <span>
@@ -34,6 +35,23 @@ public:
     std::span<const uint8_t> bytes() const { return mBytes; }
     /// As many of the bytes as there are.
     QByteArray copy(size_t at, size_t numBytes) const;
+
+    /// A child box by its place in this one.
+    struct Child {
+        FourCharCode type = 0;
+        size_t at = 0;
+        size_t headerSize = 0;
+        size_t size = 0;
+
+        size_t end() const { return at + size; }
+    };
+    /// All children in order, up to the first damage.
+    std::vector<Child> allChildren() const;
+    Mpeg4Box payloadOf(const Child& child) const
+    {
+        return Mpeg4Box(mBytes.subspan(child.at + child.headerSize, child.size - child.headerSize));
+    }
+    QByteArray wholeOf(const Child& child) const { return copy(child.at, child.size); }
 
     /// All children of a type, in order.
     std::vector<Mpeg4Box> children(FourCharCode type) const;
@@ -73,5 +91,12 @@ constexpr qsizetype mpeg4BoxHeaderBytes = 8;
 QByteArray mpeg4BoxHeader(FourCharCode type, size_t numPayloadBytes);
 /// A box around its payload.
 QByteArray mpeg4Box(FourCharCode type, const QByteArray& payload);
+
+/// The payload of a box with some of its children made anew: `change` gives what stands for a child (with its
+/// header; nothing leaves it as it is, an empty array leaves it out). What is no child, as the four zeros at
+/// the end of QuickTime's user data, stays.
+using Mpeg4ChildChange =
+    std::function<std::optional<QByteArray>(const Mpeg4Box::Child& child, const Mpeg4Box& payload)>;
+QByteArray mpeg4PayloadWith(const Mpeg4Box& parent, const Mpeg4ChildChange& change);
 
 } // namespace velloria

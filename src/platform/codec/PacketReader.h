@@ -61,6 +61,8 @@ public:
     /// Set when the sound is one run of linear PCM: then it is read from the file, without packets.
     const std::optional<LinearPcmRun>& linearPcmRun() const { return mLinearPcmRun; }
     const std::shared_ptr<FileHandle>& fileHandle() const { return mHandle; }
+    /// The number that the container gives the sound's track (in MPEG-4 files from 1).
+    uint32_t trackID() const { return static_cast<uint32_t>(mDemuxer->stream().id); }
 
     // For the decoder.
     const AVCodecParameters& codecParameters() const { return mDemuxer->parameters(); }

@@ -1,0 +1,210 @@
+#include "formats/kit/CompressedFileKit.h"
+#include "formats/mpeg4/Mpeg4AACFile.h"
+#include "formats/mpeg4/Mpeg4AppleLosslessFile.h"
+
+namespace velloria::test
+{
+
+/// Saves over films that ffmpeg made; ffmpeg and ffprobe judge what became of them.
+class Mpeg4FilmTest : public CompressedFileTest
+{
+protected:
+    void SetUp() override
+    {
+        writeSource("sound.wav", testSound(3 * 48000, 2, 48000.0));
+        writeSource("other.wav", testSound(3 * 44100, 1, 44100.0));
+        writeBytes("s.srt",
+                   "1\n00:00:00,500 --> 00:00:01,000\nHello\n\n2\n00:00:01,500 --> 00:00:02,000\nWorld\n");
+        writeBytes("c.txt", ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=1000\ntitle=One\n"
+                            "[CHAPTER]\nTIMEBASE=1/1000\nSTART=1000\nEND=3000\ntitle=Two\n");
+    }
+
+    /// A film of pictures with B-frames and the sound; `line` holds the rest.
+    void makeFilm(const QString& line) const
+    {
+        ffmpeg(QStringLiteral("-f lavfi -i testsrc=d=3:s=160x120:r=25 ") + line);
+    }
+
+    /// A save of another sound of the same length over `name`, as `Writer` does it.
+    template <typename Writer>
+    std::shared_ptr<Writer> saveInto(const std::shared_ptr<AudioFile>& film, const std::string& to,
+                                     const Sound& sound, MarkerList markers) const
+    {
+        auto writer =
+            std::make_shared<Writer>(sound.sampleRate, 16, static_cast<uint32_t>(sound.numChannels));
+        writer->setOpenedFile(film);
+        writer->setMetadata(film->metadata());
+        writer->setMarkers(std::move(markers));
+        writer->setNumberOfFrames(sound.numFrames());
+        save(to, sound, *writer);
+        return writer;
+    }
+
+    /// Packets of a stream with their times, as ffmpeg copies them.
+    QByteArray packetsOf(const QString& name, const QString& stream) const
+    {
+        return run("ffmpeg",
+                   {"-v", "error", "-i", name, "-map", "0:" + stream, "-c", "copy", "-f", "framemd5", "-"});
+    }
+    QByteArray withoutSound(const QString& name) const
+    {
+        QByteArray all = packetsOf(name, "v");
+        for (const QJsonValue& each : probed(name)["streams"].toArray()) {
+            const QJsonObject stream = each.toObject();
+            const int index = stream["index"].toInt();
+            const bool isSound = stream["codec_type"].toString() == u"audio";
+            // Streams of data have no packets that ffmpeg would copy to text.
+            if (index > 1 && (isSound || stream["codec_type"].toString() == u"subtitle"))
+                all += packetsOf(name, QString::number(index));
+            all += QJsonDocument(stream["tags"].toObject()).toJson();
+        }
+        return all;
+    }
+    /// What ffmpeg has to complain about.
+    QByteArray complaintsAbout(const QString& name) const
+    {
+        return run(
+            "bash",
+            {"-c", QStringLiteral("ffmpeg -v warning -i %1 -map 0:v -map 0:a -f null - 2>&1").arg(name)});
+    }
+};
+
+TEST_F(Mpeg4FilmTest, KeepsEverythingButTheSound)
+{
+    const struct {
+        const char* name;
+        const char* line;
+        /// Where the file does not tell the encoder's delay, silence stands for what readers take it to be.
+        size_t numSilentFrames = 0;
+    } cases[] = {
+        {"plain.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac"},
+        {"front.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac -movflags +faststart"},
+        {"movie.mov", "-i sound.wav -c:v libx264 -bf 2 -c:a alac"},
+        {"timecode.mov", "-i sound.wav -c:v libx264 -c:a aac -timecode 01:00:00:00"},
+        {"late.mp4", "-itsoffset 0.7 -i sound.wav -c:v libx264 -bf 2 -c:a aac"},
+        {"two.mp4", "-i sound.wav -i other.wav -map 0 -map 1 -map 2 -c:v mpeg4 -c:a aac "
+                    "-metadata:s:a:1 language=deu"},
+        {"subtitles.mp4", "-i sound.wav -i s.srt -map 0 -map 1 -map 2 -c:v mpeg4 -c:a aac -c:s mov_text"},
+        {"chapters.mp4", "-i sound.wav -i c.txt -map_metadata 2 -map 0 -map 1 -c:v mpeg4 -c:a aac"},
+        {"pcm.mov", "-i sound.wav -c:v mjpeg -c:a pcm_s16le"},
+        {"fragments.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags frag_keyframe+empty_moov",
+         2112},
+        {"base.mp4",
+         "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags "
+         "frag_keyframe+empty_moov+default_base_moof",
+         2112},
+        {"hybrid.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags frag_keyframe", 2112},
+        {"index.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags cmaf+dash+global_sidx", 2112},
+        {"separate.mp4", "-i sound.wav -c:v libx264 -g 12 -c:a aac -movflags frag_keyframe+separate_moof"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        const auto name = QString::fromLatin1(each.name);
+        makeFilm(QStringLiteral("%1 %2").arg(each.line, each.name));
+        const auto film = open(each.name);
+        ASSERT_TRUE(film);
+        Sound sound = decoded(*film);
+        for (float& sample : sound.samples)
+            sample = -std::round(sample * 16384.0F) / 32768.0F;
+        const auto writer =
+            saveInto<Mpeg4AppleLosslessFile>(film, "new-" + std::string(each.name), sound, film->markers());
+        EXPECT_EQ(withoutSound("new-" + name), withoutSound(name));
+        EXPECT_EQ(complaintsAbout("new-" + name), "");
+        const QJsonObject before = probed(name);
+        const QJsonObject after = probed("new-" + name);
+        EXPECT_EQ(after["chapters"], before["chapters"]);
+        EXPECT_EQ(after["format"].toObject()["tags"], before["format"].toObject()["tags"]);
+        // The second save of the document.
+        writer->setFileHandle(FileHandle::openForReading(path("new-" + std::string(each.name))));
+        writer->takeOverLedger();
+        const auto again = saveInto<Mpeg4AppleLosslessFile>(writer, "again-" + std::string(each.name), sound,
+                                                            film->markers());
+        EXPECT_EQ(withoutSound("again-" + name), withoutSound(name));
+        const auto reopened = open("again-" + std::string(each.name));
+        ASSERT_TRUE(reopened);
+        std::vector<float> wanted(2 * each.numSilentFrames, 0.0F);
+        wanted.insert(wanted.end(), sound.samples.begin(), sound.samples.end());
+        EXPECT_EQ(decoded(*reopened).samples, wanted);
+    }
+}
+
+TEST_F(Mpeg4FilmTest, PutsChangedTagsAndChaptersIntoTheFilm)
+{
+    makeFilm(
+        "-itsoffset 0.7 -i sound.wav -c:v mpeg4 -c:a aac -metadata title=Old -metadata album=Kept film.mp4");
+    run("/usr/bin/python3", {"-c", "import mutagen.mp4 as m; f = m.MP4(\"film.mp4\"); "
+                                   "f.tags[\"----:com.apple.iTunes:ISRC\"] = [b\"X\"]; "
+                                   "f.tags[\"trkn\"] = [(0, 12)]; f.save()"});
+    const auto film = open("film.mp4");
+    ASSERT_TRUE(film);
+    const Sound sound = decoded(*film);
+    AudioMetadata tags = film->metadata();
+    tags.setTitle("New");
+    film->setMetadata(tags);
+    const std::vector<std::pair<int64_t, QString>> markers = {{12345, "first"}, {70001, "second"}};
+    saveInto<Mpeg4AACFile>(film, "new.mp4", sound, markerList(markers));
+    EXPECT_EQ(packetsOf("new.mp4", "v"), packetsOf("film.mp4", "v"));
+    EXPECT_EQ(run("/usr/bin/python3",
+                  {"-c", "import mutagen.mp4 as m; t = m.MP4(\"new.mp4\").tags; print(t[\"\xa9nam\"], "
+                         "t[\"\xa9alb\"], t[\"trkn\"], t[\"----:com.apple.iTunes:ISRC\"][0] == b\"X\")"})
+                  .trimmed(),
+              "['New'] ['Kept'] [(0, 12)] True");
+    EXPECT_EQ(markersOf(*open("new.mp4")), markers);
+    // The sound begins later than the film, so its chapters do.
+    const double start =
+        probed("film.mp4")["streams"].toArray()[1].toObject()["start_time"].toString().toDouble();
+    const QJsonArray chapters = probed("new.mp4")["chapters"].toArray();
+    ASSERT_EQ(chapters.size(), 2);
+    const auto startOf = [&](int i) { return chapters[i].toObject()["start_time"].toString().toDouble(); };
+    EXPECT_NEAR(startOf(0), start + 12345 / 48000.0, 0.001);
+    EXPECT_NEAR(startOf(1), start + 70001 / 48000.0, 1e-5);
+    // Without markers there are no chapters.
+    saveInto<Mpeg4AACFile>(open("new.mp4"), "none.mp4", sound, nullptr);
+    EXPECT_TRUE(probed("none.mp4")["chapters"].toArray().isEmpty());
+    EXPECT_EQ(packetsOf("none.mp4", "v"), packetsOf("film.mp4", "v"));
+}
+
+TEST_F(Mpeg4FilmTest, TellsWhatItCannotKeepAndRefusesToReplaceTheFilm)
+{
+    makeFilm(
+        "-i sound.wav -i other.wav -map 0 -map 1 -map 2 -c:v mpeg4 -c:a aac -metadata:s:a:1 language=deu "
+        "film.mp4");
+    const auto film = open("film.mp4");
+    ASSERT_TRUE(film);
+    const auto isCarried = [&](int64_t numFrames, const char* name) {
+        Mpeg4AACFile writer(48000.0, 16, 2);
+        writer.setFilePath(path(name));
+        writer.setOpenedFile(film);
+        writer.setNumberOfFrames(numFrames);
+        const MaybeError refusal = writer.refusalToReplace(*film);
+        EXPECT_TRUE(!refusal ||
+                    refusal->message.contains("video track (mp4v, 160 × 120), further sound track "
+                                              "(mp4a, German)"));
+        return !refusal;
+    };
+    EXPECT_TRUE(isCarried(film->numberOfFrames(), "film.mp4"));
+    EXPECT_FALSE(isCarried(film->numberOfFrames() - 100, "film.mp4"));
+    EXPECT_FALSE(isCarried(film->numberOfFrames(), "sound.m4a"));
+}
+
+TEST_F(Mpeg4FilmTest, LeavesTheTargetAloneWhereTheFilmChangesMeanwhile)
+{
+    makeFilm("-i sound.wav -c:v mpeg4 -c:a aac film.mp4");
+    const auto film = open("film.mp4");
+    ASSERT_TRUE(film);
+    const Sound sound = decoded(*film);
+    writeBytes("film.mp4", readBytes("film.mp4").first(20000));
+    Mpeg4AACFile writer(48000.0, 16, 2);
+    writer.setFilePath(path("new.mp4"));
+    writer.setOpenedFile(film);
+    writer.setNumberOfFrames(sound.numFrames());
+    writer.setFileHandle(newFile("new.mp4"));
+    writer.validateAndCorrectParameters();
+    SilentProgress progress;
+    MaybeError error;
+    EXPECT_FALSE(writer.saveDocument(documentOfSound(sound), nullptr, progress, &error));
+    ASSERT_TRUE(error);
+    EXPECT_TRUE(error->message.contains("changed by another program"));
+}
+
+} // namespace velloria::test
