@@ -116,6 +116,13 @@ protected:
                 files.push_back(entry.path());
         return files;
     }
+    /// Without the notes beside them.
+    static std::vector<std::filesystem::path> scratchSounds()
+    {
+        std::vector<std::filesystem::path> files = scratchFiles();
+        std::erase_if(files, [](const std::filesystem::path& file) { return file.extension() != ".caf"; });
+        return files;
+    }
 
 private:
     Outcome spawn(const std::vector<std::string>& words) const

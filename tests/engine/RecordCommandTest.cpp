@@ -1,6 +1,8 @@
 #include "cli/CliKit.h"
+#include "document/LeftOverSounds.h"
 #include "engine/Capture.h"
 #include "engine/ServerKinds.h"
+#include "platform/ScratchFolder.h"
 
 #include <QProcess>
 #include <deque>
@@ -90,7 +92,7 @@ protected:
     static bool waitForScratch(uintmax_t numBytes)
     {
         return kit::waitUntil([&] {
-            const auto files = scratchFiles();
+            const auto files = scratchSounds();
             std::error_code ignored;
             return !files.empty() && std::filesystem::file_size(files.front(), ignored) > numBytes;
         });
@@ -217,12 +219,16 @@ TEST_P(RecordCommandTest, LeavesAReadableTakeWhenItIsKilled)
     ASSERT_TRUE(waitForScratch(200000));
     process->kill();
     ASSERT_TRUE(waitForEnd(*process));
-    const auto files = scratchFiles();
+    const auto files = scratchSounds();
     ASSERT_EQ(files.size(), 2U);
-    for (const auto& file : files) {
+    for (const auto& file : files)
         EXPECT_GT(infoOf(file.native())[QStringLiteral("frames")].toInt(), 49000);
-        std::filesystem::remove(file);
-    }
+    const std::vector<LeftOverSound> sounds = LeftOverSounds::find(ScratchFolder::leftOvers());
+    ASSERT_EQ(sounds.size(), 1U) << "left and right are one take";
+    EXPECT_EQ(sounds[0].files.size(), 2U);
+    EXPECT_TRUE(sounds[0].title().startsWith(QStringLiteral("Take of "))) << qPrintable(sounds[0].title());
+    EXPECT_FALSE(LeftOverSounds::discard(sounds[0]));
+    EXPECT_TRUE(scratchFiles().empty());
 }
 
 TEST_P(RecordCommandTest, KeepsTheTakeWhereItCannotBeSaved)
@@ -241,10 +247,9 @@ TEST_P(RecordCommandTest, KeepsTheTakeWhereItCannotBeSaved)
     ASSERT_TRUE(waitForEnd(*second));
     EXPECT_EQ(second->exitCode(), 1);
     EXPECT_TRUE(second->readAllStandardError().contains("What was recorded is kept in "));
-    const auto files = scratchFiles();
-    ASSERT_EQ(files.size(), 2U);
-    for (const auto& file : files)
-        std::filesystem::remove(file);
+    EXPECT_EQ(scratchSounds().size(), 2U);
+    ScratchFolder::removeLeftOversUpTo(INT64_MAX);
+    EXPECT_TRUE(scratchFiles().empty());
 }
 
 TEST_P(RecordCommandTest, StartsWithTheFirstLoudBlock)
