@@ -146,7 +146,8 @@ TEST_F(Mpeg4FilmTest, PutsChangedTagsAndChaptersIntoTheFilm)
     EXPECT_EQ(packetsOf("new.mp4", "v"), packetsOf("film.mp4", "v"));
     EXPECT_EQ(run("/usr/bin/python3",
                   {"-c", "import mutagen.mp4 as m; t = m.MP4(\"new.mp4\").tags; print(t[\"\xa9nam\"], "
-                         "t[\"\xa9alb\"], t[\"trkn\"], t[\"----:com.apple.iTunes:ISRC\"][0] == b\"X\")"})
+                         "t[\"\xa9"
+                         "alb\"], t[\"trkn\"], t[\"----:com.apple.iTunes:ISRC\"][0] == b\"X\")"})
                   .trimmed(),
               "['New'] ['Kept'] [(0, 12)] True");
     EXPECT_EQ(markersOf(*open("new.mp4")), markers);
