@@ -170,12 +170,44 @@ bool FileActions::write(const SaveRequest& request)
 {
     const MaybeError error = mWindow.controller().save(request);
     mWindow.updateState();
-    if (error) {
-        reportError(mWindow.alerts(), error);
-        return false;
+    if (!error) {
+        RecentFiles::add(request.path);
+        return true;
     }
-    RecentFiles::add(request.path);
-    return true;
+    if (error->code != Error::Code::sourceChanged)
+        reportError(mWindow.alerts(), error);
+    else if (wantsWhatIsLeft(*error))
+        saveWhatIsLeft(request);
+    return false;
+}
+
+bool FileActions::wantsWhatIsLeft(const Error& error)
+{
+    //% "Save a copy of what can still be read?"
+    QMessageBox box(QMessageBox::Warning, QString(), qtTrId("save-rest-question"), QMessageBox::Cancel,
+                    &mWindow.widget(), Qt::Sheet);
+    box.setWindowModality(Qt::WindowModal);
+    //: %1 says which file was changed by another program
+    //% "%1 The document was not saved and stays as it is. In a copy there is silence where sound is missing."
+    box.setInformativeText(qtTrId("save-rest-detail").arg(error.message));
+    box.setTextFormat(Qt::PlainText);
+    box.button(QMessageBox::Cancel)->setText(qtTrId("cancel"));
+    //% "Save a Copy…"
+    const QPushButton* const save = box.addButton(qtTrId("save-rest"), QMessageBox::AcceptRole);
+    box.setDefaultButton(QMessageBox::Cancel);
+    box.exec();
+    return box.clickedButton() == save;
+}
+
+void FileActions::saveWhatIsLeft(const SaveRequest& failed)
+{
+    SaveRequest request;
+    request.operation = SaveOperation::saveTo;
+    request.selection = failed.selection;
+    request.takesWhatIsLeft = true;
+    SaveDialog dialog(mWindow.document(), request, &mWindow.widget());
+    if (const std::optional<SaveRequest> answer = dialog.ask())
+        write(*answer);
 }
 
 void FileActions::revert()

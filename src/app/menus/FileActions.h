@@ -41,6 +41,9 @@ private:
     void open();
     bool canSaveInPlace() const;
     bool write(const SaveRequest& request);
+    /// Asks after a save that failed because a file that the sound is read from changed.
+    bool wantsWhatIsLeft(const Error& error);
+    void saveWhatIsLeft(const SaveRequest& failed);
 
     MenuHost& mWindow;
     QMenu* mRecent = nullptr;

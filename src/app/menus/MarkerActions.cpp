@@ -122,6 +122,10 @@ void MarkerActions::split()
     if (!sheet.ask())
         return;
     MarkerSplitter splitter(mWindow.document(), sheet.request());
+    const QStringList losses = splitter.losses();
+    //% "Split all the same?"
+    if (!losses.isEmpty() && !mWindow.alerts().confirmLoss(qtTrId("split-question"), losses))
+        return;
     const std::unique_ptr<Progress> progress = mWindow.beginProgress(sheet.windowTitle());
     reportError(mWindow.alerts(), splitter.run(*progress).error);
 }

@@ -107,11 +107,8 @@ void SaveDialog::takeType()
     setDefaultSuffix(type->defaultExtension);
     giveNameAnExtension();
 
-    const auto numTracks =
-        static_cast<uint32_t>(mRequest.selection ? mRequest.selection->numTracks : mDocument.trackCount());
-    const std::shared_ptr<AudioFile> file = AudioFileRegistry::audioFileWithUTI(
-        mRequest.uti, mDocument.sampleRate(), static_cast<uint32_t>(mDocument.sampleSize()), numTracks);
-    const FileOptions options = file ? file->fileOptions() : FileOptions();
+    mRequest.optionTag = 0;
+    const FileOptions options = mDocument.fileOptions(mRequest);
     mOption->blockSignals(true);
     mOption->clear();
     for (const FileOption& item : options.items)

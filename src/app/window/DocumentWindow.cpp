@@ -363,8 +363,12 @@ void DocumentWindow::showEvent(QShowEvent* event)
 
 void DocumentWindow::changeEvent(QEvent* event)
 {
-    if (event->type() == QEvent::ActivationChange && mEditActions)
+    if (event->type() == QEvent::ActivationChange && mEditActions) {
         mEditActions->update();
+        // Somebody who comes back may come from the program that did it.
+        if (isActiveWindow())
+            tellOfChangedFile();
+    }
     QMainWindow::changeEvent(event);
 }
 

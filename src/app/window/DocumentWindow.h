@@ -122,6 +122,8 @@ private:
     void updateTitle();
     void updateFormat();
     void updateActivity();
+    /// Says, once, that another program changed the file that the document lives in or reads.
+    void tellOfChangedFile();
     void settingsDidChange();
     void cancelOpening();
     void updateEditing();
@@ -136,6 +138,7 @@ private:
     WaveformView* mView = nullptr;
     StatusLine* mStatusLine = nullptr;
     MessageBar* mMessageBar = nullptr;
+    QString mToldChange;
     TransportBar* mTransportBar = nullptr;
     class HistoryDock* mHistory = nullptr;
     class MarkerListDock* mMarkerList = nullptr;

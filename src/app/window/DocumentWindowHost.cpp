@@ -120,6 +120,22 @@ void DocumentWindow::playbackWasInterrupted(StopReason reason)
     mMessageBar->showMessage(reason == StopReason::serverLost ? serverLost : deviceLost);
 }
 
+void DocumentWindow::tellOfChangedFile()
+{
+    if (isOpening() || document().filePath().empty())
+        return;
+    SaveRequest request;
+    request.path = document().filePath();
+    request.uti = document().fileType();
+    const MaybeError error = document().refusalToSave(request);
+    const bool isChange =
+        error && (error->code == Error::Code::sourceChanged || error->code == Error::Code::targetChanged);
+    const QString change = isChange ? error->message : QString();
+    if (change != mToldChange && !change.isEmpty())
+        mMessageBar->showMessage(change);
+    mToldChange = change;
+}
+
 void DocumentWindow::documentDidGrow()
 {
     mView->context().documentDidGrow();

@@ -288,6 +288,45 @@ TEST_F(DocumentWindowTest, ASelectionIsSavedToAFileOfItsOwn)
     EXPECT_EQ(part->document().trackCount(), 1);
 }
 
+TEST_F(DocumentWindowTest, SaysThatAFileChangedAndSavesACopyOfWhatIsLeft)
+{
+    DocumentWindow* const window = open(makeSound());
+    const std::filesystem::path file = window->document().filePath();
+    const auto comeBack = [window] {
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+        QEvent event(QEvent::ActivationChange);
+        QApplication::sendEvent(window, &event);
+    };
+    comeBack();
+    EXPECT_EQ(window->messageBar().message(), QString());
+    std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2);
+    comeBack();
+    EXPECT_TRUE(window->messageBar().message().contains(QStringLiteral("changed by another program")));
+    // Said once.
+    window->messageBar().hide();
+    comeBack();
+    EXPECT_EQ(window->messageBar().message(), QString());
+
+    select(*window, 0.0, 0.1);
+    window->editActions().deleteAction()->trigger();
+    whenShown<QMessageBox>([](QMessageBox& box) {
+        EXPECT_TRUE(box.informativeText().contains(QStringLiteral("changed by another program")));
+        whenShown<SaveDialog>([](SaveDialog& dialog) {
+            dialog.findChild<QLineEdit*>()->setText(QStringLiteral("rest.wav"));
+            // The copy tells in a box of its own where there is silence.
+            whenShown<QMessageBox>([](QMessageBox& told) { told.accept(); });
+            dialog.accept();
+        });
+        for (QAbstractButton* const button : box.buttons())
+            if (box.buttonRole(button) == QMessageBox::AcceptRole)
+                button->click();
+    });
+    EXPECT_FALSE(window->fileActions().save());
+    EXPECT_TRUE(window->isWindowModified());
+    EXPECT_EQ(std::filesystem::file_size(path("rest.wav")) > std::filesystem::file_size(file), true);
+}
+
 TEST_F(DocumentWindowTest, ASaveThatFailsSaysWhyAndKeepsTheChanges)
 {
     DocumentWindow* const window = open(makeSound());
