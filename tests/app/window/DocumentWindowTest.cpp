@@ -8,6 +8,7 @@
 #include "app/menus/FileActions.h"
 #include "app/menus/ViewActions.h"
 #include "app/preferences/RecentFiles.h"
+#include "app/progress/MessageBar.h"
 #include "app/progress/ProgressPanel.h"
 #include "app/sheets/SaveDialog.h"
 #include "app/transport/TimeReadout.h"
