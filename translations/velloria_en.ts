@@ -1528,5 +1528,22 @@ What was recorded is kept. Velloria offers it when it starts the next time.</sou
         <extracomment>%1 is a number, more than one</extracomment>
         <translation type="unfinished"></translation>
     </message>
+    <message id="save-rest-question">
+        <source>Save a copy of what can still be read?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save-rest-detail">
+        <source>%1 The document was not saved and stays as it is. In a copy there is silence where sound is missing.</source>
+        <extracomment>%1 says which file was changed by another program</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="save-rest">
+        <source>Save a Copy…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="split-question">
+        <source>Split all the same?</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

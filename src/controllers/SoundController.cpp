@@ -47,8 +47,10 @@ MaybeError SoundController::save(const SaveRequest& request)
     if (!losses.isEmpty() &&
         !mHost.alerts().confirmLoss(QStringLiteral("Save “%1” all the same?").arg(name), losses))
         return Error::cancelled();
-    const std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Saving “%1”").arg(name));
-    const MaybeError error = mDocument->writeToPath(request, *progress);
+    std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Saving “%1”").arg(name));
+    MaybeError error = mDocument->writeToPath(request, *progress);
+    // A message cannot be answered while a window is busy.
+    progress.reset();
     if (!error && !mDocument->saveWarnings().isEmpty())
         mHost.alerts().showWarning(mDocument->saveWarnings().join(u'\n'));
     return error;

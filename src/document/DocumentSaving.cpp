@@ -135,7 +135,7 @@ MaybeError SoundDocument::writeWithWriter(const std::shared_ptr<AudioFile>& writ
     if ((error = flushWithProgress(*replacer, progress)))
         return error;
     // Everything was read by now, so what changes from here on is of no matter to this save.
-    if (const MaybeError change = watch.error()) {
+    if (MaybeError change = watch.error()) {
         if (!request.takesWhatIsLeft)
             return change;
         mSaveWarnings += QStringLiteral("%1 There is silence where sound is missing.").arg(change->message);

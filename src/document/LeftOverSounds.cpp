@@ -56,6 +56,8 @@ public:
     }
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override
     {
+        if (mFiles.empty())
+            return 0;
         const int64_t frame = offset / frameSize();
         const int64_t numFrames =
             std::clamp<int64_t>(numberOfFrames() - frame, 0, std::ssize(out) / frameSize());

@@ -253,7 +253,9 @@ TEST_F(DocumentSaving, RemembersTheEncodingItWasOpenedWithOrSavedAsLast)
         plain.operation = SaveOperation::save;
         EXPECT_EQ(document->fileOptions(plain).selectedTag, type.option);
         ASSERT_EQ(messageOfSaving(*document, plain), "");
-        EXPECT_NEAR(static_cast<double>(bytesOf(type.name).size()), static_cast<double>(bytes.size()), 100.0);
+        // Free space between the parts may go; another choice would take or leave a third.
+        EXPECT_NEAR(static_cast<double>(bytesOf(type.name).size()) / static_cast<double>(bytes.size()), 1.0,
+                    0.1);
         // What Vorbis was encoded with does not stand in its files, only about what came of it.
         if (plain.uti != QLatin1String("org.videolan.ogg-audio")) {
             EXPECT_EQ(open(type.name)->fileOptions(plain).selectedTag, type.option);

@@ -62,7 +62,7 @@ void showPath(const std::filesystem::path& folder, QWidget* parent)
 }
 
 /// The desktop's opener says only at its end that there was nothing to open the folder with.
-void openFolder(const std::filesystem::path& folder, QPointer<QWidget> parent)
+void openFolder(const std::filesystem::path& folder, const QPointer<QWidget>& parent)
 {
     auto* const opener = new QProcess(qApp);
     const auto fail = [opener, folder, parent] {
@@ -88,23 +88,23 @@ void openFolder(const std::filesystem::path& folder, QPointer<QWidget> parent)
 
 void FileManager::show(const std::filesystem::path& file, QWidget* parent)
 {
+    const QPointer<QWidget> window(parent);
+    const std::filesystem::path folder = file.parent_path();
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        openFolder(folder, window);
+        return;
+    }
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call.setArguments({QStringList(urlOf(file)), QString()});
     auto* const watcher = new QDBusPendingCallWatcher(
         QDBusConnection::sessionBus().asyncCall(call, kPatienceMilliseconds), qApp);
-    const auto answer = [watcher, folder = file.parent_path(), window = QPointer<QWidget>(parent)] {
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, folder, window] {
         watcher->deleteLater();
         if (watcher->isError())
             openFolder(folder, window);
-    };
-    // Without a bus the call has failed already, and nothing will be told.
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, answer);
-    if (!QDBusConnection::sessionBus().isConnected()) {
-        watcher->disconnect();
-        answer();
-    }
+    });
 }
 
 } // namespace velloria

@@ -311,20 +311,33 @@ TEST_F(DocumentWindowTest, SaysThatAFileChangedAndSavesACopyOfWhatIsLeft)
 
     select(*window, 0.0, 0.1);
     window->editActions().deleteAction()->trigger();
-    whenShown<QMessageBox>([](QMessageBox& box) {
-        EXPECT_TRUE(box.informativeText().contains(QStringLiteral("changed by another program")));
-        whenShown<SaveDialog>([](SaveDialog& dialog) {
-            dialog.findChild<QLineEdit*>()->setText(QStringLiteral("rest.wav"));
-            // The copy tells in a box of its own where there is silence.
-            whenShown<QMessageBox>([](QMessageBox& told) { told.accept(); });
-            dialog.accept();
-        });
-        for (QAbstractButton* const button : box.buttons())
-            if (box.buttonRole(button) == QMessageBox::AcceptRole)
-                button->click();
+    // The question, the dialog, and what the copy tells of itself, one after the other.
+    QStringList told;
+    QTimer answers;
+    QObject::connect(&answers, &QTimer::timeout, &answers, [&told] {
+        QWidget* const dialog = QApplication::activeModalWidget();
+        if (auto* const save = qobject_cast<SaveDialog*>(dialog)) {
+            save->findChild<QLineEdit*>()->setText(QStringLiteral("rest.wav"));
+            save->accept();
+        } else if (auto* const box = qobject_cast<QMessageBox*>(dialog)) {
+            told += box->text() + box->informativeText();
+            const QList<QAbstractButton*> buttons = box->buttons();
+            const auto agrees = std::find_if(buttons.begin(), buttons.end(), [box](QAbstractButton* button) {
+                return box->buttonRole(button) == QMessageBox::AcceptRole;
+            });
+            if (agrees == buttons.end())
+                box->accept();
+            else
+                (*agrees)->click();
+        }
     });
+    answers.start(10);
     EXPECT_FALSE(window->fileActions().save());
     EXPECT_TRUE(window->isWindowModified());
+    answers.stop();
+    ASSERT_GE(told.size(), 2);
+    EXPECT_TRUE(told.first().contains(QStringLiteral("changed by another program")));
+    EXPECT_TRUE(told.last().contains(QStringLiteral("There is silence where sound is missing")));
     EXPECT_EQ(std::filesystem::file_size(path("rest.wav")) > std::filesystem::file_size(file), true);
 }
 

@@ -95,7 +95,8 @@ TEST_F(Mpeg4FilmTest, KeepsEverythingButTheSound)
          2112},
         {"hybrid.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags frag_keyframe", 2112},
         {"index.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags cmaf+dash+global_sidx", 2112},
-        {"separate.mp4", "-i sound.wav -c:v libx264 -g 12 -c:a aac -movflags frag_keyframe+separate_moof"},
+        {"separate.mp4", "-i sound.wav -c:v libx264 -g 12 -c:a aac -movflags frag_keyframe+separate_moof",
+         2112},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.name);
@@ -145,9 +146,8 @@ TEST_F(Mpeg4FilmTest, PutsChangedTagsAndChaptersIntoTheFilm)
     saveInto<Mpeg4AACFile>(film, "new.mp4", sound, markerList(markers));
     EXPECT_EQ(packetsOf("new.mp4", "v"), packetsOf("film.mp4", "v"));
     EXPECT_EQ(run("/usr/bin/python3",
-                  {"-c", "import mutagen.mp4 as m; t = m.MP4(\"new.mp4\").tags; print(t[\"\xa9nam\"], "
-                         "t[\"\xa9"
-                         "alb\"], t[\"trkn\"], t[\"----:com.apple.iTunes:ISRC\"][0] == b\"X\")"})
+                  {"-c", "import mutagen.mp4 as m; t = m.MP4(\"new.mp4\").tags; print(t[\"\\xa9nam\"], "
+                         "t[\"\\xa9alb\"], t[\"trkn\"], t[\"----:com.apple.iTunes:ISRC\"][0] == b\"X\")"})
                   .trimmed(),
               "['New'] ['Kept'] [(0, 12)] True");
     EXPECT_EQ(markersOf(*open("new.mp4")), markers);
