@@ -15,7 +15,7 @@ namespace
 // A damaged file could hold thousands of them.
 constexpr size_t mostTags = 64;
 
-// Layout: https://wiki.hydrogenaud.io/index.php?title=APEv2_specification
+// Layout: the page on APEv2 of the Hydrogenaudio wiki.
 constexpr int64_t apeHeaderLength = 32;
 constexpr uint32_t apeHasHeader = 0x80000000;
 
