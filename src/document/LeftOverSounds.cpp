@@ -56,11 +56,12 @@ public:
     }
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override
     {
-        if (mFiles.empty())
+        const int64_t bytesPerFrame = frameSize();
+        if (bytesPerFrame <= 0)
             return 0;
-        const int64_t frame = offset / frameSize();
+        const int64_t frame = offset / bytesPerFrame;
         const int64_t numFrames =
-            std::clamp<int64_t>(numberOfFrames() - frame, 0, std::ssize(out) / frameSize());
+            std::clamp<int64_t>(numberOfFrames() - frame, 0, std::ssize(out) / bytesPerFrame);
         int64_t channel = 0;
         for (const auto& file : mFiles) {
             const FloatBuffer samples = samplesOf(*file, frame, numFrames);

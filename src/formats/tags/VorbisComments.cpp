@@ -171,7 +171,7 @@ QString VorbisComments::positionText(const QString& key) const
 {
     const Spelling& spelling = *spellingOf(key);
     const QString name = mValues.contains(spelling.name) ? spelling.name : key;
-    const QString number = textOf(name);
+    QString number = textOf(name);
     if (number.contains(u'/'))
         return number;
     for (const QString& total : spelling.totals) {
