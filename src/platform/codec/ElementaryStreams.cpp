@@ -256,7 +256,7 @@ QByteArray emptyLayer3Packet(int sampleRate, bool isMono, int64_t bitRate, int64
                 qToBigEndian(head, packet.data());
                 const int64_t size =
                     mpegHead(reinterpret_cast<const uint8_t*>(packet.constData()))->packetBytes;
-                const int64_t rate = 1000 * bitRatesOf(halvings == 0, 3)[bitRateIndex];
+                const int64_t rate = int64_t{1000} * bitRatesOf(halvings == 0, 3)[bitRateIndex];
                 if (rate >= bitRate && size >= numBytes)
                     return packet.leftJustified(size, '\0');
             }

@@ -163,7 +163,7 @@ QByteArray Mp3Encoder::infoPacket() const
     packet.sampleRate = out.sampleRate;
     packet.inputRate = mInputRate;
     packet.isMono = out.isMono;
-    packet.bitRate = 1000 * lame().lame_get_brate(mLame);
+    packet.bitRate = int64_t{1000} * lame().lame_get_brate(mLame);
     packet.lowpass = lame().lame_get_lowpassfreq(mLame);
     packet.numPackets = lame().lame_get_frameNum(mLame);
     packet.numBytes = mNumBytesOut;
