@@ -3,6 +3,7 @@
 #include "platform/FileLock.h"
 #include "platform/Log.h"
 #include "platform/ScratchNote.h"
+#include "platform/SystemCall.h"
 
 #include <QDir>
 #include <cerrno>
@@ -63,7 +64,8 @@ void raiseDescriptorLimit()
 
 UniqueDescriptor openFolder(const std::filesystem::path& path)
 {
-    return UniqueDescriptor(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    return UniqueDescriptor(uninterrupted([&] { return ::open(path.c_str(), flags); }));
 }
 
 Error folderError(const std::filesystem::path& path, int errnoValue)
@@ -78,7 +80,7 @@ bool makeFolder(const std::filesystem::path& path, MaybeError* error)
 {
     std::error_code ignored;
     std::filesystem::create_directories(path.parent_path(), ignored);
-    if (::mkdir(path.c_str(), S_IRWXU) == 0)
+    if (uninterrupted([&] { return ::mkdir(path.c_str(), S_IRWXU); }) == 0)
         return true;
     if (errno != EEXIST) {
         *error = folderError(path, errno);
@@ -87,7 +89,7 @@ bool makeFolder(const std::filesystem::path& path, MaybeError* error)
     struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode))
         return true;
-    if (::unlink(path.c_str()) != 0 && errno != ENOENT && errno != EISDIR)
+    if (uninterrupted([&] { return ::unlink(path.c_str()); }) != 0 && errno != ENOENT && errno != EISDIR)
         *error = folderError(path, errno);
     return false;
 }
@@ -135,9 +137,10 @@ NumberedFile createNumberedFile(int folder, std::vector<bool>& live)
         if (number < live.size() && live[number])
             continue;
         constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-        UniqueDescriptor file(::openat(folder, fileName(number).c_str(), flags, S_IRUSR | S_IWUSR));
+        UniqueDescriptor file(uninterrupted(
+            [&] { return ::openat(folder, fileName(number).c_str(), flags, S_IRUSR | S_IWUSR); }));
         if (!file) {
-            if (errno == EEXIST || errno == EINTR)
+            if (errno == EEXIST)
                 continue;
             return {};
         }
@@ -208,8 +211,8 @@ std::shared_ptr<FileHandle> ScratchFolder::createFile(MaybeError* error)
 void ScratchFolder::removeFile(const std::filesystem::path& file)
 {
     // The note first: as long as the file is there nobody else takes the number.
-    ::unlink(ScratchNote::pathFor(file).c_str());
-    const bool isRemoved = ::unlink(file.c_str()) == 0;
+    uninterrupted([&] { return ::unlink(ScratchNote::pathFor(file).c_str()); });
+    const bool isRemoved = uninterrupted([&] { return ::unlink(file.c_str()); }) == 0;
     if (!isRemoved && errno != ENOENT && errno != ENOTDIR && errno != EISDIR)
         logLine(QStringLiteral("Could not delete temp file: %1").arg(displayPath(file)));
     size_t number = 0;
@@ -269,8 +272,8 @@ MaybeError ScratchFolder::removeLeftOver(const std::filesystem::path& leftOver)
     // Last what says whose it is: a folder that cannot be written keeps both.
     const bool canWrite = ::access(leftOver.parent_path().c_str(), W_OK | X_OK) == 0;
     if (canWrite)
-        ::unlink(ScratchNote::pathFor(leftOver).c_str());
-    if (!canWrite || ::unlink(leftOver.c_str()) != 0)
+        uninterrupted([&] { return ::unlink(ScratchNote::pathFor(leftOver).c_str()); });
+    if (!canWrite || uninterrupted([&] { return ::unlink(leftOver.c_str()); }) != 0)
         return Error::fromErrno(QStringLiteral("%1 could not be removed").arg(displayPath(leftOver)), errno);
     return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #include "platform/ScratchNote.h"
 
 #include "platform/FileLock.h"
+#include "platform/SystemCall.h"
 #include "platform/UniqueDescriptor.h"
 
 #include <algorithm>
@@ -20,10 +21,14 @@ constexpr int64_t kMostBytes = 65536;
 
 UniqueDescriptor createExclusively(const std::filesystem::path& path)
 {
-    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-    UniqueDescriptor file(::open(path.c_str(), flags, S_IRUSR | S_IWUSR));
-    if (!file && errno == EEXIST && ::unlink(path.c_str()) == 0)
-        file = UniqueDescriptor(::open(path.c_str(), flags, S_IRUSR | S_IWUSR));
+    const auto create = [&path] {
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
+        return UniqueDescriptor(
+            uninterrupted([&path] { return ::open(path.c_str(), flags, S_IRUSR | S_IWUSR); }));
+    };
+    UniqueDescriptor file = create();
+    if (!file && errno == EEXIST && uninterrupted([&path] { return ::unlink(path.c_str()); }) == 0)
+        file = create();
     return file;
 }
 
@@ -43,20 +48,25 @@ void ScratchNote::write(const std::filesystem::path& scratchFile, const QByteArr
 {
     const std::filesystem::path path = pathFor(scratchFile);
     const UniqueDescriptor file = createExclusively(path);
-    if (file && ::write(file.get(), note.constData(), static_cast<size_t>(note.size())) != note.size())
-        ::unlink(path.c_str());
+    const auto write = [&] {
+        return ::write(file.get(), note.constData(), static_cast<size_t>(note.size()));
+    };
+    if (file && uninterrupted(write) != note.size())
+        uninterrupted([&path] { return ::unlink(path.c_str()); });
 }
 
 QByteArray ScratchNote::read(const std::filesystem::path& scratchFile)
 {
     constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-    const UniqueDescriptor file(::open(pathFor(scratchFile).c_str(), flags));
+    const std::filesystem::path path = pathFor(scratchFile);
+    const UniqueDescriptor file(uninterrupted([&path] { return ::open(path.c_str(), flags); }));
     struct stat status = {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_uid != ::geteuid() || status.st_size > kMostBytes)
         return {};
     QByteArray note(static_cast<qsizetype>(status.st_size), '\0');
-    const ssize_t numRead = ::read(file.get(), note.data(), static_cast<size_t>(note.size()));
+    const ssize_t numRead =
+        uninterrupted([&] { return ::read(file.get(), note.data(), static_cast<size_t>(note.size())); });
     note.truncate(std::max<qsizetype>(0, numRead));
     return note;
 }
@@ -69,7 +79,8 @@ void ScratchNote::removeOrphans(int folder)
         // Taking the scratch file's name keeps another process from doing so at this moment.
         const std::string scratchName = name.substr(1, name.size() - 1 - kSuffix.size());
         constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-        const UniqueDescriptor claim(::openat(folder, scratchName.c_str(), flags, S_IRUSR | S_IWUSR));
+        const UniqueDescriptor claim(
+            uninterrupted([&] { return ::openat(folder, scratchName.c_str(), flags, S_IRUSR | S_IWUSR); }));
         if (!claim || !lockNewFile(claim.get()))
             continue;
         ::unlinkat(folder, name.c_str(), 0);
