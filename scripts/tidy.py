@@ -1,0 +1,155 @@
+#!/usr/bin/env python3
+"""clang-tidy over many files, which skips what it has read before.
+
+    scripts/tidy.py [--fresh] FILE...
+
+That a file passed is kept under what decides about it: its text and that of every header it includes, its compile
+command, the configuration and the version of clang-tidy. So a change is read again with everything that includes it,
+another checkout finds what this one read, and a machine that has seen nothing reads all. Paths are relative to the
+checkout, or absolute for the headers of libraries.
+"""
+
+import argparse
+import concurrent.futures
+import functools
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import time
+import zlib
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BUILD = ROOT / "build" / "tidy"
+CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "velloria" / "lint"
+# What passed last in other branches and checkouts is worth keeping, too.
+PASSES_PER_FILE = 4
+# With -H the compiler names each header that it opens, with a point for each level.
+HEADER = re.compile(r"^\.+ (.+)$")
+
+
+def digest(*parts):
+    result = hashlib.sha256()
+    for part in parts:
+        result.update(part if isinstance(part, bytes) else part.encode())
+        result.update(b"\0")
+    return result.hexdigest()
+
+
+@functools.lru_cache(maxsize=None)
+def content(path):
+    """The digest of a file by its name from the root of the checkout on; "absent" where there is none."""
+    try:
+        return digest((ROOT / path).read_bytes())
+    except OSError:
+        return "absent"
+
+
+def relative(path, folder):
+    path = os.path.normpath(os.path.join(folder, path))
+    return os.path.relpath(path, ROOT) if path.startswith(f"{ROOT}{os.sep}") else path
+
+
+def configuration(file):
+    """The configuration that decides about a file: its own folder's and all those above."""
+    return [(folder / ".clang-tidy").read_text()
+            for folder in (ROOT / file).parents
+            if folder.is_relative_to(ROOT) and (folder / ".clang-tidy").exists()]
+
+
+class Tidy:
+    def __init__(self, fresh):
+        self.fresh = fresh
+        self.version = subprocess.run(["clang-tidy", "--version"], check=True, capture_output=True, text=True).stdout
+        commands = json.loads((BUILD / "compile_commands.json").read_text())
+        self.commands = {}
+        for entry in commands:
+            self.commands.setdefault(relative(entry["file"], entry["directory"]), []).append(entry)
+
+    def folder_of(self, file):
+        """Where the passes of a file of this text, command and configuration are."""
+        commands = [entry["command"].replace(str(ROOT), ".") for entry in self.commands[file]]
+        return CACHE / digest(self.version, *configuration(file), *commands, file, content(file))
+
+    @staticmethod
+    def pass_of(headers):
+        return digest(*(part for header in headers for part in (header, content(header))))
+
+    def has_passed(self, file):
+        folder = self.folder_of(file)
+        if self.fresh or not folder.is_dir():
+            return False
+        for kept in folder.iterdir():
+            try:
+                headers = zlib.decompress(kept.read_bytes()).decode().split("\n")
+            except (OSError, zlib.error):
+                continue
+            if self.pass_of(headers) == kept.name:
+                os.utime(kept)
+                return True
+        return False
+
+    def keep_pass(self, file, headers):
+        folder = self.folder_of(file)
+        folder.mkdir(parents=True, exist_ok=True)
+        temporary = folder / f"new-{os.getpid()}"
+        temporary.write_bytes(zlib.compress("\n".join(headers).encode()))
+        temporary.rename(folder / self.pass_of(headers))
+        passes = sorted(folder.iterdir(), key=lambda kept: kept.stat().st_mtime)
+        for old in passes[:-PASSES_PER_FILE]:
+            old.unlink(missing_ok=True)
+
+    def read(self, file):
+        """True where clang-tidy has nothing to say; prints what it says otherwise."""
+        begin = time.time()
+        run = subprocess.run(["clang-tidy", "-p", BUILD, "--quiet", "--warnings-as-errors=*", "--extra-arg=-H", file],
+                             cwd=ROOT, capture_output=True, text=True, check=False)
+        lines = run.stderr.splitlines()
+        found = [match.group(1) for match in map(HEADER.match, lines) if match]
+        if run.returncode != 0 or run.stdout.strip():
+            noise = re.compile(r"^\.+ |warnings? generated|warnings? treated as error")
+            print(run.stdout, *(line for line in lines if not noise.search(line)), sep="\n", file=sys.stderr, flush=True)
+            return False
+        directory = self.commands[file][0]["directory"]
+        headers = sorted({relative(header, directory) for header in found})
+        # What somebody wrote meanwhile may not be what was read.
+        if all((ROOT / header).stat().st_mtime < begin for header in [file, *headers]):
+            self.keep_pass(file, headers)
+        return True
+
+
+def remove_old(days=60):
+    """Texts that nobody has had for a while do not come back."""
+    for folder in CACHE.iterdir() if CACHE.is_dir() else ():
+        kept = list(folder.iterdir())
+        newest = max((one.stat().st_mtime for one in kept), default=0)
+        if newest < time.time() - days * 86400:
+            shutil.rmtree(folder, ignore_errors=True)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--fresh", action="store_true", help="read every file, whether it passed before or not")
+    parser.add_argument("file", nargs="+")
+    arguments = parser.parse_args()
+    tidy = Tidy(arguments.fresh)
+    files = [relative(file, os.getcwd()) for file in arguments.file]
+    unknown = [file for file in files if file not in tidy.commands]
+    if unknown:
+        sys.exit(f"no compile command for {', '.join(unknown)}")
+    unread = [file for file in files if not tidy.has_passed(file)]
+    # The long ones first, so that no core waits for one at the end.
+    unread.sort(key=lambda file: -(ROOT / file).stat().st_size)
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        passed = list(pool.map(tidy.read, unread))
+    remove_old()
+    print(f"lint: {len(files)} files, {len(unread)} of them read now, {passed.count(False)} with findings")
+    return 1 if False in passed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
