@@ -19,8 +19,7 @@ namespace velloria
 {
 
 MarkerActions::MarkerActions(MenuHost& window, QMenuBar& menuBar, QAction& listToggle)
-    : QObject(&menuBar)
-    , mWindow(window)
+    : mWindow(window)
 {
     //% "&Markers"
     QMenu& menu = *menuBar.addMenu(qtTrId("menu-markers"));
@@ -112,8 +111,7 @@ void MarkerActions::jump(int direction)
     }
     if (!target)
         return;
-    mWindow.view().context().placeCue(static_cast<double>(*target) / rate);
-    mWindow.view().context().geometry().revealSelection();
+    mWindow.view().context().goTo(static_cast<double>(*target) / rate);
 }
 
 void MarkerActions::split()

@@ -21,7 +21,6 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QMenu>
-#include <QMenuBar>
 #include <QTimer>
 
 namespace velloria
@@ -34,9 +33,8 @@ constexpr double kNoLevelDB = -100.0;
 
 } // namespace
 
-RecordActions::RecordActions(MenuHost& window, QMenu& transportMenu, QMenuBar& menuBar)
-    : QObject(&menuBar)
-    , mWindow(window)
+RecordActions::RecordActions(MenuHost& window, QMenu& transportMenu)
+    : mWindow(window)
 {
     addRecord(transportMenu);
     addSheets(transportMenu);

@@ -8,7 +8,6 @@
 class QAction;
 class QDialog;
 class QMenu;
-class QMenuBar;
 
 namespace velloria
 {
@@ -24,8 +23,7 @@ class RecordActions : public QObject
     Q_OBJECT
 
 public:
-    /// Belongs to the menu bar.
-    RecordActions(MenuHost& window, QMenu& transportMenu, QMenuBar& menuBar);
+    RecordActions(MenuHost& window, QMenu& transportMenu);
     ~RecordActions() override;
 
     QAction* recordAction() const { return mRecord; }

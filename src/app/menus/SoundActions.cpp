@@ -13,8 +13,7 @@ namespace velloria
 {
 
 SoundActions::SoundActions(MenuHost& window, QMenuBar& menuBar)
-    : QObject(&menuBar)
-    , mWindow(window)
+    : mWindow(window)
 {
     //% "&Sound"
     QMenu& menu = *menuBar.addMenu(qtTrId("menu-sound"));

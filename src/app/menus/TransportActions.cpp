@@ -33,8 +33,7 @@ void describe(QAction& action, const QString& icon)
 } // namespace
 
 TransportActions::TransportActions(MenuHost& window, QMenuBar& menuBar)
-    : QObject(&menuBar)
-    , mWindow(window)
+    : mWindow(window)
     //% "&Transport"
     , mMenu(menuBar.addMenu(qtTrId("menu-transport")))
 {

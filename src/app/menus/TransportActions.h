@@ -19,7 +19,6 @@ class TransportActions : public QObject
     Q_OBJECT
 
 public:
-    /// Belongs to the menu bar.
     TransportActions(MenuHost& window, QMenuBar& menuBar);
 
     void update();

@@ -106,6 +106,12 @@ void WaveformContext::placeCue(double time)
     mSubject.setCueTime(target);
 }
 
+void WaveformContext::goTo(double time)
+{
+    placeCue(time);
+    mGeometry.revealSelection();
+}
+
 void WaveformContext::setViewWidth(double width)
 {
     if (width == mGeometry.viewWidth())

@@ -50,6 +50,8 @@ public:
     void extendSelectionTo(double time);
     /// Puts the cue at a time and empties the selection there.
     void placeCue(double time);
+    /// The same, and brings it into view.
+    void goTo(double time);
 
     /// The view was resized. A view that showed the whole document goes on doing so.
     void setViewWidth(double width);

@@ -3,16 +3,11 @@
 #include "app/desktop/FileUrls.h"
 #include "app/effects/EffectDialog.h"
 #include "app/look/TrackNames.h"
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/EditActions.h"
 #include "app/menus/Editor.h"
-#include "app/menus/EffectActions.h"
 #include "app/menus/FileActions.h"
-#include "app/menus/HelpActions.h"
-#include "app/menus/MarkerActions.h"
 #include "app/menus/RecordActions.h"
-#include "app/menus/SoundActions.h"
-#include "app/menus/TransportActions.h"
-#include "app/menus/ViewActions.h"
 #include "app/preferences/Settings.h"
 #include "app/progress/BusyState.h"
 #include "app/progress/MessageBar.h"
@@ -182,13 +177,10 @@ void DocumentWindow::cancelOpening()
         QMetaObject::invokeMethod(mJob, &OpenJob::cancel, Qt::QueuedConnection);
 }
 
-/// What is still being decoded or recorded is not to be changed; markers may be set while it is recorded.
 void DocumentWindow::updateEditing()
 {
     const bool canEdit = !isOpening() && !mController->recording().isRecording();
-    for (QAction* const menu : {mEditMenu, mSoundMenu, mEffectsMenu})
-        menu->setEnabled(canEdit);
-    mMarkersMenu->setEnabled(!isOpening());
+    mMenus->setEditable(canEdit, !isOpening());
     mHistory->widget()->setEnabled(canEdit);
 }
 
@@ -203,12 +195,7 @@ void DocumentWindow::updateState()
 {
     updateTitle();
     updateFormat();
-    mFileActions->update();
-    mEditActions->update();
-    mViewActions->update();
-    mEffectActions->update();
-    mMarkerActions->update();
-    mSoundActions->update();
+    mMenus->update();
     transportDidChange();
 }
 
@@ -283,7 +270,7 @@ bool DocumentWindow::confirmClosing()
     box.setDefaultButton(QMessageBox::Save);
     switch (box.exec()) {
     case QMessageBox::Save:
-        return mFileActions->save();
+        return mMenus->file().save();
     case QMessageBox::Discard:
         // Only when the window really closes: another one may keep the program from ending.
         mIsDiscarded = true;
@@ -308,17 +295,17 @@ bool DocumentWindow::prepareToClose()
     if (BusyState::shared().isBusy())
         return false;
     // The take first: it is part of what may be saved.
-    const bool isComplete = mRecordActions->finish();
+    const bool isComplete = mMenus->recording().finish();
     if (BusyState::shared().isBusy() || hasQuestion())
         return false;
     if (!isComplete)
-        mRecordActions->sayThatItDoesNotEnd();
+        mMenus->recording().sayThatItDoesNotEnd();
     return !BusyState::shared().isBusy() && !hasQuestion() && confirmClosing();
 }
 
 void DocumentWindow::keepForNextStart()
 {
-    mRecordActions->finish();
+    mMenus->recording().finish();
     mController->transport().stopAudio();
     if (document().isDocumentEdited() && document().numberOfFrames() > 0)
         LeftOverSounds::keep(document());
@@ -363,8 +350,8 @@ void DocumentWindow::showEvent(QShowEvent* event)
 
 void DocumentWindow::changeEvent(QEvent* event)
 {
-    if (event->type() == QEvent::ActivationChange && mEditActions) {
-        mEditActions->update();
+    if (event->type() == QEvent::ActivationChange && mMenus) {
+        mMenus->edit().update();
         // Somebody who comes back may come from the program that did it.
         if (isActiveWindow())
             tellOfChangedFile();

@@ -12,19 +12,14 @@
 namespace velloria
 {
 
-class EditActions;
-class EffectActions;
-class FileActions;
-class HelpActions;
+class DocumentMenus;
+class HistoryDock;
+class MarkerListDock;
 class MessageBar;
 class OpeningBar;
 class OpenJob;
-class RecordActions;
 class StatusLine;
-class TransportActions;
 class TransportBar;
-class ViewActions;
-class WaveformView;
 
 /// The window of one document. It lends the controller its messages and progress, and shows what the
 /// controller tells; the commands are in the action groups, one a menu. Main thread; deletes itself when
@@ -37,16 +32,7 @@ public:
     DocumentWindow(std::shared_ptr<SoundDocument> document, Editor& editor);
     ~DocumentWindow() override;
 
-    StatusLine& statusLine() { return *mStatusLine; }
-    FileActions& fileActions() { return *mFileActions; }
-    EditActions& editActions() { return *mEditActions; }
-    EffectActions& effectActions() { return *mEffectActions; }
-    ViewActions& viewActions() { return *mViewActions; }
-    class MarkerListDock& markerList() { return *mMarkerList; }
-    TransportActions& transportActions() { return *mTransportActions; }
-    TransportBar& transportBar() { return *mTransportBar; }
-    RecordActions& recordActions() { return *mRecordActions; }
-    MessageBar& messageBar() { return *mMessageBar; }
+    DocumentMenus& menus() { return *mMenus; }
 
     /// New, empty and untouched: opening a file may take its place.
     bool isPristine() const;
@@ -133,6 +119,8 @@ private:
 
     Editor& mEditor;
     WindowAlerts mAlerts;
+    // A controller that goes away may still tell of it.
+    std::unique_ptr<DocumentMenus> mMenus;
     std::unique_ptr<SoundController> mController;
     std::unique_ptr<DocumentSubject> mSubject;
     WaveformView* mView = nullptr;
@@ -140,24 +128,10 @@ private:
     MessageBar* mMessageBar = nullptr;
     QString mToldChange;
     TransportBar* mTransportBar = nullptr;
-    class HistoryDock* mHistory = nullptr;
-    class MarkerListDock* mMarkerList = nullptr;
-    // These belong to the menu bar.
-    class MarkerActions* mMarkerActions = nullptr;
-    class SoundActions* mSoundActions = nullptr;
-    TransportActions* mTransportActions = nullptr;
-    RecordActions* mRecordActions = nullptr;
-    std::unique_ptr<FileActions> mFileActions;
-    std::unique_ptr<EditActions> mEditActions;
-    std::unique_ptr<ViewActions> mViewActions;
-    std::unique_ptr<EffectActions> mEffectActions;
-    std::unique_ptr<HelpActions> mHelpActions;
+    HistoryDock* mHistory = nullptr;
+    MarkerListDock* mMarkerList = nullptr;
     QPointer<OpenJob> mJob;
     OpeningBar* mOpeningBar = nullptr;
-    QAction* mEditMenu = nullptr;
-    QAction* mMarkersMenu = nullptr;
-    QAction* mSoundMenu = nullptr;
-    QAction* mEffectsMenu = nullptr;
     QTimer mActivityTimer;
     int mSettingsToken = 0;
     bool mWasShown = false;

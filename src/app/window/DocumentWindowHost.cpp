@@ -2,12 +2,8 @@
 
 #include "app/window/DocumentWindow.h"
 
-#include "app/menus/EditActions.h"
-#include "app/menus/FileActions.h"
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/MarkerActions.h"
-#include "app/menus/RecordActions.h"
-#include "app/menus/TransportActions.h"
-#include "app/menus/ViewActions.h"
 #include "app/progress/MessageBar.h"
 #include "app/progress/ProgressSheet.h"
 #include "app/transport/StereoMeter.h"
@@ -28,9 +24,7 @@ std::unique_ptr<Progress> DocumentWindow::beginProgress(const QString& title)
 void DocumentWindow::selectionDidChange()
 {
     mView->context().selectionDidChange();
-    mEditActions->update();
-    mViewActions->update();
-    mFileActions->update();
+    mMenus->updateForSelection();
 }
 
 void DocumentWindow::cueDidChange()
@@ -49,7 +43,7 @@ void DocumentWindow::markersDidChange()
 {
     mView->context().markersDidChange();
     mMarkerList->model().refresh();
-    mMarkerActions->update();
+    mMenus->markers().update();
 }
 
 void DocumentWindow::setNeedsDisplayWithFrameOffset(int64_t offset, int64_t length)
@@ -76,16 +70,13 @@ void DocumentWindow::transportDidChange()
 {
     if (!mTransportBar)
         return;
-    mTransportActions->update();
-    mRecordActions->update();
+    mMenus->updateForTransport();
     mTransportBar->showSpeed(mController->transport().playbackSpeed());
     const bool isRecording = mController->recording().isRecording();
     if (isRecording != mWasRecording) {
         mWasRecording = isRecording;
         updateEditing();
-        mFileActions->update();
-        mEditActions->update();
-        mMarkerActions->update();
+        mMenus->update();
     }
     // What kept it from playing or recording is settled.
     if (mController->transport().isPlaying() || isRecording)

@@ -2,13 +2,10 @@
 
 #include "app/window/DocumentWindow.h"
 
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/EditActions.h"
-#include "app/menus/EffectActions.h"
 #include "app/menus/FileActions.h"
-#include "app/menus/HelpActions.h"
-#include "app/menus/MarkerActions.h"
 #include "app/menus/RecordActions.h"
-#include "app/menus/SoundActions.h"
 #include "app/menus/TransportActions.h"
 #include "app/menus/ViewActions.h"
 #include "app/progress/MessageBar.h"
@@ -68,33 +65,19 @@ void DocumentWindow::buildMarkerList()
     mMarkerList->setDocument(mController->sharedDocument());
     addDockWidget(Qt::RightDockWidgetArea, mMarkerList);
     mMarkerList->hide();
-    connect(mMarkerList, &MarkerListDock::markerChosen, this, [this](double seconds) {
-        mView->context().placeCue(seconds);
-        revealSelection();
-    });
+    connect(mMarkerList, &MarkerListDock::markerChosen, this,
+            [this](double seconds) { mView->context().goTo(seconds); });
 }
 
 void DocumentWindow::buildMenus()
 {
-    mFileActions = std::make_unique<FileActions>(*this, *menuBar());
-    const auto lastMenu = [this] { return menuBar()->actions().constLast(); };
-    mEditActions = std::make_unique<EditActions>(*this, *menuBar(), *mHistory->toggleViewAction());
-    mEditMenu = lastMenu();
-    mViewActions = std::make_unique<ViewActions>(*this, *menuBar());
-    mMarkerActions = new MarkerActions(*this, *menuBar(), *mMarkerList->toggleViewAction());
-    mMarkersMenu = lastMenu();
-    mSoundActions = new SoundActions(*this, *menuBar());
-    mSoundMenu = lastMenu();
-    mEffectActions = std::make_unique<EffectActions>(*this, *menuBar());
-    mEffectsMenu = lastMenu();
-    mTransportActions = new TransportActions(*this, *menuBar());
-    mRecordActions = new RecordActions(*this, mTransportActions->menu(), *menuBar());
-    mHelpActions = std::make_unique<HelpActions>(*this, *menuBar());
-    mStatusLine->setUnitsMenu(&mViewActions->unitsMenu());
+    mMenus = std::make_unique<DocumentMenus>(*this, *menuBar(), *mHistory->toggleViewAction(),
+                                             *mMarkerList->toggleViewAction());
+    mStatusLine->setUnitsMenu(&mMenus->view().unitsMenu());
     connect(&mView->ruler(), &RulerWidget::unitsMenuRequested, this,
-            [this](const QPoint& position) { mViewActions->unitsMenu().popup(position); });
+            [this](const QPoint& position) { mMenus->view().unitsMenu().popup(position); });
     connect(&mView->levelScale(), &LevelScale::scaleMenuRequested, this,
-            [this](const QPoint& position) { mViewActions->scaleMenu().popup(position); });
+            [this](const QPoint& position) { mMenus->view().scaleMenu().popup(position); });
 }
 
 void DocumentWindow::buildToolBar()
@@ -105,21 +88,21 @@ void DocumentWindow::buildToolBar()
     bar->setFloatable(false);
     bar->setContextMenuPolicy(Qt::PreventContextMenu);
     bar->setIconSize({kIconSize, kIconSize});
-    bar->addAction(mFileActions->openAction());
-    bar->addAction(mFileActions->saveAction());
+    bar->addAction(mMenus->file().openAction());
+    bar->addAction(mMenus->file().saveAction());
     bar->addSeparator();
-    bar->addAction(mEditActions->undoAction());
-    bar->addAction(mEditActions->redoAction());
+    bar->addAction(mMenus->edit().undoAction());
+    bar->addAction(mMenus->edit().redoAction());
     auto* const space = new QWidget(bar);
     space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     bar->addWidget(space);
-    bar->addAction(mViewActions->zoomOutAction());
+    bar->addAction(mMenus->view().zoomOutAction());
     bar->addWidget(new ZoomSlider(mView->context(), bar));
-    bar->addAction(mViewActions->zoomInAction());
+    bar->addAction(mMenus->view().zoomInAction());
     bar->addSeparator();
-    bar->addAction(mViewActions->fitAction());
-    bar->addAction(mViewActions->zoomToSelectionAction());
-    bar->addAction(mViewActions->previousZoomAction());
+    bar->addAction(mMenus->view().fitAction());
+    bar->addAction(mMenus->view().zoomToSelectionAction());
+    bar->addAction(mMenus->view().previousZoomAction());
     addToolBar(bar);
     setContextMenuPolicy(Qt::NoContextMenu);
 }
@@ -127,14 +110,14 @@ void DocumentWindow::buildToolBar()
 void DocumentWindow::buildTransportBar()
 {
     auto* const layout = static_cast<QVBoxLayout*>(centralWidget()->layout());
-    mTransportBar = new TransportBar(mTransportActions->buttons(), mTransportActions->speedMenu(),
+    mTransportBar = new TransportBar(mMenus->transport().buttons(), mMenus->transport().speedMenu(),
                                      mView->context(), centralWidget());
     layout->insertWidget(layout->indexOf(mStatusLine), mTransportBar);
     connect(&mTransportBar->levelSlider(), &OutputLevelSlider::decibelsAsked, this,
             [this](double decibels) { mController->transport().takeOutputGainValueFrom(decibels); });
     connect(&mView->context(), &WaveformContext::viewChanged, this,
             [this] { mController->transport().didScrollHorizontally(); });
-    mRecordActions->addToBar(*mTransportBar);
+    mMenus->recording().addToBar(*mTransportBar);
     playbackVolumeDidChange();
 }
 

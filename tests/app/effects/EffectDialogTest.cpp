@@ -3,6 +3,7 @@
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
 #include "app/kit/AppTestKit.h"
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/EffectActions.h"
 #include "app/preferences/Settings.h"
 #include "controllers/TransportController.h"
@@ -126,7 +127,7 @@ protected:
     {
         AudioHardware::setCurrent(hardware);
         window = open(makeSound("sound.wav", 88200));
-        window->effectActions().actionNamed(QStringLiteral("amplify"))->trigger();
+        window->menus().effects().actionNamed(QStringLiteral("amplify"))->trigger();
         dialog = window->findChild<EffectDialog*>();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(dialog));
     }

@@ -18,6 +18,7 @@
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 /// What the tests of windows share: sound files of known samples, an editor to open them in, pictures on
 /// request.
@@ -88,6 +89,15 @@ template <typename Dialog> void whenShown(const std::function<void(Dialog&)>& an
         answer(*dialog);
     });
     timer->start(10);
+}
+
+/// The bar, dock or dialog of a kind in a window, which must have it.
+template <class Part> Part& part(const DocumentWindow& window)
+{
+    auto* const found = window.findChild<Part*>();
+    if (!found)
+        throw std::logic_error("the window has no such part");
+    return *found;
 }
 
 /// An editor with a folder for its files.

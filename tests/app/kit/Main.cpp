@@ -18,6 +18,7 @@ int main(int argc, char** argv)
     for (const char* variable :
          {"TMPDIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"})
         qputenv(variable, root);
+    qputenv("VELLORIA_STRICT_LEDGER", "1");
     // Nobody's desktop is asked whether it is dark.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere");
     QApplication application(argc, argv);

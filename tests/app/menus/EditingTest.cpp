@@ -150,7 +150,7 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
     QTest::keyClick(field, Qt::Key_Return);
     EXPECT_EQ(window->document().orderedMarkers().front()->name(), QStringLiteral("Welcome"));
 
-    MarkerListModel& model = window->markerList().model();
+    MarkerListModel& model = part<MarkerListDock>(*window).model();
     ASSERT_EQ(model.rowCount(), 2);
     EXPECT_TRUE(
         model.setData(model.index(1, MarkerListModel::timeColumn), QStringLiteral("750 ms"), Qt::EditRole));
@@ -160,12 +160,12 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
         EXPECT_FALSE(model.setData(model.index(1, MarkerListModel::timeColumn), QString::fromUtf8(wrong),
                                    Qt::EditRole));
     EXPECT_EQ(markersOf(*window).back(), 33'075);
-    window->markerList().show();
+    part<MarkerListDock>(*window).show();
     Settings::change(Settings::showsGrid, 1);
     QCoreApplication::processEvents();
     keepPicture(*window, QStringLiteral("markers"));
-    window->markerList().list().selectRow(0);
-    QTest::keyClick(&window->markerList().list(), Qt::Key_Delete);
+    part<MarkerListDock>(*window).list().selectRow(0);
+    QTest::keyClick(&part<MarkerListDock>(*window).list(), Qt::Key_Delete);
     EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{33'075}));
 }
 

@@ -1,4 +1,5 @@
 #include "app/kit/AppTestKit.h"
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/FileActions.h"
 #include "app/progress/OpenJob.h"
 #include "app/progress/OpeningBar.h"
@@ -88,7 +89,7 @@ TEST_F(OpeningTest, TheSoundDecodedSoFarIsShownButNotForChanging)
     EXPECT_TRUE(hasInk(window, 2));
     EXPECT_FALSE(hasInk(window, 8));
     EXPECT_TRUE(menuStates(window).contains(false));
-    EXPECT_FALSE(window.fileActions().saveAction()->isEnabled());
+    EXPECT_FALSE(window.menus().file().saveAction()->isEnabled());
 
     append(kNumFrames / 4);
     EXPECT_TRUE(window.findChild<OpeningBar*>()->isVisible());

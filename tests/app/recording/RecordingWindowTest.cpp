@@ -1,6 +1,7 @@
 #include "app/desktop/SleepInhibitor.h"
 #include "app/desktop/TerminationSignals.h"
 #include "app/kit/AppTestKit.h"
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/EditActions.h"
 #include "app/menus/FileActions.h"
 #include "app/menus/RecordActions.h"
@@ -100,7 +101,7 @@ TEST_F(RecordingWindowTest, RecordsFromTheKeyboardAndShowsTheTakeAsItComes)
     press(Qt::Key_3);
     ASSERT_TRUE(controller().recording().isRecording());
     EXPECT_TRUE(SleepInhibitor::shared().isHeld());
-    EXPECT_FALSE(window->transportActions().playAction()->isEnabled());
+    EXPECT_FALSE(window->menus().transport().playAction()->isEnabled());
     hear(4.0);
     ASSERT_TRUE(waitUntil([this] { return controller().transport().cueTime() > 3.9; }));
     EXPECT_NEAR(window->view().context().geometry().totalTime(), controller().transport().cueTime(), 0.1);
@@ -109,7 +110,7 @@ TEST_F(RecordingWindowTest, RecordsFromTheKeyboardAndShowsTheTakeAsItComes)
     press(Qt::Key_Space, Qt::ControlModifier);
     ASSERT_TRUE(waitForStop());
     EXPECT_FALSE(SleepInhibitor::shared().isHeld());
-    EXPECT_TRUE(window->transportActions().playAction()->isEnabled());
+    EXPECT_TRUE(window->menus().transport().playAction()->isEnabled());
     EXPECT_EQ(window->document().undoManager().undoText(), QStringLiteral("Recording"));
     const int64_t numFrames = window->document().numberOfFrames();
     press(Qt::Key_Space, Qt::ControlModifier);
@@ -132,15 +133,15 @@ TEST_F(RecordingWindowTest, AllowsMarkersButNoEditsWhileItRecords)
     press(Qt::Key_A, Qt::ControlModifier);
     press(Qt::Key_Delete);
     press(Qt::Key_N);
-    EXPECT_FALSE(window->editActions().undoAction()->isEnabled());
-    EXPECT_FALSE(window->fileActions().saveAction()->isEnabled());
+    EXPECT_FALSE(window->menus().edit().undoAction()->isEnabled());
+    EXPECT_FALSE(window->menus().file().saveAction()->isEnabled());
     hear(0.5);
     press(Qt::Key_Escape);
     ASSERT_TRUE(waitForStop());
     EXPECT_GE(window->document().numberOfFrames(), 2 * 21 * 1024);
     EXPECT_EQ(window->document().audioMarkers()->size(), 1U);
-    EXPECT_TRUE(window->editActions().undoAction()->isEnabled());
-    EXPECT_TRUE(window->fileActions().saveAction()->isEnabled());
+    EXPECT_TRUE(window->menus().edit().undoAction()->isEnabled());
+    EXPECT_TRUE(window->menus().file().saveAction()->isEnabled());
 }
 
 TEST_F(RecordingWindowTest, SaysThatTheDeviceWentAwayAndKeepsTheTake)
@@ -149,13 +150,13 @@ TEST_F(RecordingWindowTest, SaysThatTheDeviceWentAwayAndKeepsTheTake)
     hear(0.5);
     hardware->unplug(QStringLiteral("in"));
     ASSERT_TRUE(waitForStop());
-    EXPECT_TRUE(window->messageBar().isVisible());
-    EXPECT_TRUE(window->messageBar().message().contains(QStringLiteral("The audio device went away.")));
+    EXPECT_TRUE(part<MessageBar>(*window).isVisible());
+    EXPECT_TRUE(part<MessageBar>(*window).message().contains(QStringLiteral("The audio device went away.")));
     EXPECT_GE(window->document().numberOfFrames(), 21 * 1024);
     keepPicture(*window, QStringLiteral("recording-device-lost"));
     press(Qt::Key_3);
     EXPECT_FALSE(controller().recording().isRecording());
-    EXPECT_TRUE(window->messageBar().isVisible());
+    EXPECT_TRUE(part<MessageBar>(*window).isVisible());
 }
 
 TEST_F(RecordingWindowTest, ItsKeysWorkWhileItPlays)
@@ -202,7 +203,7 @@ TEST_F(RecordingWindowTest, ClosesAlthoughTheRecordingDoesNotEnd)
     press(Qt::Key_3);
     hear(0.5);
     hardware->setInputsNeverStop(true);
-    window->recordActions().setPatience(std::chrono::milliseconds(300));
+    window->menus().recording().setPatience(std::chrono::milliseconds(300));
     const std::filesystem::path file = recording().audioRecordingClips().front()->tempFile()->path();
     QString message;
     whenShown<QMessageBox>([&](QMessageBox& warning) {
@@ -250,7 +251,7 @@ TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuest
 
 TEST_F(RecordingWindowTest, RecordsAutomaticallyUntilDone)
 {
-    window->recordActions().automaticAction()->trigger();
+    window->menus().recording().automaticAction()->trigger();
     const QPointer<AutomaticRecordingSheet> sheet = window->findChild<AutomaticRecordingSheet*>();
     ASSERT_TRUE(sheet && sheet->isVisible());
     hear(2.0, 0.02);
@@ -269,11 +270,11 @@ TEST_F(RecordingWindowTest, RecordsAutomaticallyUntilDone)
 
 TEST_F(RecordingWindowTest, ClosesTheAutomaticSheetWhenTheDeviceGoes)
 {
-    window->recordActions().automaticAction()->trigger();
+    window->menus().recording().automaticAction()->trigger();
     const QPointer<AutomaticRecordingSheet> sheet = window->findChild<AutomaticRecordingSheet*>();
     hardware->unplug(QStringLiteral("in"));
     EXPECT_TRUE(waitUntil([&] { return !sheet || !sheet->isVisible(); }));
-    EXPECT_TRUE(window->messageBar().isVisible());
+    EXPECT_TRUE(part<MessageBar>(*window).isVisible());
 }
 
 TEST_F(RecordingWindowTest, WaitsForATimerRecordingAndEndsItEarly)
@@ -282,7 +283,7 @@ TEST_F(RecordingWindowTest, WaitsForATimerRecordingAndEndsItEarly)
         keepPicture(setup, QStringLiteral("timer-setup"));
         setup.accept();
     });
-    window->recordActions().timerAction()->trigger();
+    window->menus().recording().timerAction()->trigger();
     const QPointer<TimerRecordingEnabledSheet> sheet = window->findChild<TimerRecordingEnabledSheet*>();
     ASSERT_TRUE(sheet && sheet->isVisible());
     ASSERT_TRUE(waitUntil([&] { return controller().recording().isRecording(); })) << "its start has passed";

@@ -94,8 +94,8 @@ TEST_F(TransportWindowTest, IsPlayedWithTheKeyboardAlone)
     ASSERT_TRUE(controller().transport().isPlaying());
     hear(22050);
     ASSERT_TRUE(waitUntil([this] { return window->view().context().cueTime() > 0.4; }));
-    EXPECT_GT(window->transportBar().outputMeters().left().peakValue(), -3);
-    EXPECT_TRUE(window->transportBar().readout().text().startsWith(QStringLiteral("0'00.")));
+    EXPECT_GT(part<TransportBar>(*window).outputMeters().left().peakValue(), -3);
+    EXPECT_TRUE(part<TransportBar>(*window).readout().text().startsWith(QStringLiteral("0'00.")));
     keepPicture(*window, QStringLiteral("playing"));
     press(Qt::Key_M);
     press(Qt::Key_Enter, Qt::KeypadModifier);
@@ -107,7 +107,7 @@ TEST_F(TransportWindowTest, IsPlayedWithTheKeyboardAlone)
     press(Qt::Key_4);
     EXPECT_TRUE(controller().transport().isLooping());
     press(Qt::Key_Up, Qt::ControlModifier);
-    EXPECT_EQ(window->transportBar().speedText(), QStringLiteral("125 %"));
+    EXPECT_EQ(part<TransportBar>(*window).speedText(), QStringLiteral("125 %"));
     EXPECT_TRUE(controller().transport().isPlaying());
     press(Qt::Key_Comma);
     ASSERT_TRUE(waitForStop());
@@ -126,7 +126,7 @@ TEST_F(TransportWindowTest, IsPlayedWithTheKeyboardAlone)
 TEST_F(TransportWindowTest, TypingANameIsNoCommand)
 {
     controller().markers().insertMarker();
-    window->markerList().show();
+    part<MarkerListDock>(*window).show();
     auto* const field = new QLineEdit(window);
     field->show();
     field->setFocus();
@@ -191,13 +191,13 @@ TEST_F(TransportWindowTest, AMissingServerIsAQuietMessage)
     press(Qt::Key_Space);
     EXPECT_FALSE(controller().transport().isPlaying());
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
-    EXPECT_EQ(window->messageBar().message(),
+    EXPECT_EQ(part<MessageBar>(*window).message(),
               QStringLiteral("The sound cannot be played. No sound server can be reached."));
     keepPicture(*window, QStringLiteral("no-server"));
     hardware->setOpenError(std::nullopt);
     press(Qt::Key_Space);
     EXPECT_TRUE(controller().transport().isPlaying());
-    EXPECT_EQ(window->messageBar().message(), QString());
+    EXPECT_EQ(part<MessageBar>(*window).message(), QString());
 }
 
 TEST_F(TransportWindowTest, PausesAndSaysSoWhenTheDeviceIsUnplugged)
@@ -208,19 +208,19 @@ TEST_F(TransportWindowTest, PausesAndSaysSoWhenTheDeviceIsUnplugged)
     hardware->unplug(QStringLiteral("out"));
     ASSERT_TRUE(waitForStop());
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
-    EXPECT_EQ(window->messageBar().message(),
+    EXPECT_EQ(part<MessageBar>(*window).message(),
               QStringLiteral("The output device went away. Playback is paused."));
     EXPECT_GT(controller().transport().cueTime(), 0.4);
 }
 
 TEST_F(TransportWindowTest, TheLevelSliderStopsAtZero)
 {
-    OutputLevelSlider& slider = window->transportBar().levelSlider();
+    OutputLevelSlider& slider = part<TransportBar>(*window).levelSlider();
     slider.setValue(-30);
-    EXPECT_EQ(window->transportBar().outputLevelText(), QStringLiteral("-3.0 dB"));
+    EXPECT_EQ(part<TransportBar>(*window).outputLevelText(), QStringLiteral("-3.0 dB"));
     slider.setValue(20);
     EXPECT_EQ(slider.decibels(), 0);
-    EXPECT_EQ(window->transportBar().outputLevelText(), QStringLiteral("0.0 dB"));
+    EXPECT_EQ(part<TransportBar>(*window).outputLevelText(), QStringLiteral("0.0 dB"));
     slider.setValue(20);
     EXPECT_EQ(TransportController::outputGain(), 2.0);
     QTest::mouseDClick(&slider, Qt::LeftButton);

@@ -3,6 +3,7 @@
 #include "app/effects/EffectDialog.h"
 #include "app/effects/ParameterRow.h"
 #include "app/kit/AppTestKit.h"
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/EditActions.h"
 #include "app/menus/EffectActions.h"
 #include "app/menus/FileActions.h"
@@ -77,7 +78,7 @@ TEST_F(DocumentWindowTest, SelectEffectUndoRedoSaveReopen)
     EXPECT_NEAR(window->controller().selection().value().startTime, 0.1, 0.01);
     const float before = peak(*window, 0.15, 0.25);
 
-    window->effectActions().actionNamed(QStringLiteral("amplify"))->trigger();
+    window->menus().effects().actionNamed(QStringLiteral("amplify"))->trigger();
     auto* const dialog = window->findChild<EffectDialog*>();
     ASSERT_NE(dialog, nullptr);
     dialog->rows()[0]->setValue(-6);
@@ -86,15 +87,15 @@ TEST_F(DocumentWindowTest, SelectEffectUndoRedoSaveReopen)
     ASSERT_TRUE(waitUntil([&] { return window->isWindowModified(); }));
     EXPECT_NEAR(peak(*window, 0.15, 0.25), before * 0.501187F, 0.001);
     EXPECT_NEAR(peak(*window, 0.35, 0.45), before, 0.001);
-    EXPECT_EQ(window->editActions().undoAction()->text(), QStringLiteral("&Undo Amplify"));
+    EXPECT_EQ(window->menus().edit().undoAction()->text(), QStringLiteral("&Undo Amplify"));
 
-    window->editActions().undoAction()->trigger();
+    window->menus().edit().undoAction()->trigger();
     EXPECT_NEAR(peak(*window, 0.15, 0.25), before, 1e-6);
     EXPECT_FALSE(window->isWindowModified());
-    window->editActions().redoAction()->trigger();
+    window->menus().edit().redoAction()->trigger();
     EXPECT_NEAR(peak(*window, 0.15, 0.25), before * 0.501187F, 0.001);
 
-    ASSERT_TRUE(window->fileActions().save());
+    ASSERT_TRUE(window->menus().file().save());
     EXPECT_FALSE(window->isWindowModified());
     window->close();
     EXPECT_TRUE(editor.windows().empty());
@@ -106,7 +107,7 @@ TEST_F(DocumentWindowTest, SelectEffectUndoRedoSaveReopen)
 TEST_F(DocumentWindowTest, EditCommandsChangeTheSoundAndAreNamed)
 {
     DocumentWindow* const window = open(makeSound());
-    EditActions& edit = window->editActions();
+    EditActions& edit = window->menus().edit();
     EXPECT_FALSE(edit.cutAction()->isEnabled());
     EXPECT_FALSE(edit.pasteAction()->isEnabled());
     const int64_t whole = window->document().numberOfFrames();
@@ -138,8 +139,8 @@ TEST_F(DocumentWindowTest, AClickInTheHistoryGoesThere)
 {
     DocumentWindow* const window = open(makeSound());
     select(*window, 0.1, 0.2);
-    window->editActions().clearAction()->trigger();
-    window->editActions().deleteAction()->trigger();
+    window->menus().edit().clearAction()->trigger();
+    window->menus().edit().deleteAction()->trigger();
     auto* const dock = window->findChild<HistoryDock*>();
     dock->show();
     QUndoView& list = dock->list();
@@ -161,7 +162,7 @@ TEST_F(DocumentWindowTest, ALongEffectIsCancelledAndLeavesTheDocument)
     QObject::connect(&cancel, &QTimer::timeout, window,
                      [window] { QTest::keyClick(window, Qt::Key_Escape); });
     cancel.start(40);
-    window->effectActions().actionNamed(QStringLiteral("reverse"))->trigger();
+    window->menus().effects().actionNamed(QStringLiteral("reverse"))->trigger();
     cancel.stop();
     EXPECT_FALSE(window->isWindowModified());
     EXPECT_FALSE(window->document().undoManager().canUndo());
@@ -171,8 +172,8 @@ TEST_F(DocumentWindowTest, TheLastFilterIsOfferedAgain)
 {
     DocumentWindow* const window = open(makeSound());
     select(*window, 0.1, 0.2);
-    window->effectActions().actionNamed(QStringLiteral("invert"))->trigger();
-    QAction* const last = window->effectActions().lastFilterAction();
+    window->menus().effects().actionNamed(QStringLiteral("invert"))->trigger();
+    QAction* const last = window->menus().effects().lastFilterAction();
     EXPECT_TRUE(last->isEnabled());
     EXPECT_EQ(last->text(), QStringLiteral("Invert"));
     last->trigger();
@@ -195,7 +196,7 @@ TEST_F(DocumentWindowTest, ClosingAsksForUnsavedChanges)
         const auto size = std::filesystem::file_size(file);
         DocumentWindow* const window = open(file);
         select(*window, 0.1, 0.2);
-        window->editActions().deleteAction()->trigger();
+        window->menus().edit().deleteAction()->trigger();
         whenShown<QMessageBox>([&](QMessageBox& box) {
             keepPicture(box, QStringLiteral("close-question"));
             pressIn(box, c.answer);
@@ -213,7 +214,7 @@ TEST_F(DocumentWindowTest, QuittingAsksForEveryDocumentBeforeItClosesAny)
     DocumentWindow* const second = open(makeSound("second.wav"));
     for (DocumentWindow* const window : {first, second}) {
         select(*window, 0.1, 0.2);
-        window->editActions().clearAction()->trigger();
+        window->menus().edit().clearAction()->trigger();
     }
     whenShown<QMessageBox>([](QMessageBox& box) {
         whenShown<QMessageBox>([](QMessageBox& other) { pressIn(other, QMessageBox::Cancel); });
@@ -222,7 +223,7 @@ TEST_F(DocumentWindowTest, QuittingAsksForEveryDocumentBeforeItClosesAny)
     EXPECT_FALSE(editor.quit());
     EXPECT_EQ(editor.windows().size(), 2U);
     for (DocumentWindow* const window : {first, second})
-        window->editActions().undoAction()->trigger();
+        window->menus().edit().undoAction()->trigger();
     bool hasFinished = false;
     QObject::connect(&editor, &Application::finished, &editor, [&hasFinished] { hasFinished = true; });
     EXPECT_TRUE(editor.quit());
@@ -232,9 +233,9 @@ TEST_F(DocumentWindowTest, QuittingAsksForEveryDocumentBeforeItClosesAny)
 TEST_F(DocumentWindowTest, RevertingAsksAndBringsTheFileBack)
 {
     DocumentWindow* const window = open(makeSound());
-    EXPECT_FALSE(window->fileActions().revertAction()->isEnabled());
+    EXPECT_FALSE(window->menus().file().revertAction()->isEnabled());
     select(*window, 0.1, 0.2);
-    window->editActions().deleteAction()->trigger();
+    window->menus().edit().deleteAction()->trigger();
     for (const bool agrees : {false, true}) {
         whenShown<QMessageBox>([agrees](QMessageBox& box) {
             for (QAbstractButton* const button : box.buttons()) {
@@ -244,11 +245,24 @@ TEST_F(DocumentWindowTest, RevertingAsksAndBringsTheFileBack)
                 }
             }
         });
-        window->fileActions().revert();
+        window->menus().file().revert();
         EXPECT_TRUE(waitUntil([window, agrees] { return window->isWindowModified() != agrees; }));
         EXPECT_EQ(window->document().numberOfFrames() == 44100, agrees);
     }
     EXPECT_FALSE(window->document().undoManager().canUndo());
+}
+
+TEST_F(DocumentWindowTest, AWindowThatClosesWhileItReadsItsFileAnewTakesTheReadingWithIt)
+{
+    const QPointer<DocumentWindow> window = open(makeSound("long.wav", 1000000));
+    bool hasFinished = false;
+    QObject::connect(&editor, &Application::finished, &editor, [&hasFinished] { hasFinished = true; });
+    window->reopen();
+    window->closeWithoutAsking();
+    EXPECT_TRUE(hasFinished);
+    EXPECT_TRUE(waitUntil([&window] { return !window; }));
+    QTest::qWait(100);
+    EXPECT_TRUE(editor.windows().empty());
 }
 
 TEST_F(DocumentWindowTest, SaveAsOffersTypesOptionsAndTellsTheSize)
@@ -265,7 +279,7 @@ TEST_F(DocumentWindowTest, SaveAsOffersTypesOptionsAndTellsTheSize)
         keepPicture(dialog, QStringLiteral("save-dialog"));
         dialog.accept();
     });
-    EXPECT_TRUE(window->fileActions().saveAs());
+    EXPECT_TRUE(window->menus().file().saveAs());
     EXPECT_TRUE(std::filesystem::exists(path("take 2.5.wav")));
     EXPECT_EQ(window->document().filePath(), path("take 2.5.wav"));
     EXPECT_EQ(window->document().sampleSize(), 24);
@@ -276,13 +290,13 @@ TEST_F(DocumentWindowTest, SaveAsOffersTypesOptionsAndTellsTheSize)
 TEST_F(DocumentWindowTest, ASelectionIsSavedToAFileOfItsOwn)
 {
     DocumentWindow* const window = open(makeSound());
-    EXPECT_FALSE(window->fileActions().saveSelectionAction()->isEnabled());
+    EXPECT_FALSE(window->menus().file().saveSelectionAction()->isEnabled());
     window->controller().selection().setSelection({0.1, 0.35, 1, 1});
     whenShown<SaveDialog>([](SaveDialog& dialog) {
         dialog.findChild<QLineEdit*>()->setText(QStringLiteral("part.wav"));
         dialog.accept();
     });
-    EXPECT_TRUE(window->fileActions().saveSelection());
+    EXPECT_TRUE(window->menus().file().saveSelection());
     EXPECT_EQ(window->document().filePath(), path("sound.wav"));
     DocumentWindow* const part = open(path("part.wav"));
     EXPECT_EQ(part->document().numberOfFrames(), 11025);
@@ -300,17 +314,17 @@ TEST_F(DocumentWindowTest, SaysThatAFileChangedAndSavesACopyOfWhatIsLeft)
         QApplication::sendEvent(window, &event);
     };
     comeBack();
-    EXPECT_EQ(window->messageBar().message(), QString());
+    EXPECT_EQ(part<MessageBar>(*window).message(), QString());
     std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2);
     comeBack();
-    EXPECT_TRUE(window->messageBar().message().contains(QStringLiteral("changed by another program")));
+    EXPECT_TRUE(part<MessageBar>(*window).message().contains(QStringLiteral("changed by another program")));
     // Said once.
-    window->messageBar().hide();
+    part<MessageBar>(*window).hide();
     comeBack();
-    EXPECT_EQ(window->messageBar().message(), QString());
+    EXPECT_EQ(part<MessageBar>(*window).message(), QString());
 
     select(*window, 0.0, 0.1);
-    window->editActions().deleteAction()->trigger();
+    window->menus().edit().deleteAction()->trigger();
     // The question, the dialog, and what the copy tells of itself, one after the other.
     QStringList told;
     QTimer answers;
@@ -332,7 +346,7 @@ TEST_F(DocumentWindowTest, SaysThatAFileChangedAndSavesACopyOfWhatIsLeft)
         }
     });
     answers.start(10);
-    EXPECT_FALSE(window->fileActions().save());
+    EXPECT_FALSE(window->menus().file().save());
     EXPECT_TRUE(window->isWindowModified());
     answers.stop();
     ASSERT_GE(told.size(), 2);
@@ -345,14 +359,14 @@ TEST_F(DocumentWindowTest, ASaveThatFailsSaysWhyAndKeepsTheChanges)
 {
     DocumentWindow* const window = open(makeSound());
     select(*window, 0.1, 0.2);
-    window->editActions().clearAction()->trigger();
+    window->menus().edit().clearAction()->trigger();
     std::filesystem::remove_all(path("").parent_path());
     QString message;
     whenShown<QMessageBox>([&message](QMessageBox& box) {
         message = box.text();
         box.accept();
     });
-    EXPECT_FALSE(window->fileActions().save());
+    EXPECT_FALSE(window->menus().file().save());
     EXPECT_FALSE(message.isEmpty());
     EXPECT_TRUE(window->isWindowModified());
 }
@@ -403,12 +417,12 @@ TEST_F(DocumentWindowTest, TheStatusLineTellsTimesInTheUnitsOfTheRuler)
     DocumentWindow* const window = open(makeSound());
     select(*window, 0.1, 0.35);
     window->controller().transport().setCueTime(0.1);
-    EXPECT_EQ(window->transportBar().readout().text(), QStringLiteral("0'00.1000"));
-    EXPECT_EQ(window->statusLine().selectionText(), QStringLiteral("0'00.1000 – 0'00.3500"));
-    EXPECT_EQ(window->statusLine().lengthText(), QStringLiteral("0'00.2500"));
-    window->viewActions().unitsMenu().actions().at(2)->trigger();
-    EXPECT_EQ(window->statusLine().lengthText(), QStringLiteral("11,025"));
-    window->viewActions().unitsMenu().actions().at(0)->trigger();
+    EXPECT_EQ(part<TransportBar>(*window).readout().text(), QStringLiteral("0'00.1000"));
+    EXPECT_EQ(part<StatusLine>(*window).selectionText(), QStringLiteral("0'00.1000 – 0'00.3500"));
+    EXPECT_EQ(part<StatusLine>(*window).lengthText(), QStringLiteral("0'00.2500"));
+    window->menus().view().unitsMenu().actions().at(2)->trigger();
+    EXPECT_EQ(part<StatusLine>(*window).lengthText(), QStringLiteral("11,025"));
+    window->menus().view().unitsMenu().actions().at(0)->trigger();
 }
 
 TEST_F(DocumentWindowTest, EveryKeyBelongsToOneCommand)
