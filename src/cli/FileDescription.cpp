@@ -17,7 +17,7 @@ namespace
 QJsonArray markersJson(const SoundDocument& document)
 {
     QJsonArray list;
-    for (const AudioMarkerPtr& marker : document.orderedMarkers())
+    for (const AudioMarkerPtr& marker : *document.orderedMarkers())
         list.append(QJsonObject{{QStringLiteral("ident"), marker->ident()},
                                 {QStringLiteral("position"), static_cast<qint64>(marker->position())},
                                 {QStringLiteral("name"), marker->name()}});
@@ -95,7 +95,7 @@ void addMarkers(Table& table, const SoundDocument& document)
 {
     TimeFormatter formatter(QLocale::c());
     QStringList lines;
-    for (const AudioMarkerPtr& marker : document.orderedMarkers())
+    for (const AudioMarkerPtr& marker : *document.orderedMarkers())
         lines += formatter.stringWithTime(marker->secondsWithSampleRate(document.sampleRate())) +
                  QStringLiteral("  ") + Terminal::withoutControls(marker->name());
     if (!lines.isEmpty())

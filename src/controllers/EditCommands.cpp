@@ -79,7 +79,7 @@ std::shared_ptr<ClipboardClip> EditCommands::clipWithSelection(const SoundDocume
 
     const MarkerLister lister(document.sampleRate());
     std::vector<AudioMarkerPtr> markers;
-    for (const AudioMarkerPtr& marker : document.orderedMarkers()) {
+    for (const AudioMarkerPtr& marker : *document.orderedMarkers()) {
         if (marker->position() < range.start || marker->position() > range.end)
             continue;
         markers.push_back(AudioMarker::markerWithMarker(*marker));

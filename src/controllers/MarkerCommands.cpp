@@ -59,7 +59,7 @@ MaybeError MarkerCommands::insertMarker()
     };
     std::vector<AudioMarkerPtr> markers;
     if (selection.startTime == selection.endTime) {
-        const size_t number = mDocument.audioMarkers()->size() + 1;
+        const int64_t number = mDocument.markers().count() + 1;
         markers = {markerAt(selection.startTime, QStringLiteral("New Marker %1").arg(number))};
     } else {
         markers = {markerAt(selection.startTime, QStringLiteral("Start Marker")),
@@ -70,7 +70,7 @@ MaybeError MarkerCommands::insertMarker()
 
 MaybeError MarkerCommands::addCueMarker(double time)
 {
-    const size_t number = mDocument.audioMarkers()->size() + 1;
+    const int64_t number = mDocument.markers().count() + 1;
     const int64_t frame = frameAtTime(std::clamp(time, 0.0, mDocument.totalTime()), mDocument.sampleRate());
     return addMarkers({std::make_shared<AudioMarker>(0, frame, QStringLiteral("New Marker %1").arg(number))},
                       QStringLiteral("Add Marker"));
@@ -78,7 +78,7 @@ MaybeError MarkerCommands::addCueMarker(double time)
 
 void MarkerCommands::deleteAllMarkers(const QString& actionName)
 {
-    if (mDocument.audioMarkers()->empty())
+    if (mDocument.markers().count() == 0)
         return;
     const UndoGroup group(mDocument, actionName);
     mDocument.undoableSetAudioMarkers(nullptr);
@@ -86,7 +86,7 @@ void MarkerCommands::deleteAllMarkers(const QString& actionName)
 
 MaybeError MarkerCommands::checkMarkerCount(const SoundDocument& document, int64_t numAdded)
 {
-    const int64_t numPresent = std::ssize(*document.audioMarkers());
+    const int64_t numPresent = document.markers().count();
     if (numAdded <= SoundDocument::maximumNumberOfMarkers - numPresent)
         return std::nullopt;
     return Error{Error::Code::failed,

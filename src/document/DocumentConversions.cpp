@@ -68,8 +68,8 @@ MaybeError SoundDocument::resampleTo(double newRate, double totalTime, Progress&
         }
         undoableSetAudioTracks(std::make_shared<const std::vector<AudioTrackPtr>>(std::move(tracks)));
     }
-    MarkerEdit markers(*mAudioMarkers);
-    for (const AudioMarkerPtr& marker : *mAudioMarkers)
+    MarkerEdit markers(*audioMarkers());
+    for (const AudioMarkerPtr& marker : *audioMarkers())
         markers.moveTo(marker, sourceRate == newRate ? marker->position()
                                                      : roundedFrame(static_cast<double>(marker->position()) *
                                                                     newRate / sourceRate));

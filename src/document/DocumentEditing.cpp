@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_set>
 
 namespace velloria
 {
@@ -61,8 +62,8 @@ void SoundDocument::replaceDataAndMarkersAtOffset(int64_t offset, int64_t length
 void SoundDocument::scaleMarkersAtOffset(int64_t offset, int64_t length, int64_t newLength)
 {
     const double scale = length == 0 ? 0.0 : static_cast<double>(newLength) / static_cast<double>(length);
-    MarkerEdit edit(*mAudioMarkers);
-    for (const AudioMarkerPtr& marker : *mAudioMarkers) {
+    MarkerEdit edit(*audioMarkers());
+    for (const AudioMarkerPtr& marker : *audioMarkers()) {
         const int64_t distance = marker->position() - offset;
         if (distance >= length)
             edit.moveTo(marker, marker->position() + newLength - length);
@@ -90,8 +91,8 @@ void SoundDocument::cropFrom(double startTime, double endTime, int32_t firstTrac
         if (count >= 2)
             tracks.back()->setPan(i % 2 == 0 ? -1.0 : 1.0);
     }
-    MarkerEdit markers(*mAudioMarkers);
-    for (const AudioMarkerPtr& marker : *mAudioMarkers) {
+    MarkerEdit markers(*audioMarkers());
+    for (const AudioMarkerPtr& marker : *audioMarkers()) {
         if (marker->position() < start || marker->position() >= end)
             markers.drop(marker);
         else
@@ -154,15 +155,6 @@ void SoundDocument::constrainSelection(SoundSelection& selection) const
     selection.numTracks = std::min(selection.numTracks, count - selection.firstTrack);
 }
 
-std::vector<AudioMarkerPtr> SoundDocument::orderedMarkers() const
-{
-    std::vector<AudioMarkerPtr> ordered = *mAudioMarkers;
-    std::stable_sort(ordered.begin(), ordered.end(), [](const AudioMarkerPtr& a, const AudioMarkerPtr& b) {
-        return a->position() < b->position();
-    });
-    return ordered;
-}
-
 void SoundDocument::addMarker(const AudioMarkerPtr& marker)
 {
     addMarkers({marker}, QStringLiteral("Add Marker"));
@@ -172,21 +164,31 @@ void SoundDocument::addMarkers(const std::vector<AudioMarkerPtr>& added, const Q
 {
     if (added.empty())
         return;
-    std::vector<AudioMarkerPtr> markers;
-    markers.reserve(mAudioMarkers->size() + added.size());
-    markers = *mAudioMarkers;
-    markers.insert(markers.end(), added.begin(), added.end());
     const UndoGroup group(*this, actionName);
-    undoableSetAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(markers)));
+    undoableSpliceAudioMarkers(mMarkers.count(), 0, added);
 }
 
 void SoundDocument::removeAudioMarker(const AudioMarkerPtr& marker)
 {
-    std::vector<AudioMarkerPtr> markers = *mAudioMarkers;
-    if (std::erase(markers, marker) == 0)
+    const int64_t index = mMarkers.indexOf(marker);
+    if (index < 0)
         return;
     const UndoGroup group(*this, QStringLiteral("Remove Marker"));
-    undoableSetAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(markers)));
+    undoableSpliceAudioMarkers(index, 1, {});
+}
+
+void SoundDocument::removeAudioMarkers(const std::vector<AudioMarkerPtr>& markers, const QString& actionName)
+{
+    const std::unordered_set<AudioMarkerPtr> removed(markers.begin(), markers.end());
+    MarkerEdit edit(*audioMarkers());
+    for (const AudioMarkerPtr& marker : *audioMarkers()) {
+        if (removed.contains(marker))
+            edit.drop(marker);
+        else
+            edit.moveTo(marker, marker->position());
+    }
+    const UndoGroup group(*this, actionName);
+    undoableEditAudioMarkers(std::move(edit));
 }
 
 } // namespace velloria

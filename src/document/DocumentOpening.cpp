@@ -146,8 +146,7 @@ bool SoundDocument::finishLoadingFileWithAudioClips(const std::vector<AudioClipP
         tracks.push_back(std::make_shared<AudioTrack>(ClipList(clip)));
     storeTracks(std::make_shared<const std::vector<AudioTrackPtr>>(std::move(tracks)));
     updateTrackPanning();
-    if (file.markers())
-        mAudioMarkers = file.markers();
+    mMarkers.install(file.markers());
     mAudioMetadata = file.metadata();
 
     // Samples as they are, or of an encoding that is not written, are saved as plain AIFF: nothing is lost.

@@ -55,7 +55,7 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
     if (request.selection)
         writer->setNumberOfChannels(static_cast<uint32_t>(request.selection->numTracks));
     else {
-        writer->setMarkers(mAudioMarkers);
+        writer->setMarkers(audioMarkers());
         writer->setOpenedFile(mAudioFile);
     }
     writer->setNumberOfFrames(request.selection ? frameAtTime(request.selection->duration(), sampleRate())

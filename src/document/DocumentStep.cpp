@@ -37,7 +37,12 @@ MarkerChanges& DocumentStep::markerChanges()
 
 void DocumentStep::willReplaceMarkers(const MarkerList& next, MarkerDifference difference)
 {
-    markerChanges().addDifference(mDocument.mAudioMarkers, next, std::move(difference));
+    markerChanges().addDifference(mDocument.audioMarkers(), next, std::move(difference));
+}
+
+void DocumentStep::willSpliceMarkers(MarkerDifference difference)
+{
+    markerChanges().addSplice(std::move(difference));
 }
 
 void DocumentStep::willReplaceMetadata(const AudioMetadata& metadata)
@@ -60,14 +65,15 @@ void DocumentStep::willReplaceSampleSize(int64_t sampleSize)
 
 void DocumentStep::willChangeMarker(const AudioMarkerPtr& marker)
 {
-    markerChanges().addState(*mDocument.mAudioMarkers, marker);
+    if (const int64_t index = mDocument.mMarkers.indexOf(marker); index >= 0)
+        markerChanges().addState(index, *marker);
 }
 
 void DocumentStep::forgetUnchanged()
 {
     if (mTracks == mDocument.mAudioTracks)
         mTracks = nullptr;
-    if (mMarkerChanges && !mMarkerChanges->finish(mDocument.mAudioMarkers))
+    if (mMarkerChanges && !mMarkerChanges->finish(mDocument.mMarkers))
         mMarkerChanges.reset();
     if (!mRare)
         return;
@@ -91,7 +97,7 @@ bool DocumentStep::finish()
 void DocumentStep::undo()
 {
     if (mMarkerChanges)
-        mDocument.mAudioMarkers = mMarkerChanges->undone(std::move(mDocument.mAudioMarkers));
+        mMarkerChanges->undo(mDocument.mMarkers);
     exchange();
     tellControllers(mSelectionBefore);
 }
@@ -103,7 +109,7 @@ void DocumentStep::redo()
         return;
     }
     if (mMarkerChanges)
-        mDocument.mAudioMarkers = mMarkerChanges->redone(std::move(mDocument.mAudioMarkers));
+        mMarkerChanges->redo(mDocument.mMarkers);
     exchange();
     tellControllers(mSelectionAfter);
 }

@@ -22,6 +22,7 @@ public:
     // Called before each change with the value that is about to be replaced.
     void willReplaceTracks(const TrackList& tracks);
     void willReplaceMarkers(const MarkerList& next, MarkerDifference difference);
+    void willSpliceMarkers(MarkerDifference difference);
     void willReplaceMetadata(const AudioMetadata& metadata);
     void willReplaceSampleRate(double sampleRate);
     void willReplaceSampleSize(int64_t sampleSize);

@@ -65,11 +65,11 @@ void SoundDocument::undoableSetAudioMarkers(MarkerList markers)
 {
     if (!markers)
         markers = std::make_shared<const std::vector<AudioMarkerPtr>>();
-    if (markers == mAudioMarkers)
+    if (markers == audioMarkers())
         return;
     const UndoGroup group(*this);
-    mOpenStep->willReplaceMarkers(markers, MarkerDifference::between(*mAudioMarkers, *markers));
-    mAudioMarkers = std::move(markers);
+    mOpenStep->willReplaceMarkers(markers, MarkerDifference::between(*audioMarkers(), *markers));
+    mMarkers.install(markers);
     tellMarkersDidChange();
 }
 
@@ -78,9 +78,18 @@ void SoundDocument::undoableEditAudioMarkers(MarkerEdit edit)
     if (!edit.hasChange())
         return;
     const UndoGroup group(*this);
-    MarkerList markers = edit.takeList();
+    const MarkerList markers = edit.takeList();
     mOpenStep->willReplaceMarkers(markers, edit.takeDifference());
-    mAudioMarkers = std::move(markers);
+    mMarkers.install(markers);
+    tellMarkersDidChange();
+}
+
+void SoundDocument::undoableSpliceAudioMarkers(int64_t first, int64_t count,
+                                               std::span<const AudioMarkerPtr> others)
+{
+    const UndoGroup group(*this);
+    mOpenStep->willSpliceMarkers(MarkerDifference::splice(mMarkers, first, count, others));
+    mMarkers.splice(first, count, others);
     tellMarkersDidChange();
 }
 
@@ -132,7 +141,7 @@ void SoundDocument::setPosition(int64_t position, const AudioMarkerPtr& marker)
         return;
     const UndoGroup group(*this, QStringLiteral("Change Marker Time"));
     mOpenStep->willChangeMarker(marker);
-    marker->setPosition(position);
+    mMarkers.setPosition(marker, position);
     tellMarkersDidChange();
 }
 

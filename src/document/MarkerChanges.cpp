@@ -9,22 +9,26 @@ void MarkerChanges::addDifference(const MarkerList& present, const MarkerList& n
                                   MarkerDifference difference)
 {
     if (next == mFirst) {
-        while (!mChanges.empty() && std::holds_alternative<MarkerDifference>(mChanges.back()))
-            mChanges.pop_back();
+        mChanges.erase(mChanges.begin() + mFirstDifference, mChanges.end());
         mFirst = nullptr;
         return;
     }
-    if (!mFirst)
+    if (!mFirst) {
         mFirst = present;
+        mFirstDifference = std::ssize(mChanges);
+    }
     mChanges.emplace_back(std::move(difference));
 }
 
-void MarkerChanges::addState(const std::vector<AudioMarkerPtr>& present, const AudioMarkerPtr& marker)
+void MarkerChanges::addSplice(MarkerDifference difference)
 {
-    const auto found = std::find(present.begin(), present.end(), marker);
-    if (found == present.end())
-        return;
-    const auto index = static_cast<size_t>(found - present.begin());
+    // Whoever comes back to a list from before comes back to one that was left behind, not to this one.
+    mFirst = nullptr;
+    mChanges.emplace_back(std::move(difference));
+}
+
+void MarkerChanges::addState(int64_t index, const AudioMarker& marker)
+{
     // Of several changes in a row only the state before the first one matters.
     for (auto change = mChanges.rbegin(); change != mChanges.rend(); ++change) {
         const auto* const state = std::get_if<MarkerState>(&*change);
@@ -34,16 +38,16 @@ void MarkerChanges::addState(const std::vector<AudioMarkerPtr>& present, const A
             return;
     }
     mFirst = nullptr;
-    mChanges.emplace_back(MarkerState{index, marker->name(), marker->position()});
+    mChanges.emplace_back(MarkerState{index, marker.name(), marker.position()});
 }
 
-bool MarkerChanges::finish(const MarkerList& present)
+bool MarkerChanges::finish(const InstalledMarkers& present)
 {
     mFirst = nullptr;
     const auto isUnchanged = [&present](const Change& change) {
-        const auto* const state = std::get_if<MarkerState>(&change);
-        return state && state->name == (*present)[state->index]->name() &&
-               state->position == (*present)[state->index]->position();
+        const auto& state = std::get<MarkerState>(change);
+        const AudioMarker& marker = *present.at(state.index);
+        return state.name == marker.name() && state.position == marker.position();
     };
     const auto isState = [](const Change& change) { return std::holds_alternative<MarkerState>(change); };
     // Indexes of states before a difference are those of another list.
@@ -53,35 +57,33 @@ bool MarkerChanges::finish(const MarkerList& present)
     return !mChanges.empty();
 }
 
-void MarkerChanges::exchange(MarkerState& state, const std::vector<AudioMarkerPtr>& markers)
+void MarkerChanges::exchange(MarkerState& state, InstalledMarkers& markers)
 {
-    AudioMarker& marker = *markers[state.index];
-    const MarkerState other = {state.index, marker.name(), marker.position()};
-    marker.setName(state.name);
-    marker.setPosition(state.position);
+    const AudioMarkerPtr marker = markers.at(state.index);
+    const MarkerState other = {state.index, marker->name(), marker->position()};
+    marker->setName(state.name);
+    markers.setPosition(marker, state.position);
     state = other;
 }
 
-MarkerList MarkerChanges::undone(MarkerList present)
+void MarkerChanges::undo(InstalledMarkers& markers)
 {
     for (auto change = mChanges.rbegin(); change != mChanges.rend(); ++change) {
         if (auto* const state = std::get_if<MarkerState>(&*change))
-            exchange(*state, *present);
+            exchange(*state, markers);
         else
-            present = std::get<MarkerDifference>(*change).before(*present);
+            std::get<MarkerDifference>(*change).undo(markers);
     }
-    return present;
 }
 
-MarkerList MarkerChanges::redone(MarkerList present)
+void MarkerChanges::redo(InstalledMarkers& markers)
 {
     for (Change& change : mChanges) {
         if (auto* const state = std::get_if<MarkerState>(&change))
-            exchange(*state, *present);
+            exchange(*state, markers);
         else
-            present = std::get<MarkerDifference>(change).after(*present);
+            std::get<MarkerDifference>(change).redo(markers);
     }
-    return present;
 }
 
 } // namespace velloria

@@ -17,28 +17,32 @@ class MarkerChanges
 public:
     /// Notes that `present` is about to be replaced by `next`.
     void addDifference(const MarkerList& present, const MarkerList& next, MarkerDifference difference);
+    /// Notes that the present list is about to be changed in place.
+    void addSplice(MarkerDifference difference);
     /// Notes name and position of a marker of the present list that is about to be changed in place.
-    void addState(const std::vector<AudioMarkerPtr>& present, const AudioMarkerPtr& marker);
+    void addState(int64_t index, const AudioMarker& marker);
 
     /// Ends the recording. False when nothing is left that changes anything.
-    bool finish(const MarkerList& present);
+    bool finish(const InstalledMarkers& present);
 
     /// Exchange: from the list after the step to that before it, and back.
-    MarkerList undone(MarkerList present);
-    MarkerList redone(MarkerList present);
+    void undo(InstalledMarkers& markers);
+    void redo(InstalledMarkers& markers);
 
 private:
     struct MarkerState {
-        size_t index;
+        int64_t index;
         QString name;
         int64_t position;
     };
     using Change = std::variant<MarkerDifference, MarkerState>;
 
-    static void exchange(MarkerState& state, const std::vector<AudioMarkerPtr>& markers);
+    static void exchange(MarkerState& state, InstalledMarkers& markers);
 
-    /// The list before the first of the differences at the end of mChanges; only while recording.
+    /// The list before the first of the lists that were installed in a row at the end of mChanges, and where
+    /// those begin; only while recording.
     MarkerList mFirst;
+    ptrdiff_t mFirstDifference = 0;
     std::vector<Change> mChanges;
 };
 

@@ -1,6 +1,8 @@
 #include "document/MarkerEdit.h"
 
 #include <algorithm>
+#include <iterator>
+#include <numeric>
 
 namespace velloria
 {
@@ -39,51 +41,75 @@ MarkerDifference MarkerDifference::between(const std::vector<AudioMarkerPtr>& be
     MarkerDifference difference;
     difference.mDropped.assign(before.begin() + numFirst, before.end() - numLast);
     difference.mAdded.assign(after.begin() + numFirst, after.end() - numLast);
-    difference.mRuns = {{numFirst, 0, Kind::shared},
-                        {std::ssize(difference.mDropped), 0, Kind::dropped},
-                        {std::ssize(difference.mAdded), 0, Kind::added},
-                        {numLast, 0, Kind::shared}};
-    std::erase_if(difference.mRuns, [](const Run& run) { return run.count == 0; });
+    difference.setRuns(numFirst, numLast);
     return difference;
 }
 
-MarkerList MarkerDifference::after(const std::vector<AudioMarkerPtr>& before)
+MarkerDifference MarkerDifference::splice(const InstalledMarkers& before, int64_t first, int64_t count,
+                                          std::span<const AudioMarkerPtr> others)
 {
-    return otherList(before, {Kind::dropped, mDropped}, {Kind::added, mAdded}, 1);
+    MarkerDifference difference;
+    difference.mDropped = before.slice(first, count);
+    difference.mAdded.assign(others.begin(), others.end());
+    difference.setRuns(first, before.count() - first - count);
+    return difference;
 }
 
-MarkerList MarkerDifference::before(const std::vector<AudioMarkerPtr>& after)
+void MarkerDifference::setRuns(int64_t numFirst, int64_t numLast)
 {
-    return otherList(after, {Kind::added, mAdded}, {Kind::dropped, mDropped}, -1);
+    mRuns = {{numFirst, 0, Kind::shared},
+             {std::ssize(mDropped), 0, Kind::dropped},
+             {std::ssize(mAdded), 0, Kind::added},
+             {numLast, 0, Kind::shared}};
+    std::erase_if(mRuns, [](const Run& run) { return run.count == 0; });
 }
 
-MarkerList MarkerDifference::otherList(const std::vector<AudioMarkerPtr>& list, OneSided left, OneSided taken,
-                                       int sign)
+void MarkerDifference::redo(InstalledMarkers& markers)
 {
-    std::vector<AudioMarkerPtr> other;
-    other.reserve(list.size() + taken.markers.size());
-    auto next = list.begin();
+    exchange(markers, {Kind::dropped, mDropped}, {Kind::added, mAdded}, 1);
+}
+
+void MarkerDifference::undo(InstalledMarkers& markers)
+{
+    exchange(markers, {Kind::added, mAdded}, {Kind::dropped, mDropped}, -1);
+}
+
+void MarkerDifference::exchange(InstalledMarkers& markers, OneSided left, OneSided taken, int sign)
+{
+    const auto isUntouched = [](const Run& run) { return run.kind == Kind::shared && run.shift == 0; };
+    // What stays at both ends is not even looked at.
+    const auto first = std::find_if_not(mRuns.begin(), mRuns.end(), isUntouched);
+    const auto last = std::find_if_not(mRuns.rbegin(), std::reverse_iterator(first), isUntouched).base();
+    const auto add = [](int64_t sum, const Run& run) { return sum + run.count; };
+    const auto addPresent = [&](int64_t sum, const Run& run) {
+        return run.kind == taken.kind ? sum : sum + run.count;
+    };
+    const int64_t numFirst = std::accumulate(mRuns.begin(), first, int64_t{0}, add);
+    const int64_t count = std::accumulate(first, last, int64_t{0}, addPresent);
+    const std::vector<AudioMarkerPtr> present = markers.slice(numFirst, count);
+    auto next = present.begin();
     auto nextLeft = left.markers.begin();
     auto nextTaken = taken.markers.begin();
-    for (const Run& run : mRuns) {
-        if (run.kind == taken.kind) {
-            other.insert(other.end(), nextTaken, nextTaken + run.count);
-            nextTaken += run.count;
+    std::vector<AudioMarkerPtr> others;
+    for (auto run = first; run != last; ++run) {
+        if (run->kind == taken.kind) {
+            others.insert(others.end(), nextTaken, nextTaken + run->count);
+            nextTaken += run->count;
             continue;
         }
-        const auto end = next + run.count;
-        if (run.kind == left.kind) {
+        const auto end = next + run->count;
+        if (run->kind == left.kind) {
             nextLeft = std::copy(next, end, nextLeft);
-        } else if (run.shift == 0) {
-            other.insert(other.end(), next, end);
+        } else if (run->shift == 0) {
+            others.insert(others.end(), next, end);
         } else {
-            std::transform(next, end, std::back_inserter(other), [&](const AudioMarkerPtr& marker) {
-                return movedCopy(marker, marker->position() + sign * run.shift);
+            std::transform(next, end, std::back_inserter(others), [&](const AudioMarkerPtr& marker) {
+                return movedCopy(marker, marker->position() + sign * run->shift);
             });
         }
         next = end;
     }
-    return std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(other));
+    markers.splice(numFirst, count, others);
 }
 
 MarkerEdit::MarkerEdit(const std::vector<AudioMarkerPtr>& before)

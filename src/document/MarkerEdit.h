@@ -1,8 +1,9 @@
 #pragma once
 
-#include "document/clips/AudioMarker.h"
+#include "document/InstalledMarkers.h"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace velloria
@@ -16,11 +17,15 @@ namespace velloria
 class MarkerDifference
 {
 public:
-    MarkerList after(const std::vector<AudioMarkerPtr>& before);
-    MarkerList before(const std::vector<AudioMarkerPtr>& after);
+    /// From the list before to that after, and back.
+    void redo(InstalledMarkers& markers);
+    void undo(InstalledMarkers& markers);
     /// The difference between any two lists: what stands at both ends of both is shared.
     static MarkerDifference between(const std::vector<AudioMarkerPtr>& before,
                                     const std::vector<AudioMarkerPtr>& after);
+    /// What InstalledMarkers::splice() would do.
+    static MarkerDifference splice(const InstalledMarkers& before, int64_t first, int64_t count,
+                                   std::span<const AudioMarkerPtr> others);
 
 private:
     friend class MarkerEdit;
@@ -33,12 +38,13 @@ private:
     };
 
     void append(Kind kind, int64_t shift);
+    void setRuns(int64_t numFirst, int64_t numLast);
     /// What only one of two lists has.
     struct OneSided {
         Kind kind;
         std::vector<AudioMarkerPtr>& markers;
     };
-    MarkerList otherList(const std::vector<AudioMarkerPtr>& list, OneSided left, OneSided taken, int sign);
+    void exchange(InstalledMarkers& markers, OneSided left, OneSided taken, int sign);
 
     std::vector<Run> mRuns;
     std::vector<AudioMarkerPtr> mDropped;

@@ -52,7 +52,7 @@ AudioMetadata MarkerSplitter::metadataForPieces(const SoundDocument& document)
 
 std::vector<MarkerSplitter::Piece> MarkerSplitter::piecesOf(const SoundDocument& document)
 {
-    const std::vector<AudioMarkerPtr> markers = document.orderedMarkers();
+    const std::vector<AudioMarkerPtr>& markers = *document.orderedMarkers();
     const int64_t total = document.numberOfFrames();
     const auto within = [total](int64_t position) { return std::clamp<int64_t>(position, 0, total); };
     std::vector<Piece> pieces;

@@ -46,7 +46,6 @@ SoundDocument::SoundDocument()
 
 SoundDocument::SoundDocument(ForLoading)
     : mAudioTracks(std::make_shared<const std::vector<AudioTrackPtr>>())
-    , mAudioMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>())
     , mScratchID(QUuid::createUuid().toString(QUuid::WithoutBraces))
     , mRecording(std::make_unique<DocumentRecording>(*this))
     , mTransport(std::make_unique<DocumentTransport>(*this))

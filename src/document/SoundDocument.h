@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <vector>
 
 namespace velloria
@@ -81,9 +82,11 @@ public:
     double sampleRate() const override { return mSampleRate.load(std::memory_order_relaxed); }
     TrackList audioTracks() const override;
     /// Never null. Main thread.
-    const MarkerList& audioMarkers() const { return mAudioMarkers; }
-    /// Sorted by position.
-    std::vector<AudioMarkerPtr> orderedMarkers() const;
+    const MarkerList& audioMarkers() const { return mMarkers.list(); }
+    /// Sorted by position. Never null. Main thread.
+    const MarkerList& orderedMarkers() const { return mMarkers.ordered(); }
+    /// The same, where one of many is looked for. Main thread.
+    const InstalledMarkers& markers() const { return mMarkers; }
     const AudioMetadata& audioMetadata() const { return mAudioMetadata; }
     int64_t sampleSize() const { return mSampleSize; }
     int64_t bitRate() const { return mBitRate; }
@@ -156,6 +159,7 @@ public:
     /// All as one step.
     void addMarkers(const std::vector<AudioMarkerPtr>& markers, const QString& actionName);
     void removeAudioMarker(const AudioMarkerPtr& marker);
+    void removeAudioMarkers(const std::vector<AudioMarkerPtr>& markers, const QString& actionName);
     /// Renames or moves the marker itself, with an undo step when that changes something.
     void setName(const QString& name, const AudioMarkerPtr& marker);
     void setPosition(int64_t position, const AudioMarkerPtr& marker);
@@ -212,6 +216,7 @@ private:
 
     bool finishLoadingFileWithAudioClips(const std::vector<AudioClipPtr>& clips);
     void storeTracks(TrackList tracks);
+    void undoableSpliceAudioMarkers(int64_t first, int64_t count, std::span<const AudioMarkerPtr> others);
     void tellMarkersDidChange() const;
     void tellMetadataDidChange() const;
 
@@ -233,7 +238,7 @@ private:
     /// Written on the main thread under the lock; other threads copy it under the lock.
     TrackList mAudioTracks;
     mutable std::mutex mTracksMutex;
-    MarkerList mAudioMarkers;
+    InstalledMarkers mMarkers;
     AudioMetadata mAudioMetadata;
     std::shared_ptr<AudioFile> mAudioFile;
     std::filesystem::path mFilePath;

@@ -76,27 +76,26 @@ std::optional<int64_t> frameArgument(const SoundDocument& document, const QVaria
 /// The marker that Index=, else Position= or Frame=, else Name= tells.
 AudioMarkerPtr markerArgument(const SoundDocument& document, const QVariantMap& arguments, MaybeError* error)
 {
-    const std::vector<AudioMarkerPtr> markers = document.orderedMarkers();
-    auto found = markers.end();
+    const InstalledMarkers& markers = document.markers();
+    AudioMarkerPtr found;
     if (arguments.contains(kIndex)) {
         const qlonglong index = arguments.value(kIndex).toLongLong();
-        if (index >= 0 && index < static_cast<qlonglong>(markers.size()))
-            found = markers.begin() + index;
+        if (index >= 0 && index < markers.count())
+            found = markers.orderedAt(index);
     } else if (hasPosition(arguments)) {
         const std::optional<int64_t> frame = frameArgument(document, arguments, error);
         if (!frame)
             return nullptr;
-        found = std::find_if(markers.begin(), markers.end(),
-                             [&frame](const AudioMarkerPtr& marker) { return marker->position() == *frame; });
+        found = markers.markerAtFrame(*frame);
     } else {
         const QString name = arguments.value(kName).toString();
-        found = std::find_if(markers.begin(), markers.end(),
-                             [&name](const AudioMarkerPtr& marker) { return marker->name() == name; });
+        found =
+            markers.firstOrdered([&name](const AudioMarkerPtr& marker) { return marker->name() == name; });
     }
-    if (found != markers.end())
-        return *found;
+    if (found)
+        return found;
     *error = Error{Error::Code::failed,
-                   QStringLiteral("There is no such marker: the document has %1.").arg(markers.size())};
+                   QStringLiteral("There is no such marker: the document has %1.").arg(markers.count())};
     return nullptr;
 }
 
@@ -123,7 +122,7 @@ CommandDescription insertMarkerCommand()
         if (!frame)
             return error;
         const QString name =
-            arguments.value(kName, QStringLiteral("New Marker %1").arg(document.audioMarkers()->size() + 1))
+            arguments.value(kName, QStringLiteral("New Marker %1").arg(document.markers().count() + 1))
                 .toString();
         return controller.markers().addMarkers({std::make_shared<AudioMarker>(0, *frame, name)}, {});
     };

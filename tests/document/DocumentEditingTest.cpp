@@ -163,11 +163,11 @@ TEST(DocumentEditing, KeepsMarkersByIdentityAndOrdersThemByPosition)
     for (const AudioMarkerPtr& marker : {late, early, twin})
         document->addMarker(marker);
     EXPECT_EQ(document->undoManager().undoText(), QStringLiteral("Add Marker"));
-    EXPECT_EQ(document->orderedMarkers(), (std::vector<AudioMarkerPtr>{early, late, twin}));
+    EXPECT_EQ(*document->orderedMarkers(), (std::vector<AudioMarkerPtr>{early, late, twin}));
     EXPECT_EQ(document->audioMarkers()->front(), late);
     document->removeAudioMarker(late);
     EXPECT_EQ(document->undoManager().undoText(), QStringLiteral("Remove Marker"));
-    EXPECT_EQ(document->orderedMarkers(), (std::vector<AudioMarkerPtr>{early, twin}));
+    EXPECT_EQ(*document->orderedMarkers(), (std::vector<AudioMarkerPtr>{early, twin}));
 }
 
 TEST(SoundDocument, StartsAsThePreferencesSay)

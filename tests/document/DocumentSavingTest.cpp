@@ -111,7 +111,7 @@ TEST_F(DocumentOpening, TakesWhatTheFileHas)
     EXPECT_EQ(document->filePath(), path("a.wav"));
     EXPECT_EQ(document->displayName(), QStringLiteral("a.wav"));
     EXPECT_EQ(document->audioMetadata().title(), QStringLiteral("Title"));
-    EXPECT_EQ(kit::positionsOf(document->orderedMarkers()), (std::vector<int64_t>{10, 100}));
+    EXPECT_EQ(kit::positionsOf(*document->orderedMarkers()), (std::vector<int64_t>{10, 100}));
     EXPECT_EQ(kit::pansOf(*document), (std::vector<double>{-1.0, 1.0}));
     EXPECT_EQ(document->undoManager().count(), 0);
     EXPECT_FALSE(document->isDocumentEdited());

@@ -169,7 +169,7 @@ TEST_F(LeftOverSoundsTest, AnUnsavedDocumentIsKeptWithAllThatItHolds)
     const auto document = LeftOverSounds::open(sounds.at(0), &error);
     ASSERT_TRUE(document);
     EXPECT_EQ(kit::samplesOf(*document), samples);
-    EXPECT_EQ(kit::positionsOf(document->orderedMarkers()), std::vector<int64_t>({5, 1234}));
+    EXPECT_EQ(kit::positionsOf(*document->orderedMarkers()), std::vector<int64_t>({5, 1234}));
 }
 
 TEST_F(LeftOverSoundsTest, FilesGoOnlyWhenSomebodyAnsweredForThem)

@@ -40,7 +40,7 @@ public:
     QStringList markerTexts() const
     {
         QStringList list;
-        for (const AudioMarkerPtr& marker : document->orderedMarkers())
+        for (const AudioMarkerPtr& marker : *document->orderedMarkers())
             list += QStringLiteral("%1 %2").arg(marker->position()).arg(marker->name());
         return list;
     }

@@ -15,7 +15,6 @@ namespace
 {
 
 constexpr double kTick = 1.0 / 60.0;
-constexpr int kNumMarkers = 1000;
 
 /// Ten minutes of stereo that is computed when it is asked for.
 class BenchSubject : public WaveformSubject
@@ -39,19 +38,26 @@ public:
     void setSelection(const SoundSelection&) override {}
     double cueTime() const override { return cue; }
     void setCueTime(double seconds) override { cue = seconds; }
-    std::vector<AudioMarkerPtr> markers() const override { return allMarkers; }
+    MarkerList markers() const override { return allMarkers; }
     double nearestZeroCrossing(double, double to, int32_t) const override { return to; }
 
     double cue = 0;
-    std::vector<AudioMarkerPtr> allMarkers;
+    MarkerList allMarkers;
 };
+
+MarkerList evenMarkers(int64_t count, int64_t numFrames)
+{
+    std::vector<AudioMarkerPtr> markers;
+    for (int64_t i = 0; i < count; ++i)
+        markers.push_back(std::make_shared<AudioMarker>(0, i * numFrames / count, QStringLiteral("Marker")));
+    return std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(markers));
+}
 
 /// The view stands still (0), or follows the cue smoothly (1).
 void BM_PlayHeadFrame(benchmark::State& state)
 {
     BenchSubject subject;
-    for (int i = 0; i < kNumMarkers; ++i)
-        subject.allMarkers.push_back(std::make_shared<AudioMarker>(0, i * 26460, QStringLiteral("Marker")));
+    subject.allMarkers = evenMarkers(state.range(2), subject.numFrames());
     WaveformView view(subject);
     view.resize(1280, 720);
     view.show();
@@ -77,10 +83,13 @@ void BM_PlayHeadFrame(benchmark::State& state)
 } // namespace
 
 BENCHMARK(BM_PlayHeadFrame)
-    ->ArgNames({"follows", "zoom"})
-    ->Args({0, 512})
-    ->Args({1, 512})
-    ->Args({1, 16})
+    ->ArgNames({"follows", "zoom", "markers"})
+    ->Args({0, 512, 1000})
+    ->Args({1, 512, 1000})
+    ->Args({1, 16, 1000})
+    // All of them in view, and some hundreds.
+    ->Args({0, 20672, 100'000})
+    ->Args({1, 512, 100'000})
     ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1000);

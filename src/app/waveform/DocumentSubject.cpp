@@ -85,7 +85,7 @@ bool DocumentSubject::isPlaying() const
     return mController->transport().isPlaying();
 }
 
-std::vector<AudioMarkerPtr> DocumentSubject::markers() const
+MarkerList DocumentSubject::markers() const
 {
     return mController->document().orderedMarkers();
 }

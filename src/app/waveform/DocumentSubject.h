@@ -30,7 +30,7 @@ public:
     double cueTime() const override;
     void setCueTime(double seconds) override;
     bool isPlaying() const override;
-    std::vector<AudioMarkerPtr> markers() const override;
+    MarkerList markers() const override;
     void setMarkerName(const AudioMarkerPtr& marker, const QString& name) override;
     void setMarkerPosition(const AudioMarkerPtr& marker, int64_t position) override;
     void removeMarker(const AudioMarkerPtr& marker) override;

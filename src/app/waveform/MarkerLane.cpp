@@ -1,6 +1,7 @@
 #include "app/waveform/MarkerLane.h"
 
 #include "app/preferences/Settings.h"
+#include "app/waveform/MarkerColumns.h"
 #include "app/waveform/WaveformContext.h"
 #include "display/TimeFormatter.h"
 #include "platform/UserDefaults.h"
@@ -28,6 +29,7 @@ constexpr double kPadding = 6;
 constexpr double kFlagGap = 2;
 constexpr double kMinFlagWidth = 5;
 constexpr double kLeftReach = 3;
+constexpr double kFarAway = 1e6;
 
 } // namespace
 
@@ -54,7 +56,7 @@ QSize MarkerLane::sizeHint() const
 void MarkerLane::reload()
 {
     mMarkers = mContext.subject().markers();
-    setVisible(!mMarkers.empty() && UserDefaults::standard().boolValue(Settings::showsMarkers));
+    setVisible(!mMarkers->empty() && UserDefaults::standard().boolValue(Settings::showsMarkers));
     update();
 }
 
@@ -73,21 +75,25 @@ bool MarkerLane::isLocked() const
 std::vector<MarkerLane::Flag> MarkerLane::visibleFlags() const
 {
     const QFontMetricsF metrics(font());
+    const auto widthIn = [&metrics](const AudioMarkerPtr& marker, double room) {
+        // A name is measured only where some of it can be seen.
+        if (room <= kMinFlagWidth)
+            return kMinFlagWidth;
+        return std::min(room, metrics.horizontalAdvance(marker->name()) + 2 * kPadding);
+    };
+    std::vector<PlacedMarker> placed = markersByPixel(*mMarkers, mContext.geometry(), 0, width());
+    const bool isDragging = mDragTime.has_value();
+    std::erase_if(placed, [&](const PlacedMarker& each) { return isDragging && each.marker == mPressed; });
     std::vector<Flag> flags;
-    for (size_t i = 0; i < mMarkers.size(); ++i) {
-        const double x = mContext.geometry().xAtTime(timeOf(mMarkers[i]));
-        if (x > width())
-            break;
-        double room = 1e6;
-        if (i + 1 < mMarkers.size())
-            room = mContext.geometry().xAtTime(timeOf(mMarkers[i + 1])) - x - kFlagGap;
-        if (x + room < -kFlagGap)
-            continue;
-        const double wanted = metrics.horizontalAdvance(mMarkers[i]->name()) + 2 * kPadding;
-        const double flagWidth = std::max(kMinFlagWidth, std::min(wanted, room));
-        if (x + flagWidth >= 0)
-            flags.push_back({mMarkers[i], std::round(x), flagWidth});
+    for (size_t i = 0; i < placed.size(); ++i) {
+        const double next = i + 1 < placed.size() ? placed[i + 1].x : kFarAway;
+        flags.push_back(
+            {placed[i].marker, placed[i].x, widthIn(placed[i].marker, next - placed[i].x - kFlagGap)});
     }
+    // What is dragged lies above the others.
+    if (isDragging)
+        flags.push_back(
+            {mPressed, std::round(mContext.geometry().xAtTime(*mDragTime)), widthIn(mPressed, kFarAway)});
     return flags;
 }
 
@@ -232,7 +238,7 @@ void MarkerLane::mouseDoubleClickEvent(QMouseEvent* event)
     if (!marker)
         return;
     double end = mContext.subject().totalTime();
-    for (const AudioMarkerPtr& other : mMarkers) {
+    for (const AudioMarkerPtr& other : *mMarkers) {
         if (other->position() > marker->position()) {
             end = timeOf(other);
             break;

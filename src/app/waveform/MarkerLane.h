@@ -49,7 +49,7 @@ private:
     void paintFlag(QPainter& painter, const Flag& flag) const;
 
     WaveformContext& mContext;
-    std::vector<AudioMarkerPtr> mMarkers;
+    MarkerList mMarkers;
     AudioMarkerPtr mPressed;
     double mPressX = 0;
     /// Set once the pointer went far enough for a drag.

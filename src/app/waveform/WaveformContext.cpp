@@ -60,7 +60,8 @@ double WaveformContext::snappedTime(double time, int32_t track) const
 double WaveformContext::snappedMarkerTime(double time, const AudioMarkerPtr& marker) const
 {
     std::vector<int64_t> others;
-    for (const AudioMarkerPtr& other : mSubject.markers())
+    const MarkerList markers = mSubject.markers();
+    for (const AudioMarkerPtr& other : *markers)
         if (other != marker)
             others.push_back(other->position());
     TimeSnapper snapper = mSnapper;
@@ -174,7 +175,8 @@ void WaveformContext::cueDidChange()
 void WaveformContext::markersDidChange()
 {
     std::vector<int64_t> positions;
-    for (const AudioMarkerPtr& marker : mSubject.markers())
+    const MarkerList markers = mSubject.markers();
+    for (const AudioMarkerPtr& marker : *markers)
         positions.push_back(marker->position());
     mSnapper.setMarkerPositions(std::move(positions));
     Q_EMIT markersChanged();

@@ -71,7 +71,8 @@ double WaveformKeys::jumpedTime(double from, int direction) const
     const SoundSelection& selection = mContext.selection();
     const double rate = mContext.subject().sampleRate();
     std::vector<double> stops = {0, mContext.subject().totalTime(), selection.startTime, selection.endTime};
-    for (const AudioMarkerPtr& marker : mContext.subject().markers())
+    const MarkerList markers = mContext.subject().markers();
+    for (const AudioMarkerPtr& marker : *markers)
         stops.push_back(marker->secondsWithSampleRate(rate));
     std::sort(stops.begin(), stops.end());
     if (direction > 0) {

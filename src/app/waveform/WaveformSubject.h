@@ -37,8 +37,8 @@ public:
     /// The cue moves by itself then, and setting it moves what is heard.
     virtual bool isPlaying() const { return false; }
 
-    /// In the order of their positions.
-    virtual std::vector<AudioMarkerPtr> markers() const = 0;
+    /// In the order of their positions. Never null.
+    virtual MarkerList markers() const = 0;
     // Each is one undo step.
     virtual void setMarkerName(const AudioMarkerPtr&, const QString&) {}
     virtual void setMarkerPosition(const AudioMarkerPtr&, int64_t) {}

@@ -1,6 +1,7 @@
 #include "app/waveform/WaveformWidget.h"
 
 #include "app/preferences/Settings.h"
+#include "app/waveform/MarkerColumns.h"
 #include "app/waveform/WaveformContext.h"
 #include "app/waveform/WaveformKeys.h"
 #include "app/waveform/WaveformMouse.h"
@@ -243,12 +244,9 @@ void WaveformWidget::paintLines(QPainter& painter, const QRect& dirty) const
     const WaveformViewGeometry& geometry = mContext.geometry();
     QColor markerColor = theme.marker;
     markerColor.setAlpha(150);
-    const double rate = mContext.subject().sampleRate();
-    for (const AudioMarkerPtr& marker : mContext.subject().markers()) {
-        const double x = std::round(geometry.xAtTime(marker->secondsWithSampleRate(rate)));
-        if (x >= dirty.left() - 1 && x <= dirty.right() + 1)
-            painter.fillRect(QRectF(x, 0, 1, height()), markerColor);
-    }
+    const MarkerList markers = mContext.subject().markers();
+    for (const PlacedMarker& placed : markersByPixel(*markers, geometry, dirty.left() - 1, dirty.right() + 1))
+        painter.fillRect(QRectF(placed.x, 0, 1, height()), markerColor);
     const double cue = std::round(geometry.xAtTime(mContext.cueTime()));
     if (cue >= dirty.left() - 1 && cue <= dirty.right() + 1)
         painter.fillRect(QRectF(cue, 0, 1, height()), theme.cue);

@@ -1,7 +1,5 @@
 #include "app/window/MarkerListDock.h"
 
-#include "document/UndoGroup.h"
-
 #include <QCoreApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -77,9 +75,7 @@ void MarkerListDock::deleteChosen()
         chosen.push_back(mModel->markerAtRow(index.row()));
     //: The name of an undo step
     //% "Delete Markers"
-    const UndoGroup group(*mDocument, qtTrId("marker-list-delete"));
-    for (const AudioMarkerPtr& marker : chosen)
-        mDocument->removeAudioMarker(marker);
+    mDocument->removeAudioMarkers(chosen, qtTrId("marker-list-delete"));
 }
 
 } // namespace velloria

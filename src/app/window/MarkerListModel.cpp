@@ -24,7 +24,7 @@ void MarkerListModel::setDocument(std::shared_ptr<SoundDocument> document)
 void MarkerListModel::refresh()
 {
     beginResetModel();
-    mMarkers = mDocument ? mDocument->orderedMarkers() : std::vector<AudioMarkerPtr>();
+    mMarkers = mDocument ? mDocument->orderedMarkers() : nullptr;
     mFormatter.setSampleRate(mDocument ? mDocument->sampleRate() : 1.0);
     mFormatter.setUnits(UserDefaults::standard().integerValue(Settings::rulerUnits));
     endResetModel();
@@ -32,12 +32,12 @@ void MarkerListModel::refresh()
 
 AudioMarkerPtr MarkerListModel::markerAtRow(int row) const
 {
-    return row >= 0 && row < rowCount() ? mMarkers[static_cast<size_t>(row)] : nullptr;
+    return row >= 0 && row < rowCount() ? (*mMarkers)[static_cast<size_t>(row)] : nullptr;
 }
 
 int MarkerListModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(mMarkers.size());
+    return parent.isValid() || !mMarkers ? 0 : static_cast<int>(mMarkers->size());
 }
 
 int MarkerListModel::columnCount(const QModelIndex& parent) const

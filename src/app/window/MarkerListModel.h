@@ -33,7 +33,7 @@ public:
 
 private:
     std::shared_ptr<SoundDocument> mDocument;
-    std::vector<AudioMarkerPtr> mMarkers;
+    MarkerList mMarkers; ///< null without a document
     TimeFormatter mFormatter;
 };
 

@@ -199,7 +199,7 @@ TEST_F(RecordingTest, LiftsMarkersOutOfTheWayAndPutsThemBack)
         document = kit::documentOf({kit::ramp(1000, 0), kit::ramp(1000, 0)});
         kit::setMarkers(*document, {100, 300, 400, 500, 900});
         const double rate = document->sampleRate();
-        const auto positions = [&] { return kit::positionsOf(document->orderedMarkers()); };
+        const auto positions = [&] { return kit::positionsOf(*document->orderedMarkers()); };
         ASSERT_EQ(recording().recordFrom(300 / rate, 500 / rate, trackNumber), std::nullopt);
         if (trackNumber == 0) {
             EXPECT_THAT(positions(), ElementsAre(100, 300));

@@ -62,7 +62,10 @@ public:
         cue = seconds;
         cueChanged();
     }
-    std::vector<AudioMarkerPtr> markers() const override { return allMarkers; }
+    MarkerList markers() const override
+    {
+        return std::make_shared<const std::vector<AudioMarkerPtr>>(allMarkers);
+    }
     double nearestZeroCrossing(double, double to, int32_t) const override { return to; }
 };
 

@@ -36,7 +36,7 @@ protected:
     static std::vector<int64_t> markersOf(DocumentWindow& window)
     {
         std::vector<int64_t> positions;
-        for (const AudioMarkerPtr& marker : window.document().orderedMarkers())
+        for (const AudioMarkerPtr& marker : *window.document().orderedMarkers())
             positions.push_back(marker->position());
         return positions;
     }
@@ -143,12 +143,12 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
     window->controller().editing().undo();
     EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{11'025, 22'050}));
 
-    lane->rename(window->document().orderedMarkers().front());
+    lane->rename(window->document().orderedMarkers()->front());
     auto* const field = lane->findChild<QLineEdit*>();
     ASSERT_TRUE(field);
     field->setText(QStringLiteral("Welcome"));
     QTest::keyClick(field, Qt::Key_Return);
-    EXPECT_EQ(window->document().orderedMarkers().front()->name(), QStringLiteral("Welcome"));
+    EXPECT_EQ(window->document().orderedMarkers()->front()->name(), QStringLiteral("Welcome"));
 
     MarkerListModel& model = part<MarkerListDock>(*window).model();
     ASSERT_EQ(model.rowCount(), 2);
@@ -167,6 +167,12 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
     part<MarkerListDock>(*window).list().selectRow(0);
     QTest::keyClick(&part<MarkerListDock>(*window).list(), Qt::Key_Delete);
     EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{33'075}));
+    window->controller().editing().undo();
+    window->markerList().list().selectAll();
+    QTest::keyClick(&window->markerList().list(), Qt::Key_Delete);
+    EXPECT_TRUE(markersOf(*window).empty());
+    window->controller().editing().undo();
+    EXPECT_EQ(markersOf(*window).size(), 2U) << "all that were chosen are one step";
 }
 
 TEST_F(EditingTest, SplitsIntoTheChosenFolder)
