@@ -5,6 +5,7 @@
 #include "document/AudioClipboard.h"
 #include "document/UndoGroup.h"
 #include "document/clips/ClipWriter.h"
+#include "document/clips/ComputedSound.h"
 #include "document/clips/SourceWatch.h"
 #include "platform/Log.h"
 
@@ -91,6 +92,7 @@ MixPasteController::mixedClips(const std::vector<AudioTrackPtr>& pasted, const T
     for (const AudioTrackPtr& track : pasted)
         watch.add(*track);
     ClipWriter writer(target.numTracks, document.sampleRate());
+    writer.setComputed(ComputedSound::isFromLossySound(*tracks) || ComputedSound::isFromLossySound(pasted));
     ClipWriter::Block block(static_cast<size_t>(target.numTracks));
     for (int64_t done = 0; done < target.numFrames && !progress->isCancelled();) {
         const int64_t count = std::min(target.numFrames - done, kFramesPerBlock);

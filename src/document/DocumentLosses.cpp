@@ -1,5 +1,8 @@
 #include "document/SoundDocument.h"
 
+#include "document/clips/ComputedClip.h"
+#include "document/clips/ComputedSound.h"
+#include "document/clips/MutableAudioClip.h"
 #include "formats/saving/SaveLoop.h"
 #include "platform/FileReplacer.h"
 
@@ -26,6 +29,8 @@ struct Sources {
     /// There is sound that was decoded from a lossy encoding, and such that decodes to floats.
     bool hasLossySound = false;
     bool hasLossyFloats = false;
+    /// There is sound that was computed and is louder than integers can tell.
+    bool isAboveFullScale = false;
 
     bool hasFloats() const { return mostFloatBits > 0 || hasLossyFloats; }
 };
@@ -42,9 +47,16 @@ Sources sourcesOfTracks(const std::vector<AudioTrackPtr>& tracks)
             sources.mostFloatBits = std::max(sources.mostFloatBits, stored.isFloat ? stored.bits : 0);
             sources.hasLossySound |= stored.isLossy;
             sources.hasLossyFloats |= stored.isLossy && stored.bits == 0;
+            const auto* const scratch = dynamic_cast<const MutableAudioClip*>(clip.get());
+            sources.isAboveFullScale = sources.isAboveFullScale || (scratch && scratch->exceedsFullScale());
             return true;
         });
     return sources;
+}
+
+QString clippingLoss(int64_t bits)
+{
+    return QStringLiteral("Sound that is louder than full scale is clipped in %1-bit integers.").arg(bits);
 }
 
 /// `sampleSize` is that of the document: its owner expects no less, whatever was computed since.
@@ -57,6 +69,8 @@ QStringList lossesToIntegers(int64_t bits, int64_t sampleSize, const Sources& so
         losses += QStringLiteral("%1 %2-bit integers; what is louder than full scale is clipped.")
                       .arg(what)
                       .arg(bits);
+    } else if (sources.isAboveFullScale) {
+        losses += clippingLoss(bits);
     }
     const int64_t widest = std::max(sources.hasFloats() ? 0 : sampleSize, sources.mostIntegerBits);
     if (widest > bits)
@@ -172,15 +186,28 @@ QStringList itemsNotWritten(const FileLedger& ledger, const AudioFile& writer)
     return losses;
 }
 
+bool anyComputedClip(const std::vector<AudioTrackPtr>& tracks, bool (ComputedClip::*isSo)() const)
+{
+    bool isAny = false;
+    for (const AudioTrackPtr& track : tracks)
+        track->clips().forEachFrom(0, [&](const AudioClipPtr& clip, int64_t) {
+            const auto* const computed = dynamic_cast<const ComputedClip*>(clip.get());
+            isAny = isAny || (computed && (computed->*isSo)());
+            return !isAny;
+        });
+    return isAny;
+}
+
 } // namespace
 
 bool SoundDocument::hasMarkerWithin(const SoundSelection& selection) const
 {
     const SaveRange range = SaveRange::ofSelection(*this, selection);
-    return std::any_of(mAudioMarkers->begin(), mAudioMarkers->end(), [&range](const AudioMarkerPtr& marker) {
-        return marker->position() >= range.startFrame &&
-               marker->position() < range.startFrame + range.numFrames;
-    });
+    return std::any_of(audioMarkers()->begin(), audioMarkers()->end(),
+                       [&range](const AudioMarkerPtr& marker) {
+                           return marker->position() >= range.startFrame &&
+                                  marker->position() < range.startFrame + range.numFrames;
+                       });
 }
 
 QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
@@ -216,6 +243,20 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
             losses += *change;
     losses += FileReplacer::lossesWhenReplacing(request.path);
     return losses;
+}
+
+QString SoundDocument::lossesWhileComputing(const AudioFile& writer) const
+{
+    const TrackList tracks = audioTracks();
+    const bool isLoud = anyComputedClip(*tracks, &ComputedClip::hasReadAboveFullScale);
+    return isLoud && writer.storesIntegers() ? clippingLoss(writer.bitsPerSample()) : QString();
+}
+
+MaybeError SoundDocument::errorWhileComputing() const
+{
+    const TrackList tracks = audioTracks();
+    return anyComputedClip(*tracks, &ComputedClip::hasReadInvalid) ? MaybeError(ComputedSound::notFinite())
+                                                                   : std::nullopt;
 }
 
 } // namespace velloria

@@ -112,6 +112,8 @@ MaybeError SoundDocument::writeToPath(const SaveRequest& request, Progress& prog
         return error;
     if (MaybeError error = writeWithWriter(writer, request, progress))
         return error;
+    if (const QString loss = lossesWhileComputing(*writer); !loss.isEmpty())
+        mSaveWarnings += loss;
     if (request.operation != SaveOperation::saveTo)
         adoptWriter(writer, request);
     return std::nullopt;
@@ -132,6 +134,8 @@ MaybeError SoundDocument::writeWithWriter(const std::shared_ptr<AudioFile>& writ
     const SoundSelection* selection = request.selection ? &*request.selection : nullptr;
     if (!writer->saveDocument(*this, selection, progress, &error))
         return error ? error : notSaved(QStringLiteral("writing failed."));
+    if ((error = errorWhileComputing()))
+        return error;
     if ((error = flushWithProgress(*replacer, progress)))
         return error;
     // Everything was read by now, so what changes from here on is of no matter to this save.

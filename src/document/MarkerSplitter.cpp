@@ -28,6 +28,16 @@ QString cutToBytes(QString text, qsizetype numBytes)
     return text;
 }
 
+/// The file's name without the extension of a sound file: a title that ends in a full stop and something else
+/// keeps it.
+QString titleOf(const SoundDocument& document)
+{
+    const std::filesystem::path& path = document.filePath();
+    const QString extension = displayName(path.extension()).mid(1);
+    return AudioFileRegistry::typeWithExtension(extension) ? displayName(path.stem())
+                                                           : document.displayName();
+}
+
 bool isTaken(const std::filesystem::path& path)
 {
     std::error_code failure;
@@ -57,7 +67,7 @@ std::vector<MarkerSplitter::Piece> MarkerSplitter::piecesOf(const SoundDocument&
     const auto within = [total](int64_t position) { return std::clamp<int64_t>(position, 0, total); };
     std::vector<Piece> pieces;
     if (!markers.empty() && markers.front()->position() > 0)
-        pieces.push_back({document.displayName(), 0, within(markers.front()->position())});
+        pieces.push_back({titleOf(document), 0, within(markers.front()->position())});
     for (size_t i = 0; i < markers.size(); ++i) {
         const int64_t end = i + 1 < markers.size() ? markers[i + 1]->position() : total;
         pieces.push_back({markers[i]->name(), within(markers[i]->position()), within(end)});

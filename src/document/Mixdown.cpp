@@ -1,6 +1,7 @@
 #include "document/Mixdown.h"
 
 #include "document/clips/ClipWriter.h"
+#include "document/clips/ComputedSound.h"
 #include "document/clips/SourceWatch.h"
 
 #include <algorithm>
@@ -22,6 +23,7 @@ std::vector<AudioTrackPtr> mixed(const FrameSource& document, int32_t numTracks,
     const int64_t numFrames = document.numberOfFrames();
     const SourceWatch watch(*document.audioTracks());
     ClipWriter writer(numTracks, document.sampleRate());
+    writer.setComputed(ComputedSound::isFromLossySound(*document.audioTracks()));
     ClipWriter::Block block(static_cast<size_t>(numTracks));
     MaybeError failure;
     for (int64_t done = 0; done < numFrames && !failure;) {

@@ -228,6 +228,10 @@ private:
     std::optional<QString> changeOfOwnFile(const SaveRequest& request) const;
     MaybeError writeWithWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request,
                                Progress& progress);
+    // What shows only when computed clips are read: why the file that was written is no good, and what it
+    // lost.
+    MaybeError errorWhileComputing() const;
+    QString lossesWhileComputing(const AudioFile& writer) const;
     void adoptWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request);
 
     std::atomic<int64_t> mNumberOfFrames = 0;

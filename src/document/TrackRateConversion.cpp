@@ -3,6 +3,7 @@
 #include "document/RateConversionReader.h"
 #include "document/clips/ClipWriter.h"
 #include "document/clips/ComputedClip.h"
+#include "document/clips/ComputedSound.h"
 #include "document/clips/SourceWatch.h"
 #include "platform/codec/SampleRateConverter.h"
 
@@ -69,7 +70,8 @@ std::vector<AudioTrackPtr> TrackRateConversion::convertWhenRead(const std::vecto
             return {};
         const int64_t length = SampleRateConverter::outputLength(track->length(), mSourceRate, mTargetRate);
         const auto clip = std::make_shared<ComputedClip>(
-            length, track, [reader](int64_t offset, std::span<float> out) { reader->read(offset, out); });
+            length, track, [reader](int64_t offset, std::span<float> out) { reader->read(offset, out); },
+            ComputedSound::isFromLossySound(*track, 0, track->length()));
         converted.push_back(std::make_shared<AudioTrack>(length > 0 ? ClipList(clip) : ClipList()));
     }
     return converted;
@@ -92,6 +94,7 @@ bool TrackRateConversion::convertGroup(std::span<const AudioTrackPtr> tracks, Pr
     }
     const auto count = static_cast<int>(channels.size());
     ClipWriter writer(count, mTargetRate);
+    writer.setComputed(ComputedSound::isFromLossySound(tracks));
     ClipWriter::Block block(channels.size());
     for (bool isAtEnd = false; !isAtEnd && !mIsCancelled;) {
         runConcurrently(count, [&channels](int i) { channels[static_cast<size_t>(i)].convertRound(); });

@@ -31,7 +31,7 @@ MaybeError Backwards::apply()
     if (total <= 0)
         return std::nullopt;
     const SourceWatch watch = watchSources();
-    ClipWriter writer(numTracks(), sampleRate());
+    const std::unique_ptr<ClipWriter> writer = makeWriter();
     if (mDelegate)
         mDelegate->filterDidReachProgress(*this, 0.0);
     mSource->setLooping(false);
@@ -39,10 +39,10 @@ MaybeError Backwards::apply()
     std::vector<AudioClipPtr> clips = computedClips();
     MaybeError error;
     if (clips.empty()) {
-        error = processFromEnd(writer, offset, total);
+        error = processFromEnd(*writer, offset, total);
         if (!error && !mWasCancelled)
-            error = writer.finish();
-        clips.assign(writer.clips().begin(), writer.clips().end());
+            error = writer->finish();
+        clips.assign(writer->clips().begin(), writer->clips().end());
     }
     didFinishProgress();
     if (error || mWasCancelled || (error = watch.error()))

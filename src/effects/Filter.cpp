@@ -2,6 +2,7 @@
 
 #include "document/UndoGroup.h"
 #include "document/clips/ClipWriter.h"
+#include "document/clips/ComputedSound.h"
 #include "effects/ReadAhead.h"
 #include "platform/Log.h"
 #include "platform/UserDefaults.h"
@@ -138,7 +139,7 @@ MaybeError Filter::apply()
     if (total <= 0)
         return std::nullopt;
     const SourceWatch watch = watchSources();
-    ClipWriter writer(numTracks(), sampleRate());
+    const std::unique_ptr<ClipWriter> writer = makeWriter();
     if (mDelegate)
         mDelegate->filterDidReachProgress(*this, 0.0);
     if (mMaxBufferNumFrames == 0) {
@@ -152,10 +153,10 @@ MaybeError Filter::apply()
     if (clips.empty()) {
         int64_t numDone = 0;
         const auto blockNumFrames = static_cast<int64_t>(std::min<uint64_t>(mMaxBufferNumFrames, INT64_MAX));
-        error = processBlocks(writer, blockNumFrames, numDone, total);
+        error = processBlocks(*writer, blockNumFrames, numDone, total);
         if (!error && !mWasCancelled)
-            error = writer.finish();
-        clips.assign(writer.clips().begin(), writer.clips().end());
+            error = writer->finish();
+        clips.assign(writer->clips().begin(), writer->clips().end());
     }
     didFinishProgress();
     processingFinished();
@@ -172,6 +173,19 @@ SourceWatch Filter::watchSources() const
     for (int32_t track = std::max(0, mSource->firstTrack()); track < end; ++track)
         watch.add((*tracks)[static_cast<size_t>(track)]->clipsAtOffset(mSource->loopStart(), numFrames()));
     return watch;
+}
+
+std::unique_ptr<ClipWriter> Filter::makeWriter() const
+{
+    const TrackList tracks = mSource->document()->audioTracks();
+    const size_t first = std::min(tracks->size(), static_cast<size_t>(std::max(0, mSource->firstTrack())));
+    const size_t count = std::min(tracks->size() - first, static_cast<size_t>(std::max(0, numTracks())));
+    const auto selected = std::span(*tracks).subspan(first, count);
+    auto writer = std::make_unique<ClipWriter>(numTracks(), sampleRate());
+    writer->setComputed(std::any_of(selected.begin(), selected.end(), [this](const AudioTrackPtr& track) {
+        return ComputedSound::isFromLossySound(*track, mSource->loopStart(), numFrames());
+    }));
+    return writer;
 }
 
 ComputedClip::Function Filter::outputOfTrack(const AudioTrackPtr&, size_t) const
@@ -194,7 +208,8 @@ std::vector<AudioClipPtr> Filter::computedClips() const
         ComputedClip::Function output = outputOfTrack(track, i);
         if (!output)
             return {};
-        clips.push_back(std::make_shared<ComputedClip>(total, track, std::move(output)));
+        const bool isLossy = ComputedSound::isFromLossySound(*track, start, total);
+        clips.push_back(std::make_shared<ComputedClip>(total, track, std::move(output), isLossy));
     }
     return clips;
 }

@@ -108,6 +108,9 @@ protected:
     /// for an effect whose samples hang on those before them. `index` counts the selection's tracks.
     virtual ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const;
 
+    /// The writer of the result, for as many tracks as are selected.
+    std::unique_ptr<ClipWriter> makeWriter() const;
+
     /// Clips that compute the result when they are read, one a track, where setMostScratchBytes() asks for
     /// that; else none.
     std::vector<AudioClipPtr> computedClips() const;

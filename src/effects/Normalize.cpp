@@ -94,7 +94,7 @@ MaybeError Normalize::apply()
     if (total <= 0)
         return std::nullopt;
     const SourceWatch watch = watchSources();
-    ClipWriter writer(numTracks(), sampleRate());
+    const std::unique_ptr<ClipWriter> writer = makeWriter();
     if (mDelegate)
         mDelegate->filterDidReachProgress(*this, 0.0);
     mSource->setLooping(false);
@@ -107,8 +107,8 @@ MaybeError Normalize::apply()
         processingWillBegin();
         clips = computedClips();
         if (clips.empty()) {
-            error = scaleInto(writer, total);
-            clips.assign(writer.clips().begin(), writer.clips().end());
+            error = scaleInto(*writer, total);
+            clips.assign(writer->clips().begin(), writer->clips().end());
         }
     }
     didFinishProgress();

@@ -20,8 +20,8 @@ struct CommandParameter {
     QString key;
     Type type = Type::number;
     QString unit;
-    QVariant minimum;      ///< invalid = none
-    QVariant maximum;      ///< invalid = none
+    QVariant minimum;      ///< invalid = none; lower values are refused
+    QVariant maximum;      ///< invalid = none; higher values are refused
     QVariant defaultValue; ///< invalid = none
     QString summary;
     QStringList
@@ -61,7 +61,8 @@ const CommandDescription* commandWithName(const QString& name);
 /// Names and keys match in any case. A key of several words may stand as it is (`album artist="Various"`).
 /// Within quotes
 /// \" is a quote and \\ a backslash. Nothing, with `error` filled, for an unknown name or key, a key given
-/// twice, or a value that is not of the key's type (NaN and infinity are no numbers). See ScriptText for
+/// twice, or a value that is not of the key's type (NaN and infinity are no numbers) or
+/// outside its range. See ScriptText for
 /// bytes that are no text.
 std::optional<ParsedCommand> parse(const QString& text, QString* error);
 

@@ -53,7 +53,7 @@ std::optional<QVariant> booleanValue(const QString& text)
         if (text.compare(QLatin1String(no), Qt::CaseInsensitive) == 0)
             return QVariant(0);
     const std::optional<qlonglong> number = wholeNumber(text);
-    return number ? std::optional(QVariant(*number != 0 ? 1 : 0)) : std::nullopt;
+    return number == 0 || number == 1 ? std::optional(QVariant(int(*number))) : std::nullopt;
 }
 
 std::optional<QVariant> listValue(const QString& text)
@@ -124,6 +124,23 @@ QString wantedKind(const CommandParameter& parameter)
         break;
     }
     return QStringLiteral("a text");
+}
+
+/// What is wrong with a value that lies outside the range that the dictionary tells, or nothing.
+QString rangeProblem(const CommandParameter& parameter, const QVariant& value)
+{
+    const bool hasMinimum = parameter.minimum.isValid();
+    const bool hasMaximum = parameter.maximum.isValid();
+    const double number = value.toDouble();
+    if ((!hasMinimum || number >= parameter.minimum.toDouble()) &&
+        (!hasMaximum || number <= parameter.maximum.toDouble()))
+        return {};
+    const QString lowest = parameter.minimum.toString();
+    const QString highest = parameter.maximum.toString();
+    if (hasMinimum && hasMaximum)
+        return QStringLiteral("%1= must be from %2 to %3").arg(parameter.key, lowest, highest);
+    return hasMinimum ? QStringLiteral("%1= must be at least %2").arg(parameter.key, lowest)
+                      : QStringLiteral("%1= must be at most %2").arg(parameter.key, highest);
 }
 
 /// Finds the name among the words before the first '=', `keyWords`: the longest beginning that is a command.
@@ -243,10 +260,15 @@ std::optional<QVariant> CommandParser::value(const CommandParameter& parameter, 
                                              QString* error)
 {
     std::optional<QVariant> value = typedValue(parameter, text);
-    if (!value && error)
-        *error = QStringLiteral("%1=%2 is not %3")
-                     .arg(parameter.key, ScriptText::forDisplay(text), wantedKind(parameter));
-    return value;
+    const QString problem =
+        value ? rangeProblem(parameter, *value)
+              : QStringLiteral("%1=%2 is not %3")
+                    .arg(parameter.key, ScriptText::forDisplay(text), wantedKind(parameter));
+    if (problem.isEmpty())
+        return value;
+    if (error)
+        *error = problem;
+    return std::nullopt;
 }
 
 std::optional<ParsedCommand> CommandDictionary::parse(const QString& text, QString* error)

@@ -19,7 +19,7 @@ namespace CommandParser
 /// Nothing, with `error` filled, when a quote does not end.
 std::optional<std::vector<CommandWord>> words(QStringView text, QString* error);
 
-/// The value of a key's type; nothing, with `error` filled, when the text is none.
+/// The value of a key's type, within the key's range; nothing, with `error` filled, when the text is none.
 std::optional<QVariant> value(const CommandParameter& parameter, const QString& text, QString* error);
 } // namespace CommandParser
 

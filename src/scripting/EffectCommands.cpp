@@ -41,9 +41,11 @@ CommandParameter makeEffectParameter(const ParameterDescription& description)
     parameter.summary = description.summary;
     if (description.kind == Kind::number) {
         constexpr double none = std::numeric_limits<double>::max();
-        // What a script may give; where nothing limits that, what the dialog offers is a hint.
-        parameter.minimum = description.hardMinimum > -none ? description.hardMinimum : description.minimum;
-        parameter.maximum = description.hardMaximum < none ? description.hardMaximum : description.maximum;
+        // What a script may give, which is more than the dialog offers.
+        if (description.hardMinimum > -none)
+            parameter.minimum = description.hardMinimum;
+        if (description.hardMaximum < none)
+            parameter.maximum = description.hardMaximum;
         parameter.defaultValue = description.scriptDefaultValue;
         return parameter;
     }
@@ -93,6 +95,10 @@ MaybeError fade(SoundController& controller, const QVariantMap& arguments)
         const auto range = SelectionArguments::selection(controller.document(), arguments, &error);
         if (!range)
             return error;
+        // Without frames it would turn into everything.
+        const double rate = controller.document().sampleRate();
+        if (frameAtTime(range->startTime, rate) == frameAtTime(range->endTime, rate))
+            return std::nullopt;
         SoundSelection selection = controller.selection().normalizedSelection();
         selection.startTime = range->startTime;
         selection.endTime = range->endTime;
@@ -110,9 +116,10 @@ CommandDescription fadeCommand()
     command.parameters = {
         makeParameter(kDirection, Type::string, {}, {}, {}, {}, QStringLiteral("“in” or “out”.")),
         makeParameter(
-            kStart, Type::number, QStringLiteral("s"), 0, {}, {},
+            kStart, Type::number, QStringLiteral("s"), {}, {}, {},
             QStringLiteral("Start of the fade; with neither Start nor End, the selection is faded.")),
-        makeParameter(kEnd, Type::number, QStringLiteral("s"), 0, {}, {}, QStringLiteral("End of the fade.")),
+        makeParameter(kEnd, Type::number, QStringLiteral("s"), {}, {}, {},
+                      QStringLiteral("End of the fade.")),
     };
     command.parameters.front().choices = {QStringLiteral("in"), QStringLiteral("out")};
     if (EffectRegistry::effectWithScriptName(kFadeSpecial)) {

@@ -19,6 +19,7 @@ const QString kName = QStringLiteral("Name");
 const QString kIndex = QStringLiteral("Index");
 const QString kSpacing = QStringLiteral("Spacing");
 const QString kOffset = QStringLiteral("Offset");
+constexpr double kLeastSpacing = 1e-6;
 
 CommandParameter positionParameter(const QString& summary)
 {
@@ -224,13 +225,11 @@ CommandDescription insertMarkersAtGridlinesCommand()
     command.name = QStringLiteral("insert markers at gridlines");
     command.summary = QStringLiteral("Adds a marker at each line of a grid, named by bar and beat (001-1).");
     command.parameters = {
-        makeParameter(kSpacing, Type::number, seconds, 0, {}, {}, QStringLiteral("From line to line.")),
+        makeParameter(kSpacing, Type::number, seconds, kLeastSpacing, {}, {},
+                      QStringLiteral("From line to line.")),
         makeParameter(kOffset, Type::number, seconds, {}, {}, 0, QStringLiteral("Where one line lies."))};
     command.check = [](const QVariantMap& arguments) {
-        if (!arguments.contains(kSpacing))
-            return QStringLiteral("Spacing= is missing");
-        return arguments.value(kSpacing).toDouble() > 0.0 ? QString()
-                                                          : QStringLiteral("Spacing= must be above 0");
+        return arguments.contains(kSpacing) ? QString() : QStringLiteral("Spacing= is missing");
     };
     command.run = [](SoundController& controller, const QVariantMap& arguments) {
         return controller.markers().insertMarkersAtGridlines(arguments.value(kOffset).toDouble(),

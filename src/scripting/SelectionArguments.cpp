@@ -46,13 +46,15 @@ std::vector<CommandParameter> parameters()
     using Type = CommandParameter::Type;
     const QString seconds = QStringLiteral("s");
     const QString frames = QStringLiteral("frames");
+    // Times have no limits: they are clamped to the document.
     return {
-        makeParameter(kStart, Type::number, seconds, 0, {}, 0, QStringLiteral("Start of the range.")),
-        makeParameter(kEnd, Type::number, seconds, 0, {}, {},
+        makeParameter(kStart, Type::number, seconds, {}, {}, 0,
+                      QStringLiteral("Start of the range, which is kept within the document.")),
+        makeParameter(kEnd, Type::number, seconds, {}, {}, {},
                       QStringLiteral("End of the range; left out, the end of the document.")),
-        makeParameter(kStartFrame, Type::integer, frames, 0, {}, {},
+        makeParameter(kStartFrame, Type::integer, frames, {}, {}, {},
                       QStringLiteral("First frame of the range, instead of Start.")),
-        makeParameter(kEndFrame, Type::integer, frames, 0, {}, {},
+        makeParameter(kEndFrame, Type::integer, frames, {}, {}, {},
                       QStringLiteral("Frame after the last of the range, instead of End.")),
         makeParameter(kFirstTrack, Type::integer, {}, 0, {}, 0,
                       QStringLiteral("First track (channel), counted from 0.")),

@@ -92,6 +92,29 @@ TEST_F(RunTest, StopsAtTheFirstCommandThatFails)
     EXPECT_EQ(bytesOf("in.wav"), before);
 }
 
+TEST_F(RunTest, SavesNothingThatIsNoFiniteNumber)
+{
+    makeNoise("in.wav", 1000);
+    const QByteArray before = bytesOf("in.wav");
+    const std::vector<std::string> loud(4, "amplify Gain=200");
+    expectFailure({"run", "in.wav", loud[0], loud[1], loud[2], loud[3], "save", "-o", "out.wav"}, 1,
+                  "command 4 “amplify Gain=200”: The result holds samples that are infinite");
+    EXPECT_EQ(bytesOf("in.wav"), before);
+    EXPECT_EQ(fileNames(), std::vector<std::string>{"in.wav"});
+    expectFailure({"run", "in.wav", "amplify Gain=200.1", "-o", "out.wav"}, 2, "from -200 to 200");
+}
+
+TEST_F(RunTest, SaysThatLoudSoundIsClipped)
+{
+    makeNoise("in.wav", 1000);
+    const auto loud = cli({"run", "in.wav", "amplify Gain=40", "-o", "out.wav"});
+    EXPECT_EQ(loud.status, 0);
+    EXPECT_TRUE(loud.errors.contains("louder than full scale is clipped in 16-bit integers"))
+        << loud.errors.toStdString();
+    const auto quiet = cli({"run", "in.wav", "amplify Gain=40", "amplify Gain=-40", "-o", "out.wav"});
+    EXPECT_EQ(quiet.errors, QByteArray());
+}
+
 TEST_F(RunTest, ConvertsBetweenSampleRates)
 {
     makeNoise("in.wav", 1000);

@@ -443,6 +443,71 @@ TEST_F(DocumentLosses, NamePrecisionByWhatTheSamplesWere)
     }
 }
 
+TEST_F(DocumentLosses, NameComputedSoundAboveFullScale)
+{
+    constexpr auto fl32 = static_cast<int>(fourCharCode("fl32"));
+    FloatBuffer samples = kit::noise(200'000, 1);
+    samples[150'000] = -1.01F;
+    const auto whole = kit::clipOf(samples);
+    struct Case {
+        AudioClipPtr clip;
+        const char* uti;
+        int tag;
+        const char* loss;
+    };
+    constexpr auto wave = "com.microsoft.waveform-audio";
+    const char* const clipped = "Sound that is louder than full scale is clipped in 16-bit integers.";
+    const Case cases[] = {
+        {whole, wave, 16, clipped},
+        {whole, "com.apple.coreaudio-format", fl32, ""},
+        {whole->subdataWithOffset(149'999, 2), wave, 16, clipped},
+        {whole->subdataWithOffset(0, 150'000), wave, 16, ""},
+        {whole->subdataWithOffset(150'001, 100), wave, 16, ""},
+        {kit::clipOf({1.0F, -1.0F, std::numeric_limits<float>::quiet_NaN()}), wave, 16, ""},
+    };
+    for (const Case& each : cases) {
+        const auto document = kit::documentOf({kit::noise(10, 1)});
+        document->replaceDataAtOffset(0, 10, 0, ClipList(each.clip));
+        SaveRequest request = requestFor("a", SaveOperation::saveTo);
+        request.uti = QString::fromLatin1(each.uti);
+        request.optionTag = each.tag;
+        EXPECT_EQ(document->lossesWhenSaving(request).join('|').toStdString(), each.loss)
+            << each.clip->numFrames();
+    }
+}
+
+// A result that is computed as it is saved shows only then what it is.
+TEST_F(DocumentLosses, OfSoundComputedAsItIsSavedAreFoundByTheSave)
+{
+    const auto saved = [this](float value, QStringList* warnings) {
+        const auto document = kit::documentOf({kit::noise(10, 1)});
+        const auto function = [value](int64_t, std::span<float> out) { std::ranges::fill(out, value); };
+        document->replaceDataAtOffset(
+            0, 10, 0,
+            ClipList(std::make_shared<ComputedClip>(100'000, AudioTrack::track(), function, false)));
+        SilentProgress progress;
+        SaveRequest request = requestFor("computed.wav", SaveOperation::save);
+        request.optionTag = 16;
+        const MaybeError error = document->writeToPath(request, progress);
+        *warnings = document->saveWarnings();
+        return error;
+    };
+    QStringList warnings;
+    EXPECT_FALSE(saved(0.5F, &warnings));
+    EXPECT_EQ(warnings, QStringList());
+    EXPECT_FALSE(saved(1.5F, &warnings));
+    EXPECT_EQ(warnings, QStringList(QStringLiteral(
+                            "Sound that is louder than full scale is clipped in 16-bit integers.")));
+    const QByteArray before = bytesOf("computed.wav");
+    for (const float wrong :
+         {std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()}) {
+        const MaybeError error = saved(wrong, &warnings);
+        ASSERT_TRUE(error);
+        EXPECT_TRUE(error->message.contains(QStringLiteral("infinite or no numbers")));
+    }
+    EXPECT_EQ(bytesOf("computed.wav"), before) << "the old file is untouched";
+}
+
 TEST_F(DocumentLosses, NameWhatAnotherFormatCannotHold)
 {
     makeWave("a.wav", 100, 16);

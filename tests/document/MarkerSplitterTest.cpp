@@ -103,6 +103,21 @@ TEST_F(MarkerSplitterTest, NamesFilesAfterMarkersWhateverTheseHold)
         EXPECT_TRUE(std::filesystem::exists(each)) << each;
 }
 
+TEST_F(MarkerSplitterTest, TitlesTheFirstPieceWithTheFilesNameButNotItsExtension)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"Front.Center.WAV", "Front.Center"}, {"a take.wav", "a take"}, {"Dr. Dre", "Dr. Dre"}};
+    for (const auto& [name, title] : cases) {
+        const auto document = SoundDocument::readFromPath(
+            makeFile(name, test::wave({1, 1, 44100, 16}, test::noiseBytes(2000, 1))), {}, mProgress, nullptr);
+        ASSERT_TRUE(document) << name;
+        document->addMarker(kit::markerAt(10, QStringLiteral("rest")));
+        const auto pieces = MarkerSplitter(*document, request()).run(mProgress);
+        EXPECT_EQ(namesOf(pieces).join(u'|').toStdString(), std::string(title) + ".aif|rest.aif");
+        std::filesystem::remove_all(path("pieces"));
+    }
+}
+
 TEST_F(MarkerSplitterTest, NumbersNamesThatAreTaken)
 {
     const auto document = documentWithMarkers({{0, QStringLiteral("Intro")}});

@@ -2,6 +2,7 @@
 #include "platform/Log.h"
 #include "platform/ScratchFolder.h"
 
+#include <cfloat>
 #include <cstring>
 #include <filesystem>
 
@@ -207,6 +208,59 @@ TEST(Filter, EveryEffectLeavesTheDocumentAloneWhenTheDiskIsFull)
         }
         EXPECT_EQ(document->audioTracks(), before);
         EXPECT_EQ(document->undoManager().count(), 0);
+    }
+}
+
+// A product that no float holds would become infinite, and everything computed from it then.
+TEST(Filter, EveryEffectFailsWhereItsResultIsNoFiniteNumber)
+{
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    for (const float wrong : {infinity, -infinity, std::numeric_limits<float>::quiet_NaN()}) {
+        for (const EffectEntry& entry : EffectRegistry::effects()) {
+            SCOPED_TRACE(entry.scriptName.toStdString());
+            const auto document = documentOf({ramp(100'000, 0), ramp(100'000, 1)});
+            FloatBuffer samples = ramp(100'000, 2);
+            samples[77'777] = wrong;
+            document->replaceDataAtOffset(0, 100'000, 1, ClipList(AudioClipPtr(kit::clipOf(samples))));
+            document->undoManager().clear();
+            const TrackList before = document->audioTracks();
+            const std::unique_ptr<Filter> filter = kit::effectNamed(entry.scriptName);
+            const MaybeError error = kit::applyTo(document, *filter, kit::everythingOf(*document));
+            ASSERT_TRUE(error);
+            EXPECT_TRUE(error->message.contains(QStringLiteral("infinite or no numbers")));
+            EXPECT_FALSE(error->isUserCancelled());
+            EXPECT_EQ(document->audioTracks(), before);
+            EXPECT_EQ(document->undoManager().count(), 0);
+        }
+    }
+    // The largest that a float holds is one.
+    const auto document = documentOf({{FLT_MAX, -FLT_MAX}});
+    EXPECT_FALSE(
+        kit::applyTo(document, *kit::effectNamed(QStringLiteral("invert")), kit::everythingOf(*document)));
+    EXPECT_EQ(samplesOf(*document, 0), (FloatBuffer{-FLT_MAX, FLT_MAX}));
+}
+
+TEST(Filter, ResultsOfLossySoundAreKnownAsSuch)
+{
+    for (const bool isLossy : {true, false}) {
+        const auto clip = MutableAudioClip::clipWithSampleRate(44'100);
+        clip->setStoredSamples({0, false, isLossy});
+        EXPECT_FALSE(clip->appendData(ramp(100, 0)));
+        for (const int64_t mostScratchBytes : {INT64_MAX, int64_t{0}}) {
+            const auto document = documentOf({ramp(100, 1)});
+            document->replaceDataAtOffset(40, 20, 0, ClipList(clip->subdataWithOffset(0, 20)));
+            const auto applied = [&](int64_t start, int64_t end) {
+                const std::unique_ptr<Filter> filter = kit::effectNamed(QStringLiteral("reverse"));
+                filter->setMostScratchBytes(mostScratchBytes);
+                EXPECT_FALSE(kit::applyTo(document, *filter, kit::framesOf(*document, start, end)));
+                return (*document->audioTracks())[0]
+                    ->clipsAtOffset(start, end - start)
+                    .at(0)
+                    ->storedSamples();
+            };
+            EXPECT_FALSE(applied(0, 40).isLossy) << "only what is selected counts";
+            EXPECT_EQ(applied(0, 100).isLossy, isLossy) << mostScratchBytes;
+        }
     }
 }
 

@@ -98,8 +98,11 @@ TEST(CommandParserTest, SaysWhatIsWrong)
         {"move marker Index=0", "Position= or Frame= is missing"},
         {"move marker Index=0 Name=x Frame=1", "either Index= or Name= must tell which marker"},
         {"delete marker", "one of Index=, Position= and Name= must tell which marker"},
-        {"set tracks", "Count= must be from 1 to 65535"},
+        {"set tracks", "Count= is missing"},
         {"set tracks Count=0", "Count= must be from 1 to 65535"},
+        {"amplify Gain=201", "Gain= must be from -200 to 200"},
+        {"delete marker Index=-1", "Index= must be at least 0"},
+        {"mix paste Into=2", "Into=2 is not 0 or 1"},
         {"set metadata", "no tag is named"},
         {"set metadata mood=x", "“set metadata” has no key “mood”"},
         {"save Type=WAVE", "Type= needs a Path="},
@@ -111,6 +114,49 @@ TEST(CommandParserTest, SaysWhatIsWrong)
     };
     for (const Case& each : cases)
         EXPECT_EQ(parsed(each.text), std::string("error: ") + each.expected) << each.text;
+}
+
+// What the dictionary tells of a number holds for every command: its limits may be given, nothing beyond
+// them.
+TEST(CommandParserTest, KeepsEveryNumberWithinTheRangeThatIsDeclared)
+{
+    using Type = CommandParameter::Type;
+    int numLimits = 0;
+    for (const CommandDescription& command : CommandDictionary::commands()) {
+        for (const CommandParameter& parameter : command.parameters) {
+            SCOPED_TRACE(command.name.toStdString() + ' ' + parameter.key.toStdString());
+            const bool isWhole = parameter.type == Type::integer || parameter.type == Type::boolean;
+            if (!isWhole && parameter.type != Type::number)
+                continue;
+            const auto takes = [&parameter](const QString& text) {
+                QString error;
+                const bool isTaken = CommandParser::value(parameter, text, &error).has_value();
+                EXPECT_EQ(error.isEmpty(), isTaken) << text.toStdString();
+                return isTaken;
+            };
+            const auto step = [isWhole](double limit) {
+                return isWhole ? 1.0 : std::max(1e-9, std::abs(limit) * 1e-9);
+            };
+            const auto textOf = [](double value) { return QString::number(value, 'g', 15); };
+            if (parameter.minimum.isValid()) {
+                const double minimum = parameter.minimum.toDouble();
+                EXPECT_TRUE(takes(textOf(minimum)));
+                EXPECT_FALSE(takes(textOf(minimum - step(minimum))));
+                ++numLimits;
+            }
+            if (parameter.maximum.isValid()) {
+                const double maximum = parameter.maximum.toDouble();
+                EXPECT_TRUE(takes(textOf(maximum)));
+                EXPECT_FALSE(takes(textOf(maximum + step(maximum))));
+                ++numLimits;
+            }
+            if (parameter.defaultValue.isValid())
+                EXPECT_TRUE(takes(parameter.defaultValue.toString()));
+            for (const char* const wrong : {"nan", "-nan", "inf", "-inf", "infinity", "1e400", "", "0x"})
+                EXPECT_FALSE(takes(QString::fromLatin1(wrong))) << wrong;
+        }
+    }
+    EXPECT_GT(numLimits, 30);
 }
 
 TEST(CommandParserTest, ReadsListsAndNumberedChoices)

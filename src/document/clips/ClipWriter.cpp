@@ -1,5 +1,7 @@
 #include "document/clips/ClipWriter.h"
 
+#include "document/clips/ComputedSound.h"
+
 #include <algorithm>
 
 namespace velloria
@@ -41,8 +43,17 @@ ClipWriter::~ClipWriter()
     mGroup->wait();
 }
 
+void ClipWriter::setComputed(bool isFromLossySound)
+{
+    mIsComputed = true;
+    for (const auto& clip : mClips)
+        clip->setStoredSamples({0, false, isFromLossySound});
+}
+
 MaybeError ClipWriter::append(const Block& block)
 {
+    if (mIsComputed && !std::all_of(block.begin(), block.end(), ComputedSound::areFinite))
+        return ComputedSound::notFinite();
     Block& batch = mBatches[mFilling];
     for (size_t track = 0; track < std::min(block.size(), batch.size()); ++track)
         batch[track].insert(batch[track].end(), block[track].begin(), block[track].end());

@@ -29,6 +29,11 @@ public:
     ClipWriter(const ClipWriter&) = delete;
     ClipWriter& operator=(const ClipWriter&) = delete;
 
+    /// What is appended is computed from other sound, not taken from a file: a sample that is infinite or no
+    /// number is an error then, and the clips keep whether that sound had lost some in an encoding. Before
+    /// the first append.
+    void setComputed(bool isFromLossySound);
+
     /// Adds buffer t of the block to clip t. An error (a full disk) may be that of an earlier block; after
     /// one nothing more is written.
     MaybeError append(const Block& block);
@@ -50,6 +55,7 @@ private:
     std::vector<std::shared_ptr<MutableAudioClip>> mClips;
     std::array<Block, 2> mBatches;
     size_t mFilling = 0;
+    bool mIsComputed = false;
     /// Fewer than the most where there are so many tracks that the batches would be large.
     const size_t mBatchNumFrames;
     /// The batch being written; its tracks from mNextTrack on are nobody's yet.

@@ -1,5 +1,6 @@
 #include "document/clips/ComputedClip.h"
 
+#include "document/clips/ComputedSound.h"
 #include "document/clips/SourceWatch.h"
 
 #include <algorithm>
@@ -7,8 +8,8 @@
 namespace velloria
 {
 
-ComputedClip::ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function)
-    : AudioClip(std::make_shared<Computation>(std::move(input), std::move(function)))
+ComputedClip::ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function, bool isFromLossySound)
+    : AudioClip(std::make_shared<Computation>(std::move(input), std::move(function), isFromLossySound))
 {
     _numFrames.store(numFrames, std::memory_order_relaxed);
     _waveformCache = WaveformCache::none();
@@ -21,14 +22,19 @@ ComputedClip::ComputedClip(const ComputedClip& whole, int64_t offset, int64_t nu
 
 void ComputedClip::addSourcesTo(SourceWatch& watch) const
 {
-    watch.add(*static_cast<const Computation&>(*mOrigin).input);
+    watch.add(*computation().input);
 }
 
 int64_t ComputedClip::readSamples(int64_t offset, std::span<float> out) const
 {
     const int64_t available = std::max<int64_t>(0, numFrames() - offset);
     const auto count = std::min(out.size(), static_cast<size_t>(available));
-    static_cast<const Computation&>(*mOrigin).function(_sourceOffset + offset, out.first(count));
+    const std::span<float> samples = out.first(count);
+    computation().function(_sourceOffset + offset, samples);
+    if (!ComputedSound::areFinite(samples))
+        computation().hasInvalid.store(true, std::memory_order_relaxed);
+    if (ComputedSound::exceedFullScale(samples))
+        computation().isLoud.store(true, std::memory_order_relaxed);
     std::fill(out.begin() + static_cast<std::ptrdiff_t>(count), out.end(), 0.0F);
     return static_cast<int64_t>(count);
 }

@@ -16,24 +16,39 @@ public:
     /// several at once.
     using Function = std::function<void(int64_t offset, std::span<float> out)>;
 
-    /// `input` is what the function reads.
-    ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function);
+    /// `input` is what the function reads; see also ComputedSound::isFromLossySound().
+    ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function, bool isFromLossySound);
     ComputedClip(const ComputedClip& whole, int64_t offset, int64_t numFrames);
 
     void addSourcesTo(SourceWatch& watch) const override;
+    StoredSamples storedSamples() const override { return {0, false, computation().isFromLossySound}; }
     int64_t readSamples(int64_t offset, std::span<float> out) const override;
     AudioClipPtr subdataWithOffset(int64_t offset, int64_t numFrames) const override;
 
+    // What the samples are like shows only when they are computed. Of all that was read so far, here or in
+    // another part of the same result:
+    /// Whether some were infinite or no numbers.
+    bool hasReadInvalid() const { return computation().hasInvalid.load(std::memory_order_relaxed); }
+    /// Whether some were louder than full scale.
+    bool hasReadAboveFullScale() const { return computation().isLoud.load(std::memory_order_relaxed); }
+
 private:
     struct Computation : Origin {
-        Computation(AudioTrackPtr track, Function f)
+        Computation(AudioTrackPtr track, Function f, bool isLossy)
             : input(std::move(track))
             , function(std::move(f))
+            , isFromLossySound(isLossy)
         {
         }
         const AudioTrackPtr input;
         const Function function;
+        const bool isFromLossySound;
+        // Relaxed: they only ever become true, and who asks has waited for the readers.
+        std::atomic<bool> hasInvalid = false;
+        std::atomic<bool> isLoud = false;
     };
+
+    Computation& computation() const { return static_cast<Computation&>(*mOrigin); }
 };
 
 } // namespace velloria

@@ -1,5 +1,6 @@
 #include "document/clips/MutableAudioClip.h"
 
+#include "document/clips/ComputedSound.h"
 #include "document/clips/SourceWatch.h"
 
 #include <algorithm>
@@ -12,6 +13,7 @@ namespace
 {
 
 constexpr int64_t kBytesPerFrame = sizeof(float);
+constexpr int64_t kFramesPerRead = 65536;
 
 } // namespace
 
@@ -87,6 +89,8 @@ MaybeError MutableAudioClip::appendData(std::span<const float> samples)
     if (error)
         return error;
     _waveformCache.appendFloatData(samples);
+    if (!scratch().isLoud.load(std::memory_order_relaxed) && ComputedSound::exceedFullScale(samples))
+        scratch().isLoud.store(true, std::memory_order_relaxed);
     // Released after file and summary, so that whoever sees the new length finds both.
     _numFrames.store((tempFile()->length() - headerLength()) / kBytesPerFrame, std::memory_order_release);
     return std::nullopt;
@@ -96,6 +100,20 @@ void MutableAudioClip::finalizeCache()
 {
     _waveformCache.finalizeCache();
     scratch().isFinished.store(true, std::memory_order_release);
+}
+
+bool MutableAudioClip::exceedsFullScale() const
+{
+    if (!scratch().isLoud.load(std::memory_order_relaxed))
+        return false;
+    FloatBuffer samples;
+    for (int64_t offset = 0; offset < numFrames(); offset += kFramesPerRead) {
+        samples.resize(static_cast<size_t>(std::min(kFramesPerRead, numFrames() - offset)));
+        readSamples(offset, samples);
+        if (ComputedSound::exceedFullScale(samples))
+            return true;
+    }
+    return false;
 }
 
 int64_t MutableAudioClip::readSamples(int64_t offset, std::span<float> out) const

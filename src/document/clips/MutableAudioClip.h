@@ -33,6 +33,9 @@ public:
     void setLabel(std::shared_ptr<const ScratchLabel> label, int32_t track);
     bool isGrowing() const override;
     void addSourcesTo(SourceWatch& watch) const override;
+    /// Whether samples of this clip are louder than full scale. Where the whole holds such, a part of it is
+    /// read.
+    bool exceedsFullScale() const;
 
     /// Adds samples to the file and the summary. The first call creates the file. When the file cannot be
     /// created or written, the clip keeps what it has and the error is answered, now and on every later call.
@@ -69,6 +72,8 @@ private:
         std::shared_ptr<const ScratchLabel> label;
         int32_t track = 0;
         MaybeError error;
+        /// Some of what was appended is louder than full scale, which the summary cannot show.
+        std::atomic<bool> isLoud{false};
         std::atomic<bool> hasFile{false};
         std::atomic<bool> isFinished{false};
     };
