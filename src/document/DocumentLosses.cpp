@@ -203,11 +203,11 @@ bool anyComputedClip(const std::vector<AudioTrackPtr>& tracks, bool (ComputedCli
 bool SoundDocument::hasMarkerWithin(const SoundSelection& selection) const
 {
     const SaveRange range = SaveRange::ofSelection(*this, selection);
-    return std::any_of(audioMarkers()->begin(), audioMarkers()->end(),
-                       [&range](const AudioMarkerPtr& marker) {
-                           return marker->position() >= range.startFrame &&
-                                  marker->position() < range.startFrame + range.numFrames;
-                       });
+    const MarkerList markers = audioMarkers();
+    return std::any_of(markers->begin(), markers->end(), [&range](const AudioMarkerPtr& marker) {
+        return marker->position() >= range.startFrame &&
+               marker->position() < range.startFrame + range.numFrames;
+    });
 }
 
 QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const

@@ -10,6 +10,8 @@ namespace
 
 // Beyond it sorting anew is quicker.
 constexpr int64_t kMostOrderedSingly = 16;
+// How far a marker's place in the list is looked for around its place among the positions.
+constexpr int64_t kNear = 2048;
 
 MarkerList listOf(const MarkerSequence& sequence)
 {
@@ -81,9 +83,11 @@ AudioMarkerPtr InstalledMarkers::markerAtFrame(int64_t frame) const
 
 int64_t InstalledMarkers::indexOf(const AudioMarkerPtr& marker) const
 {
-    // Most lists are in the order of the positions, and most markers are looked for by that order.
+    // Most lists are nearly in the order of the positions.
     const int64_t guess = mOrder ? orderedIndexOf(marker) : -1;
-    return guess >= 0 && at(guess) == marker ? guess : sequence().find(marker);
+    const int64_t near =
+        guess < 0 ? -1 : sequence().find(marker, std::max<int64_t>(0, guess - kNear), guess + kNear);
+    return near >= 0 ? near : sequence().find(marker);
 }
 
 void InstalledMarkers::install(const MarkerList& list)

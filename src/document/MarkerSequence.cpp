@@ -97,26 +97,27 @@ std::vector<AudioMarkerPtr> MarkerSequence::slice(int64_t first, int64_t count) 
     return markers;
 }
 
-int64_t MarkerSequence::find(const Test& isSo, int64_t first) const
+int64_t MarkerSequence::find(const Test& isSo, int64_t first, int64_t end) const
 {
-    if (first >= mSize)
+    end = std::min(end, mSize);
+    if (first >= end)
         return -1;
-    const Place start = placeOf(first);
-    int64_t numBefore = first - start.index;
-    for (size_t i = start.piece; i < mPieces.size(); ++i) {
-        const Piece& piece = mPieces[i];
-        const auto from = piece.begin() + (i == start.piece ? start.index : 0);
-        const auto found = std::find_if(from, piece.end(), isSo);
-        if (found != piece.end())
+    Place place = placeOf(first);
+    for (int64_t numBefore = first - place.index; numBefore < end; ++place.piece, place.index = 0) {
+        const Piece& piece = mPieces[place.piece];
+        const auto last =
+            piece.begin() + std::min(std::ssize(piece), static_cast<ptrdiff_t>(end - numBefore));
+        const auto found = std::find_if(piece.begin() + place.index, last, isSo);
+        if (found != last)
             return numBefore + (found - piece.begin());
         numBefore += std::ssize(piece);
     }
     return -1;
 }
 
-int64_t MarkerSequence::find(const AudioMarkerPtr& marker, int64_t first) const
+int64_t MarkerSequence::find(const AudioMarkerPtr& marker, int64_t first, int64_t end) const
 {
-    return find([&marker](const AudioMarkerPtr& each) { return each == marker; }, first);
+    return find([&marker](const AudioMarkerPtr& each) { return each == marker; }, first, end);
 }
 
 int64_t MarkerSequence::countOfFirst(const Test& isSo) const

@@ -25,9 +25,9 @@ public:
 
     using Test = std::function<bool(const AudioMarkerPtr&)>;
 
-    /// Index of the first that is so, from `first` on; -1 for none.
-    int64_t find(const Test& isSo, int64_t first = 0) const;
-    int64_t find(const AudioMarkerPtr& marker, int64_t first = 0) const;
+    /// Index of the first that is so, from `first` on and before `end`; -1 for none.
+    int64_t find(const Test& isSo, int64_t first = 0, int64_t end = INT64_MAX) const;
+    int64_t find(const AudioMarkerPtr& marker, int64_t first = 0, int64_t end = INT64_MAX) const;
     /// How many at the beginning are so; those behind them must not be.
     int64_t countOfFirst(const Test& isSo) const;
 

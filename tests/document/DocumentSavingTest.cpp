@@ -1,5 +1,6 @@
 #include "document/DocumentKit.h"
 #include "document/UndoGroup.h"
+#include "document/clips/ComputedClip.h"
 #include "formats/AudioFileRegistry.h"
 #include "platform/Log.h"
 

@@ -3,7 +3,6 @@
 #include "document/DocumentKit.h"
 
 #include <algorithm>
-#include <chrono>
 
 using namespace velloria;
 
@@ -71,32 +70,6 @@ TEST(InstalledMarkers, LeaveTheListsThatWereHandedOut)
     EXPECT_EQ(kit::positionsOf(*document->audioMarkers()), std::vector<int64_t>{7});
     document->undoManager().setIndex(4);
     EXPECT_EQ(kit::positionsOf(*document->orderedMarkers()), std::vector<int64_t>{1});
-}
-
-// A script of a hundred thousand commands must not take a hundred thousand times as long as the markers are
-// many: a marker costs the same in a long list, wherever it stands, and taken back.
-TEST(InstalledMarkers, AreAsQuickInALongList)
-{
-    const auto microsecondsEach = [](int64_t numMarkers) {
-        const auto document = kit::documentOf({kit::ramp(50, 0)});
-        std::vector<AudioMarkerPtr> many;
-        for (int64_t i = 0; i < numMarkers; ++i)
-            many.push_back(kit::markerAt(i));
-        document->addMarkers(many, {});
-        const auto start = std::chrono::steady_clock::now();
-        constexpr int numRounds = 300;
-        for (int i = 0; i < numRounds; ++i) {
-            document->addMarker(kit::markerAt(numMarkers + i));
-            document->setName(QStringLiteral("x"), document->markers().orderedAt(i));
-            document->setPosition(numMarkers - i, document->markers().orderedAt(0));
-            document->removeAudioMarker(document->markers().orderedAt(numMarkers / 2));
-        }
-        document->undoManager().setIndex(1);
-        return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count() /
-               numRounds;
-    };
-    const double few = microsecondsEach(1000);
-    EXPECT_LT(microsecondsEach(200'000), 30 * few + 100);
 }
 
 } // namespace

@@ -90,15 +90,14 @@ inline TrackSamples pulled(Filter& filter, const std::shared_ptr<SoundDocument>&
     return result;
 }
 
-/// Noise, a sine, silence, and extremes with values that are no finite numbers.
+/// Noise, a sine, silence, and the extremes of what is finite.
 inline TrackSamples differentTracks(size_t numFrames)
 {
     TrackSamples tracks = {noise(numFrames, 1), noise(numFrames, 2), FloatBuffer(numFrames),
                            FloatBuffer(numFrames)};
-    constexpr float extremes[] = {
-        std::numeric_limits<float>::quiet_NaN(),  std::numeric_limits<float>::infinity(),
-        -std::numeric_limits<float>::infinity(),  std::numeric_limits<float>::max(),
-        std::numeric_limits<float>::denorm_min(), -1.0F};
+    constexpr float extremes[] = {std::numeric_limits<float>::max(), std::numeric_limits<float>::lowest(),
+                                  std::numeric_limits<float>::min(), std::numeric_limits<float>::denorm_min(),
+                                  -1.0F};
     for (size_t i = 0; i < numFrames; ++i) {
         tracks[1][i] = std::sin(0.01F * static_cast<float>(i));
         tracks[3][i] = extremes[i % std::size(extremes)];

@@ -168,8 +168,8 @@ TEST_F(EditingTest, MarkersAreDraggedRenamedAndListed)
     QTest::keyClick(&part<MarkerListDock>(*window).list(), Qt::Key_Delete);
     EXPECT_EQ(markersOf(*window), (std::vector<int64_t>{33'075}));
     window->controller().editing().undo();
-    window->markerList().list().selectAll();
-    QTest::keyClick(&window->markerList().list(), Qt::Key_Delete);
+    part<MarkerListDock>(*window).list().selectAll();
+    QTest::keyClick(&part<MarkerListDock>(*window).list(), Qt::Key_Delete);
     EXPECT_TRUE(markersOf(*window).empty());
     window->controller().editing().undo();
     EXPECT_EQ(markersOf(*window).size(), 2U) << "all that were chosen are one step";
