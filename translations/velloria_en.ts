@@ -739,7 +739,9 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="view-zoom-to">
-        <source>Samples per Pi&amp;xel</source>
+        <source>Pi&amp;xels to Samples</source>
+        <oldsource>Samples per Pi&amp;xel</oldsource>
+        <extracomment>Its items are &quot;1 : 1&quot;, &quot;1 : 8&quot; and so on</extracomment>
         <translation type="unfinished"></translation>
     </message>
     <message id="view-centre-start">
@@ -805,11 +807,6 @@
     </message>
     <message id="zoom-slider-name">
         <source>Zoom</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message id="zoom-slider-tip">
-        <source>%1 samples per pixel</source>
-        <extracomment>Tool tip of the zoom slider</extracomment>
         <translation type="unfinished"></translation>
     </message>
     <message id="edit-mix-paste">
@@ -1543,6 +1540,43 @@ What was recorded is kept. Velloria offers it when it starts the next time.</sou
     </message>
     <message id="split-question">
         <source>Split all the same?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-microseconds">
+        <source>%1 µs</source>
+        <extracomment>A time; %1 is a number of microseconds</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-milliseconds">
+        <source>%1 ms</source>
+        <extracomment>A time; %1 is a number of milliseconds</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-seconds">
+        <source>%1 s</source>
+        <extracomment>A time; %1 is a number of seconds</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-minutes">
+        <source>%1 min</source>
+        <extracomment>A time; %1 is a number of minutes</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-ratio">
+        <source>1 : %1</source>
+        <extracomment>How close the view is: so many samples (%1) are one pixel</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-readout-name">
+        <source>Zoom: %1</source>
+        <extracomment>What a screen reader says of the button; %1 is &quot;1 : 512&quot;</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="zoom-readout-tip">
+        <source>Pixels to samples: %1
+One pixel: %2
+What the window shows: %3</source>
+        <extracomment>Tool tip; %1 is &quot;1 : 512&quot;, %2 and %3 are times (&quot;11.6 ms&quot;)</extracomment>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -5,11 +5,11 @@
 #include "app/menus/MenuHost.h"
 #include "app/preferences/Settings.h"
 #include "app/waveform/WaveformView.h"
+#include "app/waveform/ZoomReadout.h"
 #include "controllers/SelectionModel.h"
 #include "platform/UserDefaults.h"
 
 #include <QActionGroup>
-#include <QLocale>
 #include <QMenu>
 #include <QMenuBar>
 
@@ -72,13 +72,19 @@ void ViewActions::addZoom(QMenu& menu)
 
 void ViewActions::addZoomTo(QMenu& menu)
 {
-    //% "Samples per Pi&xel"
-    QMenu* const zooms = menu.addMenu(qtTrId("view-zoom-to"));
+    //: Its items are "1 : 1", "1 : 8" and so on
+    //% "Pi&xels to Samples"
+    mZooms = menu.addMenu(qtTrId("view-zoom-to"));
     for (const int64_t zoom : {1, 8, 64, 512, 4096, 32768})
-        Commands::add(*zooms, QLocale().toString(zoom),
+        Commands::add(*mZooms, ZoomReadout::textOf(static_cast<double>(zoom)),
                       zoom == 1 ? QList<QKeySequence>{QKeySequence(Qt::CTRL | Qt::Key_1)}
                                 : QList<QKeySequence>(),
                       [this, zoom] { mWindow.view().context().zoomCommands().zoomTo(zoom); });
+}
+
+QList<QAction*> ViewActions::zoomChoices() const
+{
+    return QList<QAction*>{mFit, mZoomToSelection, mPreviousZoom} + mZooms->actions();
 }
 
 void ViewActions::addScrolling(QMenu& menu)

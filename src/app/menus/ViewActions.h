@@ -29,6 +29,8 @@ public:
     QAction* fitAction() const { return mFit; }
     QAction* zoomToSelectionAction() const { return mZoomToSelection; }
     QAction* previousZoomAction() const { return mPreviousZoom; }
+    /// What the zoom's read-out offers.
+    QList<QAction*> zoomChoices() const;
 
 private:
     void addZoom(QMenu& menu);
@@ -43,6 +45,7 @@ private:
     MenuHost& mWindow;
     QMenu* mUnits = nullptr;
     QMenu* mScale = nullptr;
+    QMenu* mZooms = nullptr;
     QAction* mZoomIn = nullptr;
     QAction* mZoomOut = nullptr;
     QAction* mFit = nullptr;

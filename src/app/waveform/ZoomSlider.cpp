@@ -3,7 +3,6 @@
 #include "app/waveform/WaveformContext.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 #include <QSignalBlocker>
 #include <cmath>
 
@@ -32,6 +31,7 @@ ZoomSlider::ZoomSlider(WaveformContext& context, QWidget* parent)
     setFocusPolicy(Qt::TabFocus);
     //% "Zoom"
     setAccessibleName(qtTrId("zoom-slider-name"));
+    setToolTip(accessibleName());
     showZoom();
     connect(&mContext, &WaveformContext::viewChanged, this, &ZoomSlider::showZoom);
     connect(this, &QSlider::valueChanged, this, [this](int value) {
@@ -44,10 +44,6 @@ void ZoomSlider::showZoom()
     // Between two steps the zoom stays what it is; only the thumb is rounded.
     const QSignalBlocker blocker(this);
     setValue(static_cast<int>(std::lround(mContext.zoomCommands().zoomSliderValue() * kStepsPerDoubling)));
-    const double zoom = mContext.geometry().zoom();
-    //: Tool tip of the zoom slider
-    //% "%1 samples per pixel"
-    setToolTip(qtTrId("zoom-slider-tip").arg(QLocale().toString(zoom, 'f', zoom < 10 ? 1 : 0)));
 }
 
 } // namespace velloria

@@ -16,11 +16,13 @@
 #include "app/waveform/StatusLine.h"
 #include "app/waveform/WaveformView.h"
 #include "app/waveform/WaveformWidget.h"
+#include "app/waveform/ZoomReadout.h"
 #include "app/waveform/ZoomSlider.h"
 #include "app/window/HistoryDock.h"
 #include "app/window/MarkerListDock.h"
 #include "controllers/TransportController.h"
 
+#include <QMenu>
 #include <QMenuBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -99,6 +101,12 @@ void DocumentWindow::buildToolBar()
     bar->addAction(mMenus->view().zoomOutAction());
     bar->addWidget(new ZoomSlider(mView->context(), bar));
     bar->addAction(mMenus->view().zoomInAction());
+    auto* const readout = new ZoomReadout(mView->context(), bar);
+    auto* const zooms = new QMenu(readout);
+    zooms->addActions(mMenus->view().zoomChoices());
+    zooms->insertSeparator(zooms->actions().at(3));
+    readout->setMenu(zooms);
+    bar->addWidget(readout);
     bar->addSeparator();
     bar->addAction(mMenus->view().fitAction());
     bar->addAction(mMenus->view().zoomToSelectionAction());
