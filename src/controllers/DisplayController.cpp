@@ -6,9 +6,22 @@
 #include <chrono>
 #include <cmath>
 #include <thread>
+#include <utility>
 
 namespace velloria
 {
+
+DisplayController::DisplayController(SoundDocument& document, SoundControllerHost& host)
+    : mDocument(document)
+    , mHost(host)
+{
+    WaveformScans::shared().addObserver(*this);
+}
+
+DisplayController::~DisplayController()
+{
+    WaveformScans::shared().removeObserver(*this);
+}
 
 FloatBuffer DisplayController::minMaxDataFrom(double startTime, double endTime, double stride,
                                               int32_t track) const
@@ -73,38 +86,80 @@ double DisplayController::nearestZeroCrossingWithin(double halfWidth, double tim
 
 void DisplayController::startWaveformRender()
 {
-    if (mRenderer || mDocument.numberOfFrames() < 1)
-        return;
-    mRenderer = VLWaveformCacheRenderer::rendererForTracks(*mDocument.audioTracks(), this);
-    if (mRenderer)
-        mRenderer->startRender();
+    if (mDocument.numberOfFrames() > 0)
+        WaveformScans::shared().start(*mDocument.audioTracks());
+}
+
+const std::vector<const SampleSource*>& DisplayController::filesOfTracks() const
+{
+    const TrackList tracks = mDocument.audioTracks();
+    if (tracks == mTracksOfFiles)
+        return mFilesOfTracks;
+    mFilesOfTracks.clear();
+    for (const AudioTrackPtr& track : *tracks) {
+        const SampleSource* last = nullptr;
+        track->clips().forEachFrom(0, [&](const AudioClipPtr& clip, int64_t) {
+            const SampleSource* const file = clip->sourceFile().get();
+            if (file && file != std::exchange(last, file))
+                mFilesOfTracks.push_back(file);
+            return true;
+        });
+    }
+    std::sort(mFilesOfTracks.begin(), mFilesOfTracks.end());
+    mFilesOfTracks.erase(std::unique(mFilesOfTracks.begin(), mFilesOfTracks.end()), mFilesOfTracks.end());
+    mTracksOfFiles = tracks;
+    return mFilesOfTracks;
 }
 
 double DisplayController::waveformRenderProgress() const
 {
-    return mRenderer && mRenderer->isRunning() ? mRenderer->progress() : 1.0;
+    const WaveformScans& scans = WaveformScans::shared();
+    if (!scans.isRunning()) {
+        mTracksOfFiles.reset();
+        return 1.0;
+    }
+    double progress = 1.0;
+    for (const SampleSource* const file : filesOfTracks())
+        progress = std::min(progress, scans.progressOf(*file));
+    return progress;
 }
 
 bool DisplayController::completeWaveform()
 {
     constexpr std::chrono::milliseconds interval(20);
     const std::unique_ptr<VLWaveformCacheRenderer> renderer =
-        mRenderer ? nullptr : VLWaveformCacheRenderer::rendererForTracks(*mDocument.audioTracks());
+        waveformRenderProgress() < 1.0 ? nullptr
+                                       : VLWaveformCacheRenderer::rendererForTracks(*mDocument.audioTracks());
     if (!renderer && waveformRenderProgress() >= 1.0)
         return true;
     const std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Reading the waveform"));
     if (renderer)
         renderer->run(*progress);
     while (!renderer && waveformRenderProgress() < 1.0 && !progress->isCancelled()) {
+        WaveformScans::shared().update();
         progress->setProgressValue(waveformRenderProgress());
         std::this_thread::sleep_for(interval);
     }
     return !progress->isCancelled();
 }
 
-void DisplayController::rendererDidUpdate(VLWaveformCacheRenderer&, int64_t offset, int64_t length)
+void DisplayController::scanDidReach(const SampleSource& file, int64_t firstFrame, int64_t endFrame)
 {
-    mHost.setNeedsDisplayWithFrameOffset(offset, length);
+    // Pasted sound lies anywhere, in many pieces: one range around them all is cheap enough to draw.
+    int64_t begin = INT64_MAX;
+    int64_t end = 0;
+    for (const AudioTrackPtr& track : *mDocument.audioTracks())
+        track->clips().forEachFrom(0, [&](const AudioClipPtr& clip, int64_t start) {
+            const int64_t first = std::max(firstFrame - clip->sourceOffset(), int64_t{0});
+            const int64_t last = std::min(endFrame - clip->sourceOffset(), clip->numFrames());
+            if (clip->sourceFile().get() == &file && first < last) {
+                begin = std::min(begin, start + first);
+                end = std::max(end, start + last);
+            }
+            return true;
+        });
+    if (begin < end)
+        mHost.setNeedsDisplayWithFrameOffset(begin, end - begin);
 }
 
 } // namespace velloria

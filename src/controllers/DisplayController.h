@@ -2,7 +2,7 @@
 
 #include "controllers/SoundControllerHost.h"
 #include "display/SampleCloseUp.h"
-#include "display/VLWaveformCacheRenderer.h"
+#include "display/WaveformScans.h"
 #include "document/SoundDocument.h"
 
 #include <memory>
@@ -13,14 +13,11 @@ namespace velloria
 
 /// What the views ask of a document's sound: its picture, filled in in the background after opening, and
 /// where it crosses zero. Main thread.
-class DisplayController : private VLWaveformCacheRendererDelegate
+class DisplayController : private WaveformScans::Observer
 {
 public:
-    DisplayController(SoundDocument& document, SoundControllerHost& host)
-        : mDocument(document)
-        , mHost(host)
-    {
-    }
+    DisplayController(SoundDocument& document, SoundControllerHost& host);
+    ~DisplayController() override;
 
     /// (min, max) pairs, one a column of `stride` seconds; nothing outside the document. Columns finer than
     /// the summaries show the samples themselves; those are read in the background, and until they are there
@@ -35,21 +32,24 @@ public:
 
     /// Scans the opened file for the summary in the background, if it has none yet.
     void startWaveformRender();
-    void stopWaveformRender() { mRenderer.reset(); }
-    /// From 0 to 1; 1 when no scan runs.
+    /// From 0 to 1; 1 when no file that sound of this document lies in is scanned, be it opened here or
+    /// pasted from elsewhere.
     double waveformRenderProgress() const;
-    /// Waits for the scan, or, where none runs, makes it, with a progress face. False when the person
-    /// cancelled.
+    /// Waits for the scans, or, where none runs, makes that of the opened file, with a progress face. False
+    /// when the person cancelled.
     bool completeWaveform();
 
 private:
-    void rendererDidUpdate(VLWaveformCacheRenderer& renderer, int64_t offset, int64_t length) override;
+    void scanDidReach(const SampleSource& file, int64_t firstFrame, int64_t endFrame) override;
+    const std::vector<const SampleSource*>& filesOfTracks() const;
     SampleCloseUp& closeUpOfTrack(int32_t track) const;
 
     SoundDocument& mDocument;
     SoundControllerHost& mHost;
     mutable std::vector<std::unique_ptr<SampleCloseUp>> mCloseUps;
-    std::unique_ptr<VLWaveformCacheRenderer> mRenderer;
+    // The files that these tracks read, found once for each list: it never changes.
+    mutable TrackList mTracksOfFiles;
+    mutable std::vector<const SampleSource*> mFilesOfTracks;
 };
 
 } // namespace velloria

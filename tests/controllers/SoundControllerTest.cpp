@@ -206,11 +206,46 @@ TEST_F(SoundControllerFileTest, FillsTheSummaryOfAnOpenedFile)
     const FloatBuffer columns = controller.display().minMaxDataFrom(0.0, 9.0, 0.1, 1);
     for (size_t i = 0; i < columns.size(); i += 2)
         EXPECT_LT(columns[i], columns[i + 1]) << i;
-    controller.display().stopWaveformRender();
     host.drawn.clear();
     controller.display().startWaveformRender();
     QCoreApplication::processEvents();
     EXPECT_TRUE(host.drawn.empty()) << "it has its summary already";
+}
+
+TEST_F(SoundControllerFileTest, PastedSoundGetsItsPictureThoughTheWindowThatReadsItsFileIsClosed)
+{
+    constexpr int64_t numFrames = 3'000'000;
+    constexpr int64_t cut = 100'000;
+    constexpr int64_t pastedAt = 22'050;
+    Window target({FloatBuffer(44'100), FloatBuffer(44'100)});
+    std::shared_ptr<SoundDocument> source = openNoise(numFrames);
+    {
+        kit::HostRecorder host;
+        SoundController controller(source, host);
+        controller.selection().setSelection({cut / 44100.0, numFrames / 44100.0, 0, 2});
+        controller.editing().copy();
+        target.select(pastedAt, pastedAt);
+        ASSERT_TRUE(target.controller.editing().paste({}, nullptr));
+        target.host.drawn.clear();
+        controller.display().startWaveformRender();
+    }
+    source.reset();
+    const DisplayController& display = target.controller.display();
+    EXPECT_LT(display.waveformRenderProgress(), 1.0);
+    while (display.waveformRenderProgress() < 1.0)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    const double start = pastedAt / 44100.0;
+    const FloatBuffer columns =
+        display.minMaxDataFrom(start, start + (numFrames - cut) / 44100.0, 4410 / 44100.0, 1);
+    ASSERT_EQ(columns.size(), 2U * ((numFrames - cut) / 4410 + 1));
+    for (size_t i = 0; i < columns.size(); i += 2)
+        EXPECT_LT(columns[i], -0.9F) << i;
+    int64_t end = 0;
+    for (const auto& [offset, length] : target.host.drawn) {
+        EXPECT_GE(offset, pastedAt);
+        end = std::max(end, offset + length);
+    }
+    EXPECT_EQ(end, pastedAt + numFrames - cut) << "the window is told where its own sound lies";
 }
 
 TEST_F(SoundControllerFileTest, AsksBeforeASaveLosesSomething)

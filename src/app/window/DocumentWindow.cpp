@@ -22,6 +22,7 @@
 #include "controllers/RecordingController.h"
 #include "controllers/SelectionModel.h"
 #include "controllers/TransportController.h"
+#include "display/WaveformScans.h"
 #include "document/LeftOverSounds.h"
 #include "platform/NotificationCenter.h"
 #include "platform/UserDefaults.h"
@@ -78,6 +79,11 @@ DocumentWindow::~DocumentWindow()
     // A history that goes away tells so, and the views ask the controller until they are gone.
     document().undoManager().disconnect(this);
     delete takeCentralWidget();
+    delete mMarkerList;
+    mMenus.reset();
+    mController.reset();
+    // Files that nobody else needs are let go of now: some are locked for as long as they are open.
+    WaveformScans::shared().update();
 }
 
 void DocumentWindow::adopt(std::shared_ptr<SoundDocument> document)
@@ -98,7 +104,6 @@ void DocumentWindow::adopt(std::shared_ptr<SoundDocument> document)
     connect(&history, &QUndoStack::undoTextChanged, this, &DocumentWindow::updateState);
     connect(&history, &QUndoStack::redoTextChanged, this, &DocumentWindow::updateState);
     mController->display().startWaveformRender();
-    mActivityTimer.start(kActivityMilliseconds);
 }
 
 void DocumentWindow::replaceDocument(std::shared_ptr<SoundDocument> document)
@@ -228,6 +233,8 @@ void DocumentWindow::updateActivity()
         mStatusLine->setActivity({});
         return;
     }
+    if (!mActivityTimer.isActive())
+        mActivityTimer.start(kActivityMilliseconds);
     //: What is going on; %1 is a number of percent
     //% "Reading waveform %1 %"
     mStatusLine->setActivity(qtTrId("status-reading").arg(static_cast<int>(progress * 100)));
@@ -330,7 +337,6 @@ void DocumentWindow::closeEvent(QCloseEvent* event)
     }
     if (!isMaximized() && !isFullScreen())
         UserDefaults::standard().setValue(Settings::windowSize, size());
-    mController->display().stopWaveformRender();
     mController->transport().stopAudio();
     if (mIsDiscarded)
         document().discardLeftOvers();

@@ -37,6 +37,8 @@ void DocumentWindow::documentDidReload()
     mView->context().documentDidReload();
     mMarkerList->model().refresh();
     updateState();
+    // Sound may have come in whose file is still being read.
+    updateActivity();
 }
 
 void DocumentWindow::markersDidChange()
