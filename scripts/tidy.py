@@ -7,6 +7,9 @@ That a file passed is kept under what decides about it: its text and that of eve
 command, the configuration and the version of clang-tidy. So a change is read again with everything that includes it,
 another checkout finds what this one read, and a machine that has seen nothing reads all. Paths are relative to the
 checkout, or absolute for the headers of libraries.
+
+Most of the time goes into the headers, so several files are read as one: what finds nothing has passed, and where
+something is found, or names of two files clash, each half is read again, down to the single file.
 """
 
 import argparse
@@ -28,6 +31,11 @@ BUILD = ROOT / "build" / "tidy"
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "velloria" / "lint"
 # What passed last in other branches and checkouts is worth keeping, too.
 PASSES_PER_FILE = 4
+FILES_PER_BATCH = 8
+BYTES_PER_BATCH = 100_000
+# What a file declares for itself alone: its unnamed namespaces, and the names that begin a declaration there.
+UNNAMED = re.compile(r"^namespace\n\{\n(.*?)^\}", re.MULTILINE | re.DOTALL)
+OWN_NAME = re.compile(r"^[A-Za-z].*?\b(\w+)\s*(?:[({=\[;]|:(?!:)|$)", re.MULTILINE)
 # With -H the compiler names each header that it opens, with a point for each level.
 HEADER = re.compile(r"^\.+ (.+)$")
 
@@ -59,6 +67,34 @@ def configuration(file):
     return [(folder / ".clang-tidy").read_text()
             for folder in (ROOT / file).parents
             if folder.is_relative_to(ROOT) and (folder / ".clang-tidy").exists()]
+
+
+def own_names(file):
+    return {name for region in UNNAMED.findall((ROOT / file).read_text()) for name in OWN_NAME.findall(region)}
+
+
+class Batch:
+    """Files of one command and configuration that are read as one."""
+
+    def __init__(self, files=()):
+        self.files = list(files)
+        self.names = set()
+        self.num_bytes = 0
+
+    def takes(self, file, names):
+        """Adds the file where there is room and none of its own names is another one's."""
+        num_bytes = (ROOT / file).stat().st_size
+        if self.files and (len(self.files) >= FILES_PER_BATCH or self.num_bytes + num_bytes > BYTES_PER_BATCH
+                           or names & self.names):
+            return False
+        self.files.append(file)
+        self.names |= names
+        self.num_bytes += num_bytes
+        return True
+
+    def halves(self):
+        middle = len(self.files) // 2
+        return Batch(self.files[:middle]), Batch(self.files[middle:])
 
 
 class Tidy:
@@ -103,23 +139,55 @@ class Tidy:
         for old in passes[:-PASSES_PER_FILE]:
             old.unlink(missing_ok=True)
 
-    def read(self, file):
-        """True where clang-tidy has nothing to say; prints what it says otherwise."""
+    def flags_of(self, file):
+        """The compile command without the compiler and the file's own names."""
+        return re.sub(r" -o \S+ -c \S+", "", self.commands[file][0]["command"]).split()[1:]
+
+    def batches(self, files):
+        """The files in few batches; each is with others of its command and configuration."""
+        groups = {}
+        for file in files:
+            names = own_names(file)
+            batches = groups.setdefault((tuple(self.flags_of(file)), *configuration(file)), [])
+            if not any(batch.takes(file, names) for batch in batches):
+                batches.append(Batch())
+                batches[-1].takes(file, names)
+        return [batch for batches in groups.values() for batch in batches]
+
+    def command(self, batch):
+        if len(batch.files) == 1:
+            return [batch.files[0], "-p", BUILD, "--extra-arg=-H"]
+        # Where the configuration of the files is found, too.
+        configured = next(folder for folder in (ROOT / batch.files[0]).parents if (folder / ".clang-tidy").exists())
+        folder = BUILD / "batches" / configured.relative_to(ROOT)
+        folder.mkdir(parents=True, exist_ok=True)
+        if configured != ROOT:
+            shutil.copy(configured / ".clang-tidy", folder)
+        joined = folder / f"{digest(*batch.files)[:16]}.cpp"
+        joined.write_text("".join(f'#include "{ROOT / file}" // NOLINT(bugprone-suspicious-include)\n'
+                                  for file in batch.files))
+        return [joined, "--", *self.flags_of(batch.files[0]), "-H"]
+
+    def read(self, batch):
+        """The files in which clang-tidy finds something, which is printed."""
         begin = time.time()
-        run = subprocess.run(["clang-tidy", "-p", BUILD, "--quiet", "--warnings-as-errors=*", "--extra-arg=-H", file],
+        run = subprocess.run(["clang-tidy", "--quiet", "--warnings-as-errors=*", *self.command(batch)],
                              cwd=ROOT, capture_output=True, text=True, check=False)
         lines = run.stderr.splitlines()
-        found = [match.group(1) for match in map(HEADER.match, lines) if match]
         if run.returncode != 0 or run.stdout.strip():
+            if len(batch.files) > 1:
+                return [file for half in batch.halves() for file in self.read(half)]
             noise = re.compile(r"^\.+ |warnings? generated|warnings? treated as error")
             print(run.stdout, *(line for line in lines if not noise.search(line)), sep="\n", file=sys.stderr, flush=True)
-            return False
-        directory = self.commands[file][0]["directory"]
-        headers = sorted({relative(header, directory) for header in found})
+            return batch.files
+        directory = self.commands[batch.files[0]][0]["directory"]
+        found = {relative(match.group(1), directory) for match in map(HEADER.match, lines) if match}
+        headers = sorted(found - set(batch.files))
         # What somebody wrote meanwhile may not be what was read.
-        if all((ROOT / header).stat().st_mtime < begin for header in [file, *headers]):
-            self.keep_pass(file, headers)
-        return True
+        if all((ROOT / header).stat().st_mtime < begin for header in [*batch.files, *headers]):
+            for file in batch.files:
+                self.keep_pass(file, headers)
+        return []
 
 
 def remove_old(days=60):
@@ -143,12 +211,12 @@ def main():
         sys.exit(f"no compile command for {', '.join(unknown)}")
     unread = [file for file in files if not tidy.has_passed(file)]
     # The long ones first, so that no core waits for one at the end.
-    unread.sort(key=lambda file: -(ROOT / file).stat().st_size)
+    batches = sorted(tidy.batches(unread), key=lambda batch: -batch.num_bytes)
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        passed = list(pool.map(tidy.read, unread))
+        wrong = [file for files in pool.map(tidy.read, batches) for file in files]
     remove_old()
-    print(f"lint: {len(files)} files, {len(unread)} of them read now, {passed.count(False)} with findings")
-    return 1 if False in passed else 0
+    print(f"lint: {len(files)} files, {len(unread)} of them read now, {len(wrong)} with findings")
+    return 1 if wrong else 0
 
 
 if __name__ == "__main__":
