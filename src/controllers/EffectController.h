@@ -1,7 +1,7 @@
 #pragma once
 
 #include "controllers/SelectionModel.h"
-#include "effects/Filter.h"
+#include "effects/frame/Filter.h"
 
 #include <memory>
 

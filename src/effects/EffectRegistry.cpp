@@ -1,12 +1,15 @@
 #include "effects/EffectRegistry.h"
 
-#include "effects/AmplifyVolume.h"
-#include "effects/Backwards.h"
-#include "effects/FadeIn.h"
-#include "effects/FadeOut.h"
-#include "effects/Invert.h"
-#include "effects/Normalize.h"
-#include "effects/SwapChannels.h"
+#include "effects/fades/FadeIn.h"
+#include "effects/fades/FadeOut.h"
+#include "effects/fades/FadeSpecial.h"
+#include "effects/fades/Interpolate.h"
+#include "effects/gain/AmplifyVolume.h"
+#include "effects/gain/DCOffset.h"
+#include "effects/gain/Invert.h"
+#include "effects/gain/Normalize.h"
+#include "effects/order/Backwards.h"
+#include "effects/order/SwapChannels.h"
 
 #include <algorithm>
 
@@ -32,10 +35,17 @@ std::vector<EffectEntry> makeEntries()
          QStringLiteral("Makes the sound louder or softer."), make<AmplifyVolume>},
         {QStringLiteral("Normalize..."), gain, QStringLiteral("normalize"),
          QStringLiteral("Brings the loudest part to a target level."), make<Normalize>},
+        {QStringLiteral("DC Offset..."), gain, QStringLiteral("dc offset"),
+         QStringLiteral("Removes a constant offset of the waveform, or adds one."), make<DCOffset>},
         {QStringLiteral("Fade In"), fades, QStringLiteral("fade in"),
          QStringLiteral("Fades linearly from silence."), make<FadeIn>},
         {QStringLiteral("Fade Out"), fades, QStringLiteral("fade out"),
          QStringLiteral("Fades linearly to silence."), make<FadeOut>},
+        {QStringLiteral("Fade Special..."), fades, QStringLiteral("fade special"),
+         QStringLiteral("Fades along an envelope."), make<FadeSpecial>},
+        {QStringLiteral("Interpolate"), fades, QStringLiteral("interpolate"),
+         QStringLiteral("Bridges the selection with a smooth curve between its ends, which hides clicks."),
+         make<Interpolate>},
         {QStringLiteral("Reverse"), time, QStringLiteral("reverse"),
          QStringLiteral("Turns the sound around in time."), make<Backwards>},
         {QStringLiteral("Invert"), channels, QStringLiteral("invert"),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "effects/Filter.h"
+#include "effects/frame/Filter.h"
 
 #include <functional>
 

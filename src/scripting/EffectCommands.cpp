@@ -5,6 +5,7 @@
 #include "scripting/CommandGroups.h"
 #include "scripting/SelectionArguments.h"
 
+#include <cmath>
 #include <limits>
 
 namespace velloria
@@ -14,6 +15,7 @@ namespace
 {
 
 using Type = CommandParameter::Type;
+using Kind = ParameterDescription::Kind;
 
 const QString kDirection = QStringLiteral("Direction");
 const QString kStart = QStringLiteral("Start");
@@ -32,23 +34,26 @@ MaybeError runEffect(const EffectEntry& entry, SoundController& controller, cons
     return !error && filter->wasCancelled() ? Error::cancelled() : error;
 }
 
-CommandParameter makeEffectParameter(const ParameterDescription& description)
+CommandParameter numberParameter(const ParameterDescription& description)
 {
-    using Kind = ParameterDescription::Kind;
+    constexpr double none = std::numeric_limits<double>::max();
     CommandParameter parameter;
-    parameter.key = description.scriptKey;
-    parameter.unit = description.unit;
-    parameter.summary = description.summary;
-    if (description.kind == Kind::number) {
-        constexpr double none = std::numeric_limits<double>::max();
-        // What a script may give, which is more than the dialog offers.
-        if (description.hardMinimum > -none)
-            parameter.minimum = description.hardMinimum;
-        if (description.hardMaximum < none)
-            parameter.maximum = description.hardMaximum;
-        parameter.defaultValue = description.scriptDefaultValue;
-        return parameter;
-    }
+    // What a script may give, which is more than the dialog offers.
+    if (description.hardMinimum > -none)
+        parameter.minimum = description.hardMinimum * description.scriptFactor;
+    if (description.hardMaximum < none)
+        parameter.maximum = description.hardMaximum * description.scriptFactor;
+    const std::optional<ScriptSwitch>& other = description.scriptSwitch;
+    if (other && std::isfinite(other->leftOutUpTo))
+        parameter.minimum = QVariant();
+    if (!other)
+        parameter.defaultValue = description.scriptDefaultValue * description.scriptFactor;
+    return parameter;
+}
+
+CommandParameter choiceParameter(const ParameterDescription& description)
+{
+    CommandParameter parameter;
     const bool isToggle = description.kind == Kind::toggle;
     parameter.type = isToggle ? Type::boolean : Type::integer;
     parameter.choices = isToggle ? QStringList() : description.choices;
@@ -60,12 +65,29 @@ CommandParameter makeEffectParameter(const ParameterDescription& description)
     return parameter;
 }
 
-CommandParameter dataPointsParameter()
+CommandParameter makeEffectParameter(const ParameterDescription& description)
 {
-    return makeParameter(
-        kDataPoints, Type::numberList, {}, {}, {}, {},
-        QStringLiteral("Envelope as x0,y0,x1,y1,...: x from 0 to 1 over the selection, y the "
-                       "gain as a factor."));
+    CommandParameter parameter;
+    if (description.isList())
+        parameter.type = Type::numberList;
+    else if (description.kind == Kind::number)
+        parameter = numberParameter(description);
+    else
+        parameter = choiceParameter(description);
+    parameter.key = description.scriptKey;
+    parameter.unit = description.scriptUnit.isEmpty() ? description.unit : description.scriptUnit;
+    parameter.summary.prepend(description.summary);
+    return parameter;
+}
+
+std::vector<CommandParameter> parametersOf(const EffectEntry& entry)
+{
+    std::vector<CommandParameter> parameters;
+    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
+    for (const ParameterDescription& description : filter->parameters().descriptions())
+        if (!description.scriptKey.isEmpty())
+            parameters.push_back(makeEffectParameter(description));
+    return parameters;
 }
 
 CommandDescription effectCommand(const EffectEntry& entry)
@@ -73,12 +95,7 @@ CommandDescription effectCommand(const EffectEntry& entry)
     CommandDescription command;
     command.name = entry.scriptName;
     command.summary = entry.summary;
-    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
-    for (const ParameterDescription& description : filter->parameters())
-        if (!description.scriptKey.isEmpty())
-            command.parameters.push_back(makeEffectParameter(description));
-    if (entry.scriptName == kFadeSpecial)
-        command.parameters.push_back(dataPointsParameter());
+    command.parameters = parametersOf(entry);
     command.run = [&entry](SoundController& controller, const QVariantMap& arguments) {
         return runEffect(entry, controller, arguments);
     };
@@ -112,7 +129,7 @@ CommandDescription fadeCommand()
 {
     CommandDescription command;
     command.name = QStringLiteral("fade");
-    command.summary = QStringLiteral("Fades in or out.");
+    command.summary = QStringLiteral("Fades in, out or along an envelope.");
     command.parameters = {
         makeParameter(kDirection, Type::string, {}, {}, {}, {}, QStringLiteral("“in” or “out”.")),
         makeParameter(
@@ -122,10 +139,9 @@ CommandDescription fadeCommand()
                       QStringLiteral("End of the fade.")),
     };
     command.parameters.front().choices = {QStringLiteral("in"), QStringLiteral("out")};
-    if (EffectRegistry::effectWithScriptName(kFadeSpecial)) {
-        command.summary = QStringLiteral("Fades in, out or along an envelope.");
-        command.parameters.push_back(dataPointsParameter());
-    }
+    for (const CommandParameter& parameter :
+         parametersOf(*EffectRegistry::effectWithScriptName(kFadeSpecial)))
+        command.parameters.push_back(parameter);
     command.check = [](const QVariantMap& arguments) {
         return arguments.contains(kDirection) || arguments.contains(kDataPoints)
                    ? QString()

@@ -4,7 +4,7 @@
 #include "controllers/EffectController.h"
 #include "controllers/SelectionModel.h"
 #include "controllers/TransportController.h"
-#include "effects/AmplifyVolume.h"
+#include "effects/gain/AmplifyVolume.h"
 #include "formats/kit/FileTestKit.h"
 
 #include <QCoreApplication>

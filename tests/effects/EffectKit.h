@@ -2,7 +2,7 @@
 
 #include "document/DocumentKit.h"
 #include "effects/EffectRegistry.h"
-#include "effects/Filter.h"
+#include "effects/frame/Filter.h"
 
 #include <functional>
 

@@ -8,10 +8,16 @@ namespace
 
 TEST(EffectRegistry, NamesItsEffects)
 {
-    const std::pair<const char*, const char*> expected[] = {
-        {"Amplify...", "amplify"},         {"Normalize...", "normalize"}, {"Fade In", "fade in"},
-        {"Fade Out", "fade out"},          {"Invert", "invert"},          {"Reverse", "reverse"},
-        {"Swap Channels", "swap channels"}};
+    const std::pair<const char*, const char*> expected[] = {{"Amplify...", "amplify"},
+                                                            {"Normalize...", "normalize"},
+                                                            {"Fade In", "fade in"},
+                                                            {"Fade Out", "fade out"},
+                                                            {"Invert", "invert"},
+                                                            {"Reverse", "reverse"},
+                                                            {"Swap Channels", "swap channels"},
+                                                            {"DC Offset...", "dc offset"},
+                                                            {"Fade Special...", "fade special"},
+                                                            {"Interpolate", "interpolate"}};
     for (const auto& [title, scriptName] : expected) {
         const EffectEntry* entry = EffectRegistry::effectWithScriptName(QString::fromLatin1(scriptName));
         ASSERT_TRUE(entry) << scriptName;
@@ -30,10 +36,10 @@ TEST(EffectRegistry, DescribesEveryEffectCompletely)
         EXPECT_FALSE(entry.summary.isEmpty() || entry.menuGroup.isEmpty());
         const std::unique_ptr<Filter> filter = entry.make(entry.menuTitle);
         EXPECT_EQ(entry.menuTitle.endsWith(QLatin1String("...")), filter->hasOptionsDialog());
-        EXPECT_EQ(filter->hasOptionsDialog(), !filter->parameters().empty());
-        for (const ParameterDescription& parameter : filter->parameters()) {
-            EXPECT_FALSE(parameter.name.isEmpty() || parameter.summary.isEmpty() ||
-                         parameter.scriptKey.isEmpty());
+        EXPECT_EQ(filter->hasOptionsDialog(), !filter->parameters().isEmpty());
+        for (const ParameterDescription& parameter : filter->parameters().descriptions()) {
+            EXPECT_FALSE(parameter.name.isEmpty() || parameter.summary.isEmpty());
+            EXPECT_FALSE(parameter.isList() && parameter.defaultList.empty());
             EXPECT_TRUE(parameter.settingsKey.startsWith(QLatin1String("filter.")));
             for (const double value :
                  {parameter.minimum, parameter.maximum, parameter.defaultValue, parameter.scriptDefaultValue})

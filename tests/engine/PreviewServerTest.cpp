@@ -1,7 +1,7 @@
 #include "Classes/CoreAudio/AudioPreferences.h"
 #include "document/DocumentKit.h"
 #include "effects/EffectRegistry.h"
-#include "effects/FilterPreview.h"
+#include "effects/frame/FilterPreview.h"
 #include "engine/Capture.h"
 #include "engine/ServerKinds.h"
 #include "platform/Log.h"

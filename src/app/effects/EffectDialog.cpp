@@ -2,7 +2,7 @@
 
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
-#include "effects/Filter.h"
+#include "effects/frame/Filter.h"
 
 #include <QCoreApplication>
 #include <QDialogButtonBox>
@@ -36,8 +36,18 @@ EffectDialog::EffectDialog(std::shared_ptr<Filter> filter, const QString& summar
     addParameters(*layout);
     addPreview(*layout);
     addButtons(*layout);
-    if (!mRows.empty())
-        mRows.front()->editor()->setFocus();
+    for (const ParameterRow* const row : mRows) {
+        if (!row)
+            continue;
+        row->editor()->setFocus();
+        break;
+    }
+    mObserver = mFilter->parameters().addObserver([this](size_t index) { parameterDidChange(index); });
+}
+
+EffectDialog::~EffectDialog()
+{
+    mFilter->parameters().removeObserver(mObserver);
 }
 
 void EffectDialog::addHeader(QVBoxLayout& layout, const QString& summary)
@@ -67,13 +77,45 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
     grid->setVerticalSpacing(10);
     grid->setColumnStretch(1, 1);
     layout.addLayout(grid);
-    const std::vector<ParameterDescription>& parameters = mFilter->parameters();
+    const EffectParameters& parameters = mFilter->parameters();
     for (size_t i = 0; i < parameters.size(); ++i) {
+        mValuesBefore.push_back(parameters.value(i));
+        mListsBefore.push_back(parameters.list(i));
+        mRows.push_back(nullptr);
+        if (parameters[i].isList())
+            continue;
         auto* const row = new ParameterRow(parameters[i], *grid, static_cast<int>(i), this);
-        row->setValue(mFilter->parameterValue(i));
-        mValuesBefore.push_back(mFilter->parameterValue(i));
-        mRows.push_back(row);
+        mRows.back() = row;
+        row->showValue(parameters.value(i));
+        connect(row, &ParameterRow::edited, this, [this, i](double value) {
+            change([this, i, value] { mFilter->parameters().setValue(i, value); });
+        });
     }
+    showWhatIsUsed();
+}
+
+void EffectDialog::change(const std::function<void()>& setParameters)
+{
+    if (mPreview)
+        mPreview->change(setParameters);
+    else
+        setParameters();
+}
+
+void EffectDialog::parameterDidChange(size_t index)
+{
+    const EffectParameters& parameters = mFilter->parameters();
+    // What a person is typing is not touched: it is what the effect has taken.
+    if (ParameterRow* const row = mRows[index]; row && row->value() != parameters.value(index))
+        row->showValue(parameters.value(index));
+    showWhatIsUsed();
+}
+
+void EffectDialog::showWhatIsUsed()
+{
+    for (size_t i = 0; i < mRows.size(); ++i)
+        if (mRows[i])
+            mRows[i]->setEnabled(mFilter->parameters().isUsed(i));
 }
 
 void EffectDialog::addButtons(QVBoxLayout& layout)
@@ -89,10 +131,8 @@ void EffectDialog::addButtons(QVBoxLayout& layout)
     layout.addWidget(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &EffectDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &EffectDialog::reject);
-    connect(buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this, [this] {
-        for (ParameterRow* const row : mRows)
-            row->setValue(row->description().defaultValue);
-    });
+    connect(buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this,
+            [this] { change([this] { mFilter->parameters().reset(); }); });
 }
 
 void EffectDialog::addPreview(QVBoxLayout& layout)
@@ -101,33 +141,21 @@ void EffectDialog::addPreview(QVBoxLayout& layout)
         return;
     mPreview = new PreviewControls(*mFilter, this);
     layout.addWidget(mPreview);
-    connect(mPreview, &PreviewControls::willPlay, this, [this] {
-        Q_EMIT previewWillStart();
-        takeValues();
-    });
-    for (size_t i = 0; i < mRows.size(); ++i)
-        connect(mRows[i], &ParameterRow::valueChanged, this, [this, i](double value) {
-            if (mPreview && mPreview->isPlaying())
-                mPreview->change([this, i, value] { mFilter->setParameterValue(i, value); });
-        });
-}
-
-void EffectDialog::takeValues()
-{
-    for (size_t i = 0; i < mRows.size(); ++i)
-        mFilter->setParameterValue(i, mRows[i]->value());
+    connect(mPreview, &PreviewControls::willPlay, this, &EffectDialog::previewWillStart);
 }
 
 void EffectDialog::done(int result)
 {
     // Silent before the effect is used for something else.
     delete std::exchange(mPreview, nullptr);
+    EffectParameters& parameters = mFilter->parameters();
     if (result == QDialog::Accepted) {
-        takeValues();
-        mFilter->saveDefaults();
+        parameters.saveSettings();
     } else {
-        for (size_t i = 0; i < mValuesBefore.size(); ++i)
-            mFilter->setParameterValue(i, mValuesBefore[i]);
+        for (size_t i = 0; i < mValuesBefore.size(); ++i) {
+            parameters.setValue(i, mValuesBefore[i]);
+            parameters.setList(i, mListsBefore[i]);
+        }
     }
     QDialog::done(result);
 }

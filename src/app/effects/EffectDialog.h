@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -13,16 +14,18 @@ class Filter;
 class ParameterRow;
 class PreviewControls;
 
-/// The dialog of any effect, made from the effect's own description of its parameters. It changes the
-/// effect's values when OK is pressed, and keeps them for the next time; Cancel changes nothing. An effect
-/// that has its source can be heard meanwhile.
+/// The dialog of any effect, made from the effect's own description of its parameters. What a person changes
+/// is the effect's at once, and the rows follow whatever the effect changes itself. OK keeps the values for
+/// the next time; Cancel brings back those before. An effect that has its source can be heard meanwhile.
 class EffectDialog : public QDialog
 {
     Q_OBJECT
 
 public:
     EffectDialog(std::shared_ptr<Filter> filter, const QString& summary, QWidget* parent);
+    ~EffectDialog() override;
 
+    /// One a parameter, in their order; null for a parameter that an extra view shows.
     const std::vector<ParameterRow*>& rows() const { return mRows; }
     /// Null for an effect without a source.
     PreviewControls* preview() const { return mPreview; }
@@ -37,12 +40,17 @@ private:
     void addParameters(QVBoxLayout& layout);
     void addPreview(QVBoxLayout& layout);
     void addButtons(QVBoxLayout& layout);
-    void takeValues();
+    /// Changes the effect between two blocks of what is heard.
+    void change(const std::function<void()>& setParameters);
+    void parameterDidChange(size_t index);
+    void showWhatIsUsed();
 
     std::shared_ptr<Filter> mFilter;
     std::vector<ParameterRow*> mRows;
     PreviewControls* mPreview = nullptr;
     std::vector<double> mValuesBefore;
+    std::vector<std::vector<double>> mListsBefore;
+    int mObserver = 0;
 };
 
 } // namespace velloria

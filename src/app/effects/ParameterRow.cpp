@@ -1,11 +1,11 @@
 #include "app/effects/ParameterRow.h"
 
+#include "app/effects/ValueField.h"
 #include "app/look/ThemedIcon.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
-#include <QDoubleSpinBox>
 #include <QGridLayout>
 #include <QLabel>
 #include <QSignalBlocker>
@@ -35,7 +35,8 @@ bool isLogarithmic(const ParameterDescription& description)
 /// A step of the field: 1, 2 or 5 of a power of ten, about a hundredth of the range.
 double roundStep(const ParameterDescription& description)
 {
-    const double rough = (description.maximum - description.minimum) / kStepsPerRange;
+    const double rough =
+        (description.maximum - description.minimum) * description.shownFactor / kStepsPerRange;
     const double finest = std::pow(10.0, -description.decimals);
     if (!(rough > finest))
         return finest;
@@ -62,7 +63,7 @@ double ParameterRow::valueOfPosition(const ParameterDescription& description, do
         isLogarithmic(description)
             ? description.minimum * std::pow(description.maximum / description.minimum, position)
             : description.minimum + position * (description.maximum - description.minimum);
-    const double unit = std::pow(10.0, -description.decimals);
+    const double unit = std::pow(10.0, -description.decimals) / description.shownFactor;
     return std::clamp(std::round(exact / unit) * unit, description.minimum, description.maximum);
 }
 
@@ -79,13 +80,14 @@ ParameterRow::ParameterRow(const ParameterDescription& description, QGridLayout&
         addChoice(grid, row, parent);
         break;
     case ParameterDescription::Kind::number:
+    case ParameterDescription::Kind::list: // No row shows one: a view of its own does.
         addNumber(grid, row, parent);
         break;
     }
     editor()->setAccessibleName(description.name);
     editor()->setAccessibleDescription(description.summary);
     addReset(grid, row, parent);
-    setValue(description.defaultValue);
+    showValue(description.defaultValue);
 }
 
 QLabel* ParameterRow::addLabel(QGridLayout& grid, int row, QWidget* parent) const
@@ -106,26 +108,24 @@ void ParameterRow::addNumber(QGridLayout& grid, int row, QWidget* parent)
     mSlider->setMinimumWidth(kSliderWidth);
     mSlider->setAccessibleName(mDescription.name);
     mSlider->setToolTip(mDescription.summary);
-    mField = new QDoubleSpinBox(parent);
-    mField->setDecimals(mDescription.decimals);
-    mField->setRange(std::max(mDescription.hardMinimum, -kWidestTyped),
-                     std::min(mDescription.hardMaximum, kWidestTyped));
+    mField = new ValueField(mDescription.decimals, parent);
+    mField->setRange(std::max(mDescription.hardMinimum * mDescription.shownFactor, -kWidestTyped),
+                     std::min(mDescription.hardMaximum * mDescription.shownFactor, kWidestTyped));
     mField->setSingleStep(roundStep(mDescription));
     if (!mDescription.unit.isEmpty())
         mField->setSuffix(QChar(0x202f) + mDescription.unit);
-    mField->setAlignment(Qt::AlignRight);
     mField->setFixedWidth(kFieldWidth);
     label->setBuddy(mField);
     grid.addWidget(mSlider, row, 1);
     grid.addWidget(mField, row, 2);
+    mWidgets = {label, mSlider, mField};
     connect(mSlider, &QSlider::valueChanged, this, [this](int position) {
-        const QSignalBlocker blocker(mField);
-        mField->setValue(valueOfPosition(mDescription, static_cast<double>(position) / kSliderSteps));
-        didChange();
+        edit(valueOfPosition(mDescription, static_cast<double>(position) / kSliderSteps));
+        showInField();
     });
-    connect(mField, &QDoubleSpinBox::valueChanged, this, [this] {
-        moveSlider();
-        didChange();
+    connect(mField, &QDoubleSpinBox::valueChanged, this, [this](double shown) {
+        edit(shown / mDescription.shownFactor);
+        showInSlider();
     });
 }
 
@@ -134,7 +134,8 @@ void ParameterRow::addToggle(QGridLayout& grid, int row, QWidget* parent)
     mCheckBox = new QCheckBox(mDescription.name, parent);
     mCheckBox->setToolTip(mDescription.summary);
     grid.addWidget(mCheckBox, row, 1, 1, 2);
-    connect(mCheckBox, &QCheckBox::toggled, this, &ParameterRow::didChange);
+    mWidgets = {mCheckBox};
+    connect(mCheckBox, &QCheckBox::toggled, this, [this](bool isOn) { edit(isOn ? 1.0 : 0.0); });
 }
 
 void ParameterRow::addChoice(QGridLayout& grid, int row, QWidget* parent)
@@ -145,7 +146,8 @@ void ParameterRow::addChoice(QGridLayout& grid, int row, QWidget* parent)
     mPopUp->setToolTip(mDescription.summary);
     label->setBuddy(mPopUp);
     grid.addWidget(mPopUp, row, 1, 1, 2, Qt::AlignLeft);
-    connect(mPopUp, &QComboBox::currentIndexChanged, this, &ParameterRow::didChange);
+    mWidgets = {label, mPopUp};
+    connect(mPopUp, &QComboBox::currentIndexChanged, this, [this](int index) { edit(index); });
 }
 
 void ParameterRow::addReset(QGridLayout& grid, int row, QWidget* parent)
@@ -162,34 +164,51 @@ void ParameterRow::addReset(QGridLayout& grid, int row, QWidget* parent)
     policy.setRetainSizeWhenHidden(true);
     mReset->setSizePolicy(policy);
     grid.addWidget(mReset, row, 3);
+    mWidgets.push_back(mReset);
     connect(mReset, &QToolButton::clicked, this, [this] { setValue(mDescription.defaultValue); });
-}
-
-double ParameterRow::value() const
-{
-    if (mField)
-        return mField->value();
-    return mCheckBox ? (mCheckBox->isChecked() ? 1 : 0) : mPopUp->currentIndex();
 }
 
 void ParameterRow::setValue(double value)
 {
-    if (mField) {
-        mField->setValue(value);
-        moveSlider();
-    } else if (mCheckBox) {
-        mCheckBox->setChecked(value != 0);
-    } else {
-        mPopUp->setCurrentIndex(static_cast<int>(std::lround(value)));
-    }
-    didChange();
+    showValue(mDescription.allowedValue(value).value_or(mValue));
+    Q_EMIT edited(mValue);
 }
 
-void ParameterRow::moveSlider()
+void ParameterRow::showValue(double value)
+{
+    mValue = value;
+    if (mField) {
+        showInField();
+        showInSlider();
+    } else if (mCheckBox) {
+        const QSignalBlocker blocker(mCheckBox);
+        mCheckBox->setChecked(value != 0.0);
+    } else {
+        const QSignalBlocker blocker(mPopUp);
+        mPopUp->setCurrentIndex(static_cast<int>(value));
+    }
+    showReset();
+}
+
+void ParameterRow::setEnabled(bool isEnabled)
+{
+    for (QWidget* const widget : mWidgets)
+        widget->setEnabled(isEnabled);
+}
+
+void ParameterRow::showInSlider()
 {
     const QSignalBlocker blocker(mSlider);
-    mSlider->setValue(
-        static_cast<int>(std::lround(positionOfValue(mDescription, mField->value()) * kSliderSteps)));
+    mSlider->setValue(static_cast<int>(std::lround(positionOfValue(mDescription, mValue) * kSliderSteps)));
+}
+
+void ParameterRow::showInField()
+{
+    // What somebody types is not written anew while they type it.
+    if (mField->value() == mValue * mDescription.shownFactor)
+        return;
+    const QSignalBlocker blocker(mField);
+    mField->setValue(mValue * mDescription.shownFactor);
 }
 
 QWidget* ParameterRow::editor() const
@@ -201,13 +220,19 @@ QWidget* ParameterRow::editor() const
     return mPopUp;
 }
 
-void ParameterRow::didChange()
+void ParameterRow::edit(double value)
+{
+    mValue = value;
+    showReset();
+    Q_EMIT edited(value);
+}
+
+void ParameterRow::showReset()
 {
     // A button that would do nothing is not there. Values count as equal when they read so.
-    const double unit = std::pow(10.0, -mDescription.decimals);
+    const double unit = std::pow(10.0, -mDescription.decimals) / mDescription.shownFactor;
     if (mReset)
-        mReset->setVisible(std::abs(value() - mDescription.defaultValue) >= unit / 2);
-    Q_EMIT valueChanged(value());
+        mReset->setVisible(std::abs(mValue - mDescription.defaultValue) >= unit / 2);
 }
 
 } // namespace velloria

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "effects/ParameterDescription.h"
+#include "effects/frame/ParameterDescription.h"
 
 #include <QObject>
+#include <vector>
 
 class QCheckBox;
 class QComboBox;
-class QDoubleSpinBox;
 class QGridLayout;
 class QLabel;
 class QSlider;
@@ -15,8 +15,11 @@ class QToolButton;
 namespace velloria
 {
 
+class ValueField;
+
 /// One parameter in an effect's dialog: its name, a slider with a field for typed values (or a check box, or
-/// a pop-up), and a button that brings the default back.
+/// a pop-up), and a button that brings the default back. It shows the value that it is given and keeps all of
+/// its digits; it tells what a person changed, and nothing else.
 class ParameterRow : public QObject
 {
     Q_OBJECT
@@ -25,8 +28,13 @@ public:
     /// Adds its widgets to a row of the grid; they belong to `parent`.
     ParameterRow(const ParameterDescription& description, QGridLayout& grid, int row, QWidget* parent);
 
-    double value() const;
+    double value() const { return mValue; }
+    /// Shows a value, and tells nobody.
+    void showValue(double value);
+    /// As a person chooses one.
     void setValue(double value);
+    /// Rows that mean nothing at the moment are greyed.
+    void setEnabled(bool isEnabled);
     const ParameterDescription& description() const { return mDescription; }
     /// What the keyboard goes to first.
     QWidget* editor() const;
@@ -37,7 +45,8 @@ public:
     static double valueOfPosition(const ParameterDescription& description, double position);
 
 Q_SIGNALS:
-    void valueChanged(double value);
+    /// A person chose another value.
+    void edited(double value);
 
 private:
     void addNumber(QGridLayout& grid, int row, QWidget* parent);
@@ -45,12 +54,16 @@ private:
     void addChoice(QGridLayout& grid, int row, QWidget* parent);
     QLabel* addLabel(QGridLayout& grid, int row, QWidget* parent) const;
     void addReset(QGridLayout& grid, int row, QWidget* parent);
-    void moveSlider();
-    void didChange();
+    void showInSlider();
+    void showInField();
+    void edit(double value);
+    void showReset();
 
     ParameterDescription mDescription;
+    double mValue = 0;
+    std::vector<QWidget*> mWidgets;
     QSlider* mSlider = nullptr;
-    QDoubleSpinBox* mField = nullptr;
+    ValueField* mField = nullptr;
     QCheckBox* mCheckBox = nullptr;
     QComboBox* mPopUp = nullptr;
     QToolButton* mReset = nullptr;

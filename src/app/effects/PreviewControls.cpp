@@ -79,7 +79,7 @@ void PreviewControls::playOrStop(bool plays)
     } else {
         mPreview.stop();
     }
-    showMessage(error ? error->message : QString());
+    showMessage(error && !error->isUserCancelled() ? error->message : QString());
     updateButton();
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "controllers/OutputDeviceWatch.h"
-#include "effects/FilterPreview.h"
+#include "effects/frame/FilterPreview.h"
 
 #include <QWidget>
 #include <memory>

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "effects/fades/LinearFade.h"
+
+namespace velloria
+{
+
+/// Fades from silence to full volume: the first frame is 0, the last (N - 1)/N.
+class FadeIn : public LinearFade
+{
+public:
+    explicit FadeIn(const QString& name)
+        : LinearFade(name)
+    {
+    }
+
+protected:
+    void applyRamp(std::span<float> samples, float mark, float length) const override;
+};
+
+} // namespace velloria

@@ -1,0 +1,60 @@
+#include "effects/gain/AmplifyVolume.h"
+
+#include "effects/frame/SampleArithmetic.h"
+
+namespace velloria
+{
+
+namespace
+{
+
+const std::vector<ParameterDescription>& describeParameters()
+{
+    static const std::vector<ParameterDescription> list = {[] {
+        ParameterDescription gain;
+        gain.name = QStringLiteral("Gain");
+        gain.summary = QStringLiteral("How much louder (or softer, below 0) the sound becomes.");
+        gain.unit = QStringLiteral("dB");
+        gain.minimum = -60.0;
+        gain.maximum = 40.0;
+        gain.hardMinimum = -200.0;
+        gain.hardMaximum = 200.0;
+        gain.settingsKey = QStringLiteral("filter.amplifyVolume.gain");
+        gain.scriptKey = QStringLiteral("Gain");
+        gain.defaultValue = 0.0;
+        gain.scriptDefaultValue = 0.0;
+        return gain;
+    }()};
+    return list;
+}
+
+} // namespace
+
+AmplifyVolume::AmplifyVolume(const QString& name)
+    : Filter(name, describeParameters())
+{
+}
+
+void AmplifyVolume::parameterDidChange(size_t)
+{
+    mAmpFactor = static_cast<float>(factorWithDecibels(gainDB()));
+}
+
+bool AmplifyVolume::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
+{
+    if (!Filter::requestDataWithNumFrames(numFrames, block))
+        return false;
+    for (FloatBuffer& buffer : block)
+        SampleArithmetic::scale(buffer, mAmpFactor);
+    return true;
+}
+
+ComputedClip::Function AmplifyVolume::outputOfTrack(const AudioTrackPtr& track, size_t) const
+{
+    return [track, factor = mAmpFactor, start = mSource->loopStart()](int64_t offset, std::span<float> out) {
+        track->readSamples(start + offset, out);
+        SampleArithmetic::scale(out, factor);
+    };
+}
+
+} // namespace velloria

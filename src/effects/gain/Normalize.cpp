@@ -1,0 +1,125 @@
+#include "effects/gain/Normalize.h"
+
+#include "effects/frame/SampleArithmetic.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr uint64_t kBlockNumFrames = 8192;
+
+std::vector<ParameterDescription> makeDescriptions()
+{
+    using Kind = ParameterDescription::Kind;
+    ParameterDescription target;
+    target.name = QStringLiteral("Target level");
+    target.summary = QStringLiteral("Level that the loudest part is brought to.");
+    target.unit = QStringLiteral("dB");
+    target.minimum = -60.0;
+    target.maximum = 0.0;
+    target.hardMinimum = -200.0;
+    target.hardMaximum = 200.0;
+    target.settingsKey = QStringLiteral("filter.normalize.target");
+    target.scriptKey = QStringLiteral("Peak");
+
+    ParameterDescription independent;
+    independent.kind = Kind::toggle;
+    independent.name = QStringLiteral("Channels independently");
+    independent.summary = QStringLiteral("Gives each channel a gain of its own instead of one for all.");
+    // A person wants both channels at full level; a script written long ago counts on keeping their balance.
+    independent.defaultValue = 1.0;
+    independent.scriptDefaultValue = 0.0;
+    independent.settingsKey = QStringLiteral("filter.normalize.independent");
+    independent.scriptKey = QStringLiteral("Independently");
+
+    ParameterDescription rms;
+    rms.kind = Kind::toggle;
+    rms.name = QStringLiteral("Use RMS level");
+    rms.summary = QStringLiteral("Measures the loudest fifth of a second instead of the highest peak.");
+    rms.settingsKey = QStringLiteral("filter.normalize.rms");
+    rms.scriptKey = QStringLiteral("rms");
+    return {target, independent, rms};
+}
+
+const std::vector<ParameterDescription>& describeParameters()
+{
+    static const std::vector<ParameterDescription> list = makeDescriptions();
+    return list;
+}
+
+} // namespace
+
+Normalize::Normalize(const QString& name)
+    : Filter(name, describeParameters())
+{
+    setMaxBufferNumFrames(kBlockNumFrames);
+}
+
+void Normalize::setSource(std::shared_ptr<DocumentSource> source)
+{
+    Filter::setSource(std::move(source));
+    mAmpFactors.assign(static_cast<size_t>(mSource ? std::max(numTracks(), 0) : 0), 1.0F);
+    mPeaks.clear();
+    mRMSLevels.clear();
+}
+
+bool Normalize::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
+{
+    if (!Filter::requestDataWithNumFrames(numFrames, block))
+        return false;
+    for (size_t track = 0; track < std::min(block.size(), mAmpFactors.size()); ++track)
+        SampleArithmetic::scale(block[track], mAmpFactors[track]);
+    return true;
+}
+
+ComputedClip::Function Normalize::outputOfTrack(const AudioTrackPtr& track, size_t index) const
+{
+    const float factor = mAmpFactors.at(index);
+    return [track, factor, start = mSource->loopStart()](int64_t offset, std::span<float> out) {
+        track->readSamples(start + offset, out);
+        SampleArithmetic::scale(out, factor);
+    };
+}
+
+void Normalize::parameterDidChange(size_t)
+{
+    if (!mPeaks.empty())
+        setFactors();
+}
+
+void Normalize::analysisWillBegin()
+{
+    mPeaks.assign(mAmpFactors.size(), 0.0);
+    mRMSLevels.assign(mAmpFactors.size(), 0.0);
+}
+
+void Normalize::analyseBlock(std::span<const std::span<const float>> tracks)
+{
+    for (size_t track = 0; track < std::min(tracks.size(), mPeaks.size()); ++track) {
+        const std::span<const float> samples = tracks[track];
+        const double sum = SampleArithmetic::sumOfSquares(samples);
+        mPeaks[track] = std::max<double>(mPeaks[track], SampleArithmetic::peak(samples));
+        mRMSLevels[track] = std::max(mRMSLevels[track], std::sqrt(sum / static_cast<double>(samples.size())));
+    }
+}
+
+void Normalize::setFactors()
+{
+    const std::vector<double>& levels = usesRMS() ? mRMSLevels : mPeaks;
+    const double target = factorWithDecibels(targetLevelDB());
+    const double loudest = levels.empty() ? 0.0 : *std::max_element(levels.begin(), levels.end());
+    for (size_t track = 0; track < levels.size(); ++track) {
+        const double level = isIndependent() ? levels[track] : loudest;
+        // Silence cannot be brought to any level; it stays silent, and noise far below anything audible must
+        // not turn into a gain beyond what a float holds.
+        const auto factor = static_cast<float>(target / level);
+        mAmpFactors[track] = level > 0.0 && std::isfinite(factor) ? factor : 1.0F;
+    }
+}
+
+} // namespace velloria

@@ -1,0 +1,82 @@
+#include "effects/order/Backwards.h"
+
+#include "document/clips/ClipWriter.h"
+
+#include <algorithm>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr int64_t kBlockNumFrames = 16384;
+
+} // namespace
+
+bool Backwards::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
+{
+    if (!Filter::requestDataWithNumFrames(numFrames, block))
+        return false;
+    for (FloatBuffer& buffer : block)
+        std::reverse(buffer.begin(), buffer.end());
+    return true;
+}
+
+MaybeError Backwards::apply()
+{
+    mWasCancelled = false;
+    const int64_t total = numFrames();
+    const int64_t offset = mSource->loopStart();
+    if (total <= 0)
+        return std::nullopt;
+    const SourceWatch watch = watchSources();
+    const std::unique_ptr<ClipWriter> writer = makeWriter();
+    if (mDelegate)
+        mDelegate->filterDidReachProgress(*this, 0.0);
+    mSource->setLooping(false);
+    processingWillBegin();
+    std::vector<AudioClipPtr> clips = computedClips();
+    MaybeError error;
+    if (clips.empty()) {
+        error = processFromEnd(*writer, offset, total);
+        if (!error && !mWasCancelled)
+            error = writer->finish();
+        clips.assign(writer->clips().begin(), writer->clips().end());
+    }
+    didFinishProgress();
+    if (error || mWasCancelled || (error = watch.error()))
+        return error;
+    processingFinished();
+    replaceSelectionWithClips(offset, total, clips);
+    return std::nullopt;
+}
+
+ComputedClip::Function Backwards::outputOfTrack(const AudioTrackPtr& track, size_t) const
+{
+    const int64_t end = mSource->loopStart() + numFrames();
+    return [track, end](int64_t offset, std::span<float> out) {
+        track->readSamples(end - offset - static_cast<int64_t>(out.size()), out);
+        std::reverse(out.begin(), out.end());
+    };
+}
+
+MaybeError Backwards::processFromEnd(ClipWriter& writer, int64_t offset, int64_t total)
+{
+    SampleBlock block;
+    for (int64_t remaining = total; remaining > 0;) {
+        const int64_t count = std::min(remaining, kBlockNumFrames);
+        remaining -= count;
+        mSource->setMark(offset + remaining);
+        // Nothing comes for blocks beyond the document's end, and that end is where reading starts here: go
+        // on.
+        if (requestDataWithNumFrames(static_cast<uint64_t>(count), block))
+            if (MaybeError error = writer.append(block))
+                return error;
+        if (didReachProgress(total - remaining, total))
+            break;
+    }
+    return std::nullopt;
+}
+
+} // namespace velloria
