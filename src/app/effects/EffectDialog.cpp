@@ -1,5 +1,6 @@
 #include "app/effects/EffectDialog.h"
 
+#include "app/effects/EnvelopeEditor.h"
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
 #include "effects/frame/Filter.h"
@@ -10,6 +11,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <utility>
 
 namespace velloria
@@ -36,12 +38,11 @@ EffectDialog::EffectDialog(std::shared_ptr<Filter> filter, const QString& summar
     addParameters(*layout);
     addPreview(*layout);
     addButtons(*layout);
-    for (const ParameterRow* const row : mRows) {
-        if (!row)
-            continue;
-        row->editor()->setFocus();
-        break;
-    }
+    const auto first = std::find_if(mRows.begin(), mRows.end(), [](ParameterRow* row) { return row; });
+    if (first != mRows.end())
+        (*first)->editor()->setFocus();
+    else if (mEnvelope)
+        mEnvelope->setFocus();
     mObserver = mFilter->parameters().addObserver([this](size_t index) { parameterDidChange(index); });
 }
 
@@ -82,8 +83,10 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
         mValuesBefore.push_back(parameters.value(i));
         mListsBefore.push_back(parameters.list(i));
         mRows.push_back(nullptr);
-        if (parameters[i].isList())
+        if (parameters[i].isList()) {
+            addEnvelope(layout, i);
             continue;
+        }
         auto* const row = new ParameterRow(parameters[i], *grid, static_cast<int>(i), this);
         mRows.back() = row;
         row->showValue(parameters.value(i));
@@ -92,6 +95,16 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
         });
     }
     showWhatIsUsed();
+}
+
+void EffectDialog::addEnvelope(QVBoxLayout& layout, size_t index)
+{
+    mEnvelope = new EnvelopeEditor(this);
+    mEnvelope->showNumbers(mFilter->parameters().list(index));
+    layout.addWidget(mEnvelope);
+    connect(mEnvelope, &EnvelopeEditor::edited, this, [this, index](const std::vector<double>& numbers) {
+        change([this, index, &numbers] { mFilter->parameters().setList(index, numbers); });
+    });
 }
 
 void EffectDialog::change(const std::function<void()>& setParameters)
@@ -108,6 +121,8 @@ void EffectDialog::parameterDidChange(size_t index)
     // What a person is typing is not touched: it is what the effect has taken.
     if (ParameterRow* const row = mRows[index]; row && row->value() != parameters.value(index))
         row->showValue(parameters.value(index));
+    if (mEnvelope && parameters[index].isList())
+        mEnvelope->showNumbers(parameters.list(index));
     showWhatIsUsed();
 }
 

@@ -10,6 +10,7 @@ class QVBoxLayout;
 namespace velloria
 {
 
+class EnvelopeEditor;
 class Filter;
 class ParameterRow;
 class PreviewControls;
@@ -25,7 +26,7 @@ public:
     EffectDialog(std::shared_ptr<Filter> filter, const QString& summary, QWidget* parent);
     ~EffectDialog() override;
 
-    /// One a parameter, in their order; null for a parameter that an extra view shows.
+    /// One a parameter, in their order; null for an envelope.
     const std::vector<ParameterRow*>& rows() const { return mRows; }
     /// Null for an effect without a source.
     PreviewControls* preview() const { return mPreview; }
@@ -38,6 +39,7 @@ Q_SIGNALS:
 private:
     void addHeader(QVBoxLayout& layout, const QString& summary);
     void addParameters(QVBoxLayout& layout);
+    void addEnvelope(QVBoxLayout& layout, size_t index);
     void addPreview(QVBoxLayout& layout);
     void addButtons(QVBoxLayout& layout);
     /// Changes the effect between two blocks of what is heard.
@@ -47,6 +49,7 @@ private:
 
     std::shared_ptr<Filter> mFilter;
     std::vector<ParameterRow*> mRows;
+    EnvelopeEditor* mEnvelope = nullptr;
     PreviewControls* mPreview = nullptr;
     std::vector<double> mValuesBefore;
     std::vector<std::vector<double>> mListsBefore;
