@@ -1,5 +1,7 @@
 #include "effects/EffectRegistry.h"
 
+#include "effects/delay/Chorus.h"
+#include "effects/delay/DelayEcho.h"
 #include "effects/fades/FadeIn.h"
 #include "effects/fades/FadeOut.h"
 #include "effects/fades/FadeSpecial.h"
@@ -28,6 +30,7 @@ std::vector<EffectEntry> makeEntries()
 {
     const QString gain = QStringLiteral("Gain");
     const QString fades = QStringLiteral("Fades");
+    const QString delay = QStringLiteral("Delay");
     const QString time = QStringLiteral("Time");
     const QString channels = QStringLiteral("Channels");
     return {
@@ -46,6 +49,12 @@ std::vector<EffectEntry> makeEntries()
         {QStringLiteral("Interpolate"), fades, QStringLiteral("interpolate"),
          QStringLiteral("Bridges the selection with a smooth curve between its ends, which hides clicks."),
          make<Interpolate>},
+        {QStringLiteral("Delay..."), delay, QStringLiteral("add delay"),
+         QStringLiteral("Adds an echo, once or again and again."), make<DelayEcho>},
+        {QStringLiteral("Flanger..."), delay, QStringLiteral("flange"),
+         QStringLiteral("Mixes in a copy with a short delay that sweeps to and fro."), make<Flanger>},
+        {QStringLiteral("Chorus..."), delay, QStringLiteral("add chorus"),
+         QStringLiteral("Makes one voice sound like several."), make<Chorus>},
         {QStringLiteral("Reverse"), time, QStringLiteral("reverse"),
          QStringLiteral("Turns the sound around in time."), make<Backwards>},
         {QStringLiteral("Invert"), channels, QStringLiteral("invert"),

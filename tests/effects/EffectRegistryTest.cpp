@@ -17,7 +17,10 @@ TEST(EffectRegistry, NamesItsEffects)
                                                             {"Swap Channels", "swap channels"},
                                                             {"DC Offset...", "dc offset"},
                                                             {"Fade Special...", "fade special"},
-                                                            {"Interpolate", "interpolate"}};
+                                                            {"Interpolate", "interpolate"},
+                                                            {"Delay...", "add delay"},
+                                                            {"Flanger...", "flange"},
+                                                            {"Chorus...", "add chorus"}};
     for (const auto& [title, scriptName] : expected) {
         const EffectEntry* entry = EffectRegistry::effectWithScriptName(QString::fromLatin1(scriptName));
         ASSERT_TRUE(entry) << scriptName;
