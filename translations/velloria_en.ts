@@ -1579,5 +1579,40 @@ What the window shows: %3</source>
         <extracomment>Tool tip; %1 is &quot;1 : 512&quot;, %2 and %3 are times (&quot;11.6 ms&quot;)</extracomment>
         <translation type="unfinished"></translation>
     </message>
+    <message id="envelope-percent">
+        <source>%1 %</source>
+        <extracomment>A share; %1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="envelope-tip">
+        <source>Click to add a point, drag it to move it. Page Up and Page Down choose a point, the arrow keys move it, Insert adds one behind it, Delete removes it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="envelope-name">
+        <source>Envelope, point %1 of %2: %3 of the selection, gain %4</source>
+        <extracomment>What a screen reader says; %1 is the number of the point, %2 of how many, %3 and %4 are like &quot;50 %&quot;</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="envelope-add">
+        <source>Add Point</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="envelope-remove">
+        <source>Remove Point</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="envelope-percent-suffix">
+        <source> %</source>
+        <extracomment>Behind a typed number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="envelope-position">
+        <source>Poi&amp;nt at:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="envelope-gain">
+        <source>&amp;Gain:</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>
