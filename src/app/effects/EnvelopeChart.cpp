@@ -35,6 +35,12 @@ QString percentText(double fraction)
     return qtTrId("envelope-percent").arg(QLocale().toString(std::round(fraction * 1000) / 10));
 }
 
+/// What the fields show without more digits.
+QPointF rounded(QPointF point)
+{
+    return {std::round(point.x() / kFineStep) * kFineStep, std::round(point.y() / kFineStep) * kFineStep};
+}
+
 } // namespace
 
 EnvelopeChart::EnvelopeChart(QWidget* parent)
@@ -191,7 +197,7 @@ void EnvelopeChart::mousePressEvent(QMouseEvent* event)
     if (index >= 0)
         choose(index);
     else
-        addPoint(pointAt(event->position()));
+        addPoint(rounded(pointAt(event->position())));
     mGrip = placeOf(mPoints[static_cast<size_t>(mChosen)]) - event->position();
     mIsDragging = true;
 }
@@ -199,7 +205,7 @@ void EnvelopeChart::mousePressEvent(QMouseEvent* event)
 void EnvelopeChart::mouseMoveEvent(QMouseEvent* event)
 {
     if (mIsDragging)
-        moveChosen(pointAt(event->position() + mGrip));
+        moveChosen(rounded(pointAt(event->position() + mGrip)));
 }
 
 void EnvelopeChart::mouseReleaseEvent(QMouseEvent* event)
@@ -245,7 +251,7 @@ void EnvelopeChart::contextMenuEvent(QContextMenuEvent* event)
     if (const int index = isByMouse ? pointNear(event->pos()) : mChosen; index >= 0)
         choose(index);
     QMenu menu(this);
-    const QPointF point = isByMouse ? pointAt(event->pos()) : QPointF();
+    const QPointF point = isByMouse ? rounded(pointAt(event->pos())) : QPointF();
     //% "Add Point"
     menu.addAction(qtTrId("envelope-add"), this, [this, isByMouse, point] {
         if (isByMouse)

@@ -16,6 +16,7 @@ namespace
 
 constexpr double kPercent = 100.0;
 constexpr double kHighestGainPercent = 10'000.0;
+constexpr int kFieldWidth = 96;
 
 } // namespace
 
@@ -48,6 +49,7 @@ void EnvelopeEditor::addFields()
         auto* const label = new QLabel(name, this);
         label->setBuddy(&field);
         field.setRange(0, most);
+        field.setMinimumWidth(kFieldWidth);
         //: Behind a typed number
         //% " %"
         field.setSuffix(qtTrId("envelope-percent-suffix"));
