@@ -34,7 +34,7 @@ private:
 /// A reader tells of every byte of its file.
 inline void requireWholeLedger(AudioFile& file)
 {
-    require(!file.declaresWholeFile() || file.closeLedger().empty());
+    require(file.closeLedger().empty());
 }
 
 /// Opens the bytes as a file of type File and decodes it: either there is one error, or one complete clip a

@@ -4,6 +4,7 @@
 #include "document/clips/ComputedSound.h"
 #include "document/clips/MutableAudioClip.h"
 #include "formats/saving/SaveLoop.h"
+#include "formats/tags/ValueChanges.h"
 #include "platform/FileReplacer.h"
 
 #include <algorithm>
@@ -145,6 +146,44 @@ bool hasLongMarkerName(const AudioFile& writer)
            });
 }
 
+/// The encoding without what holds it.
+QString encodingOf(const AudioFile& file)
+{
+    const QString extensible = QStringLiteral("extensible (");
+    const QString encoding = file.encodingDescription();
+    return encoding.startsWith(extensible) ? encoding.sliced(extensible.size()).chopped(1) : encoding;
+}
+
+/// A file that is saved as its own type should stay what it is: what the type cannot write, or a writer does
+/// not, is told.
+QString encodingChange(const AudioFile& writer, const AudioFile& opened)
+{
+    const QString before = encodingOf(opened);
+    const QString after = encodingOf(writer);
+    return before == after ? QString()
+                           : QStringLiteral("The encoding changes from %1 to %2.").arg(before, after);
+}
+
+/// What the type cannot hold of a tag, or makes otherwise: letters, numbers beyond a limit. Which program
+/// encoded the opened file is nobody's loss; a name that somebody gave is.
+QStringList tagChanges(const AudioFile& writer, const AudioFile* opened, const QString& type)
+{
+    if (!writer.canSaveMetadata())
+        return {};
+    MetadataDictionary tags = writer.metadata().dictionary();
+    if (opened && opened->metadata().encodingApplication() == writer.metadata().encodingApplication())
+        tags.remove(MetadataKey::encodingApplication);
+    const ValueChanges::Differences found = ValueChanges::differences(tags, writer.writtenTags());
+    QStringList losses;
+    if (!found.altered.isEmpty())
+        losses += QStringLiteral("%1 files hold some tags otherwise: %2.")
+                      .arg(type, found.altered.join(QStringLiteral(", ")));
+    if (!found.missing.isEmpty())
+        losses += QStringLiteral("%1 files do not hold all tags: %2.")
+                      .arg(type, found.missing.join(QStringLiteral(", ")));
+    return losses;
+}
+
 QString markerLoss(const AudioFile& writer, const QString& type)
 {
     const int64_t count = writer.markers() ? std::ssize(*writer.markers()) : 0;
@@ -225,6 +264,12 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
                       .arg(type)
                       .arg(maximum)
                       .arg(writer->numberOfChannels());
+    // A size of samples that was chosen is no surprise, and what becomes integers has been told.
+    const bool isPlain = request.optionTag == 0 || writer->encodesWithLoss();
+    const bool isTold = sources.hasFloats() && writer->storesIntegers();
+    if (mAudioFile && request.uti == mFileTypeUTI && isPlain && !isTold)
+        if (const QString change = encodingChange(*writer, *mAudioFile); !change.isEmpty())
+            losses += change;
     losses += writer->soundLosses();
     if (writer->writtenSampleRate() != sampleRate())
         losses +=
@@ -236,6 +281,7 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
     if (request.selection && !request.isBetweenMarkers && hasMarkerWithin(*request.selection))
         losses += QStringLiteral("A part of a sound is saved without its markers.");
     losses += tagLosses(*writer, type);
+    losses += tagChanges(*writer, mAudioFile.get(), type);
     if (mAudioFile)
         losses += itemsNotWritten(mAudioFile->ledger(), *writer);
     if (request.operation == SaveOperation::saveAs)

@@ -101,8 +101,6 @@ Error unreadableError(const FileHandle& handle)
 /// else; the tests end here, so that it is mended.
 void closeLedger(AudioFile& file)
 {
-    if (!file.declaresWholeFile())
-        return;
     const std::vector<ByteRange> forgotten = file.closeLedger();
 #ifndef NDEBUG
     if (!forgotten.empty() && qEnvironmentVariableIsSet("VELLORIA_STRICT_LEDGER")) {

@@ -532,6 +532,73 @@ TEST_F(DocumentLosses, NameWhatAnotherFormatCannotHold)
     }
 }
 
+TEST_F(DocumentLosses, NameTagsThatComeBackOtherwiseFromTheFile)
+{
+    makeWave("a.wav", 100, 16);
+    const auto document = open("a.wav");
+    const struct {
+        const char* uti;
+        const char* key;
+        const char* value;
+        const char* loss;
+    } cases[] = {
+        {"public.mp3", "encoding application", "Mine",
+         "hold some tags otherwise: encoding application “Mine” becomes “Velloria”."},
+        {"public.mpeg-4-audio.aac", "encoding application", "Mine", "“Mine” becomes “Velloria”."},
+        {"org.videolan.flac", "encoding application", "Mine", ""},
+        {"com.microsoft.waveform-audio", "podcast url", "http://a/Ж", "becomes “http://a/%D0%96”."},
+        {"com.microsoft.waveform-audio", "podcast url", "http://a/ä", ""},
+        {"org.videolan.ogg-audio", "podcast url", "http://a/Ж", ""},
+        {"public.mpeg-4-audio.aac", "tempo", "70000", "tempo “70000” becomes “65535”."},
+        {"public.mpeg-4-audio.aac", "disc number", "70000/3", "disc number “70000/3” becomes “65535/3”."},
+        {"public.mp3", "tempo", "70000", ""},
+        {"public.mpeg-4-audio.aac", "isrc", "DEA129900001", ""},
+        {"com.apple.coreaudio-format", "isrc", "DEA129900001", ""},
+    };
+    for (const auto& c : cases) {
+        AudioMetadata metadata;
+        metadata.setValuesWithDictionary({{c.key, QString::fromUtf8(c.value)}});
+        document->undoableSetAudioMetadata(metadata);
+        SaveRequest request = requestFor("new");
+        request.uti = QString::fromLatin1(c.uti);
+        const QStringList losses = document->lossesWhenSaving(request);
+        const QString text = losses.join('|');
+        EXPECT_TRUE(*c.loss ? text.contains(QString::fromUtf8(c.loss)) : !text.contains("tags"))
+            << c.uti << " " << c.key << ": " << text.toStdString();
+    }
+}
+
+TEST_F(DocumentLosses, NameAnEncodingThatAPlainSaveDoesNotKeep)
+{
+    // NeXT/Sun: magic, offset of the sound, its size, encoding, rate, channels.
+    const auto sun = [](char encoding, const QByteArray& samples) {
+        QByteArray head(".snd\0\0\0\x18\0\0\0\0\0\0\0\0\0\0\x1F\x40\0\0\0\1", 24);
+        head[11] = static_cast<char>(samples.size());
+        head[15] = encoding;
+        return head + samples;
+    };
+    const struct {
+        char encoding;
+        const char* loss;
+    } cases[] = {
+        {1, "The encoding changes from mu-law to 16-bit integer."},
+        {6, "Floating-point samples become 32-bit integers; what is louder than full scale is clipped."},
+        {3, ""}};
+    for (const auto& c : cases) {
+        writeBytes("a.au", sun(c.encoding, QByteArray(40, '\x3F')));
+        const auto document = open("a.au");
+        SaveRequest request = requestFor("a.au", SaveOperation::save);
+        request.uti = document->fileType();
+        EXPECT_EQ(document->lossesWhenSaving(request).join('|'), c.loss);
+        // Computed samples do not say any more what the file holds.
+        document->replaceDataAtOffset(0, document->numberOfFrames(), 0,
+                                      ClipList(AudioClipPtr(kit::clipOf(kit::noise(10, 3)))));
+        EXPECT_EQ(document->lossesWhenSaving(request).join('|'),
+                  c.encoding == 6 ? "The encoding changes from 32-bit floating point to 32-bit integer."
+                                  : c.loss);
+    }
+}
+
 TEST_F(DocumentLosses, NamePicturesThatATagHasNoRoomFor)
 {
     makeWave("a.wav", 100, 16);

@@ -2,6 +2,7 @@
 
 #include "formats/decoding/FileDamage.h"
 #include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/file/SampleWidth.h"
 #include "formats/saving/PacketSaver.h"
 #include "formats/saving/SampleBytesSink.h"
 #include "platform/codec/AudioFormats.h"
@@ -120,6 +121,10 @@ void AifcFile::readLinearSound(const AiffFormat& format, const RiffChunk& chunk)
     mSoundDataLength = mNumberOfFrames * frameSize();
     mHoldsNoSound = mNumberOfFrames == 0;
     declareSamples(chunk, mSoundDataLength);
+    // Types with a width of their own leave the field to chance.
+    const bool isWidthTold = (format.bitsPerSample + 7U) / 8U == mLayout->bytesPerSample;
+    if (!mIsFloat && isWidthTold)
+        declareSampleWidth(format.bitsPerSample, mBitsPerSample, mLedger);
 }
 
 void AifcFile::readCompressedSound(const AiffFormat& format, const RiffChunk& chunk)
@@ -200,6 +205,22 @@ uint32_t AifcFile::maximumNumberOfChannels() const
     return mDataFormat == DataFormat::kIma4 ? mostChannelsOfIma4 : AiffFile::maximumNumberOfChannels();
 }
 
+/// The header counts packets, so the length of the sound within the last one is told nowhere.
+QStringList AifcFile::soundLosses() const
+{
+    const auto info = audioFormatInfo(mDataFormat);
+    const int64_t framesPerPacket = info ? std::max<int64_t>(1, info->framesPerPacket) : 1;
+    const int64_t numFramesInLast = mNumberOfFrames % framesPerPacket;
+    QStringList losses = AiffFile::soundLosses();
+    if (numFramesInLast != 0)
+        losses += QStringLiteral("%1 sound is stored in packets of %2 frames; %3 frames of silence fill the "
+                                 "last one.")
+                      .arg(compressionName())
+                      .arg(framesPerPacket)
+                      .arg(framesPerPacket - numFramesInLast);
+    return losses;
+}
+
 QString AifcFile::compressionName() const
 {
     const auto info = audioFormatInfo(mDataFormat);
@@ -253,7 +274,6 @@ MaybeError AifcFile::writePackets(const FrameSource& document, const SaveRange& 
     SampleBytesSink sink(*this);
     MaybeError error = saver.run(sink, progress);
     mSoundDataLength = sink.numBytesWritten();
-    setSourceWasShort(saver.sourceWasShort());
     return error;
 }
 

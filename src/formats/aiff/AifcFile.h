@@ -32,6 +32,7 @@ public:
     /// An encoding that cannot be written becomes IMA 4:1.
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override;
+    QStringList soundLosses() const override;
     bool encodesWithLoss() const override { return true; }
 
     /// Bytes of compressed sound.

@@ -154,7 +154,7 @@ QString AiffFile::fileFormatUTI() const
 
 QString AiffFile::encodingDescription() const
 {
-    return chunks().chunks().empty() ? AudioFile::encodingDescription() : mFormat.description();
+    return chunks().chunks().empty() ? formatToWrite().description() : mFormat.description();
 }
 
 MaybeError AiffFile::readHeader()

@@ -87,6 +87,14 @@ FileOptions VLAFCoreAudioFile::fileOptions() const
     return options;
 }
 
+MetadataDictionary VLAFCoreAudioFile::writtenTags() const
+{
+    AudioMetadata found;
+    found.setValuesWithDictionary(
+        CafInfo::dictionaryOfPayload(CafInfo::payloadOfDictionary(mMetadata.dictionary())));
+    return found.dictionary();
+}
+
 double VLAFCoreAudioFile::estimatedFileSizeWithTag(int tag) const
 {
     const Encoding* const encoding = encodingOf(static_cast<FourCharCode>(tag));
@@ -258,7 +266,6 @@ MaybeError VLAFCoreAudioFile::writePackets(const FrameSource& document, const Sa
     PacketSaver saver(document, range, options);
     SampleBytesSink sink(*this);
     error = saver.run(sink, progress);
-    setSourceWasShort(saver.sourceWasShort());
     return error ? error : writeFooter();
 }
 

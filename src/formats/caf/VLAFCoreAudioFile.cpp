@@ -6,6 +6,7 @@
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/file/SampleWidth.h"
 #include "formats/tags/ValueChanges.h"
 #include "platform/Log.h"
 
@@ -118,6 +119,8 @@ MaybeError VLAFCoreAudioFile::readFormat()
     mIsLittleEndian = mFormat.formatFlags & CafFormat::flagLittleEndian;
     if (mFormat.isLinearPcm())
         mBitsPerSample = 8 * mFormat.layout().bytesPerSample;
+    if (mFormat.isLinearPcm() && !mIsFloat)
+        declareSampleWidth(mFormat.bitsPerChannel, mBitsPerSample, mLedger);
     return std::nullopt;
 }
 

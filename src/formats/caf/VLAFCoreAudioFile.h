@@ -24,11 +24,11 @@ public:
     QString fileFormatUTI() const override;
     double writtenSampleRate() const override { return mSampleRate; }
     QString encodingDescription() const override;
-    bool declaresWholeFile() const override { return true; }
     uint32_t formatFlags() const { return mFormat.formatFlags; }
 
     // Save options: the tags are the encodings' codes.
     FileOptions fileOptions() const override;
+    MetadataDictionary writtenTags() const override;
     double estimatedFileSizeWithTag(int tag) const override;
     void configureWithPopUpTag(int tag) override;
     /// An encoding that cannot be written becomes 32-bit floats.

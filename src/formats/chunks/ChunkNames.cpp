@@ -18,12 +18,4 @@ QString nameOfChunk(FourCharCode ident, std::span<const ChunkName> names)
     return QStringLiteral("%1 (%2)").arg(QString::fromLatin1(known->meaning), text);
 }
 
-void addChunkName(QStringList& list, const QString& name)
-{
-    // A damaged file could have thousands.
-    constexpr qsizetype mostNames = 50;
-    if (list.size() < mostNames && !list.contains(name))
-        list.append(name);
-}
-
 } // namespace velloria

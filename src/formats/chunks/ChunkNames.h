@@ -3,7 +3,6 @@
 #include "platform/FourCharCode.h"
 
 #include <QString>
-#include <QStringList>
 #include <span>
 
 namespace velloria
@@ -18,8 +17,5 @@ struct ChunkName {
 /// The chunk as a person would read it: "cue points (cue )", or its name alone where `names` does not explain
 /// it. Bytes that are no printable characters show as "?".
 QString nameOfChunk(FourCharCode ident, std::span<const ChunkName> names);
-
-/// Adds a name once; no more than a person would read.
-void addChunkName(QStringList& list, const QString& name);
 
 } // namespace velloria

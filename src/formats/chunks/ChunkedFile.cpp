@@ -45,6 +45,11 @@ bool ChunkedFile::canSavePicture(const AttachedPicture& picture) const
     return canBeId3Picture(picture);
 }
 
+MetadataDictionary ChunkedFile::writtenTags() const
+{
+    return tagsThroughId3(mMetadata);
+}
+
 void ChunkedFile::validateAndCorrectParameters()
 {
     AudioFile::validateAndCorrectParameters();

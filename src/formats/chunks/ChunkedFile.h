@@ -11,8 +11,8 @@ namespace velloria
 class ChunkedFile : public AudioFile
 {
 public:
-    bool declaresWholeFile() const override { return true; }
     bool canSavePicture(const AttachedPicture& picture) const override;
+    MetadataDictionary writtenTags() const override;
     void validateAndCorrectParameters() override;
 
 protected:

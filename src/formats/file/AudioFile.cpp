@@ -219,7 +219,6 @@ MaybeError AudioFile::writeRange(const FrameSource& document, const SaveRange& r
     }
     SaveLoop loop(*this, document, range);
     failure = loop.run(progress);
-    mSourceWasShort = loop.sourceWasShort();
     const MaybeError footerFailure = writeFooter();
     const MaybeError finalFailure = finalizeWriting();
     if (failure)
@@ -312,14 +311,19 @@ std::vector<std::shared_ptr<MutableAudioClip>> AudioFile::decodedClips(VLAudioFi
     return failure ? std::vector<std::shared_ptr<MutableAudioClip>>() : writer.clips();
 }
 
-/// Damage that the header does not show.
 void AudioFile::tellOfDamage(const VLAudioFileDecompressor& decoder)
 {
     const QString name = displayName(filePath());
     if (decoder.isCutShort() && !mWarnings.contains(FileDamage::soundCutShort(name)))
         mWarnings.append(FileDamage::soundCutShort(name));
     if (decoder.hasMetDamage())
-        mWarnings.append(FileDamage::soundDamaged(name));
+        tellOfDamagedSound();
+}
+
+void AudioFile::tellOfDamagedSound()
+{
+    mWarnings.append(FileDamage::soundDamaged(displayName(filePath())));
+    mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged sound"));
 }
 
 void AudioFile::tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
@@ -339,6 +343,13 @@ std::vector<ByteRange> AudioFile::closeLedger()
 bool AudioFile::willWrite(const FileItem& item) const
 {
     return item.keeping == Keeping::structure || item.keeping == Keeping::inModel;
+}
+
+MetadataDictionary AudioFile::writtenTags() const
+{
+    MetadataDictionary tags = mMetadata.dictionary();
+    tags.remove(MetadataKey::attachedPictures);
+    return tags;
 }
 
 double AudioFile::writtenSampleRate() const

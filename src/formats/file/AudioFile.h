@@ -94,8 +94,6 @@ public:
     /// Makes the account whole when the file is open: what its reader did not declare counts as not kept.
     /// Gives the stretches that it forgot, which is a mistake of the reader.
     std::vector<ByteRange> closeLedger();
-    /// False for a reader that does not yet account for every byte; its ledger is then left as it is.
-    virtual bool declaresWholeFile() const { return false; }
     /// The names of the ledger's parts and tags that no save carries over, as a person would read them.
     QStringList chunksNotKept() const { return mLedger.namesNotKept(ItemKind::part); }
     QStringList tagsNotKept() const { return mLedger.namesNotKept(ItemKind::tag); }
@@ -130,6 +128,9 @@ public:
     virtual double writtenSampleRate() const;
     /// What a save does to the sound beside encoding it, one sentence each: tracks mixed, rate converted, ...
     virtual QStringList soundLosses() const { return {}; }
+    /// The tags as they will come back from the written file; a save tells what differs from metadata().
+    /// Without the pictures.
+    virtual MetadataDictionary writtenTags() const;
     /// False for a picture that is too large for the format and would be left out.
     virtual bool canSavePicture(const AttachedPicture&) const { return canSaveArtwork(); }
     /// Markers that the format can hold; the first ones are written.
@@ -164,9 +165,6 @@ public:
     /// cancellation; the footer is written all the same, unless the header was refused.
     virtual bool saveDocument(const FrameSource& document, const SoundSelection* selection,
                               Progress& progress, MaybeError* error);
-    /// True when a source of the last save held less than its clips expected (another program cut the file
-    /// short meanwhile). Silence stands for what was missing.
-    bool sourceWasShort() const { return mSourceWasShort; }
     bool storesIntegers() const override { return true; }
     bool needsFramesInOrder() const override { return !storesIntegers(); }
 
@@ -198,11 +196,12 @@ protected:
     /// the frames that the file declares (0: none) are known, before the first sample is appended.
     void tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
                               int64_t expectedFrames) const;
-    void setSourceWasShort(bool wasShort) { mSourceWasShort = wasShort; }
 
     /// Takes over channels, rate, length, bit rate and sample width of what a decoder gives.
     void takeShapeOf(const VLAudioFileDecompressor& decoder);
+    /// Damage that only decoding shows: a warning, and what a save will not hold.
     void tellOfDamage(const VLAudioFileDecompressor& decoder);
+    void tellOfDamagedSound();
     /// How the samples from soundDataOffset() on are stored, for a file whose numberOfFrames() of them are
     /// read as they are; nothing for one that a decoder has to open.
     virtual std::optional<LinearPcmLayout> linearLayout() const { return std::nullopt; }
@@ -239,7 +238,6 @@ private:
                                                                Progress& progress, MaybeError* error);
     MaybeError checkSaveRange(const FrameSource& document, const SaveRange& range) const;
 
-    bool mSourceWasShort = false;
     std::shared_ptr<const AudioFile> mOpenedFile;
     DecodingWatcher* mDecodingWatcher = nullptr;
 };

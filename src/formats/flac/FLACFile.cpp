@@ -4,6 +4,7 @@
 #include "formats/flac/FlacConversion.h"
 #include "formats/flac/FlacEncoder.h"
 #include "formats/flac/FlacLedger.h"
+#include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/IntegerFeed.h"
 #include "platform/Log.h"
@@ -166,6 +167,11 @@ double FLACFile::estimatedFileSizeWithTag(int tag) const
     return bits * AudioFile::estimatedFileSizeWithTag(defaultSampleSize) * estimatedRatioPerBit;
 }
 
+MetadataDictionary FLACFile::writtenTags() const
+{
+    return VorbisComments::tagsThrough(mMetadata);
+}
+
 void FLACFile::validateAndCorrectParameters()
 {
     AudioFile::validateAndCorrectParameters();
@@ -178,8 +184,12 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
     const FlacFormat format = {static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, highestRate)),
                                mNumberOfChannels, mBitsPerSample};
     setInOgg(shouldBeInOgg());
-    FlacEncoder encoder(mFileHandle, format, range.numFrames, isInOgg());
-    if (MaybeError error = encoder.start(VorbisComments::entriesOf(mMetadata.dictionary())))
+    const auto comments = VorbisComments::entriesOf(mMetadata.dictionary());
+    std::optional<int> serialNumber;
+    if (isInOgg())
+        serialNumber = oggSerialNumber(document, range, VorbisComments::textOf(comments));
+    FlacEncoder encoder(mFileHandle, format, range.numFrames, serialNumber);
+    if (MaybeError error = encoder.start(comments))
         return error;
     IntegerFeed feed(document.audioTracks(), range, framesPerPass, static_cast<int>(mBitsPerSample));
     MaybeError error;
@@ -189,7 +199,6 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
         if (!error && progress.isCancelled())
             error = Error::cancelled();
     }
-    setSourceWasShort(feed.sourceWasShort());
     const MaybeError finishError = encoder.finish();
     return error ? error : finishError;
 }

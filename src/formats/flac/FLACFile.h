@@ -24,7 +24,6 @@ public:
     static std::shared_ptr<AudioFile> open(std::shared_ptr<FileHandle> handle, MaybeError* error);
 
     QString fileFormatUTI() const override;
-    bool declaresWholeFile() const override { return true; }
     /// Whether the stream stands, or will be written, in Ogg pages.
     bool isInOgg() const;
     void setInOgg(bool isInOgg);
@@ -33,6 +32,7 @@ public:
                                                                        MaybeError* error) override;
 
     FileOptions fileOptions() const override;
+    MetadataDictionary writtenTags() const override;
     double estimatedFileSizeWithTag(int tag) const override;
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override { return 8; }

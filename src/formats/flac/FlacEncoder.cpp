@@ -59,11 +59,11 @@ void FlacEncoder::MetadataDeleter::operator()(FLAC__StreamMetadata* block) const
 }
 
 FlacEncoder::FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames,
-                         bool isInOgg)
+                         std::optional<int> oggSerialNumber)
     : mWriter(std::move(handle))
     , mFormat(format)
     , mNumFrames(numFrames)
-    , mIsInOgg(isInOgg)
+    , mOggSerialNumber(oggSerialNumber)
     , mEncoder(FLAC__stream_encoder_new())
 {
 }
@@ -114,10 +114,8 @@ FLAC__StreamEncoderInitStatus FlacEncoder::initialise(bool isStreamable)
     FLAC__StreamMetadata* block = mMetadata.get();
     if (block)
         FLAC__stream_encoder_set_metadata(encoder, &block, 1);
-    if (mIsInOgg) {
-        // One stream in the file; the same sound gives the same bytes.
-        constexpr long serialNumber = 1;
-        FLAC__stream_encoder_set_ogg_serial_number(encoder, serialNumber);
+    if (mOggSerialNumber) {
+        FLAC__stream_encoder_set_ogg_serial_number(encoder, *mOggSerialNumber);
         return FLAC__stream_encoder_init_ogg_stream(encoder, Callbacks::read, Callbacks::write,
                                                     Callbacks::seek, Callbacks::tell, nullptr, this);
     }

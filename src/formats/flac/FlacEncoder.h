@@ -4,6 +4,7 @@
 #include "formats/streams/BufferedWriter.h"
 
 #include <FLAC/stream_encoder.h>
+#include <optional>
 #include <span>
 
 namespace velloria
@@ -13,9 +14,9 @@ namespace velloria
 class FlacEncoder
 {
 public:
-    /// `numFrames` is what the file will hold; `isInOgg` puts the stream into Ogg pages.
+    /// `numFrames` is what the file will hold; a serial number puts the stream into Ogg pages.
     FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames,
-                bool isInOgg = false);
+                std::optional<int> oggSerialNumber = std::nullopt);
 
     /// Writes the metadata.
     MaybeError start(const QList<VorbisComments::Entry>& comments);
@@ -41,7 +42,7 @@ private:
     BufferedWriter mWriter;
     const FlacFormat mFormat;
     const int64_t mNumFrames;
-    const bool mIsInOgg;
+    const std::optional<int> mOggSerialNumber;
     /// Outlives the encoder, which refers to it.
     Metadata mMetadata;
     std::unique_ptr<FLAC__StreamEncoder, EncoderDeleter> mEncoder;

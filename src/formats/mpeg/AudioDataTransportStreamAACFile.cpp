@@ -1,6 +1,7 @@
 #include "formats/mpeg/AudioDataTransportStreamAACFile.h"
 
 #include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/file/SurroundLosses.h"
 #include "formats/mpeg/AacBitRates.h"
 #include "formats/mpeg/PacketStreamLedger.h"
 #include "formats/saving/PacketSaver.h"
@@ -74,6 +75,15 @@ void AudioDataTransportStreamAACFile::validateAndCorrectParameters()
     mDataFormat = DataFormat::kAac;
 }
 
+/// Nothing in the file tells where within the last packets the sound ends.
+QStringList AudioDataTransportStreamAACFile::soundLosses() const
+{
+    return surroundLosses(mNumberOfChannels, true) +
+           QStringList(QStringLiteral("%1 files do not tell the exact length of the sound; up to 2048 frames "
+                                      "of silence follow it.")
+                           .arg(displayTypeName()));
+}
+
 MaybeError AudioDataTransportStreamAACFile::writeRange(const FrameSource& document, const SaveRange& range,
                                                        Progress& progress)
 {
@@ -83,7 +93,6 @@ MaybeError AudioDataTransportStreamAACFile::writeRange(const FrameSource& docume
     ContainerWriter container(fileHandle(), ContainerType::kAdts, {});
     PacketSaver saver(document, range, {format, mBitRate, assumedPrimingFrames});
     MaybeError error = saver.run(container, progress);
-    setSourceWasShort(saver.sourceWasShort());
     return error;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "formats/file/DecodedFile.h"
-#include "formats/file/SurroundLosses.h"
 
 namespace velloria
 {
@@ -22,13 +21,12 @@ public:
 
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
-    bool declaresWholeFile() const override { return true; }
 
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
     bool encodesWithLoss() const override { return true; }
-    QStringList soundLosses() const override { return surroundLosses(mNumberOfChannels, true); }
+    QStringList soundLosses() const override;
     uint32_t maximumNumberOfChannels() const override { return 8; }
 
 protected:

@@ -72,6 +72,7 @@ MaybeError Mp3File::openDecoder()
                        : FileDamage::unreadable(displayName(filePath()),
                                                 QStringLiteral("its MPEG audio is damaged"));
     takeDecoder(std::move(decoder));
+    mPacketBitRate = mBitRate;
     readTag();
     return std::nullopt;
 }
@@ -130,18 +131,28 @@ bool Mp3File::canSavePicture(const AttachedPicture& picture) const
     return canBeId3Picture(picture);
 }
 
+MetadataDictionary Mp3File::writtenTags() const
+{
+    return tagsThroughId3(mMetadata);
+}
+
 void Mp3File::validateAndCorrectParameters()
 {
     DecodedFile::validateAndCorrectParameters();
-    mBitRate = closestValidBitRate(mBitRate);
+    mBitRate = effectiveBitRate();
     mDataFormat = DataFormat::kMp3;
 }
 
-/// Low bit rates leave no room for every rate and for two channels; what the encoder does then it is asked.
+std::optional<Mp3Encoder::Output> Mp3File::output() const
+{
+    return Mp3Encoder::outputOf(Mp3Saver::options(mSampleRate, mNumberOfChannels, effectiveBitRate()));
+}
+
+/// Low bit rates leave no room for every rate and for two channels, low rates have no high bit rates; what
+/// the encoder does then it is asked.
 QStringList Mp3File::soundLosses() const
 {
-    const auto output =
-        Mp3Encoder::outputOf(Mp3Saver::options(mSampleRate, mNumberOfChannels, effectiveBitRate()));
+    const auto output = this->output();
     QStringList losses;
     if (output && output->isMono && mNumberOfChannels > 1)
         losses += QStringLiteral("The %1 tracks are mixed to mono.").arg(mNumberOfChannels);
@@ -150,11 +161,21 @@ QStringList Mp3File::soundLosses() const
     if (output && output->sampleRate != mSampleRate)
         losses +=
             QStringLiteral("Sound of %1 Hz is converted to %2 Hz.").arg(mSampleRate).arg(output->sampleRate);
+    if (output && output->bitRate != effectiveBitRate())
+        losses += QStringLiteral("MP3 files of %1 Hz have at most %2 kbps, not %3.")
+                      .arg(output->sampleRate)
+                      .arg(output->bitRate / 1000)
+                      .arg(effectiveBitRate() / 1000);
     return losses;
 }
 
+/// Where nobody chose a bit rate, that of the opened file's packets: its average over the whole file, which a
+/// person is shown, is higher in a short one.
 int64_t Mp3File::effectiveBitRate() const
 {
+    const auto* const opened = dynamic_cast<const Mp3File*>(openedFile().get());
+    if (opened && opened->mPacketBitRate > 0 && mBitRate == opened->bitRate())
+        return closestValidBitRate(opened->mPacketBitRate);
     return closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate);
 }
 
@@ -168,8 +189,9 @@ MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& ran
     mBitRate = effectiveBitRate();
     mSoundDataOffset = tag.size();
     Mp3Saver saver(document, range, mBitRate);
+    if (const auto written = output())
+        mBitRate = written->bitRate;
     MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress);
-    setSourceWasShort(saver.sourceWasShort());
     return error;
 }
 

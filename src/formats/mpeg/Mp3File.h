@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/file/DecodedFile.h"
+#include "platform/codec/Mp3Encoder.h"
 
 namespace velloria
 {
@@ -33,13 +34,13 @@ public:
     /// Another one is among the soundLosses().
     double writtenSampleRate() const override { return mSampleRate; }
     QString encodingDescription() const override;
-    bool declaresWholeFile() const override { return true; }
 
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
     bool canSavePicture(const AttachedPicture& picture) const override;
     QStringList soundLosses() const override;
+    MetadataDictionary writtenTags() const override;
     bool encodesWithLoss() const override { return true; }
 
 protected:
@@ -50,7 +51,11 @@ private:
 
     MaybeError openDecoder();
     int64_t effectiveBitRate() const;
+    std::optional<Mp3Encoder::Output> output() const;
     void readTag();
+
+    /// Of an opened file.
+    int64_t mPacketBitRate = 0;
 };
 
 } // namespace velloria

@@ -21,9 +21,6 @@ public:
     /// user-cancelled one.
     MaybeError run(FileHandle& file, int64_t offset, Progress& progress);
 
-    /// True when a source held less than its clips expected; silence stood in for it.
-    bool sourceWasShort() const { return mFeed.sourceWasShort(); }
-
 private:
     void mixToStereo(std::span<const float> interleaved);
 

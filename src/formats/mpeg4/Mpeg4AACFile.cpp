@@ -6,13 +6,12 @@ namespace velloria
 {
 
 Mpeg4AACFile::Mpeg4AACFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
-    : Mpeg4File(sampleRate, sampleSize, numChannels)
+    : Mpeg4File(sampleRate, sampleSize, numChannels, DataFormat::kAac)
 {
-    mDataFormat = DataFormat::kAac;
 }
 
 Mpeg4AACFile::Mpeg4AACFile(std::shared_ptr<FileHandle> handle)
-    : Mpeg4File(std::move(handle))
+    : Mpeg4File(std::move(handle), DataFormat::kAac)
 {
 }
 
@@ -30,12 +29,6 @@ void Mpeg4AACFile::validateAndCorrectParameters()
 {
     Mpeg4File::validateAndCorrectParameters();
     mBitRate = AacBitRates::closest(mBitRate, mSampleRate, mNumberOfChannels);
-    mDataFormat = DataFormat::kAac;
-}
-
-FourCharCode Mpeg4AACFile::writtenFormat() const
-{
-    return DataFormat::kAac;
 }
 
 } // namespace velloria

@@ -20,13 +20,7 @@ public:
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
     bool encodesWithLoss() const override { return true; }
-    QStringList soundLosses() const override
-    {
-        return Mpeg4File::soundLosses() + surroundLosses(mNumberOfChannels, true);
-    }
-
-protected:
-    FourCharCode writtenFormat() const override;
+    QStringList soundLosses() const override { return surroundLosses(mNumberOfChannels, true); }
 };
 
 } // namespace velloria

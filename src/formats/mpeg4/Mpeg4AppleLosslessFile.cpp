@@ -12,13 +12,12 @@ constexpr uint32_t wideBits = 24;
 } // namespace
 
 Mpeg4AppleLosslessFile::Mpeg4AppleLosslessFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
-    : Mpeg4File(sampleRate, sampleSize, numChannels)
+    : Mpeg4File(sampleRate, sampleSize, numChannels, DataFormat::kAppleLossless)
 {
-    mDataFormat = DataFormat::kAppleLossless;
 }
 
 Mpeg4AppleLosslessFile::Mpeg4AppleLosslessFile(std::shared_ptr<FileHandle> handle)
-    : Mpeg4File(std::move(handle))
+    : Mpeg4File(std::move(handle), DataFormat::kAppleLossless)
 {
 }
 
@@ -40,12 +39,6 @@ void Mpeg4AppleLosslessFile::validateAndCorrectParameters()
 {
     Mpeg4File::validateAndCorrectParameters();
     mBitsPerSample = mBitsPerSample > narrowBits ? wideBits : narrowBits;
-    mDataFormat = DataFormat::kAppleLossless;
-}
-
-FourCharCode Mpeg4AppleLosslessFile::writtenFormat() const
-{
-    return DataFormat::kAppleLossless;
 }
 
 } // namespace velloria

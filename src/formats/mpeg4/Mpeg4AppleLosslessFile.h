@@ -17,9 +17,6 @@ public:
     QString fileFormatUTI() const override;
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
-
-protected:
-    FourCharCode writtenFormat() const override;
 };
 
 } // namespace velloria

@@ -54,16 +54,19 @@ bool areEqual(const MarkerList& a, const MarkerList& b)
 
 } // namespace
 
-Mpeg4File::Mpeg4File(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
+Mpeg4File::Mpeg4File(double sampleRate, uint32_t sampleSize, uint32_t numChannels, FourCharCode writtenFormat)
     : DecodedFile(sampleRate, sampleSize, numChannels)
+    , mWrittenFormat(writtenFormat)
 {
+    mDataFormat = writtenFormat;
     mCanSaveMarkers = true;
     mCanSaveMetadata = true;
     mCanSaveArtwork = true;
 }
 
-Mpeg4File::Mpeg4File(std::shared_ptr<FileHandle> handle)
+Mpeg4File::Mpeg4File(std::shared_ptr<FileHandle> handle, FourCharCode writtenFormat)
     : DecodedFile(std::move(handle))
+    , mWrittenFormat(writtenFormat)
 {
     mCanSaveMarkers = true;
     mCanSaveMetadata = true;
@@ -188,13 +191,15 @@ bool Mpeg4File::willWrite(const FileItem& item) const
     return opened && (item.kind != ItemKind::value || mMetadata == opened->metadata());
 }
 
-QStringList Mpeg4File::soundLosses() const
+void Mpeg4File::validateAndCorrectParameters()
 {
-    const auto* const opened = dynamic_cast<const Mpeg4File*>(openedFile().get());
-    if (!opened || isAac(opened->dataFormat()) || opened->dataFormat() == DataFormat::kAppleLossless ||
-        writtenFormat() != DataFormat::kAac)
-        return {};
-    return {QStringLiteral("The sound becomes AAC (it is %1).").arg(opened->encodingDescription())};
+    DecodedFile::validateAndCorrectParameters();
+    mDataFormat = mWrittenFormat;
+}
+
+MetadataDictionary Mpeg4File::writtenTags() const
+{
+    return Mpeg4Tags::tagsThrough(mMetadata);
 }
 
 QString Mpeg4File::encodingDescription() const
@@ -211,8 +216,8 @@ QString Mpeg4File::encodingDescription() const
 StreamDescription Mpeg4File::fileDataFormat() const
 {
     StreamDescription format(mSampleRate, mNumberOfChannels);
-    format.setFormat(writtenFormat());
-    const bool isLossless = writtenFormat() == DataFormat::kAppleLossless;
+    format.setFormat(mWrittenFormat);
+    const bool isLossless = mWrittenFormat == DataFormat::kAppleLossless;
     format.audioStreamBasicDescription().formatFlags = isLossless ? appleLosslessFlags(mBitsPerSample) : 0;
     format.useAudioFormatToValidateDescription();
     return format;
@@ -233,13 +238,12 @@ MaybeError Mpeg4File::writeNewFile(const FrameSource& document, const SaveRange&
     extras.markers = mMarkers;
     extras.sampleRate = static_cast<uint32_t>(std::lround(mSampleRate));
     extras.numFrames = range.numFrames;
-    const QByteArray gapless = isAac(writtenFormat()) ? gaplessTag({range.numFrames, 0, 0}) : QByteArray();
+    const QByteArray gapless = isAac(mWrittenFormat) ? gaplessTag({range.numFrames, 0, 0}) : QByteArray();
     extras.meta = Mpeg4Tags::box(mMetadata, gapless);
     ContainerWriter container(fileHandle(), ContainerType::kMpeg4, {range.numFrames, extras.numBytes()});
     extras.meta.clear();
-    PacketSaver saver(document, range, {fileDataFormat(), isAac(writtenFormat()) ? mBitRate : 0});
+    PacketSaver saver(document, range, {fileDataFormat(), isAac(mWrittenFormat) ? mBitRate : 0});
     MaybeError error = saver.run(container, progress);
-    setSourceWasShort(saver.sourceWasShort());
     if (error)
         return error;
     extras.meta = Mpeg4Tags::box(mMetadata, gapless.isEmpty() ? gapless : gaplessTag(saver.packetTable()));
@@ -264,10 +268,9 @@ MaybeError Mpeg4File::writeIntoCopy(const Mpeg4File& opened, const FrameSource& 
                               {range.numFrames, 0});
     const Mpeg4Track& track = *layout.track(opened.mSound.trackID);
     PacketSaver saver(document, range,
-                      {fileDataFormat(), isAac(writtenFormat()) ? mBitRate : 0,
+                      {fileDataFormat(), isAac(mWrittenFormat) ? mBitRate : 0,
                        Mpeg4SoundTrack::leastPrimingFrames(track, opened.mSound, mSampleRate)});
     error = saver.run(container, progress);
-    setSourceWasShort(saver.sourceWasShort());
     if (error)
         return error;
 
@@ -279,7 +282,7 @@ MaybeError Mpeg4File::writeIntoCopy(const Mpeg4File& opened, const FrameSource& 
     AudioMetadata tagsOfFile;
     Mpeg4Tags::read(film, tagsOfFile);
     const Mpeg4MovieEdit::Tags tags{tagsOfFile, mMetadata,
-                                    isAac(writtenFormat()) ? gaplessTag(table) : QByteArray()};
+                                    isAac(mWrittenFormat) ? gaplessTag(table) : QByteArray()};
     if (tagsOfFile != mMetadata || Mpeg4MovieEdit::hasGaplessText(layout.movie()))
         options.tags = &tags;
     options.sampleRate = static_cast<uint32_t>(std::lround(mSampleRate));

@@ -25,18 +25,17 @@ public:
 
     QString encodingDescription() const override;
     uint32_t maximumNumberOfChannels() const override { return 8; }
-    bool declaresWholeFile() const override { return true; }
     bool willWrite(const FileItem& item) const override;
     void takeOverLedger() override;
-    QStringList soundLosses() const override;
+    void validateAndCorrectParameters() override;
+    MetadataDictionary writtenTags() const override;
 
 protected:
-    Mpeg4File(double sampleRate, uint32_t sampleSize, uint32_t numChannels);
-    explicit Mpeg4File(std::shared_ptr<FileHandle> handle);
+    /// For writing and for reading; `writtenFormat` is the encoding that is written.
+    Mpeg4File(double sampleRate, uint32_t sampleSize, uint32_t numChannels, FourCharCode writtenFormat);
+    Mpeg4File(std::shared_ptr<FileHandle> handle, FourCharCode writtenFormat);
 
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
-    /// The encoding that is written.
-    virtual FourCharCode writtenFormat() const = 0;
 
 private:
     void readTables(const VLAudioFileDecompressor& decoder);
@@ -49,6 +48,7 @@ private:
     MaybeError writeIntoCopy(const Mpeg4File& opened, const FrameSource& document, const SaveRange& range,
                              Progress& progress);
 
+    const FourCharCode mWrittenFormat;
     /// Of sound that was put into a copy of a film; readers of it may guess another number where the film
     /// says nothing.
     std::optional<int64_t> mWrittenPriming;

@@ -339,11 +339,12 @@ void Declarer::declareItem(FourCharCode type, const Part& item, ByteRange bytes)
     const QString name = isFreeForm ? Mpeg4Tags::freeFormName(item.box) : textOf(type);
     if ((isFreeForm && name.startsWith(QStringLiteral("iTun"))) || type == fourCharCode("free"))
         return mLedger.addStructure(bytes);
-    if (isFreeForm || Mpeg4Tags::keyOfItem(type).isEmpty())
+    const QString key = Mpeg4Tags::keyOfItem(type, item.box);
+    if (key.isEmpty())
         return addCarried(ItemKind::tag, name, bytes);
     mLedger.addInModel(bytes);
     for (const Mpeg4Tags::AlteredValue& value : mModel.alteredValues) {
-        if (value.item == type)
+        if (value.key == key)
             addCarried(ItemKind::value, value.description, bytes);
     }
 }

@@ -57,19 +57,20 @@ QByteArray itemsWith(const Mpeg4Box& old, const Mpeg4Box& made, const Tags& tags
 {
     const MetadataDictionary before = tags.before.dictionary();
     const MetadataDictionary now = tags.now.dictionary();
-    const auto isChanged = [&](FourCharCode type) {
-        const QString key = Mpeg4Tags::keyOfItem(type);
+    const auto isChanged = [&](const Child& child, const Mpeg4Box& payload) {
+        const QString key = Mpeg4Tags::keyOfItem(child.type, payload);
         if (key == MetadataKey::attachedPictures)
             return tags.before.artwork() != tags.now.artwork();
         return !key.isEmpty() && before.value(key) != now.value(key);
     };
     QByteArray bytes = mpeg4PayloadWith(old, [&](const Child& child, const Mpeg4Box& payload) -> Changed {
-        const bool isStale = isChanged(child.type) || isGapless(child, payload);
+        const bool isStale = isChanged(child, payload) || isGapless(child, payload);
         return isStale ? Changed(QByteArray()) : std::nullopt;
     });
     const bool hadGapless = hasGapless(old);
     for (const Child& child : made.allChildren()) {
-        const bool isWanted = isGapless(child, made.payloadOf(child)) ? hadGapless : isChanged(child.type);
+        const Mpeg4Box payload = made.payloadOf(child);
+        const bool isWanted = isGapless(child, payload) ? hadGapless : isChanged(child, payload);
         if (isWanted)
             bytes += made.wholeOf(child);
     }

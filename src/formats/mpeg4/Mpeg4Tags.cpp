@@ -55,6 +55,7 @@ constexpr std::array rows = {
     Row{"keyw", u"keywords"},
     Row{"purl", u"podcast url"},
     Row{"\251lyr", u"lyrics"},
+    Row{"----:com.apple.iTunes:ISRC", u"isrc"},
 };
 
 const char* const picturesItem = "covr";
@@ -83,6 +84,9 @@ QString keyOf(const Row& row)
 QString textOf(const TagLib::MP4::Item& item)
 {
     QStringList values;
+    // Free-form items that do not say that they are text.
+    for (const TagLib::ByteVector& value : item.toByteVectorList())
+        values.append(QString::fromUtf8(fromTagLib(value)));
     for (const TagLib::String& value : item.toStringList())
         values.append(fromTagLib(value));
     return values.join(QStringLiteral("; "));
@@ -229,6 +233,15 @@ TagLib::MP4::ItemMap itemsOf(const FileHandle& file)
     return tagFile.isValid() && tagFile.tag() ? tagFile.tag()->itemMap() : TagLib::MP4::ItemMap();
 }
 
+/// The tags as they are written: this program is their encoder.
+AudioMetadata withEncoder(const AudioMetadata& metadata)
+{
+    AudioMetadata named = metadata;
+    if (metadata.isNotEmpty())
+        named.setEncodingApplication(QStringLiteral("Velloria"));
+    return named;
+}
+
 /// The items of a file that was put together from metadata.
 TagLib::MP4::ItemMap itemsOf(const AudioMetadata& metadata)
 {
@@ -241,9 +254,30 @@ TagLib::MP4::ItemMap itemsOf(const AudioMetadata& metadata)
     return items;
 }
 
-FourCharCode codeOf(const Row& row)
+/// All but the pictures.
+MetadataDictionary dictionaryOf(const TagLib::MP4::ItemMap& items)
 {
-    return qFromBigEndian<uint32_t>(row.item);
+    MetadataDictionary dictionary;
+    for (const Row& row : rows) {
+        if (!items.contains(row.item))
+            continue;
+        const QVariant value = valueOf(row, items[row.item]);
+        if (!value.toString().isEmpty())
+            dictionary.insert(keyOf(row), value);
+    }
+    return dictionary;
+}
+
+/// What the library calls an item.
+QByteArray nameOfItem(FourCharCode item, const Mpeg4Box& payload)
+{
+    if (item != fourCharCode("----"))
+        return fourCharText(item);
+    const auto textOfChild = [&payload](FourCharCode type) {
+        const Mpeg4Box child = payload.descendant({type});
+        return child.copy(4, child.size());
+    };
+    return "----:" + textOfChild(fourCharCode("mean")) + ':' + textOfChild(fourCharCode("name"));
 }
 
 QString quoted(const QString& text)
@@ -288,15 +322,16 @@ Mpeg4Box boxesOfMeta(const Mpeg4Box& meta)
     return Mpeg4Box(meta.bytes().subspan(isQuickTime ? 0 : std::min(versionBytes, meta.size())));
 }
 
-QString keyOfItem(FourCharCode item)
+QString keyOfItem(FourCharCode item, const Mpeg4Box& payload)
 {
     // The library reads genres by their number, too.
     if (item == fourCharCode("gnre"))
         return MetadataKey::genre;
     if (item == qFromBigEndian<uint32_t>(picturesItem))
         return MetadataKey::attachedPictures;
+    const QByteArray name = nameOfItem(item, payload);
     const auto found =
-        std::find_if(rows.begin(), rows.end(), [item](const Row& row) { return codeOf(row) == item; });
+        std::find_if(rows.begin(), rows.end(), [&name](const Row& row) { return name == row.item; });
     return found == rows.end() ? QString() : keyOf(*found);
 }
 
@@ -311,18 +346,18 @@ void read(const FileHandle& file, AudioMetadata& metadata)
     const TagLib::MP4::ItemMap items = itemsOf(file);
     if (items.isEmpty())
         return;
-    MetadataDictionary dictionary;
-    for (const Row& row : rows) {
-        if (!items.contains(row.item))
-            continue;
-        const QVariant value = valueOf(row, items[row.item]);
-        if (!value.toString().isEmpty())
-            dictionary.insert(keyOf(row), value);
-    }
+    MetadataDictionary dictionary = dictionaryOf(items);
     if (items.contains(picturesItem))
         dictionary.insert(MetadataKey::attachedPictures,
                           QVariant::fromValue(picturesOf(items[picturesItem])));
     metadata.setValuesWithDictionary(dictionary);
+}
+
+MetadataDictionary tagsThrough(const AudioMetadata& metadata)
+{
+    AudioMetadata found;
+    found.setValuesWithDictionary(dictionaryOf(itemsOf(withEncoder(metadata))));
+    return found.dictionary();
 }
 
 std::vector<AlteredValue> alteredValues(const FileHandle& file, const AudioMetadata& metadata)
@@ -338,27 +373,24 @@ std::vector<AlteredValue> alteredValues(const FileHandle& file, const AudioMetad
         const QString description =
             alterationOf(row, readItems[row.item], isWritten ? &writtenItems[row.item] : nullptr);
         if (!description.isEmpty())
-            altered.push_back({codeOf(row), description});
+            altered.push_back({keyOf(row), description});
     }
     if (readItems.contains(picturesItem)) {
         const auto numPictures = static_cast<qsizetype>(readItems[picturesItem].toCoverArtList().size());
         if (numPictures > metadata.artwork().size())
-            altered.push_back({qFromBigEndian<uint32_t>(picturesItem),
-                               QStringLiteral("%1 pictures of an unknown form are left out")
-                                   .arg(numPictures - metadata.artwork().size())});
+            altered.push_back(
+                {MetadataKey::attachedPictures, QStringLiteral("%1 pictures of an unknown form are left out")
+                                                    .arg(numPictures - metadata.artwork().size())});
     }
     return altered;
 }
 
 QByteArray box(const AudioMetadata& metadata, const QByteArray& gaplessText)
 {
-    AudioMetadata named = metadata;
-    if (metadata.isNotEmpty())
-        named.setEncodingApplication(QStringLiteral("Velloria"));
     TagLib::ByteVectorStream stream(fileAround(Mpeg4Box(std::span<const uint8_t>())));
     TagLib::MP4::File file(&stream, false);
     TagLib::MP4::Tag& tag = *file.tag();
-    for (const auto& [name, item] : itemsOf(named))
+    for (const auto& [name, item] : itemsOf(withEncoder(metadata)))
         tag.setItem(name, item);
     if (!gaplessText.isEmpty())
         tag.setItem(gaplessItem, TagLib::StringList(toTagLib(QString::fromLatin1(gaplessText))));

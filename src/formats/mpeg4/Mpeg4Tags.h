@@ -19,17 +19,20 @@ void read(const FileHandle& file, AudioMetadata& metadata);
 
 /// A value that is not written as it was read.
 struct AlteredValue {
-    /// The type of the item in the list.
-    FourCharCode item = 0;
+    /// The key of the metadata that it is read as.
+    QString key;
     /// For a person: “0/12” becomes “12”.
     QString description;
 };
 /// Of a file that `metadata` was read from.
 std::vector<AlteredValue> alteredValues(const FileHandle& file, const AudioMetadata& metadata);
 
+/// The tags as read() finds them in a file that is written of `metadata`, without the pictures.
+MetadataDictionary tagsThrough(const AudioMetadata& metadata);
+
 /// The key of the metadata that an item of the list is read as; empty for one that the metadata has no room
-/// for.
-QString keyOfItem(FourCharCode item);
+/// for. `payload` tells what a free-form item is called.
+QString keyOfItem(FourCharCode item, const Mpeg4Box& payload);
 /// The name of a free-form item ("----"), by its payload.
 QString freeFormName(const Mpeg4Box& item);
 

@@ -25,7 +25,6 @@ public:
 
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
     MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
-    bool declaresWholeFile() const override { return true; }
 
     void validateAndCorrectParameters() override;
     QStringList soundLosses() const override;

@@ -25,12 +25,6 @@ FrameFeed::FrameFeed(const FrameSource& document, const SaveRange& range)
 {
 }
 
-bool FrameFeed::sourceWasShort() const
-{
-    return std::any_of(mBuilders.begin(), mBuilders.end(),
-                       [](const SaveBlockBuilder& builder) { return builder.sourceWasShort(); });
-}
-
 MaybeError FrameFeed::run(const Taker& take, Progress& progress)
 {
     const int64_t framesPerBlock =

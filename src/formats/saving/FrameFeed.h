@@ -28,9 +28,6 @@ public:
     /// range. The progress is told, on this thread, of every block that was taken.
     MaybeError run(const Taker& take, Progress& progress);
 
-    /// True when a source held less than its clips expected; silence stood in for it.
-    bool sourceWasShort() const;
-
 private:
     const SaveRange mRange;
     /// One is being filled while the block of the other is taken.

@@ -2,7 +2,6 @@
 
 #include "document/clips/SampleKernels.h"
 #include "document/clips/TrackReader.h"
-#include "formats/saving/SampleFile.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,16 +13,6 @@ namespace
 {
 
 constexpr int widestInteger = 32;
-
-bool isTooShort(const AudioClip& clip)
-{
-    const auto* const file = dynamic_cast<const SampleFile*>(clip.sourceFile().get());
-    if (!file)
-        return false;
-    const int64_t end =
-        file->soundDataOffset() + (clip.sourceOffset() + clip.numFrames()) * file->frameSize();
-    return file->fileHandle() && file->fileHandle()->length() < end;
-}
 
 } // namespace
 
@@ -110,18 +99,6 @@ void IntegerFeed::takeStoredIntegers(const AudioTrack& track, int64_t frame, std
         for (int64_t i = 0; i < numRead / source->frameSize(); ++i, from += source->frameSize())
             std::memcpy(&out[static_cast<size_t>(first - frame + i)], from, sizeof(int32_t));
     }
-}
-
-bool IntegerFeed::sourceWasShort() const
-{
-    return std::any_of(tracks().begin(), tracks().end(), [this](const AudioTrackPtr& track) {
-        bool isShort = false;
-        for (auto cursor = ClipList::Cursor::atFrame(track->clips(), mRange.startFrame);
-             !isShort && !cursor.atEnd() && cursor.startFrame() < mRange.startFrame + mRange.numFrames;
-             cursor.next())
-            isShort = isTooShort(*cursor.clip());
-        return isShort;
-    });
 }
 
 } // namespace velloria

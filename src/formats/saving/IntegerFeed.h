@@ -25,9 +25,6 @@ public:
     /// them. Frames that a source no longer has are silence.
     std::span<const int32_t* const> channels() const { return mBlocks[mCurrent].channels; }
 
-    /// True when a file that the tracks read in place has become too short for its clips.
-    bool sourceWasShort() const;
-
 private:
     struct Block {
         int64_t numFrames = 0;

@@ -33,8 +33,6 @@ public:
     /// Where the sound lies among the frames that decode from the packets; after run().
     PacketTable packetTable() const;
     int64_t numPackets() const { return mNumPackets; }
-    /// True when a source held less than its clips expected; silence stood in for it.
-    bool sourceWasShort() const { return mFeed.sourceWasShort(); }
 
 private:
     MaybeError encodeSilenceBefore(const PacketEncoder::Sink& sink);

@@ -136,8 +136,7 @@ void SaveBlockBuilder::readTrack(int32_t index, int64_t frame, std::span<float> 
         const int64_t clipOffset = frame + static_cast<int64_t>(done) - clipStart;
         const auto count = static_cast<size_t>(
             std::clamp<int64_t>(clip->numFrames() - clipOffset, 0, std::ssize(out.subspan(done))));
-        if (clip->readSamples(clipOffset, out.subspan(done, count)) < static_cast<int64_t>(count))
-            mSourceWasShort = true;
+        clip->readSamples(clipOffset, out.subspan(done, count));
         done += count;
         return done < out.size();
     };
@@ -208,8 +207,7 @@ void SaveBlockBuilder::buildRunFromIntegers(const Run& run, const SampleSource& 
 void SaveBlockBuilder::buildRunFromFloats(const Run& run)
 {
     const std::span<float> samples = floatsOf(run.numFrames);
-    if (run.clip.readSamples(run.clipOffset, samples) < run.numFrames)
-        mSourceWasShort = true;
+    run.clip.readSamples(run.clipOffset, samples);
     if ((run.clip.storedSamples().integerBits() + 7) / 8 == mBytesPerSample)
         SampleConversion::floatsToNearestIntegers(samples, mBytesPerSample, run.out, mNumTracks);
     else
@@ -236,10 +234,7 @@ std::span<const std::byte> SaveBlockBuilder::framesOf(const SampleSource& source
     const std::span<std::byte> bytes = std::span(block.bytes).first(numBytes);
     const int64_t numRead =
         source.readAudioDataAtOffset(source.soundDataOffset() + frame * source.frameSize(), bytes);
-    if (numRead < static_cast<int64_t>(numBytes)) {
-        mSourceWasShort = true;
-        std::fill(bytes.begin() + numRead - numRead % source.frameSize(), bytes.end(), std::byte{0});
-    }
+    std::fill(bytes.begin() + numRead - numRead % source.frameSize(), bytes.end(), std::byte{0});
     block.source = &source;
     block.frame = frame;
     block.numFrames = numFrames;

@@ -15,7 +15,8 @@ namespace velloria
 /// Builds blocks of interleaved samples for a file writer out of the clips of some tracks. A run that a clip
 /// reads in place from integers of the very size being written, or that was decoded from such integers, is
 /// carried over unchanged, channel by channel; everything else goes through floats and dither. Frames that a
-/// source no longer has become silence. Buffers are reused from block to block. One thread at a time.
+/// source no longer has become silence, and its file notes that (FileHandle::numMissedReads()). Buffers are
+/// reused from block to block. One thread at a time.
 class SaveBlockBuilder
 {
 public:
@@ -40,9 +41,6 @@ public:
         int64_t frame = 0;
     };
     std::optional<CommonSource> commonSource(int64_t frame, int64_t numFrames) const;
-
-    /// True when some clip's source has held less than the clip says.
-    bool sourceWasShort() const { return mSourceWasShort; }
 
 private:
     /// A piece of a clip and where its first sample goes.
@@ -77,7 +75,6 @@ private:
     const int32_t mNumTracks;
     const int64_t mBytesPerSample;
     DitherGenerator mDither;
-    bool mSourceWasShort = false;
     SourceBlock mSourceBlock;
     std::vector<std::byte> mBlock;
     std::vector<float> mFloats;

@@ -108,8 +108,6 @@ std::unique_ptr<SaveBlockBuilder> SaveLoop::takeBuilder()
 
 void SaveLoop::giveBack(std::unique_ptr<SaveBlockBuilder> builder)
 {
-    if (builder->sourceWasShort())
-        mSourceWasShort = true;
     const std::lock_guard lock(mBuilderMutex);
     mIdleBuilders.push_back(std::move(builder));
 }
@@ -140,7 +138,6 @@ MaybeError SaveLoop::copyPass(const Pass& pass, const SampleFile& source, int64_
     const int64_t numFrames = numCopied / frameSize;
     if (numFrames == pass.numFrames)
         return std::nullopt;
-    mSourceWasShort = true;
     source.fileHandle()->noteMissedRead();
     return writeSilence(pass.firstFrame + numFrames, pass.numFrames - numFrames);
 }

@@ -6,7 +6,6 @@
 #include "platform/Error.h"
 #include "platform/Progress.h"
 
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -42,9 +41,6 @@ public:
     /// Ends early with the first error, or the user-cancelled one.
     MaybeError run(Progress& progress);
 
-    /// True when a source held less than its clips expected; silence was written for it.
-    bool sourceWasShort() const { return mSourceWasShort; }
-
 private:
     /// Frames of the saved range, counted from its start.
     struct Pass {
@@ -68,7 +64,6 @@ private:
     int64_t mNumFramesSyncing = 0;
     std::mutex mBuilderMutex;
     std::vector<std::unique_ptr<SaveBlockBuilder>> mIdleBuilders;
-    std::atomic<bool> mSourceWasShort = false;
 };
 
 } // namespace velloria

@@ -40,6 +40,7 @@ struct AudioMetadata::Fields {
         {QStringLiteral("keywords"), &AudioMetadata::mKeywords},
         {QStringLiteral("podcast url"), &AudioMetadata::mPodcastURL},
         {QStringLiteral("lyrics"), &AudioMetadata::mLyrics},
+        {QStringLiteral("isrc"), &AudioMetadata::mIsrc},
     };
     const QList<Field<int64_t>> numbers = {
         {QStringLiteral("tempo"), &AudioMetadata::mTempo},

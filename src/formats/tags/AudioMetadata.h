@@ -70,6 +70,8 @@ public:
     const QString& keywords() const { return mKeywords; }
     const QString& podcastURL() const { return mPodcastURL; }
     const QString& lyrics() const { return mLyrics; }
+    /// International Standard Recording Code.
+    const QString& isrc() const { return mIsrc; }
     const QList<AttachedPicture>& artwork() const { return mArtwork; }
 
     /// Payloads of the AIFF chunks INST, MIDI, AESD and COMT.
@@ -110,6 +112,7 @@ public:
     void setKeywords(const QString& keywords) { mKeywords = keywords; }
     void setPodcastURL(const QString& url) { mPodcastURL = url; }
     void setLyrics(const QString& lyrics) { mLyrics = lyrics; }
+    void setIsrc(const QString& code) { mIsrc = code; }
     void setArtwork(const QList<AttachedPicture>& artwork) { mArtwork = artwork; }
     void setAiffInstrumentChunk(const QByteArray& payload) { mAiffInstrumentChunk = payload; }
     void setAiffMIDIChunk(const QByteArray& payload) { mAiffMIDIChunk = payload; }
@@ -150,6 +153,7 @@ private:
     QString mKeywords;
     QString mPodcastURL;
     QString mLyrics;
+    QString mIsrc;
     QList<AttachedPicture> mArtwork;
     QByteArray mAiffInstrumentChunk;
     QByteArray mAiffMIDIChunk;

@@ -72,6 +72,7 @@ constexpr auto frames = std::to_array<Id3Frame>({
     {u"internet radio station name", Kind::text, "", "TRSN"},
     {u"internet radio station owner", Kind::text, "", "TRSO"},
     {u"published date", Kind::text, "", "TDRL"},
+    {u"isrc", Kind::text, "TRC", "TSRC"},
 });
 
 } // namespace

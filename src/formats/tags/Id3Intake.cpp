@@ -17,4 +17,13 @@ std::optional<FileLedger> takeInId3Tag(const QByteArray& tag, AudioMetadata& met
     return ledger;
 }
 
+MetadataDictionary tagsThroughId3(const AudioMetadata& metadata)
+{
+    AudioMetadata tags = metadata;
+    tags.setArtwork({});
+    AudioMetadata found;
+    found.setValuesWithID3Data(tags.id3Data());
+    return found.dictionary();
+}
+
 } // namespace velloria

@@ -5,6 +5,7 @@
 #include "platform/Log.h"
 
 #include <QtEndian>
+#include <algorithm>
 #include <array>
 
 namespace velloria
@@ -17,6 +18,24 @@ constexpr qsizetype headerLength = 10;
 constexpr qsizetype frameHeaderLength = 6;
 constexpr qsizetype shortestTag = 256;
 constexpr qsizetype largestTag = headerLength + 0xFFFFFFF; // the size field has 28 bits
+
+/// An address has no other letters than those of Latin-1. One that has would come out with a question mark in
+/// their place, and lead nowhere; so its letters are written as any browser would ask for them
+/// (https://www.rfc-editor.org/rfc/rfc3986#section-2.5).
+QByteArray encodedAddress(const QString& text)
+{
+    const bool isLatin1 = std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() <= 0xFF; });
+    if (isLatin1)
+        return text.toLatin1();
+    QByteArray address;
+    for (const char byte : text.toUtf8()) {
+        if (static_cast<uint8_t>(byte) < 0x80)
+            address += byte;
+        else
+            address += '%' + QByteArray(1, byte).toHex().toUpper();
+    }
+    return address;
+}
 
 /// Appends frames to a tag.
 class TagBuilder
@@ -95,7 +114,7 @@ void TagBuilder::addFrames(const Id3Frame& frame)
     if (frame.kind == Id3FrameKind::text)
         addText(frame, text);
     else if (frame.kind == Id3FrameKind::url)
-        addFrame(frame, text.toLatin1());
+        addFrame(frame, encodedAddress(text));
     else
         addComment(frame, text);
 }

@@ -38,9 +38,9 @@ QString change(const QString& key, const QString& before, const QString& after)
     return QStringLiteral("%1 %2 becomes %3").arg(key, before, after);
 }
 
-void declare(const MetadataDictionary& values, const AudioMetadata& metadata, FileLedger& ledger)
+Differences differences(const MetadataDictionary& values, const MetadataDictionary& kept)
 {
-    const MetadataDictionary kept = metadata.dictionary();
+    Differences found;
     for (const QString& key : AudioMetadata::dictionaryKeys()) {
         const auto value = values.constFind(key);
         if (value == values.constEnd() || key == MetadataKey::attachedPictures)
@@ -50,10 +50,20 @@ void declare(const MetadataDictionary& values, const AudioMetadata& metadata, Fi
         if (before == after)
             continue;
         if (!after.isEmpty())
-            ledger.addNotKept(ItemKind::value, change(key, quoted(before), quoted(after)));
+            found.altered += change(key, quoted(before), quoted(after));
         else if (!isNoNumber(before))
-            ledger.addNotKept(ItemKind::tag, key + u' ' + quoted(before));
+            found.missing += key + u' ' + quoted(before);
     }
+    return found;
+}
+
+void declare(const MetadataDictionary& values, const AudioMetadata& metadata, FileLedger& ledger)
+{
+    const Differences found = differences(values, metadata.dictionary());
+    for (const QString& change : found.altered)
+        ledger.addNotKept(ItemKind::value, change);
+    for (const QString& value : found.missing)
+        ledger.addNotKept(ItemKind::tag, value);
 }
 
 } // namespace velloria::ValueChanges

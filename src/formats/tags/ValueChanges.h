@@ -16,9 +16,16 @@ QString quoted(const QString& text);
 /// What the ledger says of a value that becomes another: key “before” becomes “after”.
 QString change(const QString& key, const QString& before, const QString& after);
 
+/// What of the values of a dictionary comes out otherwise in another one, or not at all. A number, flag or
+/// position that is only zeros says nothing, so nothing is lost with it. Pictures are left aside.
+struct Differences {
+    QStringList altered; ///< as change() says it
+    QStringList missing; ///< key “value”
+};
+Differences differences(const MetadataDictionary& values, const MetadataDictionary& kept);
+
 /// Accounts for the values of a dictionary that `metadata`, which has just taken it in, gives back otherwise
-/// ("120.5" as a tempo) or not at all ("A1" as a track number). A number, flag or position that is only zeros
-/// says nothing, so nothing is lost with it.
+/// ("120.5" as a tempo) or not at all ("A1" as a track number).
 void declare(const MetadataDictionary& values, const AudioMetadata& metadata, FileLedger& ledger);
 
 } // namespace ValueChanges

@@ -266,4 +266,22 @@ QList<VorbisComments::Entry> VorbisComments::entriesOf(const MetadataDictionary&
     return entries;
 }
 
+QByteArray VorbisComments::textOf(const QList<Entry>& entries)
+{
+    QByteArray text;
+    for (const Entry& entry : entries)
+        text += entry.key + '=' + entry.value + '\n';
+    return text;
+}
+
+MetadataDictionary VorbisComments::tagsThrough(const AudioMetadata& metadata)
+{
+    VorbisComments comments;
+    for (const Entry& entry : entriesOf(metadata.dictionary()))
+        comments.add(std::string_view(entry.key + '=' + entry.value));
+    AudioMetadata found;
+    found.setValuesWithDictionary(comments.dictionary());
+    return found.dictionary();
+}
+
 } // namespace velloria

@@ -47,6 +47,10 @@ public:
     /// What is written for a dictionary, in the order of its keys: texts and numbers, a numeric genre as its
     /// name, and each once more as other programs spell it; pictures and empty texts are left out.
     static QList<Entry> entriesOf(const MetadataDictionary& dictionary);
+    /// One behind the other, as they stand in a file.
+    static QByteArray textOf(const QList<Entry>& entries);
+    /// The tags as a reader finds them among the comments that are written of `metadata`.
+    static MetadataDictionary tagsThrough(const AudioMetadata& metadata);
 
 private:
     void addPictureBlock(std::string_view base64);

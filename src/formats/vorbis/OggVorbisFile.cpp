@@ -2,6 +2,7 @@
 
 #include "formats/decoding/FileDamage.h"
 #include "formats/ogg/OggLedger.h"
+#include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/FrameFeed.h"
 #include "formats/vorbis/VorbisConversion.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace velloria
 {
@@ -93,6 +95,8 @@ void OggVorbisFile::readStream()
     mNumberOfChannels = static_cast<uint32_t>(mStream->numChannels());
     mSampleRate = mStream->sampleRate();
     mBitRate = mStream->bitRate();
+    mNominalBitRate = mStream->nominalBitRate();
+    mHasManagedBitRate = mStream->hasManagedBitRate();
     mNumberOfFrames = mStream->numFrames();
     const VorbisComments comments = mStream->comments();
     if (!comments.isEmpty())
@@ -135,7 +139,7 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
         // Pages of sound that hold none that could be decoded.
         const bool isLost = mNumberOfFrames == 0 && stream->numFrames() == 0 && stream->hasSoundPages();
         if (conversion.isDamaged() || isLost)
-            tellOfDamage();
+            tellOfDamagedSound();
         if (stream->changesFormat())
             mWarnings.append(FileDamage::soundChangesFormat(name));
         else if (!OggStreams::isComplete(*mFileHandle))
@@ -148,13 +152,6 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
     if (failure && error)
         *error = failure;
     return clips;
-}
-
-/// A save will not hold what could not be decoded.
-void OggVorbisFile::tellOfDamage()
-{
-    mWarnings.append(FileDamage::soundDamaged(displayName(filePath())));
-    mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged sound"));
 }
 
 std::vector<int> OggVorbisFile::applicableBitRates() const
@@ -183,6 +180,9 @@ FileOptions OggVorbisFile::fileOptions() const
     options.items.push_back({0, QStringLiteral("Average Bit Rate:"), false});
     for (const int bitRate : applicableBitRates())
         options.items.push_back({bitRate, QStringLiteral("%1 kbps").arg(bitRate / 1000)});
+    const int tag = openedVorbisFile() ? openedVorbisFile()->tagOfEncoding() : recommendedTag;
+    if (std::ranges::find(options.items, tag, &FileOption::tag) != options.items.end())
+        options.selectedTag = tag;
     return options;
 }
 
@@ -196,29 +196,82 @@ double OggVorbisFile::estimatedFileSizeWithTag(int tag) const
 void OggVorbisFile::configureWithPopUpTag(int tag)
 {
     if (tag >= lowestQualityTag && tag <= highestQualityTag) {
-        mEncodingQuality = static_cast<float>(tag - lowestQualityTag + 1) / 10.0F + 1.0F;
+        mEncodingQuality = settingsOfQuality(tag).quality + 1.0F;
         mBitRate = 0;
+        mIsOptionChosen = true;
     } else if (tag >= lowestBitRateTag && tag <= highestBitRateTag) {
         mEncodingQuality = 0.0F;
         mBitRate = tag;
-        mIsBitRateChosen = true;
+        mIsOptionChosen = true;
     }
+}
+
+MetadataDictionary OggVorbisFile::writtenTags() const
+{
+    return VorbisComments::tagsThrough(mMetadata);
 }
 
 void OggVorbisFile::validateAndCorrectParameters()
 {
+    // What it was is nearer to what its owner wants than the average that came out.
+    if (const OggVorbisFile* const opened = mIsOptionChosen ? nullptr : openedVorbisFile()) {
+        configureWithPopUpTag(opened->tagOfEncoding());
+        mIsOptionChosen = false;
+    }
     // The rate may be that of the file that the sound was read from, and not one of Vorbis.
-    if (!mIsBitRateChosen && mBitRate >= lowestBitRateTag && !VorbisEncoder::canEncode(settings()))
+    if (!mIsOptionChosen && mBitRate >= lowestBitRateTag && !VorbisEncoder::canEncode(settings()))
         mBitRate = 0;
     if (mBitRate == 0 && mEncodingQuality == 0.0F)
         mEncodingQuality = recommendedQuality;
 }
 
-VorbisSettings OggVorbisFile::settings() const
+const OggVorbisFile* OggVorbisFile::openedVorbisFile() const
+{
+    return dynamic_cast<const OggVorbisFile*>(openedFile().get());
+}
+
+/// The option that comes nearest to how an opened file was encoded, or the one that this file was written
+/// with.
+int OggVorbisFile::tagOfEncoding() const
+{
+    if (mEncodingQuality > 0.0F) {
+        const auto tenths = static_cast<int>(std::lround((mEncodingQuality - 1.0F) * 10.0F));
+        return std::clamp(lowestQualityTag + tenths - 1, lowestQualityTag, highestQualityTag);
+    }
+    const int64_t bitRate = mNominalBitRate > 0 ? mNominalBitRate : mBitRate;
+    const std::vector<int> applicable = applicableBitRates();
+    const bool isOption = std::find(applicable.begin(), applicable.end(), bitRate) != applicable.end();
+    const bool isManaged = mHasManagedBitRate || mNominalBitRate == 0;
+    return isManaged && isOption ? static_cast<int>(bitRate) : tagNearestTo(bitRate);
+}
+
+/// Of a quality.
+int OggVorbisFile::tagNearestTo(int64_t nominalBitRate) const
+{
+    int nearest = recommendedTag;
+    int64_t leastDifference = std::numeric_limits<int64_t>::max();
+    for (int tag = lowestQualityTag; nominalBitRate > 0 && tag <= highestQualityTag; ++tag) {
+        const int64_t difference =
+            std::abs(VorbisEncoder::nominalBitRate(settingsOfQuality(tag)) - nominalBitRate);
+        if (difference < leastDifference)
+            nearest = tag;
+        leastDifference = std::min(leastDifference, difference);
+    }
+    return nearest;
+}
+
+VorbisSettings OggVorbisFile::settingsOfQuality(int tag) const
 {
     VorbisSettings settings;
     settings.numChannels = static_cast<int32_t>(mNumberOfChannels);
     settings.sampleRate = static_cast<int>(std::clamp(std::round(mSampleRate), 0.0, highestRate));
+    settings.quality = static_cast<float>(tag - lowestQualityTag + 1) / 10.0F;
+    return settings;
+}
+
+VorbisSettings OggVorbisFile::settings() const
+{
+    VorbisSettings settings = settingsOfQuality(recommendedTag);
     if (mBitRate >= lowestBitRateTag)
         settings.bitRate = mBitRate;
     else
@@ -228,13 +281,14 @@ VorbisSettings OggVorbisFile::settings() const
 
 MaybeError OggVorbisFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
-    VorbisEncoder encoder(mFileHandle, settings());
-    if (MaybeError error = encoder.start(VorbisComments::entriesOf(mMetadata.dictionary())))
+    const auto comments = VorbisComments::entriesOf(mMetadata.dictionary());
+    VorbisEncoder encoder(mFileHandle, settings(),
+                          oggSerialNumber(document, range, VorbisComments::textOf(comments)));
+    if (MaybeError error = encoder.start(comments))
         return error;
     FrameFeed feed(document, range);
     const MaybeError error = feed.run(
         [&encoder](std::span<const float> interleaved) { return encoder.encode(interleaved); }, progress);
-    setSourceWasShort(feed.sourceWasShort());
     const MaybeError finishError = encoder.finish();
     return error ? error : finishError;
 }

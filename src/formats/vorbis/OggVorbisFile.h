@@ -28,7 +28,6 @@ public:
 
     QString fileFormatUTI() const override;
     QString encodingDescription() const override;
-    bool declaresWholeFile() const override { return true; }
 
     std::vector<std::shared_ptr<MutableAudioClip>> convertedAudioClips(Progress& progress,
                                                                        MaybeError* error) override;
@@ -38,6 +37,7 @@ public:
     /// In bits per second: those that leave something to encode of the channels and the rate.
     std::vector<int> applicableBitRates() const;
     FileOptions fileOptions() const override;
+    MetadataDictionary writtenTags() const override;
     double estimatedFileSizeWithTag(int tag) const override;
     void configureWithPopUpTag(int tag) override;
     void validateAndCorrectParameters() override;
@@ -51,11 +51,17 @@ protected:
 private:
     explicit OggVorbisFile(std::shared_ptr<FileHandle> handle);
     void readStream();
-    void tellOfDamage();
     VorbisSettings settings() const;
+    VorbisSettings settingsOfQuality(int tag) const;
+    int tagOfEncoding() const;
+    int tagNearestTo(int64_t nominalBitRate) const;
+    const OggVorbisFile* openedVorbisFile() const;
 
     float mEncodingQuality = 0.0F;
-    bool mIsBitRateChosen = false;
+    bool mIsOptionChosen = false;
+    /// Of a file that was opened.
+    int64_t mNominalBitRate = 0;
+    bool mHasManagedBitRate = false;
     /// Of a file that was opened, until it is decoded.
     std::unique_ptr<VorbisStream> mStream;
 };

@@ -3,15 +3,15 @@
 #include "formats/vorbis/VorbisChannels.h"
 #include "platform/Log.h"
 
-#include <QRandomGenerator>
 #include <vorbis/vorbisenc.h>
 
 namespace velloria
 {
 
-VorbisEncoder::VorbisEncoder(std::shared_ptr<FileHandle> handle, const VorbisSettings& settings)
+VorbisEncoder::VorbisEncoder(std::shared_ptr<FileHandle> handle, const VorbisSettings& settings,
+                             int serialNumber)
     : mSettings(settings)
-    , mPages(std::move(handle), static_cast<int>(QRandomGenerator::global()->generate() >> 1))
+    , mPages(std::move(handle), serialNumber)
 {
     vorbis_info_init(&mInfo);
 }
@@ -27,11 +27,16 @@ VorbisEncoder::~VorbisEncoder()
 
 bool VorbisEncoder::canEncode(const VorbisSettings& settings)
 {
+    return nominalBitRate(settings) > 0;
+}
+
+int64_t VorbisEncoder::nominalBitRate(const VorbisSettings& settings)
+{
     vorbis_info info;
     vorbis_info_init(&info);
-    const int status = setUp(info, settings);
+    const int64_t bitRate = setUp(info, settings) == 0 ? info.bitrate_nominal : 0;
     vorbis_info_clear(&info);
-    return status == 0;
+    return bitRate;
 }
 
 int VorbisEncoder::setUp(vorbis_info& info, const VorbisSettings& settings)

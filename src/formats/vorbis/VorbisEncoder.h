@@ -22,12 +22,14 @@ struct VorbisSettings {
 class VorbisEncoder
 {
 public:
-    VorbisEncoder(std::shared_ptr<FileHandle> handle, const VorbisSettings& settings);
+    VorbisEncoder(std::shared_ptr<FileHandle> handle, const VorbisSettings& settings, int serialNumber);
     ~VorbisEncoder();
     VorbisEncoder(const VorbisEncoder&) = delete;
     VorbisEncoder& operator=(const VorbisEncoder&) = delete;
 
     static bool canEncode(const VorbisSettings& settings);
+    /// The bits per second that a file says of itself; 0 when the settings cannot be encoded.
+    static int64_t nominalBitRate(const VorbisSettings& settings);
 
     /// Writes the headers. An error when the encoder does not take the settings.
     MaybeError start(const QList<VorbisComments::Entry>& comments);

@@ -98,6 +98,19 @@ int64_t VorbisStream::bitRate()
     return std::max<int64_t>(0, ov_bitrate(&mFile, -1));
 }
 
+int64_t VorbisStream::nominalBitRate()
+{
+    const vorbis_info* const info = ov_info(&mFile, 0);
+    return info ? std::max(0L, info->bitrate_nominal) : 0;
+}
+
+/// An encoder that follows a quality leaves the limits at 0, one that follows a rate without limits at -1.
+bool VorbisStream::hasManagedBitRate()
+{
+    const vorbis_info* const info = ov_info(&mFile, 0);
+    return info && (info->bitrate_lower != 0 || info->bitrate_upper != 0);
+}
+
 uint32_t VorbisStream::serialNumber(int link)
 {
     return static_cast<uint32_t>(ov_serialnumber(&mFile, link));

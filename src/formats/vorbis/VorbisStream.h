@@ -30,6 +30,10 @@ public:
     int64_t numFrames() const { return mNumFrames; }
     /// Bits per second on average; 0 when that is not known.
     int64_t bitRate();
+    /// As the encoder was asked for, in bits per second; 0 when the file does not say.
+    int64_t nominalBitRate();
+    /// True when the encoder was held to that rate, and not to a quality.
+    bool hasManagedBitRate();
     /// Streams that follow one another in the file and are read.
     int numLinks() const { return mNumLinks; }
     VorbisComments comments(int link = 0);

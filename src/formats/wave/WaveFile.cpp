@@ -2,6 +2,7 @@
 
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
+#include "formats/file/SampleWidth.h"
 #include "formats/streams/EndianSwap.h"
 #include "formats/tags/Id3Intake.h"
 #include "formats/wave/WaveChunkNames.h"
@@ -219,7 +220,8 @@ void WaveFile::readBroadcastWaveFileChunks()
         mMetadata.setWaveBWFChunks(kept);
 }
 
-/// Nothing but the places of the speakers is lost when the plain format is written in its stead.
+/// Nothing but the places of the speakers and the number of valid bits is lost when the plain format is
+/// written in its stead.
 void WaveFile::declareFormat()
 {
     const RiffChunk* const format = chunks().find(formatIdent);
@@ -229,6 +231,8 @@ void WaveFile::declareFormat()
     mLedger.addStructure({payload.offset, numBytesRead});
     if (mFormat.hasUncommonSpeakers())
         mLedger.addNotKept(ItemKind::part, QStringLiteral("places of the speakers (fmt )"));
+    if (mFormat.isLinear() && !mFormat.isFloat())
+        declareSampleWidth(mFormat.bitsPerSample, mFormat.containerBits(), mLedger);
     declareUnused(mLedger, *fileHandle(), {payload.offset + numBytesRead, payload.length - numBytesRead},
                   QStringLiteral("%1 bytes of the format chunk"));
 }

@@ -107,7 +107,8 @@ std::optional<Mp3Encoder::Output> Mp3Encoder::outputOf(const Options& options)
 
 Mp3Encoder::Output Mp3Encoder::output() const
 {
-    return {lame().lame_get_out_samplerate(mLame), lame().lame_get_mode(mLame) == MONO};
+    return {lame().lame_get_out_samplerate(mLame), int64_t{1000} * lame().lame_get_brate(mLame),
+            lame().lame_get_mode(mLame) == MONO};
 }
 
 Mp3Encoder::~Mp3Encoder()
@@ -163,7 +164,7 @@ QByteArray Mp3Encoder::infoPacket() const
     packet.sampleRate = out.sampleRate;
     packet.inputRate = mInputRate;
     packet.isMono = out.isMono;
-    packet.bitRate = int64_t{1000} * lame().lame_get_brate(mLame);
+    packet.bitRate = out.bitRate;
     packet.lowpass = lame().lame_get_lowpassfreq(mLame);
     packet.numPackets = lame().lame_get_frameNum(mLame);
     packet.numBytes = mNumBytesOut;

@@ -28,9 +28,11 @@ public:
         /// Both channels are mixed to one.
         bool isMono = false;
     };
-    /// What LAME makes of the options: at low bit rates it lowers the rate, and we write one channel.
+    /// What LAME makes of the options: at low bit rates it lowers the rate, and we write one channel; low
+    /// rates have lower bit rates than others.
     struct Output {
         int sampleRate = 44100;
+        int64_t bitRate = 128000;
         bool isMono = false;
     };
     /// Nothing when LAME is missing or refuses the options.

@@ -223,6 +223,30 @@ TEST_F(AifcFileTest, HonoursOffsetCountAndRateOfCompressedSound)
     }
 }
 
+TEST_F(AifcFileTest, TellsOfNarrowSamplesAndOfPacketsFilledWithSilence)
+{
+    const struct {
+        const char* type;
+        int bits;
+        QStringList told;
+    } cases[] = {{"NONE", 12, {"samples of 12 bits become 16 bits wide"}},
+                 {"NONE", 16, {}},
+                 // Some programs leave the number of another encoding there.
+                 {"in24", 16, {}}};
+    for (const auto& c : cases) {
+        makeFile("in.aifc", aifc({1, 2, c.bits}, c.type, soundChunk(QByteArray(6, 'x'))));
+        EXPECT_EQ(opened("in.aifc")->ledger().namesNotKept(ItemKind::value), c.told) << c.type << c.bits;
+    }
+    AifcFile writer(44100.0, 16, 1);
+    for (const char* type : {"ima4", "alaw"}) {
+        writer.configureWithPopUpTag(static_cast<int>(qFromBigEndian<quint32>(type)));
+        writer.setNumberOfFrames(640);
+        EXPECT_EQ(writer.soundLosses(), QStringList());
+        writer.setNumberOfFrames(645);
+        EXPECT_EQ(writer.soundLosses().join(' ').contains("59 frames of silence"), type[0] == 'i');
+    }
+}
+
 TEST_F(AifcFileTest, WritesTheIntegersOfAnUncompressedFileUnchanged)
 {
     for (const int bits : {16, 24}) {

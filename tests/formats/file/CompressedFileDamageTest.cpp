@@ -34,6 +34,7 @@ protected:
     struct Opened {
         Sound sound;
         QStringList warnings;
+        QStringList notKept;
     };
     Opened opened(const std::string& name) const
     {
@@ -42,7 +43,7 @@ protected:
             return {};
         Sound sound = decoded(*file);
         EXPECT_EQ(sound.numFrames(), file->numberOfFrames());
-        return {sound, file->warnings()};
+        return {sound, file->warnings(), file->chunksNotKept()};
     }
 
     static std::string prefixed(const char* prefix, const char* name) { return std::string(prefix) + name; }
@@ -86,6 +87,8 @@ TEST_F(CompressedFileDamageTest, DamageInTheMiddleIsToldAndWhatFollowsKeepsItsPl
         const Opened damaged = opened(prefixed("bad-", each.name));
         EXPECT_EQ(damaged.warnings,
                   QStringList(FileDamage::soundDamaged(QString::fromStdString(prefixed("bad-", each.name)))));
+        EXPECT_TRUE(damaged.notKept.contains("damaged sound"));
+        EXPECT_FALSE(whole.notKept.contains("damaged sound"));
         if (damaged.sound.numFrames() != whole.sound.numFrames()) {
             EXPECT_STREQ(each.name, "a.aac") << "where nothing tells how many packets there were";
             continue;

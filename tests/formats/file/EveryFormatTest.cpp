@@ -83,7 +83,7 @@ TEST_F(EveryFormatTest, HoldsFromOneToThirtyTwoChannelsOrSaysThatItDoesNot)
             const bool isFolded = type->uti == QLatin1String("public.mp3") && numChannels > 2;
             EXPECT_EQ(numFound, isFolded ? 2 : numChannels);
             if (isFolded || numChannels < 3) {
-                EXPECT_EQ(isFolded, !writer->soundLosses().isEmpty());
+                EXPECT_EQ(isFolded || slackOf(*type) > 0, !writer->soundLosses().isEmpty());
             }
         }
     }

@@ -99,6 +99,7 @@ def mpeg4_value(key, text):
     if key in ("trkn", "disk"): return [tuple(int(n) for n in text.split("/"))]
     if key in ("cpil", "pgap", "pcst"): return bool(int(text))
     if key in ("tmpo", "rtng"): return [int(text)]
+    if key.startswith("----"): return [text.encode()]
     return [text]
 
 def write_mpeg4(name, tags):

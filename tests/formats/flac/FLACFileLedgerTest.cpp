@@ -99,6 +99,12 @@ TEST_F(FLACFileLedgerTest, AFileOutOfOggIsSavedInOgg)
         EXPECT_EQ(format["format_name"].toString(), c.isInOgg ? "ogg" : "flac");
     }
     run("flac", {"-t", "-s", "--ogg", argument("out.oga")});
+
+    // The stream's number comes from what it holds.
+    save(first, "again.oga", document);
+    EXPECT_EQ(bytesOf("again.oga"), bytesOf("in.oga"));
+    save(first, "other.oga", noiseDocument(300001, 2, 48000.0));
+    EXPECT_NE(bytesOf("other.oga").mid(14, 4), bytesOf("in.oga").mid(14, 4));
 }
 
 } // namespace velloria::test

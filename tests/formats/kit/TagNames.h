@@ -66,6 +66,8 @@ constexpr auto tagNames = std::to_array<TagNames>({
     {"podcast url", "WFD", "WFED", nullptr, nullptr, "purl", "PodcastURL", nullptr, "PodcastUrl",
      "PODCAST_URL"},
     {"lyrics", "ULT", "USLT::eng", "Lyrics", "Lyrics", "©lyr", "Lyrics", "Lyrics", "Lyrics", "Lyrics"},
+    {"isrc", "TRC", "TSRC", "ISRC", "ISRC", "----:com.apple.iTunes:ISRC", "ISRC", "ISRC", "ISRCNumber",
+     "ISRC"},
 });
 
 } // namespace velloria::test

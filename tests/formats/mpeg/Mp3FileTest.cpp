@@ -238,7 +238,7 @@ double clickOf(std::span<const float> samples, size_t numChannels, double sample
 
 TEST_F(Mp3SavingTest, KeepsLengthAndPlaceAtEveryBitRateAndSaysWhatTheRateBecomes)
 {
-    for (const double sampleRate : {8000.0, 22050.0, 44100.0, 48000.0, 96000.0}) {
+    for (const double sampleRate : {8000.0, 11025.0, 22050.0, 44100.0, 48000.0, 96000.0}) {
         for (const size_t numChannels : {size_t{1}, size_t{2}}) {
             const auto numFrames = static_cast<size_t>(sampleRate / 2) + 7;
             Sound click{sampleRate, numChannels, FloatBuffer(numFrames * numChannels)};
@@ -255,6 +255,13 @@ TEST_F(Mp3SavingTest, KeepsLengthAndPlaceAtEveryBitRateAndSaysWhatTheRateBecomes
                 const Sound got = decoded(*file);
                 EXPECT_EQ(losses.contains("is converted to"), got.sampleRate != sampleRate);
                 EXPECT_EQ(losses.contains("mixed to mono"), got.numChannels != numChannels);
+                const auto written =
+                    static_cast<int64_t>(run("ffprobe", {"-v", "error", "-show_entries", "stream=bit_rate",
+                                                         "-of", "csv=p=0", "a.mp3"})
+                                             .trimmed()
+                                             .toLongLong());
+                EXPECT_EQ(losses.contains("have at most"), written < bitRate);
+                EXPECT_EQ(writer.bitRate(), written);
                 EXPECT_EQ(got.numFrames(),
                           std::llround(static_cast<double>(numFrames) * got.sampleRate / sampleRate));
                 // The lowest bit rates smear a click over some milliseconds.

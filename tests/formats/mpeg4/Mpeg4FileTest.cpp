@@ -94,7 +94,8 @@ TEST_F(Mpeg4FileTest, ReadsTagsOfOthersAndTellsThoseItCannotKeep)
     ffmpeg("-i source.wav -c:a aac -metadata title=T -metadata genre=Rock -metadata track=2/5 -metadata "
            "comment=C a.m4a");
     run("/usr/bin/python3", {"-c", "import mutagen.mp4 as m; f = m.MP4(\"a.m4a\"); "
-                                   "f.tags[\"----:com.apple.iTunes:ISRC\"] = [b\"X\"]; "
+                                   "f.tags[\"----:com.apple.iTunes:MOOD\"] = [b\"X\"]; "
+                                   "f.tags[\"----:com.apple.iTunes:ISRC\"] = [m.MP4FreeForm(b\"DE1\", 0)]; "
                                    "f.tags[\"\\xa9ART\"] = [\"One\", \"Two\"]; "
                                    "f.tags[\"\\xa9lyr\"] = [\"la \" * 100000]; f.save()"});
     const auto file = open("a.m4a");
@@ -111,7 +112,8 @@ TEST_F(Mpeg4FileTest, ReadsTagsOfOthersAndTellsThoseItCannotKeep)
         return file->ledger().namesOf(kind,
                                       [](const FileItem& item) { return item.keeping == Keeping::asBytes; });
     };
-    EXPECT_EQ(namesNotInModel(ItemKind::tag), QStringList("ISRC"));
+    EXPECT_EQ(namesNotInModel(ItemKind::tag), QStringList("MOOD"));
+    EXPECT_EQ(tags.isrc(), "DE1");
     EXPECT_EQ(namesNotInModel(ItemKind::value), QStringList("“One”, “Two” become “One; Two”"));
 }
 

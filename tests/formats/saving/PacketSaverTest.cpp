@@ -47,7 +47,6 @@ TEST_F(FrameFeedTest, HandsOverTheFramesOfTheRangeInOrder)
         EXPECT_EQ(taken(feed, progress), document.interleavedDataAtOffset(range.startFrame, range.numFrames,
                                                                           range.firstTrack, range.numTracks));
         EXPECT_EQ(progress.markValue(), range.numFrames);
-        EXPECT_FALSE(feed.sourceWasShort());
     }
 }
 
@@ -88,7 +87,7 @@ TEST_F(FrameFeedTest, FillsWithSilenceWhatASourceLost)
     ASSERT_EQ(samples.size(), 40'000U);
     EXPECT_NE(samples[9'999], 0.0F);
     EXPECT_EQ(samples[10'000], 0.0F);
-    EXPECT_TRUE(feed.sourceWasShort());
+    EXPECT_GT(file->fileHandle()->numMissedReads(), 0);
 }
 
 /// Counts what comes.

@@ -1,6 +1,7 @@
 #include "formats/saving/SaveLoop.h"
 
 #include "document/clips/AudioData.h"
+#include "document/clips/SourceWatch.h"
 #include "formats/kit/FileTestKit.h"
 #include "formats/wave/WaveFile.h"
 
@@ -60,7 +61,8 @@ protected:
     struct Outcome {
         bool hasSucceeded = false;
         MaybeError error;
-        bool sourceWasShort = false;
+        /// What the watch over the sources has to say at the end.
+        MaybeError sourceError;
         /// The file behind its 44 bytes of header.
         QByteArray samples;
     };
@@ -70,11 +72,13 @@ protected:
     {
         SilentProgress silent;
         Outcome outcome;
+        const TrackList tracks = document.audioTracks();
+        const SourceWatch watch(*tracks);
         WaveFile file(document.sampleRate(), bits, static_cast<uint32_t>(document.trackCount()));
         file.setFileHandle(newFile("out.wav"));
         outcome.hasSucceeded =
             file.saveDocument(document, selection, progress ? *progress : silent, &outcome.error);
-        outcome.sourceWasShort = file.sourceWasShort();
+        outcome.sourceError = watch.error();
         outcome.samples = bytesOf("out.wav").mid(44);
         return outcome;
     }
@@ -296,13 +300,13 @@ TEST_F(SaveLoopTest, PutsSilenceInPlaceOfWhatASourceHasLost)
             Source source = makeSource("in.wav", bits, 2, 100000, 12);
             if (isSwapped)
                 std::swap(source.channels[0], source.channels[1]);
-            EXPECT_FALSE(save(TrackDocument(source.channels), static_cast<uint32_t>(bits)).sourceWasShort);
+            EXPECT_FALSE(save(TrackDocument(source.channels), static_cast<uint32_t>(bits)).sourceError);
             // The last frame that is left is cut in half.
             std::filesystem::resize_file(path("in.wav"),
                                          static_cast<uintmax_t>(44 + 40000 * source.frameSize + 1));
             const Outcome outcome = save(TrackDocument(source.channels), static_cast<uint32_t>(bits));
             EXPECT_TRUE(outcome.hasSucceeded);
-            EXPECT_TRUE(outcome.sourceWasShort);
+            EXPECT_TRUE(outcome.sourceError);
             ASSERT_EQ(outcome.samples.size(), 100000 * source.frameSize);
             EXPECT_EQ(outcome.samples.mid(39999 * source.frameSize, source.bytesPerSample),
                       source.sample(39999, isSwapped ? 1 : 0));

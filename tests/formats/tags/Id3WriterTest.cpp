@@ -61,7 +61,8 @@ TEST(Id3Writer, WritesEachKindOfFrame)
          version2Frame("TPA", bytes("\0"
                                     "2\0"))},
         {"track number", bytes("\0\0\0\0"), ""},
-        {"podcast url", "http://ä.Ж", version2Frame("WFD", "http://\xE4.?")},
+        {"podcast url", "http://a/ä", version2Frame("WFD", "http://a/\xE4")},
+        {"podcast url", "http://a/ä?Ж=1", version2Frame("WFD", "http://a/%C3%A4?%D0%96=1")},
         {"podcast", "1", version2Frame("PCS", bytes("\0\0\0\1"))},
         {"comments", "hi", version2Frame("COM", bytes("\0eng\0hi\0"))},
         {"lyrics", "Ж", version2Frame("ULT", bytes("\1eng\0\xFF\xFE\x16\4\0\0"))},

@@ -51,7 +51,7 @@ TEST_F(OggVorbisFileDamageTest, StreamsThatFollowOneAnotherAreJoinedWhileTheyAre
         int64_t length;
         QStringList warnings;
     } cases[] = {
-        {"alike", mWhole + alike + encoded(2, 30000), numFrames + 60000, {}},
+        {"alike", mWhole + alike + encoded(2, 30001), numFrames + 60001, {}},
         {"other channels", mWhole + encoded(1, 30000), numFrames, {changed}},
         {"other rate", mWhole + encoded(2, 30000, 22050.0) + alike, numFrames, {changed}},
         {"rubbish between", mWhole + QByteArray(3000, 'x') + alike, numFrames + 30000, {}},

@@ -157,6 +157,62 @@ TEST_F(OggVorbisFileTest, SettingsAreThoseOfTheOption)
     }
 }
 
+TEST_F(OggVorbisFileTest, ASaveOfAnOpenedFileIsEncodedAsThatWas)
+{
+    const struct {
+        QStringList options;
+        int tag;
+    } cases[] = {{{"-q", "3"}, 103},
+                 {{"-q", "7.6"}, 108},
+                 {{"-q", "-1"}, 101},
+                 {{"-b", "96"}, 96000},
+                 {{"--managed", "-b", "96"}, 96000},
+                 {{"--managed", "-b", "100"}, 102}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.options.join(' ').toStdString());
+        encode("theirs.ogg", 100000, c.options);
+        std::shared_ptr<AudioFile> before = opened("theirs.ogg");
+        // A second save of the document goes by the first one.
+        for (int i = 0; i < 2; ++i) {
+            const auto file = std::make_shared<OggVorbisFile>(44100.0, 16, 2);
+            file->setBitRate(before->bitRate());
+            file->setOpenedFile(before);
+            file->validateAndCorrectParameters();
+            EXPECT_EQ(file->fileOptions().selectedTag, c.tag);
+            OggVorbisFile asked(44100.0, 16, 2);
+            asked.configureWithPopUpTag(c.tag);
+            EXPECT_EQ(file->encodingQuality(), asked.encodingQuality());
+            EXPECT_EQ(file->bitRate(), asked.bitRate());
+            file->setOpenedFile(nullptr);
+            before = file;
+        }
+        OggVorbisFile chosen(44100.0, 16, 2);
+        chosen.setOpenedFile(before);
+        chosen.configureWithPopUpTag(110);
+        chosen.validateAndCorrectParameters();
+        EXPECT_EQ(chosen.encodingQuality(), 2.0F);
+    }
+}
+
+TEST_F(OggVorbisFileTest, TheSameSoundAndTagsGiveTheSameBytesAndOthersAnotherStream)
+{
+    const auto serialNumber = [this](const FrameSource& document, const QString& title, const char* name) {
+        OggVorbisFile file(document.sampleRate(), 16, 1);
+        AudioMetadata metadata;
+        metadata.setTitle(title);
+        file.setMetadata(metadata);
+        save(file, name, document);
+        return bytesOf(name).mid(14, 4);
+    };
+    const auto sound = documentOfChannels(noiseChannels(1, 30000), 44100.0);
+    const QByteArray first = serialNumber(sound, "A", "first.ogg");
+    EXPECT_EQ(serialNumber(sound, "A", "again.ogg"), first);
+    EXPECT_EQ(bytesOf("again.ogg"), bytesOf("first.ogg"));
+    EXPECT_NE(serialNumber(sound, "B", "other.ogg"), first);
+    EXPECT_NE(serialNumber(silence(30000), "A", "other.ogg"), first);
+    EXPECT_NE(serialNumber(documentOfChannels(noiseChannels(1, 30001), 44100.0), "A", "other.ogg"), first);
+}
+
 TEST_F(OggVorbisFileTest, OffersQualitiesAndTheBitRatesThatApply)
 {
     OggVorbisFile file(8000.0, 16, 1);

@@ -248,6 +248,26 @@ TEST_F(WaveFileTest, SaysThatThePlacesOfSpeakersAreLost)
     }
 }
 
+TEST_F(WaveFileTest, SaysThatNarrowSamplesBecomeAsWideAsTheirRoom)
+{
+    const LogCapture log;
+    const QByteArray guid = bytes("\1\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71");
+    const auto toldOf = [this](const QByteArray& format) {
+        const auto file = openBytes(riff(chunk("fmt ", format) + chunk("data", "abcdef")));
+        EXPECT_TRUE(file);
+        return file ? file->ledger().namesNotKept(ItemKind::value) : QStringList();
+    };
+    const auto extensible = [&](int roomBits, int bits) {
+        return formatPayload({0xFFFE, 1, 48000, roomBits}).left(14) + littleEndian16(bits) +
+               littleEndian16(22) + littleEndian16(bits) + littleEndian32(4) + guid;
+    };
+    EXPECT_EQ(toldOf(formatPayload({1, 1, 48000, 16}).left(14) + littleEndian16(12)),
+              QStringList("samples of 12 bits become 16 bits wide"));
+    EXPECT_EQ(toldOf(extensible(24, 20)), QStringList("samples of 20 bits become 24 bits wide"));
+    EXPECT_EQ(toldOf(formatPayload({1, 1, 48000, 16})), QStringList());
+    EXPECT_EQ(toldOf(extensible(24, 24)), QStringList());
+}
+
 TEST_F(WaveFileTest, PadsSoundOfOddLengthSoThatOthersFindWhatStandsBehind)
 {
     AudioMetadata metadata;
