@@ -22,6 +22,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     // The smallest packets are of 24 bytes and 1152 frames.
     const auto mostFrames = static_cast<int64_t>(size / 24 + 1) * 1152;
+    // Tags in front and behind, stretches of packets and everything between them.
+    if (!file->closeLedger().empty())
+        std::abort();
     if (file->numberOfChannels() < 1 || file->numberOfChannels() > 2 || !(file->sampleRate() >= 8000.0) ||
         file->numberOfFrames() < 0 || file->numberOfFrames() > mostFrames || !file->requiresConversion())
         std::abort();

@@ -139,6 +139,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (!file)
         return 0;
     require(file->numberOfChannels() > 0 && file->sampleRate() > 0.0 && file->numberOfFrames() >= 0);
+    require(file->closeLedger().empty());
     checkThatExtrasComeBack(*file);
     checkThatTracksAreCarried(handle);
     return 0;

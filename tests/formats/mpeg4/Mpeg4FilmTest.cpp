@@ -5,6 +5,76 @@
 namespace velloria::test
 {
 
+namespace
+{
+
+/// Gives every track of the files that are named, whose 'moov' box is the last one, a table of 64-bit
+/// offsets.
+const char* const wideTablesScript = R"(
+import struct, sys
+
+def boxes(data):
+    at = 0
+    while at < len(data):
+        size, kind = struct.unpack(">I4s", data[at:at + 8])
+        yield kind, data[at + 8:at + size]
+        at += size
+
+def box(kind, payload): return struct.pack(">I4s", len(payload) + 8, kind) + payload
+
+def wide(kind, payload):
+    if kind in (b"moov", b"trak", b"mdia", b"minf", b"stbl"):
+        payload = b"".join(wide(k, p) for k, p in boxes(payload))
+    elif kind == b"stco":
+        kind = b"co64"
+        payload = payload[:8] + b"".join(struct.pack(">Q", n) for (n,) in struct.iter_unpack(">I", payload[8:]))
+    return box(kind, payload)
+
+for name in sys.argv[1:]:
+    data = open(name, "rb").read()
+    open(name, "wb").write(b"".join(wide(k, p) for k, p in boxes(data)))
+)";
+
+/// Prints how many entries of the indexes of a fragmented film ('sidx', 'tfra') there are, and how many of
+/// them do not lead to the start of a fragment.
+const char* const indexScript = R"(
+import struct, sys
+
+data, at, tops = open(sys.argv[1], "rb").read(), 0, []
+while at < len(data):
+    size, kind = struct.unpack(">I4s", data[at:at + 8])
+    tops.append((at, kind, size))
+    at += size
+moofs = {at for at, kind, size in tops if kind == b"moof"}
+starts = moofs | {at for at, kind, size in tops if kind in (b"sidx", b"styp")}
+led = []
+for at, kind, size in tops:
+    if kind == b"sidx":
+        wide = data[at + 8] == 1
+        first = struct.unpack(">Q", data[at + 28:at + 36])[0] if wide else struct.unpack(">I", data[at + 24:at + 28])[0]
+        entry, place = at + (36 if wide else 28), at + size + first
+        count = struct.unpack(">H", data[entry + 2:entry + 4])[0]
+        for n in range(count):
+            led.append(place in starts)
+            place += struct.unpack(">I", data[entry + 4 + 12 * n:entry + 8 + 12 * n])[0] & 0x7FFFFFFF
+    if kind == b"mfra":
+        inner = at + 8
+        while inner < at + size:
+            length, name = struct.unpack(">I4s", data[inner:inner + 8])
+            if name == b"tfra":
+                wide = data[inner + 8] == 1
+                lengths, count = struct.unpack(">II", data[inner + 16:inner + 24])
+                entry = (16 if wide else 8) + sum((lengths >> s & 3) + 1 for s in (0, 2, 4))
+                for n in range(count):
+                    here = inner + 24 + n * entry
+                    led.append((struct.unpack(">Q", data[here + 8:here + 16])[0] if wide
+                                else struct.unpack(">I", data[here + 4:here + 8])[0]) in moofs)
+            inner += length
+print(len(led) > 0, led.count(False))
+)";
+
+} // namespace
+
 /// Saves over films that ffmpeg made; ffmpeg and ffprobe judge what became of them.
 class Mpeg4FilmTest : public CompressedFileTest
 {
@@ -79,6 +149,7 @@ TEST_F(Mpeg4FilmTest, KeepsEverythingButTheSound)
     } cases[] = {
         {"plain.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac"},
         {"front.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac -movflags +faststart"},
+        {"wide.mp4", "-i sound.wav -c:v mpeg4 -c:a aac"},
         {"movie.mov", "-i sound.wav -c:v libx264 -bf 2 -c:a alac"},
         {"timecode.mov", "-i sound.wav -c:v libx264 -c:a aac -timecode 01:00:00:00"},
         {"late.mp4", "-itsoffset 0.7 -i sound.wav -c:v libx264 -bf 2 -c:a aac"},
@@ -102,6 +173,8 @@ TEST_F(Mpeg4FilmTest, KeepsEverythingButTheSound)
         SCOPED_TRACE(each.name);
         const auto name = QString::fromLatin1(each.name);
         makeFilm(QStringLiteral("%1 %2").arg(each.line, each.name));
+        if (name == u"wide.mp4")
+            run("/usr/bin/python3", {"-c", wideTablesScript, name});
         const auto film = open(each.name);
         ASSERT_TRUE(film);
         Sound sound = decoded(*film);
@@ -115,6 +188,11 @@ TEST_F(Mpeg4FilmTest, KeepsEverythingButTheSound)
         const QJsonObject after = probed("new-" + name);
         EXPECT_EQ(after["chapters"], before["chapters"]);
         EXPECT_EQ(after["format"].toObject()["tags"], before["format"].toObject()["tags"]);
+        EXPECT_EQ(readBytes("new-" + std::string(each.name)).count("co64"), name == u"wide.mp4" ? 2 : 0);
+        if (each.numSilentFrames > 0) {
+            EXPECT_EQ(run("/usr/bin/python3", {"-c", indexScript, "new-" + name}),
+                      run("/usr/bin/python3", {"-c", indexScript, name}));
+        }
         // The second save of the document.
         writer->setFileHandle(FileHandle::openForReading(path("new-" + std::string(each.name))));
         writer->takeOverLedger();
@@ -183,29 +261,34 @@ TEST_F(Mpeg4FilmTest, TellsWhatItCannotKeepAndRefusesToReplaceTheFilm)
                                               "(mp4a, German)"));
         return !refusal;
     };
-    EXPECT_TRUE(isCarried(film->numberOfFrames(), "film.mp4"));
+    for (const char* name : {"film.mp4", "film.m4v", "film.m4b", "film.mov", "film"})
+        EXPECT_TRUE(isCarried(film->numberOfFrames(), name));
     EXPECT_FALSE(isCarried(film->numberOfFrames() - 100, "film.mp4"));
     EXPECT_FALSE(isCarried(film->numberOfFrames(), "sound.m4a"));
 }
 
-TEST_F(Mpeg4FilmTest, LeavesTheTargetAloneWhereTheFilmChangesMeanwhile)
+TEST_F(Mpeg4FilmTest, StopsWhenItIsCancelledOrTheFilmChangesMeanwhile)
 {
     makeFilm("-i sound.wav -c:v mpeg4 -c:a aac film.mp4");
     const auto film = open("film.mp4");
     ASSERT_TRUE(film);
     const Sound sound = decoded(*film);
-    writeBytes("film.mp4", readBytes("film.mp4").first(20000));
-    Mpeg4AACFile writer(48000.0, 16, 2);
-    writer.setFilePath(path("new.mp4"));
-    writer.setOpenedFile(film);
-    writer.setNumberOfFrames(sound.numFrames());
-    writer.setFileHandle(newFile("new.mp4"));
-    writer.validateAndCorrectParameters();
+    const auto errorOfSave = [&](Progress& progress) {
+        Mpeg4AACFile writer(48000.0, 16, 2);
+        writer.setFilePath(path("new.mp4"));
+        writer.setOpenedFile(film);
+        writer.setNumberOfFrames(sound.numFrames());
+        writer.setFileHandle(newFile("new.mp4"));
+        writer.validateAndCorrectParameters();
+        MaybeError error;
+        EXPECT_FALSE(writer.saveDocument(documentOfSound(sound), nullptr, progress, &error));
+        return error.value_or(Error());
+    };
+    RecordingProgress cancelled(1);
+    EXPECT_TRUE(errorOfSave(cancelled).isUserCancelled());
     SilentProgress progress;
-    MaybeError error;
-    EXPECT_FALSE(writer.saveDocument(documentOfSound(sound), nullptr, progress, &error));
-    ASSERT_TRUE(error);
-    EXPECT_TRUE(error->message.contains("changed by another program"));
+    writeBytes("film.mp4", readBytes("film.mp4").first(20000));
+    EXPECT_TRUE(errorOfSave(progress).message.contains("changed by another program"));
 }
 
 } // namespace velloria::test
