@@ -54,6 +54,8 @@ ORDER = [
     "app/window",
     "app/shell",
     "app",
+    "cli/terminal",
+    "cli/subcommands",
     "cli",
 ]
 # The two programs stand side by side: neither includes the other.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/Subcommand.h"
+#include "cli/subcommands/Subcommand.h"
 
 #include <vector>
 

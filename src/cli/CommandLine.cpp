@@ -1,10 +1,10 @@
 #include "cli/CommandLine.h"
 
 #include "cli/ArgumentParser.h"
-#include "cli/HelpText.h"
 #include "cli/ManPage.h"
-#include "cli/OutputSink.h"
-#include "cli/Terminal.h"
+#include "cli/subcommands/HelpText.h"
+#include "cli/terminal/OutputSink.h"
+#include "cli/terminal/Terminal.h"
 #include "platform/Log.h"
 
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 #include "cli/ManPage.h"
 
-#include "cli/HelpText.h"
-#include "cli/Subcommand.h"
+#include "cli/subcommands/HelpText.h"
+#include "cli/subcommands/Subcommand.h"
 
 namespace velloria::ManPage
 {
