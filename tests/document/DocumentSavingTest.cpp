@@ -599,6 +599,28 @@ TEST_F(DocumentLosses, NameAnEncodingThatAPlainSaveDoesNotKeep)
     }
 }
 
+TEST_F(DocumentLosses, NameCommentsThatOtherProgramsDoNotShow)
+{
+    makeWave("a.wav", 100, 16);
+    const auto document = open("a.wav");
+    AudioMetadata metadata = document->audioMetadata();
+    metadata.setLyrics(QStringLiteral("Grüße"));
+    const QStringList typesWithId3 = {QStringLiteral("public.aiff-audio"),
+                                      QStringLiteral("public.aifc-audio"), QStringLiteral("public.mp3"),
+                                      kWave};
+    for (const QString& comments : {QStringLiteral("Grüße"), QStringLiteral("Привет")}) {
+        metadata.setComments(comments);
+        document->undoableSetAudioMetadata(metadata);
+        for (const AudioFileType* type : AudioFileRegistry::writableTypes()) {
+            SaveRequest request = requestFor("new");
+            request.uti = type->uti;
+            EXPECT_EQ(mention(document->lossesWhenSaving(request), "may not show the comments:"),
+                      comments == QStringLiteral("Привет") && typesWithId3.contains(type->uti))
+                << type->displayName.toStdString();
+        }
+    }
+}
+
 TEST_F(DocumentLosses, NamePicturesThatATagHasNoRoomFor)
 {
     makeWave("a.wav", 100, 16);

@@ -57,6 +57,11 @@ void ChunkedFile::validateAndCorrectParameters()
     mBitsPerSample = std::min(mBitsPerSample, widestSample);
 }
 
+QStringList ChunkedFile::soundLosses() const
+{
+    return id3CommentLosses(mMetadata.dictionary());
+}
+
 QString ChunkedFile::name() const
 {
     return displayName(filePath());

@@ -14,6 +14,8 @@ public:
     bool canSavePicture(const AttachedPicture& picture) const override;
     MetadataDictionary writtenTags() const override;
     void validateAndCorrectParameters() override;
+    /// Comments that other programs may not show, as the ID3 tag holds them.
+    QStringList soundLosses() const override;
 
 protected:
     /// Chunks beyond this size are no descriptions of a recording.

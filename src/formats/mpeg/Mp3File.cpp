@@ -77,7 +77,7 @@ MaybeError Mp3File::openDecoder()
     return std::nullopt;
 }
 
-/// Sets the bit rate to the average over everything that is no tag.
+/// Sets the bit rate to the average over everything behind the tag at the file's start.
 void Mp3File::readTag()
 {
     const auto tag = ID3Data::id3DataWithFile(*fileHandle());
@@ -166,7 +166,7 @@ QStringList Mp3File::soundLosses() const
                       .arg(output->sampleRate)
                       .arg(output->bitRate / 1000)
                       .arg(effectiveBitRate() / 1000);
-    return losses;
+    return losses + id3CommentLosses(mMetadata.dictionary());
 }
 
 /// Where nobody chose a bit rate, that of the opened file's packets: its average over the whole file, which a

@@ -86,7 +86,8 @@ void TagBuilder::addText(const Id3Frame& frame, const QString& text)
 }
 
 /// The empty description between language and text ends with one byte even before UTF-16, as in all tags
-/// of this kind that exist; splitId3Description() knows it, some other programs skip such a comment.
+/// of this kind that exist; splitId3Description() knows it, some other programs skip such a comment, which
+/// id3CommentLosses() tells.
 void TagBuilder::addComment(const Id3Frame& frame, const QString& text)
 {
     const Id3EncodedText encoded = encodeId3Text(text);
@@ -138,6 +139,23 @@ bool canBeId3Picture(const AttachedPicture& picture)
     constexpr qsizetype surelySmall = id3LargestPayload / 2;
     return picture.pictureData().size() + 2 * picture.pictureDescription().size() < surelySmall ||
            picture.id3v220Data().size() <= id3LargestPayload;
+}
+
+QStringList id3CommentLosses(const MetadataDictionary& dictionary)
+{
+    QStringList names;
+    for (const Id3Frame& frame : id3Frames()) {
+        const QString text = frame.kind == Id3FrameKind::comment
+                                 ? metadataText(dictionary.value(frame.keyString()))
+                                 : QString();
+        if (encodeId3Text(text).encoding != Id3Encoding::latin1)
+            names += frame.keyString();
+    }
+    if (names.isEmpty())
+        return {};
+    return {
+        QStringLiteral("Other programs may not show the %1: there are letters in them that only Unicode has.")
+            .arg(names.join(QStringLiteral(" and ")))};
 }
 
 QByteArray generateId3Tag(const MetadataDictionary& dictionary)

@@ -100,7 +100,7 @@ bool WaveFile::isTooLongForRiff() const
 
 QStringList WaveFile::soundLosses() const
 {
-    QStringList losses = lossOfRateFraction(mSampleRate);
+    QStringList losses = ChunkedFile::soundLosses() + lossOfRateFraction(mSampleRate);
     if (isTooLongForRiff())
         losses +=
             QStringLiteral("The sound takes more than 4 GB, so that the file is written as RF64, which not "

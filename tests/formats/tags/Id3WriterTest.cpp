@@ -80,6 +80,27 @@ TEST(Id3Writer, WritesEachKindOfFrame)
     }
 }
 
+TEST(Id3Writer, NamesCommentsWhoseFormOtherProgramsDoNotRead)
+{
+    const struct {
+        MetadataDictionary dictionary;
+        QString named;
+    } cases[] = {
+        {{}, ""},
+        {{{"comments", "Grüße"}, {"lyrics", ""}, {"title", "Ж"}}, ""},
+        {{{"comments", "Ж"}, {"lyrics", "ÿ"}}, "comments"},
+        {{{"lyrics", "Ж"}}, "lyrics"},
+        {{{"comments", "‘"}, {"lyrics", "Ж"}}, "comments and lyrics"},
+    };
+    for (const auto& c : cases) {
+        const QStringList losses = id3CommentLosses(c.dictionary);
+        ASSERT_EQ(losses.size(), c.named.isEmpty() ? 0 : 1) << c.named.toStdString();
+        for (const QString& loss : losses)
+            EXPECT_TRUE(loss.startsWith("Other programs may not show the " + c.named + ":"))
+                << loss.toStdString();
+    }
+}
+
 TEST(Id3Writer, KeepsEveryKeyInTheOrderOfTheTable)
 {
     MetadataDictionary dictionary;
