@@ -64,10 +64,9 @@ void SplitSheet::addFormat()
 
 void SplitSheet::takeType()
 {
-    const std::shared_ptr<AudioFile> file = AudioFileRegistry::audioFileWithUTI(
-        mType->currentData().toString(), mDocument.sampleRate(),
-        static_cast<uint32_t>(mDocument.sampleSize()), static_cast<uint32_t>(mDocument.trackCount()));
-    const FileOptions options = file ? file->fileOptions() : FileOptions();
+    SaveRequest request;
+    request.uti = mType->currentData().toString();
+    const FileOptions options = mDocument.fileOptions(request);
     mOption->clear();
     for (const FileOption& item : options.items)
         if (item.isEnabled)

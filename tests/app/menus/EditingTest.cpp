@@ -14,6 +14,7 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QMenuBar>
+#include <QProcess>
 #include <QPushButton>
 #include <QTableView>
 
@@ -189,6 +190,22 @@ TEST_F(EditingTest, SplitsIntoTheChosenFolder)
     keepPicture(sheet, QStringLiteral("sheet-split"));
     SilentProgress progress;
     EXPECT_EQ(MarkerSplitter(window->document(), sheet.request()).run(progress).paths.size(), 3);
+}
+
+TEST_F(EditingTest, SplitsAtTheBitRateOfTheFile)
+{
+    QProcess lame;
+    lame.start(QStringLiteral("lame"), {QStringLiteral("--quiet"), QStringLiteral("-b"),
+                                        QStringLiteral("320"), QString::fromStdString(makeSound().native()),
+                                        QString::fromStdString(path("sound.mp3").native())});
+    ASSERT_TRUE(lame.waitForFinished() && lame.exitCode() == 0);
+    DocumentWindow* const window = open(path("sound.mp3"));
+    addMarkers(*window);
+    const SplitSheet sheet(window->document(), window);
+    EXPECT_EQ(sheet.request().optionTag, 320'000);
+    SaveRequest save;
+    save.uti = window->document().fileType();
+    EXPECT_EQ(sheet.request().optionTag, window->document().fileOptions(save).selectedTag);
 }
 
 TEST_F(EditingTest, KeysMoveTheCueByGridLinesAndZeroCrossings)
