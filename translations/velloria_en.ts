@@ -1614,5 +1614,30 @@ What the window shows: %3</source>
         <source>&amp;Gain:</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="message-undo">
+        <source>Undo</source>
+        <extracomment>Takes back what the message beside the button tells of</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="partial-mixdown">
+        <source>Mixing down was cancelled; what was done until then was kept.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="partial-resampling">
+        <source>Resampling was cancelled; what was done until then was kept.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="partial-paste">
+        <source>Pasting was cancelled; what was done until then was kept.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="partial-fewer-tracks">
+        <source>Fewer tracks were copied than are selected; they went to the first ones.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="partial-more-tracks">
+        <source>More tracks were copied than there are from the selection on; the last ones were left out.</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

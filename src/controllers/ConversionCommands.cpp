@@ -31,10 +31,18 @@ MaybeError ConversionCommands::mixdown(int numChannels, const QString& actionNam
     const bool isMono = numChannels == 1;
     if (isMono && mDocument.trackCount() == 1)
         return std::nullopt;
-    const std::unique_ptr<Progress> progress = mHost.beginProgress(
-        isMono ? QStringLiteral("Mixing down to mono") : QStringLiteral("Mixing down to stereo"));
-    const UndoGroup group(mDocument, actionName);
-    return isMono ? mDocument.mixdownToMono(*progress) : mDocument.mixdownToStereo(*progress);
+    MaybeError error;
+    bool wasCancelled = false;
+    {
+        const std::unique_ptr<Progress> progress = mHost.beginProgress(
+            isMono ? QStringLiteral("Mixing down to mono") : QStringLiteral("Mixing down to stereo"));
+        const UndoGroup group(mDocument, actionName);
+        error = isMono ? mDocument.mixdownToMono(*progress) : mDocument.mixdownToStereo(*progress);
+        wasCancelled = progress->isCancelled();
+    }
+    if (!error && wasCancelled)
+        mHost.resultIsPartial(PartialResult::mixdownCancelled);
+    return error;
 }
 
 MaybeError ConversionCommands::resample(double sampleRate, std::optional<double> totalTime,
@@ -51,17 +59,23 @@ MaybeError ConversionCommands::resample(double sampleRate, std::optional<double>
         return Error{Error::Code::failed, QStringLiteral("The document would become too long.")};
     const double stretch = duration / mDocument.totalTime();
     SoundSelection selection = mSelection.normalizedSelection();
-    const UndoGroup group(mDocument, actionName);
+    bool wasCancelled = false;
     {
-        const std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Resampling Audio"));
-        if (MaybeError error = mDocument.resampleTo(sampleRate, duration, *progress, mMostScratchBytes))
-            return error;
+        const UndoGroup group(mDocument, actionName);
+        {
+            const auto progress = mHost.beginProgress(QStringLiteral("Resampling Audio"));
+            if (MaybeError error = mDocument.resampleTo(sampleRate, duration, *progress, mMostScratchBytes))
+                return error;
+            wasCancelled = progress->isCancelled();
+        }
+        // The same sound stays selected.
+        selection.startTime *= stretch;
+        selection.endTime *= stretch;
+        mSelection.setSelection(selection);
+        mSelection.setSelection(mSelection.normalizedSelection());
     }
-    // The same sound stays selected.
-    selection.startTime *= stretch;
-    selection.endTime *= stretch;
-    mSelection.setSelection(selection);
-    mSelection.setSelection(mSelection.normalizedSelection());
+    if (wasCancelled)
+        mHost.resultIsPartial(PartialResult::resamplingCancelled);
     return std::nullopt;
 }
 

@@ -126,13 +126,16 @@ MaybeError EditCommands::checkRoomFor(double seconds) const
     return Error{Error::Code::failed, QStringLiteral("The document would become too long.")};
 }
 
-std::vector<AudioTrackPtr> EditCommands::tracksOfClip(const ClipboardClip& clip, int32_t numTracks,
-                                                      const QString& title, MaybeError* error)
+EditCommands::ConvertedTracks EditCommands::tracksOfClip(const ClipboardClip& clip, int32_t numTracks,
+                                                         const QString& title, MaybeError* error)
 {
     if (clip.sampleRate() == mDocument.sampleRate())
-        return clip.tracks();
+        return {clip.tracks()};
     const std::unique_ptr<Progress> progress = mHost.beginProgress(title);
-    return clip.tracks(numTracks, mDocument.sampleRate(), *progress, error);
+    ConvertedTracks converted;
+    converted.tracks = clip.tracks(numTracks, mDocument.sampleRate(), *progress, error);
+    converted.wasCancelled = progress->isCancelled();
+    return converted;
 }
 
 bool EditCommands::paste(const QString& actionName, MaybeError* error)
@@ -146,17 +149,37 @@ bool EditCommands::paste(const QString& actionName, MaybeError* error)
         failure = checkRoomFor(clip->duration());
     if (!failure)
         failure = MarkerCommands::checkMarkerCount(mDocument, clip->numMarkers());
-    std::vector<AudioTrackPtr> tracks;
+    ConvertedTracks pasted;
     if (!failure)
-        tracks = tracksOfClip(*clip, clip->numTracks(), QStringLiteral("Pasting Audio"), &failure);
+        pasted = tracksOfClip(*clip, clip->numTracks(), QStringLiteral("Pasting Audio"), &failure);
     if (failure) {
         if (error)
             *error = failure;
         return false;
     }
-    const UndoGroup group(mDocument, actionName);
-    installPasted(*clip, tracks);
+    const std::optional<PartialResult> partial = partialResultOf(pasted);
+    const TrackList before = mDocument.audioTracks();
+    {
+        const UndoGroup group(mDocument, actionName);
+        installPasted(*clip, pasted.tracks);
+    }
+    // Nothing put in place of nothing is no step.
+    if (partial && mDocument.audioTracks() != before)
+        mHost.resultIsPartial(*partial);
     return true;
+}
+
+std::optional<PartialResult> EditCommands::partialResultOf(const ConvertedTracks& pasted) const
+{
+    const SoundSelection selection = mSelection.normalizedSelection();
+    const auto numTracks = static_cast<int32_t>(pasted.tracks.size());
+    if (pasted.wasCancelled)
+        return PartialResult::pasteCancelled;
+    if (numTracks < selection.numTracks)
+        return PartialResult::fewerTracksPasted;
+    if (numTracks > mDocument.trackCount() - selection.firstTrack)
+        return PartialResult::tracksNotPasted;
+    return std::nullopt;
 }
 
 void EditCommands::installPasted(const ClipboardClip& clip, const std::vector<AudioTrackPtr>& tracks)

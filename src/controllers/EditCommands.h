@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace velloria
@@ -28,7 +29,9 @@ public:
     void cut(const QString& actionName);
     bool canPaste() const;
     /// Sound of another rate is converted on the way, with progress; cancelled, what was converted until then
-    /// is pasted. False when there is nothing on the clipboard or the conversion fails; `error` says why.
+    /// is pasted. Fewer tracks than are selected go to the first ones, tracks beyond the last are left out;
+    /// the host is told. False when there is nothing on the clipboard or the conversion fails; `error` says
+    /// why.
     bool paste(const QString& actionName, MaybeError* error);
     /// At the selection's start, on its tracks; the silence is selected then.
     MaybeError insertSilence(double seconds, const QString& actionName);
@@ -50,12 +53,18 @@ public:
 
     /// What is wrong with making the document longer by so much, if anything.
     MaybeError checkRoomFor(double seconds) const;
+    struct ConvertedTracks {
+        std::vector<AudioTrackPtr> tracks;
+        /// They end where the work stood.
+        bool wasCancelled = false;
+    };
     /// The clip's tracks at the document's rate, with a progress face where they must be converted.
-    std::vector<AudioTrackPtr> tracksOfClip(const ClipboardClip& clip, int32_t numTracks,
-                                            const QString& title, MaybeError* error);
+    ConvertedTracks tracksOfClip(const ClipboardClip& clip, int32_t numTracks, const QString& title,
+                                 MaybeError* error);
 
 private:
     void replaceSelection(const SoundSelection& selection, const AudioClipPtr& clip);
+    std::optional<PartialResult> partialResultOf(const ConvertedTracks& pasted) const;
     void installPasted(const ClipboardClip& clip, const std::vector<AudioTrackPtr>& tracks);
     void pasteMarkers(const ClipboardClip& clip, int64_t start, int64_t end, int64_t numFrames);
 

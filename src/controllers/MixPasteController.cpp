@@ -61,7 +61,7 @@ MaybeError MixPasteController::performMixPaste(const QString& actionName)
         return error;
     Target target = targetOf(*clip);
     MaybeError error;
-    const std::vector<AudioTrackPtr> tracks = mController.editing().tracksOfClip(
+    const auto [tracks, wasCancelled] = mController.editing().tracksOfClip(
         *clip, target.numTracks, QStringLiteral("Resampling audio"), &error);
     if (error)
         return error;
@@ -73,10 +73,17 @@ MaybeError MixPasteController::performMixPaste(const QString& actionName)
     if (target.numFrames < 0)
         target.numFrames = tracks.front()->length();
     const auto clips = mixedClips(tracks, target, &error);
-    if (error)
+    if (error || clips.empty() || clips.front()->numFrames() < 1)
         return error;
-    const UndoGroup group(mController.document(), actionName);
-    install(clips, target);
+    const bool hasFewerTracks = target.numTracks < mController.selection().normalizedSelection().numTracks;
+    {
+        const UndoGroup group(mController.document(), actionName);
+        install(clips, target);
+    }
+    if (wasCancelled || clips.front()->numFrames() < target.numFrames)
+        mController.host().resultIsPartial(PartialResult::pasteCancelled);
+    else if (hasFewerTracks)
+        mController.host().resultIsPartial(PartialResult::fewerTracksPasted);
     return std::nullopt;
 }
 
@@ -119,8 +126,6 @@ void MixPasteController::install(const std::vector<std::shared_ptr<MutableAudioC
                                  const Target& target)
 {
     SoundDocument& document = mController.document();
-    if (clips.empty() || clips.front()->numFrames() < 1)
-        return;
     while (document.trackCount() < target.firstTrack + target.numTracks)
         document.insertInTracks(AudioTrack::track());
     if (target.numMissingFrames > 0) {

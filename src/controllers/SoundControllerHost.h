@@ -13,6 +13,15 @@ namespace velloria
 
 class WaveformViewGeometry;
 
+/// What makes the result of a command less than its person may think.
+enum class PartialResult {
+    mixdownCancelled,    ///< the sound ends where the work stood
+    resamplingCancelled, ///< likewise
+    pasteCancelled,      ///< likewise, of what was pasted or mixed in
+    fewerTracksPasted,   ///< fewer were copied than are selected; they went to the first ones
+    tracksNotPasted,     ///< more were copied than the document has from the selection on
+};
+
 /// What a command needs of the window (or the terminal) that runs it.
 class CommandHost
 {
@@ -23,6 +32,9 @@ public:
 
     /// A progress face for one long operation; it goes away with the object.
     virtual std::unique_ptr<Progress> beginProgress(const QString& title) = 0;
+
+    /// The step that a command just made stays, but is worth a word and an offer to take it back.
+    virtual void resultIsPartial(PartialResult) {}
 };
 
 /// What is told to whoever shows the document. Nothing of it has to be answered.

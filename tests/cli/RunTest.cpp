@@ -104,6 +104,25 @@ TEST_F(RunTest, SavesNothingThatIsNoFiniteNumber)
     expectFailure({"run", "in.wav", "amplify Gain=200.1", "-o", "out.wav"}, 2, "from -200 to 200");
 }
 
+TEST_F(RunTest, SaysWhichTracksAPasteDidNotReach)
+{
+    makeNoise("mono.wav", 100, 1);
+    makeNoise("stereo.wav", 100, 2);
+    const struct {
+        const char* target;
+        const char* copied;
+        const char* words;
+    } cases[] = {{"stereo.wav", "copy File=mono.wav", "they went to the first ones"},
+                 {"mono.wav", "copy File=stereo.wav", "the last ones were left out"},
+                 {"stereo.wav", "copy", ""}};
+    for (const auto& each : cases) {
+        const test::Outcome outcome = cli({"run", each.target, each.copied, "paste"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.errorLines().size(), each.words[0] ? 1 : 0) << outcome.errors.toStdString();
+        EXPECT_TRUE(outcome.errors.contains(each.words)) << outcome.errors.toStdString();
+    }
+}
+
 TEST_F(RunTest, SaysThatLoudSoundIsClipped)
 {
     makeNoise("in.wav", 1000);

@@ -17,6 +17,7 @@ public:
         calls += QStringLiteral("progress ") + title;
         return std::make_unique<ProgressRecorder>(cancelAfter);
     }
+    void resultIsPartial(PartialResult result) override { partialResults.push_back(result); }
     void selectionDidChange() override { calls += QStringLiteral("selection"); }
     void cueDidChange() override { calls += QStringLiteral("cue"); }
     void documentDidReload() override { calls += QStringLiteral("reload"); }
@@ -30,6 +31,7 @@ public:
 
     QStringList calls;
     QStringList losses;
+    std::vector<PartialResult> partialResults;
     std::vector<std::pair<int64_t, int64_t>> drawn;
     bool answer = true;
     size_t cancelAfter = SIZE_MAX;

@@ -6,6 +6,7 @@
 #include "document/AudioClipboard.h"
 
 #include <cmath>
+#include <functional>
 
 namespace velloria
 {
@@ -70,6 +71,39 @@ TEST(ConversionCommands, SelectionFollowsTheSoundToAnotherRate)
     }
     EXPECT_TRUE(window.controller.conversions().resample(8000, 0.0, {}));
     EXPECT_TRUE(window.controller.conversions().resample(8000, 1e300, {}));
+}
+
+TEST(ConversionCommands, TellWhatIsCutShortAfterTheStep)
+{
+    struct Case {
+        std::function<MaybeError(ConversionCommands&)> convert;
+        size_t cancelAfter;
+        std::vector<PartialResult> told;
+    };
+    const auto mixdown = [](ConversionCommands& commands) { return commands.mixdown(1, {}); };
+    const auto resample = [](ConversionCommands& commands) {
+        return commands.resample(22'050, std::nullopt, {});
+    };
+    const Case cases[] = {{mixdown, SIZE_MAX, {}},
+                          {mixdown, 2, {PartialResult::mixdownCancelled}},
+                          {resample, SIZE_MAX, {}},
+                          {resample, 1, {PartialResult::resamplingCancelled}}};
+    for (const Case& each : cases) {
+        Window window({kit::noise(200'000, 1), kit::noise(200'000, 2)});
+        window.host.cancelAfter = each.cancelAfter;
+        EXPECT_FALSE(each.convert(window.controller.conversions()));
+        EXPECT_EQ(window.host.partialResults, each.told);
+        EXPECT_EQ(window.document->undoManager().count(), 1);
+        window.controller.editing().undo();
+        EXPECT_EQ(kit::samplesOf(*window.document),
+                  (kit::TrackSamples{kit::noise(200'000, 1), kit::noise(200'000, 2)}));
+    }
+    // What fails leaves nothing to tell of.
+    Window window({kit::noise(200'000, 1), kit::noise(200'000, 2)});
+    window.host.cancelAfter = 1;
+    const kit::FileSizeLimit limit(1000);
+    EXPECT_TRUE(mixdown(window.controller.conversions()));
+    EXPECT_TRUE(window.host.partialResults.empty());
 }
 
 TEST(ConversionCommands, AddsAndRemovesTracks)

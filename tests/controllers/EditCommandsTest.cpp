@@ -55,6 +55,7 @@ TEST_F(EditCommandsTest, PastesIntoAnotherDocument)
     EXPECT_EQ(target.markers(), (Positions{39, 60, 40, 50, 60}));
     EXPECT_EQ(target.selectedFrames(), std::pair(int64_t{40}, int64_t{60}));
     EXPECT_EQ(target.document->undoManager().undoText(), QStringLiteral("Paste"));
+    EXPECT_TRUE(target.host.partialResults.empty());
     target.controller.editing().undo();
     EXPECT_EQ(kit::samplesOf(*target.document, 0), kit::ramp(100, 20'001));
     EXPECT_EQ(target.markers(), (Positions{39, 40, 49, 50}));
@@ -75,6 +76,53 @@ TEST_F(EditCommandsTest, DropsPastedTracksBeyondTheLast)
               joined({kit::ramp(10, 2001), kit::ramp(50, 1), kit::ramp(80, 2021)}));
     EXPECT_EQ(target.markers(), (Positions{90})) << "the first track is not among those pasted into";
     EXPECT_EQ(target.controller.selection().value().numTracks, 1);
+    EXPECT_EQ(target.host.partialResults, std::vector{PartialResult::tracksNotPasted});
+}
+
+TEST_F(EditCommandsTest, TellsThatFewerTracksGoToTheFirstOnes)
+{
+    Window source({kit::ramp(50, 1)});
+    Window target({kit::ramp(100, 1), kit::ramp(100, 2001)});
+    target.select(10, 10);
+    source.select(20, 20);
+    source.controller.editing().copy();
+    ASSERT_TRUE(target.controller.editing().paste({}, nullptr));
+    EXPECT_TRUE(target.host.partialResults.empty()) << "nothing went anywhere";
+
+    source.select(0, 50);
+    source.controller.editing().copy();
+    target.select(10, 10);
+    ASSERT_TRUE(target.controller.editing().paste({}, nullptr));
+    EXPECT_EQ(kit::samplesOf(*target.document, 0),
+              joined({kit::ramp(10, 1), kit::ramp(50, 1), kit::ramp(90, 11)}));
+    EXPECT_EQ(kit::samplesOf(*target.document, 1), kit::ramp(100, 2001));
+    EXPECT_EQ(target.host.partialResults, std::vector{PartialResult::fewerTracksPasted});
+    target.select(10, 10, 1, 1);
+    ASSERT_TRUE(target.controller.editing().paste({}, nullptr));
+    EXPECT_EQ(target.host.partialResults.size(), 1U) << "as many as are selected";
+}
+
+TEST_F(EditCommandsTest, ACancelledConversionPastesWhatWasConverted)
+{
+    Window source({kit::noise(400'000, 1), kit::noise(400'000, 2)});
+    kit::setMarkers(*source.document, {101, 399'999});
+    source.select(0, 400'000);
+    source.controller.editing().copy();
+    Window target({kit::ramp(1000, 1), kit::ramp(1000, 1)});
+    target.document->undoableSetSampleRate(22'050.0);
+    target.document->undoManager().clear();
+    target.select(100, 200);
+    target.host.cancelAfter = 1;
+    EXPECT_TRUE(target.controller.editing().paste(QStringLiteral("Paste"), nullptr));
+    // A round of the first track, the one at which the work stood; every marker comes along.
+    EXPECT_EQ((*target.document->audioTracks())[0]->length(), 900 + 65'536);
+    EXPECT_EQ(kit::samplesOf(*target.document, 1), kit::ramp(1000, 1));
+    EXPECT_EQ(target.markers(), (Positions{150, 100 + 199'999}));
+    EXPECT_EQ(target.selectedFrames(), std::pair(int64_t{100}, int64_t{100 + 65'536}));
+    EXPECT_EQ(target.host.partialResults, std::vector{PartialResult::pasteCancelled});
+    EXPECT_EQ(target.document->undoManager().count(), 1);
+    target.controller.editing().undo();
+    EXPECT_EQ(kit::samplesOf(*target.document), (kit::TrackSamples{kit::ramp(1000, 1), kit::ramp(1000, 1)}));
 }
 
 TEST_F(EditCommandsTest, SaysWhyItCannotPaste)

@@ -69,18 +69,57 @@ TEST(MixPasteController, StaysWithinTheSelectionWhenAskedTo)
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{300}, int64_t{450}));
 }
 
-TEST(MixPasteController, IsUnchangedByAFullDiskAndByNothingCopied)
+TEST(MixPasteController, ACancelledMixKeepsTheBlocksThatWereMixed)
+{
+    copyAll({FloatBuffer(5000, 0.25F)});
+    for (const size_t numBlocks : {size_t{0}, size_t{2}}) {
+        Window window({FloatBuffer(5000, 0.5F)});
+        window.select(100, 100);
+        window.host.cancelAfter = numBlocks;
+        MixPasteController mix(window.controller);
+        EXPECT_FALSE(mix.performMixPaste({}));
+        FloatBuffer expected(5000, 0.5F);
+        std::fill_n(expected.begin() + 100, 1024 * numBlocks, 0.75F);
+        EXPECT_EQ(kit::samplesOf(*window.document, 0).size(), numBlocks == 0 ? 5000U : 5100U);
+        const FloatBuffer mixed = window.document->sampleDataAtOffset(0, 5000, 0);
+        EXPECT_EQ(mixed, expected);
+        // Where nothing was done there is nothing to take back.
+        EXPECT_EQ(window.document->undoManager().count(), numBlocks == 0 ? 0 : 1);
+        EXPECT_EQ(window.host.partialResults,
+                  numBlocks == 0 ? std::vector<PartialResult>() : std::vector{PartialResult::pasteCancelled});
+    }
+    Window wide({FloatBuffer(5000), FloatBuffer(5000)});
+    wide.select(0, 5000);
+    EXPECT_FALSE(MixPasteController(wide.controller).performMixPaste({}));
+    EXPECT_EQ(wide.host.partialResults, std::vector{PartialResult::fewerTracksPasted});
+}
+
+TEST(MixPasteController, LogsWhatItCannotMix)
+{
+    Window window({FloatBuffer(100)});
+    MixPasteController mix(window.controller);
+    const LogCapture log;
+    AudioClipboard::clipboard().setContents(nullptr);
+    EXPECT_FALSE(mix.performMixPaste({}));
+    AudioClipboard::clipboard().setContents(ClipboardClip::clipWithSampleRate(44'100));
+    EXPECT_FALSE(mix.performMixPaste({}));
+    EXPECT_TRUE(mix.mixedData({}, {}).empty());
+    EXPECT_EQ(log.logged(),
+              QStringList({QStringLiteral("-[MixPasteController performMixPaste] clip == nil"),
+                           QStringLiteral("-[MixPasteController performMixPaste] tracks count < 1"),
+                           QStringLiteral("-[MixPasteController mixedData...] parameter error")}));
+    EXPECT_EQ(window.document->undoManager().count(), 0);
+}
+
+TEST(MixPasteController, IsUnchangedByAFullDisk)
 {
     Window window({FloatBuffer(500'000)});
     MixPasteController mix(window.controller);
-    AudioClipboard::clipboard().setContents(nullptr);
-    EXPECT_FALSE(mix.performMixPaste({}));
     copyAll({kit::noise(400'000, 1), kit::noise(400'000, 1)});
     const kit::FileSizeLimit limit(100'000);
     EXPECT_TRUE(mix.performMixPaste({}));
     EXPECT_EQ(window.document->trackCount(), 1);
     EXPECT_EQ(window.document->undoManager().count(), 0);
-    EXPECT_TRUE(mix.mixedData({}, {}).empty());
 }
 
 } // namespace velloria

@@ -6,9 +6,12 @@
 #include <QAccessible>
 #include <QCoreApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
+#include <QPushButton>
 #include <QToolButton>
+#include <QUndoStack>
 
 namespace velloria
 {
@@ -16,6 +19,9 @@ namespace velloria
 MessageBar::MessageBar(QWidget* parent)
     : QWidget(parent)
     , mText(new QLabel(this))
+    //: Takes back what the message beside the button tells of
+    //% "Undo"
+    , mUndo(new QPushButton(qtTrId("message-undo"), this))
 {
     mText->setWordWrap(true);
     mText->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -23,25 +29,58 @@ MessageBar::MessageBar(QWidget* parent)
     auto* const close = new QToolButton(this);
     close->setAutoRaise(true);
     close->setIcon(ThemedIcon::named(QStringLiteral("close")));
-    close->setFocusPolicy(Qt::NoFocus);
+    close->setFocusPolicy(Qt::TabFocus);
+    close->installEventFilter(this);
     //% "Close this message"
     close->setToolTip(qtTrId("message-close"));
     close->setAccessibleName(close->toolTip());
     connect(close, &QToolButton::clicked, this, &QWidget::hide);
+    mUndo->setFocusPolicy(Qt::TabFocus);
+    mUndo->setAutoDefault(true); // Return presses it
+    mUndo->installEventFilter(this);
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(14, 6, 8, 6);
     layout->addWidget(mText, 1);
+    layout->addWidget(mUndo);
     layout->addWidget(close);
     hide();
 }
 
 void MessageBar::showMessage(const QString& message)
 {
+    mOffer.reset();
+    mUndo->hide();
     mText->setText(message);
     mText->setAccessibleName(message);
     show();
     QAccessibleEvent event(mText, QAccessible::Alert);
     QAccessible::updateAccessibility(&event);
+}
+
+void MessageBar::offerUndo(const QString& message, QUndoStack& history)
+{
+    showMessage(message);
+    mUndo->show();
+    mOffer = std::make_unique<QObject>();
+    connect(mUndo, &QPushButton::clicked, mOffer.get(), [&history] { history.undo(); });
+    connect(&history, &QUndoStack::indexChanged, mOffer.get(), [this] { hide(); });
+    connect(&history, &QObject::destroyed, mOffer.get(), [this] { hide(); });
+}
+
+bool MessageBar::offersUndo() const
+{
+    return !isHidden() && !mUndo->isHidden();
+}
+
+/// The keys that press a button are commands of the window elsewhere.
+bool MessageBar::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::ShortcutOverride) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter)
+            event->accept();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 QString MessageBar::message() const

@@ -1,14 +1,17 @@
 #pragma once
 
 #include <QWidget>
+#include <memory>
 
 class QLabel;
+class QPushButton;
+class QUndoStack;
 
 namespace velloria
 {
 
 /// A line over the waveform that says something which nobody has to answer; it goes when it is closed or the
-/// matter is settled.
+/// matter is settled. What was done can be offered to be undone.
 class MessageBar : public QWidget
 {
     Q_OBJECT
@@ -17,13 +20,20 @@ public:
     explicit MessageBar(QWidget* parent = nullptr);
 
     void showMessage(const QString& message);
+    /// With a button that takes the last step back; message and offer go when the history moves or ends.
+    void offerUndo(const QString& message, QUndoStack& history);
     QString message() const;
+    bool offersUndo() const;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QLabel* mText;
+    QPushButton* mUndo;
+    /// What an offer hears of its history; it ends with the offer.
+    std::unique_ptr<QObject> mOffer;
 };
 
 } // namespace velloria

@@ -112,6 +112,8 @@ void DocumentWindow::replaceDocument(std::shared_ptr<SoundDocument> document)
     adopt(std::move(document));
     mHistory->setStack(&this->document().undoManager());
     mMarkerList->setDocument(mController->sharedDocument());
+    if (mMessageBar->offersUndo())
+        mMessageBar->hide();
     mView->context().documentDidReload();
     mView->context().cueDidChange();
     mView->context().zoomToDefault();

@@ -68,6 +68,7 @@ public:
     std::unique_ptr<Progress> beginProgress(const QString& title) override;
 
     // SoundControllerHost (DocumentWindowHost.cpp)
+    void resultIsPartial(PartialResult result) override;
     void selectionDidChange() override;
     void cueDidChange() override;
     void documentDidReload() override;

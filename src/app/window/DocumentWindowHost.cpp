@@ -21,6 +21,31 @@ std::unique_ptr<Progress> DocumentWindow::beginProgress(const QString& title)
     return std::make_unique<ProgressSheet>(title, this);
 }
 
+void DocumentWindow::resultIsPartial(PartialResult result)
+{
+    const auto text = [result] {
+        switch (result) {
+        case PartialResult::mixdownCancelled:
+            //% "Mixing down was cancelled; what was done until then was kept."
+            return qtTrId("partial-mixdown");
+        case PartialResult::resamplingCancelled:
+            //% "Resampling was cancelled; what was done until then was kept."
+            return qtTrId("partial-resampling");
+        case PartialResult::pasteCancelled:
+            //% "Pasting was cancelled; what was done until then was kept."
+            return qtTrId("partial-paste");
+        case PartialResult::fewerTracksPasted:
+            //% "Fewer tracks were copied than are selected; they went to the first ones."
+            return qtTrId("partial-fewer-tracks");
+        case PartialResult::tracksNotPasted:
+            //% "More tracks were copied than there are from the selection on; the last ones were left out."
+            return qtTrId("partial-more-tracks");
+        }
+        return QString();
+    };
+    mMessageBar->offerUndo(text(), document().undoManager());
+}
+
 void DocumentWindow::selectionDidChange()
 {
     mView->context().selectionDidChange();
@@ -80,8 +105,8 @@ void DocumentWindow::transportDidChange()
         updateEditing();
         mMenus->update();
     }
-    // What kept it from playing or recording is settled.
-    if (mController->transport().isPlaying() || isRecording)
+    // What kept it from playing or recording is settled. A step can be taken back while it is heard.
+    if (isRecording || (mController->transport().isPlaying() && !mMessageBar->offersUndo()))
         mMessageBar->hide();
 }
 

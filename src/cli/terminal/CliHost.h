@@ -15,6 +15,16 @@ public:
     {
         return std::make_unique<TerminalProgress>(title);
     }
+    /// What was cancelled ends the program, which says so; the others get a line.
+    void resultIsPartial(PartialResult result) override
+    {
+        if (result == PartialResult::fewerTracksPasted)
+            Terminal::say(
+                QStringLiteral("Fewer tracks were copied than are selected; they went to the first ones."));
+        else if (result == PartialResult::tracksNotPasted)
+            Terminal::say(QStringLiteral("More tracks were copied than there are from the selection on; the "
+                                         "last ones were left out."));
+    }
 
 private:
     void showError(const QString& message) override { Terminal::say(message); }

@@ -1,6 +1,8 @@
 #include "app/kit/AppTestKit.h"
+#include "app/menus/DocumentMenus.h"
 #include "app/menus/EditActions.h"
 #include "app/preferences/Settings.h"
+#include "app/progress/MessageBar.h"
 #include "app/sheets/EditSheets.h"
 #include "app/sheets/FormSheet.h"
 #include "app/sheets/SplitSheet.h"
@@ -206,6 +208,56 @@ TEST_F(EditingTest, SplitsAtTheBitRateOfTheFile)
     SaveRequest save;
     save.uti = window->document().fileType();
     EXPECT_EQ(sheet.request().optionTag, window->document().fileOptions(save).selectedTag);
+}
+
+TEST_F(EditingTest, SaysWhatAPasteDidAndTakesItBack)
+{
+    DocumentWindow* const window = open(makeSound());
+    MessageBar& bar = part<MessageBar>(*window);
+    const int64_t whole = window->document().numberOfFrames();
+    window->controller().selection().setSelection({0.1, 0.2, 0, 1});
+    window->menus().edit().copyAction()->trigger();
+    const auto paste = [&] {
+        window->controller().selection().setSelection({0.5, 0.5, 0, 2});
+        window->menus().edit().pasteAction()->trigger();
+        EXPECT_EQ(window->document().numberOfFrames(), whole + 4410);
+    };
+    paste();
+    EXPECT_TRUE(bar.message().contains(QStringLiteral("first ones")));
+    keepPicture(*window, QStringLiteral("message-undo"));
+    const QPalette light = QApplication::palette();
+    QApplication::setPalette(ThemePalettes::dark());
+    QTest::qWait(50);
+    keepPicture(*window, QStringLiteral("message-undo-dark"));
+    QApplication::setPalette(light);
+
+    // By the keyboard alone; Space and Return do not play or go to the start there.
+    for (const int key : {Qt::Key_Space, Qt::Key_Return}) {
+        ASSERT_TRUE(bar.offersUndo());
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+        window->view().setFocus();
+        const auto* const undo = bar.findChild<QPushButton*>();
+        for (int i = 0; i < 30 && !undo->hasFocus(); ++i)
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        ASSERT_TRUE(undo->hasFocus());
+        QTest::keyClick(QApplication::focusWidget(), static_cast<Qt::Key>(key));
+        EXPECT_EQ(window->document().numberOfFrames(), whole);
+        EXPECT_FALSE(window->controller().transport().isPlaying());
+        EXPECT_EQ(bar.message(), QString());
+        paste();
+    }
+
+    // The next step is not the one that the button speaks of.
+    window->controller().editing().insertSilence(0.1, QStringLiteral("Silence"));
+    EXPECT_EQ(bar.message(), QString());
+    // Nor is what another matter says to be undone.
+    window->resultIsPartial(PartialResult::mixdownCancelled);
+    EXPECT_TRUE(bar.message().startsWith(QStringLiteral("Mixing down was cancelled")));
+    window->playbackFailed(QStringLiteral("No device."));
+    EXPECT_FALSE(bar.offersUndo());
+    window->menus().edit().undoAction()->trigger();
+    EXPECT_TRUE(bar.message().contains(QStringLiteral("No device.")));
 }
 
 TEST_F(EditingTest, KeysMoveTheCueByGridLinesAndZeroCrossings)
