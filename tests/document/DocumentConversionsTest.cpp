@@ -109,6 +109,40 @@ TEST(DocumentConversions, ACancelledConversionEndsWithTheTrackThatItStoodIn)
     EXPECT_EQ(converted.front()->length(), 65'536);
 }
 
+TEST(DocumentConversions, ACancelledResamplingMovesMarkersAndThenTheRateAllTheSame)
+{
+    /// What the document has when the markers are told.
+    class Observer : public kit::ControllerRecorder
+    {
+    public:
+        explicit Observer(SoundDocument& document)
+            : ControllerRecorder(document)
+            , observed(document)
+        {
+        }
+        void markersDidChange() override { seen.emplace_back(observed.trackCount(), observed.sampleRate()); }
+
+        SoundDocument& observed;
+        std::vector<std::pair<int32_t, double>> seen;
+    };
+    const kit::TrackSamples before = {kit::noise(400'000, 1), kit::noise(400'000, 2)};
+    const auto document = kit::documentOf(before);
+    kit::setMarkers(*document, {1, 399'999});
+    document->undoManager().clear();
+    Observer observer(*document);
+    kit::ProgressRecorder progress(1);
+    EXPECT_FALSE(document->resampleTo(22'050, document->totalTime(), progress));
+    ASSERT_EQ(document->trackCount(), 1);
+    EXPECT_EQ(document->numberOfFrames(), 65'536);
+    // Halves are rounded away from 0, also beyond the end.
+    EXPECT_EQ(kit::positionsOf(*document->audioMarkers()), (std::vector<int64_t>{1, 200'000}));
+    EXPECT_EQ(observer.seen, (std::vector{std::pair(int32_t{1}, 44'100.0)}));
+    EXPECT_EQ(document->sampleRate(), 22'050);
+    document->undoManager().undo();
+    EXPECT_EQ(kit::samplesOf(*document), before);
+    EXPECT_EQ(document->sampleRate(), 44'100);
+}
+
 TEST(DocumentConversions, AFullDiskLeavesTheDocumentAsItWas)
 {
     const auto document = kit::documentOf({kit::noise(300'000, 1), kit::noise(300'000, 2)});

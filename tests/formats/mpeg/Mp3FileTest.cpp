@@ -166,6 +166,19 @@ TEST_F(Mp3FileTest, ReadsTagsAndTheRateOfTheSoundAlone)
     }
 }
 
+TEST_F(Mp3FileTest, CountsEverythingBehindTheTagIntoTheBitRate)
+{
+    makeMp3("a.mp3", testSound(22050, 2), "-b 128");
+    const QByteArray sound = readBytes("a.mp3");
+    const auto id3v1 = QByteArray("TAG").leftJustified(128, 'x');
+    writeBytes("b.mp3", tag(3, QByteArray(3000, '\0')) + sound + id3v1);
+    const auto file = open("b.mp3");
+    ASSERT_TRUE(file);
+    ASSERT_EQ(file->numberOfFrames(), 22050);
+    // In half a second.
+    EXPECT_EQ(file->bitRate(), (sound.size() + 128) * 8 * 2);
+}
+
 TEST_F(Mp3FileTest, OffersTheBitRatesOfTheFormatAndTakesTheNearest)
 {
     Mp3File file(44100.0, 16, 2);

@@ -23,7 +23,9 @@ TEST(VorbisCommentsTest, EntriesBecomeTheDictionary)
     VorbisComments comments;
     for (const char* entry : {"Title=A=B", "ARTIST=one", "artist=two", "Artist=two", "track number=3/4",
                               "YEAR=", "no equals", "=nothing", "mood=1999", "Mood=2000", "ENCODED-BY=me",
-                              "ENCODER=some", "GENRE=\xFFx", "METADATA_BLOCK_PICTURE=AAAA"})
+                              "ENCODER=some", "GENRE=\xFFx", "METADATA_BLOCK_PICTURE=AAAA",
+                              // What the dictionary calls its pictures is no name for a text.
+                              "ATTACHED PICTURES=\x89PNG"})
         comments.add(entry);
     const MetadataDictionary expected = {{"title", "A=B"},
                                          {"artist", "one; two"},
@@ -32,7 +34,7 @@ TEST(VorbisCommentsTest, EntriesBecomeTheDictionary)
     EXPECT_EQ(comments.dictionary(), expected);
     const FileLedger ledger = ledgerOf(comments);
     EXPECT_EQ(ledger.namesNotKept(ItemKind::tag),
-              QStringList({"“no equals”", "“nothing”", "mood (2 times)", "encoded-by"}));
+              QStringList({"“no equals”", "“nothing”", "mood (2 times)", "encoded-by", "attached pictures"}));
     EXPECT_EQ(ledger.namesNotKept(ItemKind::part), QStringList("picture"));
     EXPECT_EQ(ledger.namesNotKept(ItemKind::value), QStringList("artist “one”, “two” becomes “one; two”"));
 }
