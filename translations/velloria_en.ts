@@ -144,7 +144,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="edit-select-tracks">
-        <source>Select &amp;Tracks</source>
+        <source>Select Trac&amp;ks</source>
+        <oldsource>Select &amp;Tracks</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="edit-insert-marker">
@@ -761,7 +762,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="view-snap">
-        <source>S&amp;nap to</source>
+        <source>Sn&amp;ap to</source>
+        <oldsource>S&amp;nap to</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="view-show-overview">
@@ -958,11 +960,13 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="marker-show-grid">
-        <source>Show Gri&amp;d</source>
+        <source>Show Gr&amp;id</source>
+        <oldsource>Show Gri&amp;d</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="marker-grid-settings">
-        <source>Grid Settin&amp;gs…</source>
+        <source>Grid S&amp;ettings…</source>
+        <oldsource>Grid Settin&amp;gs…</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="marker-rename">
@@ -1011,7 +1015,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="sound-stereo">
-        <source>Mix Down to &amp;Stereo</source>
+        <source>Mix Down to S&amp;tereo</source>
+        <oldsource>Mix Down to &amp;Stereo</oldsource>
         <translation type="unfinished"></translation>
     </message>
     <message id="sound-resample">

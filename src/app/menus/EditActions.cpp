@@ -118,7 +118,7 @@ void EditActions::addSelection(QMenu& menu)
     //% "Select to End"
     Commands::add(menu, qtTrId("edit-select-to-end"), {QKeySequence(Qt::CTRL | Qt::Key_BracketRight)},
                   [this] { mWindow.controller().selection().selectToEnd(); });
-    //% "Select &Tracks"
+    //% "Select Trac&ks"
     mTracks = menu.addMenu(qtTrId("edit-select-tracks"));
     connect(mTracks, &QMenu::aboutToShow, this, &EditActions::fillTracks);
 }

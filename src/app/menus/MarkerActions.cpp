@@ -68,9 +68,9 @@ void MarkerActions::addSettings(QMenu& menu, QAction& listToggle)
     menu.addSeparator();
     //% "Snap to G&rid"
     addSetting(menu, qtTrId("marker-snap-grid"), Settings::snapsToGrid);
-    //% "Show Gri&d"
+    //% "Show Gr&id"
     addSetting(menu, qtTrId("marker-show-grid"), Settings::showsGrid);
-    //% "Grid Settin&gs…"
+    //% "Grid S&ettings…"
     Commands::add(menu, qtTrId("marker-grid-settings"), {},
                   [this] { EditSheets::gridSettings(mWindow.widget()); });
 }

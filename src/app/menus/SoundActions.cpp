@@ -31,7 +31,7 @@ SoundActions::SoundActions(MenuHost& window, QMenuBar& menuBar)
     });
     //% "Mix Down to &Mono"
     mMono = Commands::add(menu, qtTrId("sound-mono"), {}, [this] { mixdown(1, *mMono); });
-    //% "Mix Down to &Stereo"
+    //% "Mix Down to S&tereo"
     mStereo = Commands::add(menu, qtTrId("sound-stereo"), {}, [this] { mixdown(2, *mStereo); });
     menu.addSeparator();
     //% "&Change Sample Rate…"

@@ -132,7 +132,7 @@ void ViewActions::addScale(QMenu& menu)
 
 void ViewActions::addToggles(QMenu& menu)
 {
-    //% "S&nap to"
+    //% "Sn&ap to"
     QMenu* const snap = menu.addMenu(qtTrId("view-snap"));
     //% "Markers"
     addSetting(*snap, qtTrId("view-snap-markers"), Settings::snapsToMarkers);

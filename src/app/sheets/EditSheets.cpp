@@ -191,6 +191,7 @@ void EditSheets::gridSettings(QWidget& window)
             unit->addItem(qtTrId("grid-tempo"), static_cast<int>(SnapSettings::kBeatsPerMinute));
         unit->setCurrentIndex(std::max(0, unit->findData(static_cast<int>(units))));
         auto* const row = new QHBoxLayout;
+        row->setSpacing(8);
         row->addWidget(field);
         row->addWidget(unit, 1);
         sheet.form().addRow(label, row);

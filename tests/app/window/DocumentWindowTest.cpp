@@ -23,6 +23,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
@@ -438,6 +439,24 @@ TEST_F(DocumentWindowTest, EveryKeyBelongsToOneCommand)
     // Reserved.
     for (const char* key : {"5", "6", "7", "8"})
         EXPECT_FALSE(taken.contains(QKeySequence(QString::fromLatin1(key)))) << key;
+}
+
+TEST_F(DocumentWindowTest, NoTwoItemsOfAMenuHaveTheSameMnemonic)
+{
+    DocumentWindow* const window = open(makeSound());
+    QList<QWidget*> menus = {window->menuBar()};
+    for (QMenu* const menu : window->menuBar()->findChildren<QMenu*>())
+        menus << menu;
+    EXPECT_GT(menus.size(), 12);
+    for (const QWidget* const menu : menus) {
+        QSet<QKeySequence> taken;
+        for (const QAction* const action : menu->actions()) {
+            const QKeySequence key = QKeySequence::mnemonic(action->text());
+            EXPECT_FALSE(taken.contains(key)) << action->text().toStdString();
+            if (!key.isEmpty())
+                taken.insert(key);
+        }
+    }
 }
 
 } // namespace velloria::test
