@@ -260,10 +260,13 @@ bool LeftOverSound::isPersons() const
     return !label || label->use == ScratchLabel::Use::recording || label->use == ScratchLabel::Use::document;
 }
 
-std::vector<LeftOverSound> LeftOverSounds::find(const std::vector<std::filesystem::path>& files)
+std::vector<LeftOverSound> LeftOverSounds::find(const std::vector<std::filesystem::path>& files,
+                                                const std::function<bool()>& isStopped)
 {
     std::vector<Part> parts;
     for (const std::filesystem::path& file : files) {
+        if (isStopped())
+            return {};
         if (std::optional<Part> part = partOf(file))
             parts.push_back(std::move(*part));
     }

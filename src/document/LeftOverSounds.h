@@ -2,6 +2,8 @@
 
 #include "document/SoundDocument.h"
 
+#include <functional>
+
 namespace velloria
 {
 
@@ -31,7 +33,10 @@ namespace LeftOverSounds
 {
 /// Puts together the files of ScratchFolder::leftOvers() whose notes say that they are tracks of one sound; a
 /// file without a note is a sound of its own. The longest comes first; files without a sample are no sound.
-std::vector<LeftOverSound> find(const std::vector<std::filesystem::path>& files);
+/// Nothing when `isStopped` says so, which is asked before each file. Any thread.
+std::vector<LeftOverSound> find(
+    const std::vector<std::filesystem::path>& files,
+    const std::function<bool()>& isStopped = [] { return false; });
 
 /// A document that was never saved, with the sound as it lies there. Null with `error` filled when a file
 /// cannot be read.

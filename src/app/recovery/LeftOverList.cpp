@@ -4,11 +4,11 @@
 #include "app/look/TrackNames.h"
 #include "app/recovery/LengthText.h"
 
-#include <QApplication>
-#include <QEvent>
+#include <QHash>
 #include <QHeaderView>
 #include <QLocale>
 #include <QPainter>
+#include <QStyledItemDelegate>
 #include <algorithm>
 #include <atomic>
 
@@ -22,13 +22,41 @@ struct LeftOverList::Reader {
     LeftOverList* list = nullptr;
 };
 
+/// Draws the picture before the text of a line.
+class LeftOverList::PictureDelegate : public QStyledItemDelegate
+{
+public:
+    explicit PictureDelegate(LeftOverList& list)
+        : QStyledItemDelegate(&list)
+        , mList(list)
+    {
+    }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        const LeftOverSounds::Outline* const outline = mList.outlineOf(index);
+        if (!outline)
+            return;
+        const QPixmap picture = mList.pictureOf(*outline);
+        option->features |= QStyleOptionViewItem::HasDecoration;
+        option->decorationSize = mList.iconSize();
+        option->icon = QIcon(picture);
+        // The same picture when the line is chosen.
+        option->icon.addPixmap(picture, QIcon::Selected);
+    }
+
+private:
+    LeftOverList& mList;
+};
+
 namespace
 {
 
 enum Column { soundColumn, lengthColumn, timeColumn, formatColumn, numColumns };
 
 constexpr int kIndexRole = Qt::UserRole;
-constexpr int kDocumentRole = Qt::UserRole + 1;
 constexpr QSize kPictureSize(112, 26);
 
 QString timeOf(const LeftOverSound& sound)
@@ -78,28 +106,39 @@ LeftOverList::LeftOverList(std::vector<LeftOverSound> sounds, QWidget* parent)
     setIconSize(kPictureSize);
     setAllColumnsShowFocus(true);
     setUniformRowHeights(true);
-    for (size_t i = 0; i < mSounds.size(); ++i) {
-        QTreeWidgetItem* const line = lineFor(i);
-        if (mSounds[i].isPersons())
-            insertTopLevelItem(static_cast<int>(soundsOfPersons().size()), line);
-        else
-            groupFor(mSounds[i])->addChild(line);
-    }
-    for (int i = 0; i < topLevelItemCount(); ++i)
-        showGroupLength(*topLevelItem(i));
+    setItemDelegateForColumn(soundColumn, new PictureDelegate(*this));
+    addLines();
     setRootIsDecorated(std::any_of(mSounds.begin(), mSounds.end(),
                                    [](const LeftOverSound& sound) { return !sound.isPersons(); }));
     header()->setStretchLastSection(false);
     header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     header()->setSectionResizeMode(soundColumn, QHeaderView::Stretch);
     setCurrentItem(topLevelItem(0));
-    readOutlines();
 }
 
 LeftOverList::~LeftOverList()
 {
     mReader->isStopped = true;
     mReader->list = nullptr;
+}
+
+void LeftOverList::addLines()
+{
+    QList<QTreeWidgetItem*> lines;
+    QList<QTreeWidgetItem*> groups;
+    QHash<QString, QTreeWidgetItem*> groupOfDocument;
+    for (size_t i = 0; i < mSounds.size(); ++i) {
+        if (mSounds[i].isPersons()) {
+            lines << lineFor(i);
+            continue;
+        }
+        QTreeWidgetItem*& group = groupOfDocument[mSounds[i].label->documentID];
+        if (!group)
+            groups << (group = groupFor(mSounds[i]));
+        group->addChild(lineFor(i));
+    }
+    std::for_each(groups.begin(), groups.end(), [](QTreeWidgetItem* group) { showGroupLength(*group); });
+    addTopLevelItems(lines + groups);
 }
 
 QTreeWidgetItem* LeftOverList::lineFor(size_t index) const
@@ -114,26 +153,21 @@ QTreeWidgetItem* LeftOverList::lineFor(size_t index) const
     line->setToolTip(soundColumn, pathsOf(sound));
     line->setData(soundColumn, kIndexRole, static_cast<int>(index));
     line->setSizeHint(soundColumn, QSize(0, kPictureSize.height() + 8));
-    drawOutline(*line);
     return line;
 }
 
 QTreeWidgetItem* LeftOverList::groupFor(const LeftOverSound& sound)
 {
-    for (int i = 0; i < topLevelItemCount(); ++i)
-        if (topLevelItem(i)->data(soundColumn, kDocumentRole).toString() == sound.label->documentID)
-            return topLevelItem(i);
-    auto* const group = new QTreeWidgetItem(this);
+    auto* const group = new QTreeWidgetItem;
     //: %1 is the name of a document
     //% "What was computed for %1"
     group->setText(soundColumn, qtTrId("recovery-computed").arg(sound.label->documentName));
-    group->setData(soundColumn, kDocumentRole, sound.label->documentID);
     group->setData(soundColumn, kIndexRole, -1);
     group->setSizeHint(soundColumn, QSize(0, kPictureSize.height() + 8));
     return group;
 }
 
-void LeftOverList::showGroupLength(QTreeWidgetItem& group) const
+void LeftOverList::showGroupLength(QTreeWidgetItem& group)
 {
     if (group.childCount() == 0)
         return;
@@ -189,6 +223,13 @@ std::vector<LeftOverSound> LeftOverList::soundsOfPersons() const
     return sounds;
 }
 
+bool LeftOverList::hasSoundOfPerson() const
+{
+    // Those stand before the groups.
+    const LeftOverSound* const first = soundOf(topLevelItem(0));
+    return first && first->isPersons();
+}
+
 void LeftOverList::removeSound(const LeftOverSound& sound)
 {
     for (QTreeWidgetItem* const line : lines()) {
@@ -204,32 +245,34 @@ void LeftOverList::removeSound(const LeftOverSound& sound)
     }
 }
 
-void LeftOverList::changeEvent(QEvent* event)
+const LeftOverSounds::Outline* LeftOverList::outlineOf(const QModelIndex& index) const
 {
-    QTreeWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange)
-        for (QTreeWidgetItem* const line : lines())
-            drawOutline(*line);
+    const int sound = index.data(kIndexRole).toInt();
+    if (sound < 0)
+        return nullptr;
+    std::optional<LeftOverSounds::Outline>& outline = mOutlines[static_cast<size_t>(sound)];
+    if (!outline) {
+        outline.emplace();
+        readOutline(static_cast<size_t>(sound));
+    }
+    return &*outline;
 }
 
-void LeftOverList::readOutlines()
+void LeftOverList::readOutline(size_t index) const
 {
-    for (size_t i = 0; i < mSounds.size(); ++i)
-        mQueue.async([reader = mReader, sound = mSounds[i], i] {
-            if (reader->isStopped)
+    mQueue.async([reader = mReader, sound = mSounds[index], index] {
+        if (reader->isStopped)
+            return;
+        postToMainThread([reader, index, outline = LeftOverSounds::outline(sound, kPictureSize.width())] {
+            if (!reader->list)
                 return;
-            postToMainThread([reader, i, outline = LeftOverSounds::outline(sound, kPictureSize.width())] {
-                if (!reader->list)
-                    return;
-                reader->list->mOutlines[i] = outline;
-                for (QTreeWidgetItem* const line : reader->list->lines())
-                    if (line->data(soundColumn, kIndexRole).toInt() == static_cast<int>(i))
-                        reader->list->drawOutline(*line);
-            });
+            reader->list->mOutlines[index] = outline;
+            reader->list->viewport()->update();
         });
+    });
 }
 
-void LeftOverList::drawOutline(QTreeWidgetItem& item) const
+QPixmap LeftOverList::pictureOf(const LeftOverSounds::Outline& outline) const
 {
     const Theme theme = Theme::fromPalette(palette());
     const double ratio = devicePixelRatioF();
@@ -244,18 +287,13 @@ void LeftOverList::drawOutline(QTreeWidgetItem& item) const
     painter.setRenderHint(QPainter::Antialiasing, false);
     const double middle = kPictureSize.height() / 2.0;
     const double scale = middle - 2.0;
-    const auto& outline = mOutlines[item.data(soundColumn, kIndexRole).toUInt()];
     for (size_t x = 0; x < outline.size(); ++x) {
         const double top = middle - scale * std::clamp(outline[x].second, -1.0F, 1.0F);
         const double bottom = middle - scale * std::clamp(outline[x].first, -1.0F, 1.0F);
         painter.fillRect(QRectF(static_cast<double>(x), top, 1.0, std::max(1.0, bottom - top)),
                          theme.waveform);
     }
-    painter.end();
-    // The same picture when the line is chosen.
-    QIcon icon(picture);
-    icon.addPixmap(picture, QIcon::Selected);
-    item.setIcon(soundColumn, icon);
+    return picture;
 }
 
 } // namespace velloria

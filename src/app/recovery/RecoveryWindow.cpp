@@ -112,7 +112,7 @@ void RecoveryWindow::updateButtons()
     const bool isAnySelected = !mList->selectedItems().isEmpty();
     mOpenButton->setEnabled(isAnySelected);
     mDiscardButton->setEnabled(isAnySelected);
-    mOpenAllButton->setEnabled(!mList->soundsOfPersons().empty());
+    mOpenAllButton->setEnabled(mList->hasSoundOfPerson());
 }
 
 void RecoveryWindow::openSelected()

@@ -5,6 +5,7 @@
 #include "app/progress/BusyState.h"
 #include "app/progress/OpenJob.h"
 #include "app/progress/WindowAlerts.h"
+#include "app/recovery/LeftOverSearch.h"
 #include "app/recovery/RecoveryWindow.h"
 #include "app/window/DocumentWindow.h"
 #include "controllers/InputLevelsController.h"
@@ -42,6 +43,7 @@ Application::Application(QObject* parent)
 
 Application::~Application()
 {
+    mLeftOverSearch.reset();
     delete mRecovery;
     for (OpenJob* const job : mJobs)
         delete job;
@@ -277,9 +279,14 @@ void Application::showPreferences()
 
 void Application::offerRecovery()
 {
-    std::vector<LeftOverSound> sounds = LeftOverSounds::find(ScratchFolder::leftOvers());
-    if (sounds.empty())
-        return;
+    mLeftOverSearch = std::make_unique<LeftOverSearch>([this](std::vector<LeftOverSound> sounds) {
+        if (!sounds.empty())
+            showRecovery(std::move(sounds));
+    });
+}
+
+void Application::showRecovery(std::vector<LeftOverSound> sounds)
+{
     // Without a parent: it stays when the window in front is closed.
     mRecovery = new RecoveryWindow(std::move(sounds),
                                    [this](const LeftOverSound& sound) { return openLeftOver(sound); });

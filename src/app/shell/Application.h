@@ -10,12 +10,14 @@
 #include <QObject>
 #include <QPointer>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 namespace velloria
 {
 
 class DocumentWindow;
+class LeftOverSearch;
 class OpenJob;
 class PreferencesDialog;
 class RecoveryWindow;
@@ -70,6 +72,7 @@ private:
     DocumentWindow* frontWindow() const;
     void bringToFront(const StartRequest& request);
     void runWhenIdle();
+    void showRecovery(std::vector<LeftOverSound> sounds);
     void removeScratchFiles();
 
     PlainTexts mPlainTexts;
@@ -79,6 +82,7 @@ private:
     std::vector<OpenJob*> mJobs;
     std::vector<StartRequest> mWaiting; ///< what came while a long operation ran
     QPointer<PreferencesDialog> mPreferences;
+    std::unique_ptr<LeftOverSearch> mLeftOverSearch;
     QPointer<RecoveryWindow> mRecovery;
     bool mIsEnding = false;
 };

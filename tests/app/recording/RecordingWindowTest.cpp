@@ -233,9 +233,14 @@ TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuest
     Application next;
     next.newDocument();
     next.offerRecovery();
-    for (QWidget* const widget : QApplication::topLevelWidgets())
-        if (auto* const recovery = qobject_cast<RecoveryWindow*>(widget))
-            recovery->openAll();
+    EXPECT_TRUE(waitUntil([] {
+        for (QWidget* const widget : QApplication::topLevelWidgets())
+            if (auto* const recovery = qobject_cast<RecoveryWindow*>(widget)) {
+                recovery->openAll();
+                return true;
+            }
+        return false;
+    }));
     ASSERT_EQ(next.windows().size(), 1U) << "the empty window showed it";
     SoundDocument& found = next.windows().front()->document();
     EXPECT_EQ(found.numberOfFrames(), window->document().numberOfFrames());

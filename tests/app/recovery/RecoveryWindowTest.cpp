@@ -85,6 +85,7 @@ protected:
     {
         editor.newDocument();
         editor.offerRecovery();
+        EXPECT_TRUE(waitUntil([] { return window() != nullptr; }));
         RecoveryWindow* const recovery = window();
         EXPECT_TRUE(recovery && QTest::qWaitForWindowExposed(recovery));
         return *recovery;
@@ -152,7 +153,7 @@ TEST_F(RecoveryWindowTest, ClosingItQuittingAndSignalsKeepEverything)
     EXPECT_EQ(numLeft(), 20U);
 
     editor.offerRecovery();
-    ASSERT_TRUE(window());
+    ASSERT_TRUE(waitUntil([] { return window() != nullptr; }));
     choose(*window(), {0, 3, 4});
     const TerminationSignals signals;
     QObject::connect(&signals, &TerminationSignals::received, &editor, &Application::endAtOnce);
