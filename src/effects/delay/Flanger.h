@@ -51,7 +51,7 @@ private:
     double mDelayDeviation = 0.0;                     ///< frames
     double mMark = 0.0;                               ///< frames processed
     std::vector<CircularInterpolatedBuffer> mBuffers; ///< one a track
-    std::vector<float> mPositions;
+    std::vector<std::vector<float>> mPositions;       ///< of a block's frames, one list a track
 };
 
 } // namespace velloria
