@@ -36,6 +36,7 @@ ORDER = [
     "effects/fades",
     "effects/order",
     "effects/delay",
+    "effects/generators",
     "effects",
     "display",
     "controllers",

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "effects/generators/Generator.h"
+
+#include <random>
+
+namespace velloria
+{
+
+/// White noise whose values are distributed in a triangle around 0. The same each time, so that a batch gives
+/// the same bytes each time.
+class NoiseGenerator : public Generator
+{
+public:
+    explicit NoiseGenerator(const QString& name);
+
+    void begin(double sampleRate) override;
+    void render(std::span<float> samples) override;
+
+private:
+    static const std::vector<ParameterDescription>& describeParameters();
+
+    std::mt19937 mRandom;
+};
+
+} // namespace velloria
