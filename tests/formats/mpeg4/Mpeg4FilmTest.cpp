@@ -139,72 +139,83 @@ protected:
     }
 };
 
-TEST_F(Mpeg4FilmTest, KeepsEverythingButTheSound)
-{
-    const struct {
-        const char* name;
-        const char* line;
-        /// Where the file does not tell the encoder's delay, silence stands for what readers take it to be.
-        size_t numSilentFrames = 0;
-    } cases[] = {
-        {"plain.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac"},
-        {"front.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac -movflags +faststart"},
-        {"wide.mp4", "-i sound.wav -c:v mpeg4 -c:a aac"},
-        {"movie.mov", "-i sound.wav -c:v libx264 -bf 2 -c:a alac"},
-        {"timecode.mov", "-i sound.wav -c:v libx264 -c:a aac -timecode 01:00:00:00"},
-        {"late.mp4", "-itsoffset 0.7 -i sound.wav -c:v libx264 -bf 2 -c:a aac"},
-        {"two.mp4", "-i sound.wav -i other.wav -map 0 -map 1 -map 2 -c:v mpeg4 -c:a aac "
+struct Film {
+    const char* name;
+    const char* line;
+    /// Where the file does not tell the encoder's delay, silence stands for what readers take it to be.
+    size_t numSilentFrames = 0;
+};
+
+const Film films[] = {
+    Film{"plain.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac"},
+    Film{"front.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac -movflags +faststart"},
+    Film{"wide.mp4", "-i sound.wav -c:v mpeg4 -c:a aac"},
+    Film{"movie.mov", "-i sound.wav -c:v libx264 -bf 2 -c:a alac"},
+    Film{"timecode.mov", "-i sound.wav -c:v libx264 -c:a aac -timecode 01:00:00:00"},
+    Film{"late.mp4", "-itsoffset 0.7 -i sound.wav -c:v libx264 -bf 2 -c:a aac"},
+    Film{"two.mp4", "-i sound.wav -i other.wav -map 0 -map 1 -map 2 -c:v mpeg4 -c:a aac "
                     "-metadata:s:a:1 language=deu"},
-        {"subtitles.mp4", "-i sound.wav -i s.srt -map 0 -map 1 -map 2 -c:v mpeg4 -c:a aac -c:s mov_text"},
-        {"chapters.mp4", "-i sound.wav -i c.txt -map_metadata 2 -map 0 -map 1 -c:v mpeg4 -c:a aac"},
-        {"pcm.mov", "-i sound.wav -c:v mjpeg -c:a pcm_s16le"},
-        {"fragments.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags frag_keyframe+empty_moov",
+    Film{"subtitles.mp4", "-i sound.wav -i s.srt -map 0 -map 1 -map 2 -c:v mpeg4 -c:a aac -c:s mov_text"},
+    Film{"chapters.mp4", "-i sound.wav -i c.txt -map_metadata 2 -map 0 -map 1 -c:v mpeg4 -c:a aac"},
+    Film{"pcm.mov", "-i sound.wav -c:v mjpeg -c:a pcm_s16le"},
+    Film{"fragments.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags frag_keyframe+empty_moov",
          2112},
-        {"base.mp4",
+    Film{"base.mp4",
          "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags "
          "frag_keyframe+empty_moov+default_base_moof",
          2112},
-        {"hybrid.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags frag_keyframe", 2112},
-        {"index.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags cmaf+dash+global_sidx", 2112},
-        {"separate.mp4", "-i sound.wav -c:v libx264 -g 12 -c:a aac -movflags frag_keyframe+separate_moof",
+    Film{"hybrid.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags frag_keyframe", 2112},
+    Film{"index.mp4", "-i sound.wav -c:v libx264 -bf 2 -g 12 -c:a aac -movflags cmaf+dash+global_sidx", 2112},
+    Film{"separate.mp4", "-i sound.wav -c:v libx264 -g 12 -c:a aac -movflags frag_keyframe+separate_moof",
          2112},
-    };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.name);
-        const auto name = QString::fromLatin1(each.name);
-        makeFilm(QStringLiteral("%1 %2").arg(each.line, each.name));
-        if (name == u"wide.mp4")
-            run("/usr/bin/python3", {"-c", wideTablesScript, name});
-        const auto film = open(each.name);
-        ASSERT_TRUE(film);
-        Sound sound = decoded(*film);
-        for (float& sample : sound.samples)
-            sample = -std::round(sample * 16384.0F) / 32768.0F;
-        const auto writer =
-            saveInto<Mpeg4AppleLosslessFile>(film, "new-" + std::string(each.name), sound, film->markers());
-        EXPECT_EQ(withoutSound("new-" + name), withoutSound(name));
-        EXPECT_EQ(complaintsAbout("new-" + name), "");
-        const QJsonObject before = probed(name);
-        const QJsonObject after = probed("new-" + name);
-        EXPECT_EQ(after["chapters"], before["chapters"]);
-        EXPECT_EQ(after["format"].toObject()["tags"], before["format"].toObject()["tags"]);
-        EXPECT_EQ(readBytes("new-" + std::string(each.name)).count("co64"), name == u"wide.mp4" ? 2 : 0);
-        if (each.numSilentFrames > 0) {
-            EXPECT_EQ(run("/usr/bin/python3", {"-c", indexScript, "new-" + name}),
-                      run("/usr/bin/python3", {"-c", indexScript, name}));
-        }
-        // The second save of the document.
-        writer->setFileHandle(FileHandle::openForReading(path("new-" + std::string(each.name))));
-        writer->takeOverLedger();
-        const auto again = saveInto<Mpeg4AppleLosslessFile>(writer, "again-" + std::string(each.name), sound,
-                                                            film->markers());
-        EXPECT_EQ(withoutSound("again-" + name), withoutSound(name));
-        const auto reopened = open("again-" + std::string(each.name));
-        ASSERT_TRUE(reopened);
-        std::vector<float> wanted(2 * each.numSilentFrames, 0.0F);
-        wanted.insert(wanted.end(), sound.samples.begin(), sound.samples.end());
-        EXPECT_EQ(decoded(*reopened).samples, wanted);
+};
+
+/// One test a film: each takes some seconds.
+class EveryFilmTest : public Mpeg4FilmTest, public testing::WithParamInterface<Film>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Mpeg4, EveryFilmTest, testing::ValuesIn(films), [](const auto& info) {
+    const QString name = QString::fromLatin1(info.param.name);
+    return name.chopped(4).toStdString();
+});
+
+TEST_P(EveryFilmTest, KeepsEverythingButTheSound)
+{
+    const Film& each = GetParam();
+    const auto name = QString::fromLatin1(each.name);
+    makeFilm(QStringLiteral("%1 %2").arg(each.line, each.name));
+    if (name == u"wide.mp4")
+        run("/usr/bin/python3", {"-c", wideTablesScript, name});
+    const auto film = open(each.name);
+    ASSERT_TRUE(film);
+    Sound sound = decoded(*film);
+    for (float& sample : sound.samples)
+        sample = -std::round(sample * 16384.0F) / 32768.0F;
+    const auto writer =
+        saveInto<Mpeg4AppleLosslessFile>(film, "new-" + std::string(each.name), sound, film->markers());
+    EXPECT_EQ(withoutSound("new-" + name), withoutSound(name));
+    EXPECT_EQ(complaintsAbout("new-" + name), "");
+    const QJsonObject before = probed(name);
+    const QJsonObject after = probed("new-" + name);
+    EXPECT_EQ(after["chapters"], before["chapters"]);
+    EXPECT_EQ(after["format"].toObject()["tags"], before["format"].toObject()["tags"]);
+    EXPECT_EQ(readBytes("new-" + std::string(each.name)).count("co64"), name == u"wide.mp4" ? 2 : 0);
+    if (each.numSilentFrames > 0) {
+        EXPECT_EQ(run("/usr/bin/python3", {"-c", indexScript, "new-" + name}),
+                  run("/usr/bin/python3", {"-c", indexScript, name}));
     }
+    // The second save of the document.
+    writer->setFileHandle(FileHandle::openForReading(path("new-" + std::string(each.name))));
+    writer->takeOverLedger();
+    const auto again =
+        saveInto<Mpeg4AppleLosslessFile>(writer, "again-" + std::string(each.name), sound, film->markers());
+    EXPECT_EQ(withoutSound("again-" + name), withoutSound(name));
+    const auto reopened = open("again-" + std::string(each.name));
+    ASSERT_TRUE(reopened);
+    std::vector<float> wanted(2 * each.numSilentFrames, 0.0F);
+    wanted.insert(wanted.end(), sound.samples.begin(), sound.samples.end());
+    EXPECT_EQ(decoded(*reopened).samples, wanted);
 }
 
 TEST_F(Mpeg4FilmTest, PutsChangedTagsAndChaptersIntoTheFilm)
