@@ -28,6 +28,7 @@ const std::vector<CommandDescription>& commands()
         CommandGroups::appendMarkerCommands(list);
         CommandGroups::appendDocumentCommands(list);
         CommandGroups::appendEffectCommands(list);
+        CommandGroups::appendGeneratorCommands(list);
         return list;
     }();
     return all;

@@ -17,6 +17,8 @@ void appendMarkerCommands(std::vector<CommandDescription>& commands);
 void appendDocumentCommands(std::vector<CommandDescription>& commands);
 /// One for every effect of the registry, and fade.
 void appendEffectCommands(std::vector<CommandDescription>& commands);
+/// One for every generator of the registry.
+void appendGeneratorCommands(std::vector<CommandDescription>& commands);
 } // namespace CommandGroups
 
 /// Shorthand for the tables.

@@ -3,10 +3,8 @@
 #include "controllers/SoundController.h"
 #include "effects/EffectRegistry.h"
 #include "scripting/CommandGroups.h"
+#include "scripting/EffectKeys.h"
 #include "scripting/SelectionArguments.h"
-
-#include <cmath>
-#include <limits>
 
 namespace velloria
 {
@@ -15,7 +13,6 @@ namespace
 {
 
 using Type = CommandParameter::Type;
-using Kind = ParameterDescription::Kind;
 
 const QString kDirection = QStringLiteral("Direction");
 const QString kStart = QStringLiteral("Start");
@@ -34,60 +31,9 @@ MaybeError runEffect(const EffectEntry& entry, SoundController& controller, cons
     return !error && filter->wasCancelled() ? Error::cancelled() : error;
 }
 
-CommandParameter numberParameter(const ParameterDescription& description)
-{
-    constexpr double none = std::numeric_limits<double>::max();
-    CommandParameter parameter;
-    // What a script may give, which is more than the dialog offers.
-    if (description.hardMinimum > -none)
-        parameter.minimum = description.hardMinimum * description.scriptFactor;
-    if (description.hardMaximum < none)
-        parameter.maximum = description.hardMaximum * description.scriptFactor;
-    const std::optional<ScriptSwitch>& other = description.scriptSwitch;
-    if (other && std::isfinite(other->leftOutUpTo))
-        parameter.minimum = QVariant();
-    if (!other)
-        parameter.defaultValue = description.scriptDefaultValue * description.scriptFactor;
-    return parameter;
-}
-
-CommandParameter choiceParameter(const ParameterDescription& description)
-{
-    CommandParameter parameter;
-    const bool isToggle = description.kind == Kind::toggle;
-    parameter.type = isToggle ? Type::boolean : Type::integer;
-    parameter.choices = isToggle ? QStringList() : description.choices;
-    parameter.minimum = 0;
-    parameter.maximum = isToggle ? 1 : static_cast<int>(description.choices.size()) - 1;
-    parameter.defaultValue = static_cast<int>(description.scriptDefaultValue);
-    for (qsizetype i = 0; i < parameter.choices.size(); ++i)
-        parameter.summary += QStringLiteral(" %1 is %2.").arg(i).arg(parameter.choices[i]);
-    return parameter;
-}
-
-CommandParameter makeEffectParameter(const ParameterDescription& description)
-{
-    CommandParameter parameter;
-    if (description.isList())
-        parameter.type = Type::numberList;
-    else if (description.kind == Kind::number)
-        parameter = numberParameter(description);
-    else
-        parameter = choiceParameter(description);
-    parameter.key = description.scriptKey;
-    parameter.unit = description.scriptUnit.isEmpty() ? description.unit : description.scriptUnit;
-    parameter.summary.prepend(description.summary);
-    return parameter;
-}
-
 std::vector<CommandParameter> parametersOf(const EffectEntry& entry)
 {
-    std::vector<CommandParameter> parameters;
-    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
-    for (const ParameterDescription& description : filter->parameters().descriptions())
-        if (!description.scriptKey.isEmpty())
-            parameters.push_back(makeEffectParameter(description));
-    return parameters;
+    return EffectKeys::keysOf(entry.make(entry.scriptName)->parameters());
 }
 
 CommandDescription effectCommand(const EffectEntry& entry)
