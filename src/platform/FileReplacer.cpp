@@ -138,6 +138,8 @@ struct FileReplacer::State {
     MaybeError findTarget();
     UniqueDescriptor openNamed();
     UniqueDescriptor openNew();
+    /// Until the new file has the old one's mode, it is no business of others; nor should it never get it.
+    mode_t newMode() const { return replaced ? S_IRUSR | S_IWUSR : 0666; }
     bool link(int descriptor, const std::string& as) const;
     bool nameTemporarily(int descriptor);
     MaybeError copyToNamed(std::shared_ptr<FileHandle>& handle);
@@ -174,12 +176,10 @@ MaybeError FileReplacer::State::findTarget()
 /// A file under a short temporary name. Empty, with errno set, when the folder takes none.
 UniqueDescriptor FileReplacer::State::openNamed()
 {
-    // Until it has the old file's mode, the new one is no business of others.
-    const mode_t mode = replaced ? S_IRUSR | S_IWUSR : 0666;
     for (int i = 0; i < kNumAttempts; ++i) {
         const std::string newName = newTemporaryName();
         constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-        UniqueDescriptor file(::openat(folder.get(), newName.c_str(), flags, mode));
+        UniqueDescriptor file(::openat(folder.get(), newName.c_str(), flags, newMode()));
         if (!file && errno != EEXIST && errno != EINTR)
             return file;
         if (file && lockNewFile(file.get())) {
@@ -192,7 +192,7 @@ UniqueDescriptor FileReplacer::State::openNamed()
 
 UniqueDescriptor FileReplacer::State::openNew()
 {
-    UniqueDescriptor file = openNameless(folder.get(), 0666);
+    UniqueDescriptor file = openNameless(folder.get(), newMode());
     return file ? std::move(file) : openNamed();
 }
 

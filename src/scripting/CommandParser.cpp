@@ -99,7 +99,10 @@ std::optional<QVariant> typedValue(const CommandParameter& parameter, const QStr
     case Type::numberList:
         return listValue(text);
     case Type::string:
-        return ScriptText::forDisplay(text);
+        // What is kept as text must be some: only paths are bytes.
+        if (ScriptText::forDisplay(text) != text)
+            return std::nullopt;
+        break;
     case Type::path:
         break;
     }
@@ -123,7 +126,7 @@ QString wantedKind(const CommandParameter& parameter)
     case Type::path:
         break;
     }
-    return QStringLiteral("a text");
+    return QStringLiteral("a text in UTF-8");
 }
 
 /// What is wrong with a value that lies outside the range that the dictionary tells, or nothing.

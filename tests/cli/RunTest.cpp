@@ -42,6 +42,7 @@ TEST_F(RunTest, ReadsCommandsFromStandardInputAndPipes)
     EXPECT_EQ(shell("$CLI run in.wav --commands <(echo 'select EndFrame=300') delete -o out.wav").status, 0);
     EXPECT_EQ(decoded("out.wav").size(), 700U);
     expectFailure({"run", "in.wav", "--commands", "missing.txt"}, 1, "missing.txt");
+    expectFailure({"run", "in.wav", "--commands", "/dev/zero"}, 1, "more than 256 MB");
 }
 
 TEST_F(RunTest, FadesAndUndoesARealRecording)

@@ -280,6 +280,19 @@ TEST_F(FileReplacerTest, TakesOverNoAccessListThatTheOldFileHasNot)
     EXPECT_EQ(statusOf(target).st_mode & 07777, 0600u);
 }
 
+TEST_F(FileReplacerTest, ShowsNobodyElseWhatIsNotYetInPlace)
+{
+    const fs::path target = write("song.wav", "before");
+    fs::permissions(target, fs::perms(0644));
+    const auto replacer = FileReplacer::create(target, nullptr);
+    ASSERT_TRUE(replacer);
+    struct stat status = {};
+    ASSERT_EQ(::fstat(replacer->handle()->descriptor(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600u);
+    ASSERT_FALSE(replacer->commit());
+    EXPECT_EQ(statusOf(target).st_mode & 07777, 0644u);
+}
+
 TEST_F(FileReplacerTest, FollowsLinksToFilesThatAreThereOrNotYet)
 {
     fs::create_directory(pathOf("sub"));

@@ -198,6 +198,9 @@ TEST(ScriptTextTest, CarriesEveryByteOfAPath)
     const QString text = ScriptText::fromBytes("copy File=\"\xFF \xC3.wav\"");
     const auto command = CommandDictionary::parse(text, &error);
     ASSERT_TRUE(command) << error.toStdString();
+    // What is kept as text must be some.
+    EXPECT_FALSE(CommandDictionary::parse(ScriptText::fromBytes("set metadata title=a\xFF"), &error));
+    EXPECT_EQ(error, QStringLiteral("title=a\uFFFD is not a text in UTF-8"));
     EXPECT_EQ(ScriptText::toPath(command->arguments.value(QStringLiteral("File")).toString()).native(),
               "\xFF \xC3.wav");
 }

@@ -15,11 +15,19 @@ namespace velloria::ScriptReader
 namespace
 {
 
+/// More than a million commands; a device that never ends must not fill the memory.
+constexpr qsizetype kMostBytes = qsizetype{256} << 20;
+
 /// Reads to the end, of a pipe as well.
 MaybeError readAll(int descriptor, QByteArray& bytes)
 {
     std::array<char, 65536> buffer;
     while (true) {
+        if (Terminal::isInterrupted())
+            return Error::cancelled();
+        if (bytes.size() > kMostBytes)
+            return Error{Error::Code::failed,
+                         QStringLiteral("The commands cannot be read: there are more than 256 MB of them.")};
         const ssize_t numRead = ::read(descriptor, buffer.data(), buffer.size());
         if (numRead == 0)
             return std::nullopt;
@@ -27,8 +35,6 @@ MaybeError readAll(int descriptor, QByteArray& bytes)
             bytes.append(buffer.data(), numRead);
         else if (errno != EINTR)
             return Error::fromErrno(QStringLiteral("The commands cannot be read"), errno);
-        else if (Terminal::isInterrupted())
-            return Error::cancelled();
     }
 }
 
