@@ -27,6 +27,8 @@ MaybeError GeneratorController::insert(Generator& generator, const QString& acti
     selection.numTracks = std::max(selection.numTracks, mDocument.trackCount() == 0 ? 1 : 0);
     const int64_t start = frameAtTime(selection.startTime, rate);
     const UndoGroup group(mDocument, actionName.isEmpty() ? generator.name() : actionName);
+    while (mDocument.trackCount() < selection.firstTrack + selection.numTracks)
+        mDocument.insertInTracks(AudioTrack::track());
     for (int32_t i = 0; i < selection.numTracks; ++i)
         mDocument.replaceDataAndMarkersAtOffset(start, 0, selection.firstTrack + i, clip);
     selection.endTime = static_cast<double>(start + numFrames) / rate;

@@ -175,8 +175,8 @@ class EveryFilmTest : public Mpeg4FilmTest, public testing::WithParamInterface<F
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Mpeg4, EveryFilmTest, testing::ValuesIn(films), [](const auto& info) {
-    const QString name = QString::fromLatin1(info.param.name);
+INSTANTIATE_TEST_SUITE_P(Mpeg4, EveryFilmTest, testing::ValuesIn(films), [](const auto& each) {
+    const QString name = QString::fromLatin1(each.param.name);
     return name.chopped(4).toStdString();
 });
 
