@@ -146,6 +146,11 @@ struct Film {
     size_t numSilentFrames = 0;
 };
 
+void PrintTo(const Film& film, std::ostream* stream)
+{
+    *stream << film.name;
+}
+
 const Film films[] = {
     Film{"plain.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac"},
     Film{"front.mp4", "-i sound.wav -c:v libx264 -bf 2 -c:a aac -movflags +faststart"},
