@@ -4,6 +4,7 @@
 #include "formats/aiff/AifcFile.h"
 #include "formats/decoding/DecodingWatcher.h"
 #include "platform/Log.h"
+#include "platform/MissedReads.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -62,23 +63,20 @@ std::vector<AudioClipPtr> clipsOfFile(const std::shared_ptr<AudioFile>& file, Pr
 }
 
 /// What was decoded from a file that changed meanwhile is a mixture that no later look would show. A file
-/// that is read in place is looked at whenever its sound is written.
-MaybeError changeWhileDecoding(const AudioFile& file)
+/// that is read in place is looked at whenever its sound is written. What a disk did not give is missing from
+/// the document either way.
+MaybeError faultWhileReading(const AudioFile& file)
 {
-    if (!file.requiresConversion() || !file.fileHandle())
+    if (!file.fileHandle())
         return std::nullopt;
-    const QString name = displayName(file.filePath());
     if (file.fileHandle()->numMissedReads() > 0)
-        return Error{
-            Error::Code::readFailed,
-            QStringLiteral("Some of “%1” could not be read; its disk may be failing or out of reach.")
-                .arg(name)};
-    if (!file.fileHandle()->hasChangedOnDisk())
+        return missedReadsError(*file.fileHandle());
+    if (!file.requiresConversion() || !file.fileHandle()->hasChangedOnDisk())
         return std::nullopt;
     return Error{
         Error::Code::sourceChanged,
         QStringLiteral("“%1” was changed by another program while it was being opened. Open it again.")
-            .arg(name)};
+            .arg(displayName(file.filePath()))};
 }
 
 } // namespace
@@ -99,8 +97,8 @@ std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem
     file->setDecodingWatcher(watcher);
     const std::vector<AudioClipPtr> clips = clipsOfFile(file, progress, error);
     file->setDecodingWatcher(nullptr);
-    if (const MaybeError change = changeWhileDecoding(*file); change && !clips.empty()) {
-        fill(error, *change);
+    if (const MaybeError fault = faultWhileReading(*file); fault && !clips.empty()) {
+        fill(error, *fault);
         return nullptr;
     }
     if (!document->finishLoadingFileWithAudioClips(clips))

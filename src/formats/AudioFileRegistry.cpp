@@ -13,6 +13,7 @@
 #include "formats/vorbis/OggVorbisFile.h"
 #include "formats/wave/WaveFile.h"
 #include "platform/Log.h"
+#include "platform/MissedReads.h"
 
 #include <array>
 #include <string_view>
@@ -111,24 +112,39 @@ void closeLedger(AudioFile& file)
 #endif
 }
 
-/// Opens a file as `type` (null for none), else as what its header tells.
+/// Opens a file as `type` (null for none), else as what its header tells; null with `failure` filled if
+/// neither can be done.
+std::shared_ptr<AudioFile> openHandle(const AudioFileType* type, const std::shared_ptr<FileHandle>& handle,
+                                      MaybeError& failure)
+{
+    std::shared_ptr<AudioFile> file;
+    // A type without a header of its own comes after all others, whatever the name says.
+    const bool hasHeader = !type || type->uti != mp3UTI;
+    if (type && type->open && hasHeader)
+        file = type->open(handle, &failure);
+    if (!file) {
+        const AudioFileType* recognised = typeRecognisedIn(*handle);
+        if (recognised && (recognised != type || !hasHeader) && recognised->open)
+            file = recognised->open(handle, &failure);
+    }
+    if (!file && !failure)
+        failure = unreadableError(*handle);
+    return file;
+}
+
+/// The same for a path. Readers take bytes that a disk does not give for the file's end: what stood there
+/// would be gone from the next save without a word, so such a file is not opened, whatever they made of it.
 std::shared_ptr<AudioFile> openFile(const AudioFileType* type, const std::filesystem::path& path,
                                     MaybeError* error)
 {
     MaybeError failure;
     std::shared_ptr<AudioFile> file;
     if (const std::shared_ptr<FileHandle> handle = FileHandle::openForReading(path, &failure)) {
-        // A type without a header of its own comes after all others, whatever the name says.
-        const bool hasHeader = !type || type->uti != mp3UTI;
-        if (type && type->open && hasHeader)
-            file = type->open(handle, &failure);
-        if (!file) {
-            const AudioFileType* recognised = typeRecognisedIn(*handle);
-            if (recognised && (recognised != type || !hasHeader) && recognised->open)
-                file = recognised->open(handle, &failure);
+        file = openHandle(type, handle, failure);
+        if (handle->numMissedReads() > 0) {
+            file = nullptr;
+            failure = missedReadsError(*handle);
         }
-        if (!file && !failure)
-            failure = unreadableError(*handle);
         if (file)
             closeLedger(*file);
     }

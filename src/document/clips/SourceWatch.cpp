@@ -1,6 +1,7 @@
 #include "document/clips/SourceWatch.h"
 
 #include "document/clips/TempFile.h"
+#include "platform/MissedReads.h"
 
 namespace velloria
 {
@@ -19,9 +20,7 @@ Error changedError(const FileHandle& handle)
 
 Error missedError(const FileHandle& handle)
 {
-    return {Error::Code::sourceChanged,
-            QStringLiteral("Some of “%1” could not be read; its disk may be failing or out of reach.")
-                .arg(displayName(handle.path()))};
+    return {Error::Code::sourceChanged, missedReadsError(handle).message};
 }
 
 } // namespace

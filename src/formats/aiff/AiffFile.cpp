@@ -162,8 +162,10 @@ MaybeError AiffFile::readHeader()
     if (lengthOfFile() < shortestFile)
         return FileDamage::unreadable(name(), QStringLiteral("it ends within its header"));
     mLedger.addStructure({0, formHeaderLength});
-    const int64_t formEnd =
-        RiffChunk::headerLength + qFromBigEndian<quint32>(readRawDataAtOffset(4, 4).constData());
+    const QByteArray formSize = readRawDataAtOffset(4, 4);
+    if (formSize.size() < 4)
+        return FileDamage::unreadable(name(), QStringLiteral("it ends within its header"));
+    const int64_t formEnd = RiffChunk::headerLength + qFromBigEndian<quint32>(formSize.constData());
     setChunks(RiffChunkList::ofFile(*fileHandle(),
                                     {formHeaderLength, lengthOfFile(), ChunkByteOrder::bigEndian, formEnd}));
     if (auto failure = readFormat())
