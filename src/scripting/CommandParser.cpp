@@ -53,7 +53,9 @@ std::optional<QVariant> booleanValue(const QString& text)
         if (text.compare(QLatin1String(no), Qt::CaseInsensitive) == 0)
             return QVariant(0);
     const std::optional<qlonglong> number = wholeNumber(text);
-    return number == 0 || number == 1 ? std::optional(QVariant(int(*number))) : std::nullopt;
+    if (!number || *number < 0 || *number > 1)
+        return std::nullopt;
+    return QVariant(static_cast<int>(*number));
 }
 
 std::optional<QVariant> listValue(const QString& text)

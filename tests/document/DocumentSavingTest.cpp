@@ -743,7 +743,7 @@ TEST_F(DocumentLosses, NameARateThatATypeCannotHold)
         request.uti = type->uti;
         // What cannot be written at all need not be told.
         const bool isTold = mention(document->lossesWhenSaving(request), "44100.5 Hz");
-        if (messageOfSaving(*document, request) != "" || type->uti == QLatin1String("public.plain-text"))
+        if (!messageOfSaving(*document, request).empty() || type->uti == QLatin1String("public.plain-text"))
             continue;
         // The rate stands in AIFF-C, whose reader rounds it; MP3 has rates of its own, which it tells itself.
         if (type->uti == QLatin1String("public.aifc-audio") || type->uti == QLatin1String("public.mp3"))

@@ -13,6 +13,13 @@ using namespace velloria;
 namespace
 {
 
+/// A float holds no frame number beyond 2^24: it is told in two parts, of which this is the upper one.
+float upperPart(int64_t frame)
+{
+    const int64_t part = frame / 65536;
+    return static_cast<float>(part);
+}
+
 const QString kRefusedAppend =
     QStringLiteral("VLRTRingBuffer::appendFloats() called with more bytes than can be appended.");
 const QString kRefusedConsume =
@@ -185,7 +192,7 @@ TEST(TimestampingRingBuffer, CarriesEveryFrameFromOneThreadToAnother)
             }
             for (int64_t i = 0; i < 512; ++i) {
                 block[static_cast<size_t>(2 * i)] = static_cast<float>((at + i) % 65536);
-                block[static_cast<size_t>(2 * i + 1)] = static_cast<float>((at + i) / 65536);
+                block[static_cast<size_t>(2 * i + 1)] = upperPart(at + i);
             }
             ring.appendFloats(block.data(), 512, 2, at);
             at += 512;
@@ -204,7 +211,7 @@ TEST(TimestampingRingBuffer, CarriesEveryFrameFromOneThreadToAnother)
         numWrong += ring.currentTimestamp() != at / 512 * 512;
         for (int64_t i = 0; i < count; ++i) {
             numWrong += pairs[static_cast<size_t>(2 * i)] != static_cast<float>((at + i) % 65536);
-            numWrong += pairs[static_cast<size_t>(2 * i + 1)] != static_cast<float>((at + i) / 65536);
+            numWrong += pairs[static_cast<size_t>(2 * i + 1)] != upperPart(at + i);
         }
         at += count;
     }

@@ -136,6 +136,7 @@ TEST_F(AifcFileTest, ReadsEveryLinearCodeByWidthCountAndRateOfItsHeader)
     const auto be = [](const char* a, const char* b, int size) {
         return QByteArray(a, size) + QByteArray(b, size);
     };
+    // NOLINTBEGIN(bugprone-string-literal-with-embedded-nul): the size tells where they end.
     const QByteArray float32 = be("\x3E\x80\0\0", "\xBF\0\0\0", 4);
     const QByteArray float64 = be("\x3F\xD0\0\0\0\0\0\0", "\xBF\xE0\0\0\0\0\0\0", 8);
     const QByteArray big16 = be("\x20\0", "\xC0\0", 2), little16 = be("\0\x20", "\0\xC0", 2);
@@ -172,6 +173,7 @@ TEST_F(AifcFileTest, ReadsEveryLinearCodeByWidthCountAndRateOfItsHeader)
         {"fl64", 64, float64, 64},
         {"FL64", 16, float64, 64},
     };
+    // NOLINTEND(bugprone-string-literal-with-embedded-nul)
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.type) + std::to_string(c.bits));
         const QByteArray sound = "SSND" + bigEndian32(static_cast<quint32>(8 + 3 + c.stored.size() + 9)) +
