@@ -17,7 +17,8 @@ std::vector<float> stereoSound()
 {
     std::vector<float> samples(2 * kNumFrames);
     for (size_t i = 0; i < samples.size(); ++i) {
-        const auto time = static_cast<float>(i / 2) / 44100.0F;
+        const size_t frame = i / 2;
+        const auto time = static_cast<float>(frame) / 44100.0F;
         samples[i] = 0.2F * std::sin(2000.0F * time) +
                      0.1F * std::sin(9000.0F * time + static_cast<float>(i % 2)) +
                      0.002F * static_cast<float>(i * 7919 % 101) / 101.0F;

@@ -223,8 +223,10 @@ TEST(MutableAudioClip, OthersReadWhileTheProducerAppends)
         double min = 0;
         double max = 0;
         track.getMin(min, max, 0, length);
-        for (int64_t i = 0; i < length; i += 97)
-            consistent = consistent && read[static_cast<size_t>(i)] == static_cast<float>(i / 300) / 1024.0F;
+        for (int64_t i = 0; i < length; i += 97) {
+            const int64_t block = i / 300;
+            consistent = consistent && read[static_cast<size_t>(i)] == static_cast<float>(block) / 1024.0F;
+        }
     }
     producer.join();
     EXPECT_TRUE(consistent);

@@ -69,8 +69,10 @@ TEST(DelayEcho, RingsOnUntilTheRepeatsAreSilent)
         EXPECT_FALSE(kit::applyTo(document, *filter, kit::everythingOf(*document)));
         const FloatBuffer out = kit::samplesOf(*document, 0);
         EXPECT_EQ(std::ssize(out), 100 + 4410 * numRepeats);
-        for (size_t i = 0; i < out.size(); ++i)
-            ASSERT_NEAR(out[i], i % 4410 == 0 ? factor(wet * static_cast<double>(i / 4410)) : 0.0, 1e-6) << i;
+        for (size_t i = 0; i < out.size(); ++i) {
+            const size_t repeat = i / 4410;
+            ASSERT_NEAR(out[i], i % 4410 == 0 ? factor(wet * static_cast<double>(repeat)) : 0.0, 1e-6) << i;
+        }
     }
 }
 

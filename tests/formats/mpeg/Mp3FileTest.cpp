@@ -246,7 +246,8 @@ double clickOf(std::span<const float> samples, size_t numChannels, double sample
         if (std::abs(samples[i]) > std::abs(samples[loudest]))
             loudest = i;
     }
-    return static_cast<double>(loudest / numChannels) / sampleRate;
+    const size_t frame = loudest / numChannels;
+    return static_cast<double>(frame) / sampleRate;
 }
 
 TEST_F(Mp3SavingTest, KeepsLengthAndPlaceAtEveryBitRateAndSaysWhatTheRateBecomes)
@@ -278,7 +279,8 @@ TEST_F(Mp3SavingTest, KeepsLengthAndPlaceAtEveryBitRateAndSaysWhatTheRateBecomes
                 EXPECT_EQ(got.numFrames(),
                           std::llround(static_cast<double>(numFrames) * got.sampleRate / sampleRate));
                 // The lowest bit rates smear a click over some milliseconds.
-                const double expected = static_cast<double>(numFrames / 2) / sampleRate;
+                const size_t middle = numFrames / 2;
+                const double expected = static_cast<double>(middle) / sampleRate;
                 EXPECT_NEAR(clickOf(got.samples, got.numChannels, got.sampleRate), expected, 0.002);
                 // It only depends on whether the rate and the number of channels change.
                 if (bitRate != 8000 && bitRate != 64000 && bitRate != 320000)
