@@ -35,31 +35,31 @@ std::atomic<int> gNumCalls{0};
 #if VELLORIA_CAN_TRAP
 // The program's own definitions go before those of the libraries, also for calls from within the libraries.
 extern "C" {
-void* __libc_malloc(size_t size);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* memory, size_t size);
-void __libc_free(void* memory);
+void* allocate(size_t size) __asm__("__libc_malloc");
+void* allocateCleared(size_t count, size_t size) __asm__("__libc_calloc");
+void* reallocate(void* memory, size_t size) __asm__("__libc_realloc");
+void deallocate(void* memory) __asm__("__libc_free");
 
 void* malloc(size_t size)
 {
     note();
-    return __libc_malloc(size);
+    return allocate(size);
 }
 void* calloc(size_t count, size_t size)
 {
     note();
-    return __libc_calloc(count, size);
+    return allocateCleared(count, size);
 }
 void* realloc(void* memory, size_t size)
 {
     note();
-    return __libc_realloc(memory, size);
+    return reallocate(memory, size);
 }
 void free(void* memory)
 {
     if (memory)
         note();
-    __libc_free(memory);
+    deallocate(memory);
 }
 
 int pthread_mutex_lock(pthread_mutex_t* mutex)

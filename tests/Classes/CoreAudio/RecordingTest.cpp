@@ -4,6 +4,8 @@
 #include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "Classes/CoreAudio/VLRTAudioPlaythrough.h"
 
+#include <gmock/gmock.h>
+
 using namespace velloria;
 using kit::RecordingTest;
 namespace RealtimeTrap = kit::RealtimeTrap;
