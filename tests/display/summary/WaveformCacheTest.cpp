@@ -347,8 +347,9 @@ TEST(WaveformCache, QueriesRunWhileAnotherThreadAppends)
         double min = 0;
         double max = 0;
         // The samples rise from 0, so the oldest entry holds the minimum and the newest the maximum.
+        const int64_t newest = (numSeen - 1) * 512 / 5000;
         if (length > 0 && cache.getMin(min, max, 0, length * 512) &&
-            (min != 0.0 || max < (numSeen - 1) * 512 / 5000 / 32767.0))
+            (min != 0.0 || max < static_cast<double>(newest) / 32767.0))
             rising = false;
     }
     writer.join();

@@ -29,6 +29,11 @@ QByteArray output(const QString& program, const QStringList& arguments)
     return process.readAllStandardOutput();
 }
 
+QByteArray bytesOf(const FloatBuffer& samples)
+{
+    return {reinterpret_cast<const char*>(samples.data()), static_cast<qsizetype>(4 * samples.size())};
+}
+
 /// Lets files grow to a size and no further, as a full disk would.
 class FileSizeLimit
 {
@@ -84,7 +89,7 @@ TEST(TempFile, AnotherProgramReadsItWhileItGrows)
         QStringLiteral("ffmpeg"), {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), path,
                                    QStringLiteral("-f"), QStringLiteral("f32le"), QStringLiteral("-")});
     ASSERT_EQ(decoded.size(), 4 * 24000);
-    EXPECT_EQ(std::memcmp(decoded.constData(), samples.data(), 4 * 24000), 0);
+    EXPECT_EQ(decoded, bytesOf(samples).first(decoded.size()));
 }
 
 TEST(TempFile, IsRemovedWithTheLastClipThatRefersToIt)
@@ -116,7 +121,7 @@ TEST(MutableAudioClip, TheFirstAppendMakesTheFile)
     EXPECT_EQ(clip.waveformCache().length(), 2);
     const QByteArray contents = contentsOf(clip.tempFile()->path());
     ASSERT_EQ(contents.size(), 4068);
-    EXPECT_EQ(std::memcmp(contents.constData() + 68, samples.data(), 4000), 0);
+    EXPECT_EQ(contents.sliced(68), bytesOf(samples).first(4000));
 }
 
 TEST(MutableAudioClip, ReadsAndCutsBySampleOfTheFile)
