@@ -9,6 +9,7 @@
 #include "formats/decoding/VLAudioFileDecompressor.h"
 #include "formats/file/AudioFileTypeNames.h"
 #include "formats/saving/SaveLoop.h"
+#include "formats/tags/ValueChanges.h"
 #include "platform/Log.h"
 #include "platform/UserDefaults.h"
 
@@ -342,7 +343,8 @@ std::vector<ByteRange> AudioFile::closeLedger()
 
 bool AudioFile::willWrite(const FileItem& item) const
 {
-    return item.keeping == Keeping::structure || item.keeping == Keeping::inModel;
+    return item.keeping == Keeping::structure || item.keeping == Keeping::inModel ||
+           (mOpenedFile && ValueChanges::isReplaced(item, mOpenedFile->metadata(), mMetadata));
 }
 
 MetadataDictionary AudioFile::writtenTags() const

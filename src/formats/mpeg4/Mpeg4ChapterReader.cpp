@@ -101,6 +101,17 @@ void takeExactStart(const std::vector<AudioMarkerPtr>& markers, const std::vecto
         markers.front()->setPosition(listed.front()->position());
 }
 
+/// The first in any of the user data.
+Mpeg4Box chapterList(const Mpeg4Box& movie)
+{
+    Mpeg4Box list{std::span<const uint8_t>()};
+    for (const Mpeg4Box& userData : movie.children(fourCharCode("udta"))) {
+        if (list.isEmpty())
+            list = userData.descendant({fourCharCode("chpl")});
+    }
+    return list;
+}
+
 } // namespace
 
 double shiftOfEdits(const Mpeg4Box& track, uint32_t movieTimescale, uint32_t timescale)
@@ -133,8 +144,7 @@ MarkerList read(const FileHandle& file, double sampleRate, double startFrames)
     std::vector<AudioMarkerPtr> markers;
     if (const auto track = chapterTrack(movie))
         markers = markersOfTrack(file, movie, *track, sampleRate);
-    const auto listed =
-        markersOfList(movie.descendant({fourCharCode("udta"), fourCharCode("chpl")}), sampleRate);
+    const auto listed = markersOfList(chapterList(movie), sampleRate);
     if (markers.empty())
         markers = listed;
     else

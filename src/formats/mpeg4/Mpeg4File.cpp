@@ -131,8 +131,10 @@ void Mpeg4File::readAccount(const VLAudioFileDecompressor& decoder)
         !brand.sliced(std::min<qsizetype>(4, brand.size())).startsWith("ftyp") || brand.endsWith("qt  ");
     AudioMetadata metadata;
     Mpeg4Tags::read(handle, metadata);
-    mLedger = mpeg4Ledger(handle, layout,
-                          {mSound.trackID, mChapterTrackID, Mpeg4Tags::alteredValues(handle, metadata)});
+    Mpeg4Account account = mpeg4Account(
+        handle, layout, {mSound.trackID, mChapterTrackID, Mpeg4Tags::alteredValues(handle, metadata)});
+    mLedger = std::move(account.ledger);
+    mBoundItems = std::move(account.boundItems);
 }
 
 MarkerList Mpeg4File::markersOfFile(double sampleRate) const
@@ -186,9 +188,24 @@ bool Mpeg4File::willWrite(const FileItem& item) const
 {
     if (item.keeping != Keeping::asBytes)
         return AudioFile::willWrite(item);
-    const Mpeg4File* const opened = carriedFile();
-    // A tag that is changed is made anew.
-    return opened && (item.kind != ItemKind::value || mMetadata == opened->metadata());
+    const auto* const opened = dynamic_cast<const Mpeg4File*>(openedFile().get());
+    if (!opened)
+        return false;
+    const bool isCarried = carriedFile() != nullptr;
+    const auto bound = opened->mBoundItems.find(item.bytes.offset);
+    if (bound == opened->mBoundItems.end())
+        return isCarried;
+    const QString& key = bound->second.key;
+    const bool isReplaced = mMetadata.dictionary().value(key) != opened->metadata().dictionary().value(key);
+    switch (bound->second.bond) {
+    case Mpeg4BoundItem::Bond::wording:
+        return isCarried || isReplaced;
+    case Mpeg4BoundItem::Bond::value:
+        return isCarried && !isReplaced;
+    case Mpeg4BoundItem::Bond::key:
+        break;
+    }
+    return isCarried && (!isReplaced || mMetadata.dictionary().contains(key));
 }
 
 void Mpeg4File::validateAndCorrectParameters()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/file/DecodedFile.h"
+#include "formats/mpeg4/Mpeg4FileLedger.h"
 #include "formats/mpeg4/Mpeg4SoundTrack.h"
 #include "platform/codec/StreamDescription.h"
 
@@ -58,6 +59,8 @@ private:
     /// By how many frames the sound begins later than the film.
     double mStartFrames = 0.0;
     uint32_t mChapterTrackID = 0;
+    /// Items of the ledger whose fate hangs on a value of the metadata, by where their bytes begin.
+    std::map<int64_t, Mpeg4BoundItem> mBoundItems;
     bool mHasOtherTracks = false;
     bool mIsQuickTime = false;
     /// Why no new sound can be put into it.

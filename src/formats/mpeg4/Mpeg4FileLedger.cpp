@@ -122,10 +122,11 @@ public:
         : mFile(file)
         , mLayout(layout)
         , mModel(model)
+        , mReadItems(Mpeg4Tags::itemsOfMeta(Mpeg4Tags::metaOf(layout.movie())))
     {
     }
 
-    FileLedger run();
+    Mpeg4Account run();
 
 private:
     /// Boxes in the 'moov' box, with where they begin in the file.
@@ -147,6 +148,11 @@ private:
     {
         mLedger.add({kind, Keeping::asBytes, name, bytes});
     }
+    void addBound(const Mpeg4BoundItem& item, ItemKind kind, const QString& name, ByteRange bytes)
+    {
+        addCarried(kind, name, bytes);
+        mBoundItems[bytes.offset] = item;
+    }
     /// Gives each child to `declare`; declares what stands around them.
     template <typename Declare> void forEachChild(const Part& parent, const Declare& declare);
 
@@ -157,14 +163,19 @@ private:
     void declareUserData(const Part& data);
     void declareMeta(const Part& meta);
     void declareItems(const Part& items, const Mpeg4Box& keys);
-    void declareItem(FourCharCode type, const Part& item, ByteRange bytes);
+    void declareItem(const Mpeg4Tags::Item& entry, const Part& item, ByteRange bytes);
+    void declareReadItem(const Mpeg4Tags::Item& entry, const Part& item, const QString& name,
+                         ByteRange bytes);
     void declareSamples();
     void declareBetween(ByteRange gap);
 
     const FileHandle& mFile;
     const Mpeg4Layout& mLayout;
     const Mpeg4Model& mModel;
+    /// The list that the metadata was read from.
+    const Mpeg4Box mReadItems;
     FileLedger mLedger;
+    std::map<int64_t, Mpeg4BoundItem> mBoundItems;
 };
 
 template <typename Declare> void Declarer::forEachChild(const Part& parent, const Declare& declare)
@@ -186,7 +197,7 @@ template <typename Declare> void Declarer::forEachChild(const Part& parent, cons
                    bytes);
 }
 
-FileLedger Declarer::run()
+Mpeg4Account Declarer::run()
 {
     for (const Mpeg4Layout::OuterBox& box : mLayout.boxes)
         declareOuterBox(box);
@@ -196,7 +207,7 @@ FileLedger Declarer::run()
                    {mLayout.endOfBoxes, rest});
     }
     declareSamples();
-    return std::move(mLedger);
+    return {std::move(mLedger), std::move(mBoundItems)};
 }
 
 void Declarer::declareOuterBox(const Mpeg4Layout::OuterBox& box)
@@ -319,33 +330,59 @@ void Declarer::declareItems(const Part& items, const Mpeg4Box& keys)
     constexpr size_t countBytes = 8;
     std::vector<QString> names;
     if (keys.size() > countBytes) {
-        const Mpeg4Box entries(keys.bytes().subspan(countBytes));
-        for (const Mpeg4Box::Child& key : entries.allChildren())
-            names.push_back(QString::fromUtf8(entries.wholeOf(key).sliced(8)));
+        const Mpeg4Box list(keys.bytes().subspan(countBytes));
+        for (const Mpeg4Box::Child& key : list.allChildren())
+            names.push_back(QString::fromUtf8(list.wholeOf(key).sliced(8)));
     }
+    std::vector<Mpeg4Tags::Item> entries = Mpeg4Tags::itemsOfList(items.box);
+    if (!Mpeg4Tags::isSame(items.box, mReadItems)) {
+        for (Mpeg4Tags::Item& entry : entries)
+            entry.key.clear();
+    }
+    size_t index = 0;
     forEachChild(items, [&](const Mpeg4Box::Child& child) {
         const ByteRange bytes = rangeOf(items, child);
         if (keys.isEmpty())
-            return declareItem(child.type, partOf(items, child), bytes);
+            return declareItem(entries[index++], partOf(items, child), bytes);
         const bool hasName = child.type >= 1 && child.type <= names.size();
         addCarried(ItemKind::tag, hasName ? names[child.type - 1] : QString::number(child.type), bytes);
     });
 }
 
-void Declarer::declareItem(FourCharCode type, const Part& item, ByteRange bytes)
+void Declarer::declareItem(const Mpeg4Tags::Item& entry, const Part& item, ByteRange bytes)
 {
+    const FourCharCode type = entry.child.type;
     // What players note for themselves about the very sound: gaps, loudness.
     const bool isFreeForm = type == fourCharCode("----");
     const QString name = isFreeForm ? Mpeg4Tags::freeFormName(item.box) : textOf(type);
     if ((isFreeForm && name.startsWith(QStringLiteral("iTun"))) || type == fourCharCode("free"))
         return mLedger.addStructure(bytes);
-    const QString key = Mpeg4Tags::keyOfItem(type, item.box);
-    if (key.isEmpty())
+    if (entry.key.isEmpty())
         return addCarried(ItemKind::tag, name, bytes);
+    if (!entry.isRead)
+        return addBound({entry.key, Mpeg4BoundItem::Bond::value}, ItemKind::tag,
+                        QStringLiteral("%1 that is not read").arg(name), bytes);
+    declareReadItem(entry, item, name, bytes);
+}
+
+/// One that is in the model, apart from what the metadata has no room for.
+void Declarer::declareReadItem(const Mpeg4Tags::Item& entry, const Part& item, const QString& name,
+                               ByteRange bytes)
+{
+    using Bond = Mpeg4BoundItem::Bond;
     mLedger.addInModel(bytes);
     for (const Mpeg4Tags::AlteredValue& value : mModel.alteredValues) {
-        if (value.key == key)
-            addCarried(ItemKind::value, value.description, bytes);
+        if (value.key == entry.key)
+            addBound({entry.key, value.isHidden ? Bond::value : Bond::wording}, ItemKind::value,
+                     value.description, bytes);
+    }
+    const bool isFreeForm = entry.child.type == fourCharCode("----");
+    for (const Mpeg4Box::Child& child : item.box.allChildren()) {
+        const bool isNaming =
+            isFreeForm && (child.type == fourCharCode("mean") || child.type == fourCharCode("name"));
+        if (child.type != fourCharCode("data") && child.type != fourCharCode("free") && !isNaming)
+            addBound({entry.key, Bond::key}, ItemKind::part,
+                     QStringLiteral("box (%1) of %2").arg(textOf(child.type), name), rangeOf(item, child));
     }
 }
 
@@ -391,7 +428,7 @@ void Declarer::declareBetween(ByteRange gap)
 
 } // namespace
 
-FileLedger mpeg4Ledger(const FileHandle& file, const Mpeg4Layout& layout, const Mpeg4Model& model)
+Mpeg4Account mpeg4Account(const FileHandle& file, const Mpeg4Layout& layout, const Mpeg4Model& model)
 {
     return Declarer(file, layout, model).run();
 }

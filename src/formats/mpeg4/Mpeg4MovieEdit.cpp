@@ -6,6 +6,7 @@
 #include <QtEndian>
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace velloria::Mpeg4MovieEdit
 {
@@ -15,6 +16,7 @@ namespace
 
 using Child = Mpeg4Box::Child;
 using Changed = std::optional<QByteArray>;
+using Mpeg4Tags::Item;
 
 constexpr FourCharCode kUserData = fourCharCode("udta");
 constexpr FourCharCode kMeta = fourCharCode("meta");
@@ -47,32 +49,59 @@ bool hasGapless(const Mpeg4Box& items)
                        [&](const Child& child) { return isGapless(child, items.payloadOf(child)); });
 }
 
-Mpeg4Box itemsOf(const Mpeg4Box& meta)
+/// An item with other values. What else stands in it stays, so does what a free-form item is called.
+QByteArray itemWith(const Mpeg4Box& old, FourCharCode type, const Mpeg4Box& made)
 {
-    return Mpeg4Tags::boxesOfMeta(meta).descendant({kItems});
+    constexpr FourCharCode value = fourCharCode("data");
+    QByteArray values;
+    for (const Child& child : made.allChildren()) {
+        if (child.type == value)
+            values += made.wholeOf(child);
+    }
+    return mpeg4Box(type, mpeg4PayloadWith(old, [&](const Child& child, const Mpeg4Box&) -> Changed {
+                        if (child.type != value)
+                            return std::nullopt;
+                        return std::exchange(values, QByteArray());
+                    }));
 }
 
-/// The list of items with those that differ made anew.
+const Item* findItem(const std::vector<Item>& items, const QString& key)
+{
+    const auto found = std::find_if(items.begin(), items.end(),
+                                    [&key](const Item& each) { return each.isRead && each.key == key; });
+    return found == items.end() ? nullptr : &*found;
+}
+
+/// The list of items with those that differ made anew. Further items of a changed key go: some programs would
+/// show them in place of the new value.
 QByteArray itemsWith(const Mpeg4Box& old, const Mpeg4Box& made, const Tags& tags)
 {
     const MetadataDictionary before = tags.before.dictionary();
     const MetadataDictionary now = tags.now.dictionary();
-    const auto isChanged = [&](const Child& child, const Mpeg4Box& payload) {
-        const QString key = Mpeg4Tags::keyOfItem(child.type, payload);
+    const auto isChanged = [&](const QString& key) {
         if (key == MetadataKey::attachedPictures)
             return tags.before.artwork() != tags.now.artwork();
         return !key.isEmpty() && before.value(key) != now.value(key);
     };
+    const std::vector<Item> oldItems = Mpeg4Tags::itemsOfList(old);
+    const std::vector<Item> madeItems = Mpeg4Tags::itemsOfList(made);
+    size_t index = 0;
     QByteArray bytes = mpeg4PayloadWith(old, [&](const Child& child, const Mpeg4Box& payload) -> Changed {
-        const bool isStale = isChanged(child, payload) || isGapless(child, payload);
-        return isStale ? Changed(QByteArray()) : std::nullopt;
+        const Item& item = oldItems[index++];
+        if (isGapless(child, payload))
+            return QByteArray();
+        if (!isChanged(item.key))
+            return std::nullopt;
+        const Item* const news = item.isRead ? findItem(madeItems, item.key) : nullptr;
+        return news ? itemWith(payload, news->child.type, made.payloadOf(news->child)) : QByteArray();
     });
     const bool hadGapless = hasGapless(old);
-    for (const Child& child : made.allChildren()) {
-        const Mpeg4Box payload = made.payloadOf(child);
-        const bool isWanted = isGapless(child, payload) ? hadGapless : isChanged(child, payload);
+    for (const Item& item : madeItems) {
+        const bool isWanted = isGapless(item.child, made.payloadOf(item.child))
+                                  ? hadGapless
+                                  : isChanged(item.key) && !findItem(oldItems, item.key);
         if (isWanted)
-            bytes += made.wholeOf(child);
+            bytes += made.wholeOf(item.child);
     }
     return bytes;
 }
@@ -92,17 +121,16 @@ QByteArray metaWith(const Mpeg4Box& meta, const Mpeg4Box& made, const Tags& tags
     return mpeg4Box(kMeta, meta.copy(0, meta.size() - boxes.size()) + payload);
 }
 
-/// A box with a child of a type put in the place of the one that it has, else in front of the zeros at the
-/// end.
-QByteArray payloadWithChild(const Mpeg4Box& parent, FourCharCode type, const QByteArray& made)
+/// A box with a new child in the place of one that it has (`old`, by its payload), else in front of the zeros
+/// at the end. Others of the same type stay.
+QByteArray payloadWithChild(const Mpeg4Box& parent, const Mpeg4Box& old, const QByteArray& made)
 {
     bool isPlaced = false;
-    QByteArray payload = mpeg4PayloadWith(parent, [&](const Child& child, const Mpeg4Box&) -> Changed {
-        if (child.type != type)
+    QByteArray payload = mpeg4PayloadWith(parent, [&](const Child&, const Mpeg4Box& each) -> Changed {
+        if (isPlaced || !Mpeg4Tags::isSame(each, old))
             return std::nullopt;
-        const QByteArray bytes = isPlaced ? QByteArray() : made;
         isPlaced = true;
-        return bytes;
+        return made;
     });
     if (isPlaced || made.isEmpty())
         return payload;
@@ -127,16 +155,32 @@ QByteArray withChapterReference(const Mpeg4Box& track, uint32_t trackID, bool is
     if (list.data() == oldList.copy(0, oldList.size()))
         return track.copy(0, track.size());
     const QByteArray made = list.data().isEmpty() ? QByteArray() : mpeg4Box(chapters, list.data());
-    const QByteArray all = payloadWithChild(old, chapters, made);
-    return payloadWithChild(track, references, all.isEmpty() ? QByteArray() : mpeg4Box(references, all));
+    const QByteArray all = payloadWithChild(old, oldList, made);
+    return payloadWithChild(track, old, all.isEmpty() ? QByteArray() : mpeg4Box(references, all));
 }
 
+/// The list goes where one was, else to the tags; any other list would contradict it.
 QByteArray withChapterList(const Mpeg4Box& movie, const QByteArray& list)
 {
-    const Mpeg4Box userData = movie.descendant({kUserData});
-    const QByteArray payload = payloadWithChild(userData, fourCharCode("chpl"), list);
-    return payloadWithChild(movie, kUserData,
-                            payload.isEmpty() ? QByteArray() : mpeg4Box(kUserData, payload));
+    constexpr FourCharCode chapters = fourCharCode("chpl");
+    const auto hasList = [](const Mpeg4Box& userData) { return !userData.children(chapters).empty(); };
+    const std::vector<Mpeg4Box> all = movie.children(kUserData);
+    const auto found = std::find_if(all.begin(), all.end(), hasList);
+    const Mpeg4Box place = found == all.end() ? Mpeg4Tags::userDataOf(movie) : *found;
+    if (all.empty())
+        return payloadWithChild(movie, place, list.isEmpty() ? QByteArray() : mpeg4Box(kUserData, list));
+    return mpeg4PayloadWith(movie, [&](const Child& child, const Mpeg4Box& userData) -> Changed {
+        const bool isPlace = Mpeg4Tags::isSame(userData, place);
+        if (child.type != kUserData || !(isPlace || hasList(userData)))
+            return std::nullopt;
+        const QByteArray others =
+            mpeg4PayloadWith(userData, [](const Child& each, const Mpeg4Box&) -> Changed {
+                return each.type == chapters ? Changed(QByteArray()) : std::nullopt;
+            });
+        const Mpeg4Box none{std::span<const uint8_t>()};
+        const QByteArray payload = payloadWithChild(Mpeg4Box(others), none, isPlace ? list : QByteArray());
+        return payload.isEmpty() ? payload : mpeg4Box(kUserData, payload);
+    });
 }
 
 } // namespace
@@ -165,7 +209,7 @@ QByteArray trackWithOffsets(const Mpeg4Box& track, std::span<const int64_t> offs
 
 bool hasGaplessText(const Mpeg4Box& movie)
 {
-    return hasGapless(itemsOf(Mpeg4Tags::metaOf(movie)));
+    return hasGapless(Mpeg4Tags::itemsOfMeta(Mpeg4Tags::metaOf(movie)));
 }
 
 QByteArray movieWithTags(const Mpeg4Box& movie, const Tags& tags)
@@ -173,22 +217,23 @@ QByteArray movieWithTags(const Mpeg4Box& movie, const Tags& tags)
     const QByteArray whole = Mpeg4Tags::box(tags.now, tags.gaplessText);
     const Mpeg4Box outer(whole);
     const Mpeg4Box made = outer.descendant({kMeta});
-    const Mpeg4Box items = itemsOf(made);
-    const Mpeg4Box userData = movie.descendant({kUserData});
-    const std::array inUserData = {kUserData, kMeta};
-    const std::array inMovie = {kMeta};
-    const auto change = [&](const Mpeg4Box& meta) { return metaWith(meta, items, tags); };
-    if (!userData.descendant({kMeta}).isEmpty())
-        return payloadWithDescendant(movie, inUserData, change);
-    const Mpeg4Box meta = movie.descendant({kMeta});
-    const bool isOurs =
-        Mpeg4Tags::boxesOfMeta(meta).descendant({fourCharCode("hdlr")}).number32(8) == fourCharCode("mdir");
+    const Mpeg4Box items = Mpeg4Tags::itemsOfMeta(made);
+    const Mpeg4Box userData = Mpeg4Tags::userDataOf(movie);
+    const Mpeg4Box inUserData = userData.descendant({kMeta});
+    const auto withUserData = [&](const QByteArray& meta) {
+        return payloadWithChild(movie, userData,
+                                mpeg4Box(kUserData, payloadWithChild(userData, inUserData, meta)));
+    };
+    if (!inUserData.isEmpty())
+        return withUserData(metaWith(inUserData, items, tags));
+    const Mpeg4Box inMovie = movie.descendant({kMeta});
+    const bool isOurs = Mpeg4Tags::boxesOfMeta(inMovie).descendant({fourCharCode("hdlr")}).number32(8) ==
+                        fourCharCode("mdir");
     if (isOurs)
-        return payloadWithDescendant(movie, inMovie, change);
+        return payloadWithChild(movie, inMovie, metaWith(inMovie, items, tags));
     if (made.isEmpty() || tags.now.dictionary() == tags.before.dictionary())
         return movie.copy(0, movie.size());
-    const QByteArray withMeta = payloadWithChild(userData, kMeta, metaWith(made, items, tags));
-    return payloadWithChild(movie, kUserData, mpeg4Box(kUserData, withMeta));
+    return withUserData(metaWith(made, items, tags));
 }
 
 QByteArray movieWithChapters(const Mpeg4Box& movie, const Chapters& chapters)

@@ -280,6 +280,21 @@ QByteArray nameOfItem(FourCharCode item, const Mpeg4Box& payload)
     return "----:" + textOfChild(fourCharCode("mean")) + ':' + textOfChild(fourCharCode("name"));
 }
 
+/// Whether the library takes in an item that it knows: values come first, apart from what a free-form item is
+/// called, and texts are in UTF-8.
+bool isReadable(FourCharCode item, const Mpeg4Box& payload)
+{
+    constexpr uint32_t utf8 = 1;
+    const std::vector<Mpeg4Box::Child> children = payload.allChildren();
+    const size_t first = item == fourCharCode("----") ? 2 : 0;
+    if (children.size() <= first || children[first].type != fourCharCode("data"))
+        return false;
+    const auto row = std::find_if(rows.begin(), rows.end(),
+                                  [item](const Row& each) { return fourCharText(item) == each.item; });
+    const bool isText = row != rows.end() && row->kind == Kind::text;
+    return !isText || payload.payloadOf(children[first]).number32(0) == utf8;
+}
+
 QString quoted(const QString& text)
 {
     constexpr qsizetype most = 60;
@@ -308,18 +323,18 @@ QString alterationOf(const Row& row, const TagLib::MP4::Item& read, const TagLib
 
 } // namespace
 
-Mpeg4Box metaOf(const Mpeg4Box& movie)
+std::vector<Item> itemsOfList(const Mpeg4Box& list)
 {
-    constexpr FourCharCode meta = fourCharCode("meta");
-    const Mpeg4Box box = movie.descendant({fourCharCode("udta"), meta});
-    return box.isEmpty() ? movie.descendant({meta}) : box;
-}
-
-Mpeg4Box boxesOfMeta(const Mpeg4Box& meta)
-{
-    constexpr size_t versionBytes = 4;
-    const bool isQuickTime = meta.number32(4) == fourCharCode("hdlr");
-    return Mpeg4Box(meta.bytes().subspan(isQuickTime ? 0 : std::min(versionBytes, meta.size())));
+    std::vector<Item> items;
+    for (const Mpeg4Box::Child& child : list.allChildren()) {
+        const Mpeg4Box payload = list.payloadOf(child);
+        const QString key = keyOfItem(child.type, payload);
+        const bool hasValue = !key.isEmpty() && isReadable(child.type, payload);
+        const bool isFirst = std::none_of(
+            items.begin(), items.end(), [&key](const Item& each) { return each.isRead && each.key == key; });
+        items.push_back({child, key, hasValue && isFirst});
+    }
+    return items;
 }
 
 QString keyOfItem(FourCharCode item, const Mpeg4Box& payload)
@@ -364,6 +379,7 @@ std::vector<AlteredValue> alteredValues(const FileHandle& file, const AudioMetad
 {
     const TagLib::MP4::ItemMap readItems = itemsOf(file);
     const TagLib::MP4::ItemMap writtenItems = itemsOf(metadata);
+    const MetadataDictionary shown = metadata.dictionary();
     std::vector<AlteredValue> altered;
     for (const Row& row : rows) {
         const bool isOurs = keyOf(row) == MetadataKey::encodingApplication;
@@ -373,14 +389,15 @@ std::vector<AlteredValue> alteredValues(const FileHandle& file, const AudioMetad
         const QString description =
             alterationOf(row, readItems[row.item], isWritten ? &writtenItems[row.item] : nullptr);
         if (!description.isEmpty())
-            altered.push_back({keyOf(row), description});
+            altered.push_back({keyOf(row), description, !shown.contains(keyOf(row))});
     }
     if (readItems.contains(picturesItem)) {
         const auto numPictures = static_cast<qsizetype>(readItems[picturesItem].toCoverArtList().size());
         if (numPictures > metadata.artwork().size())
-            altered.push_back(
-                {MetadataKey::attachedPictures, QStringLiteral("%1 pictures of an unknown form are left out")
-                                                    .arg(numPictures - metadata.artwork().size())});
+            altered.push_back({MetadataKey::attachedPictures,
+                               QStringLiteral("%1 pictures of an unknown form are left out")
+                                   .arg(numPictures - metadata.artwork().size()),
+                               true});
     }
     return altered;
 }

@@ -38,6 +38,17 @@ QString change(const QString& key, const QString& before, const QString& after)
     return QStringLiteral("%1 %2 becomes %3").arg(key, before, after);
 }
 
+bool isReplaced(const FileItem& item, const AudioMetadata& read, const AudioMetadata& now)
+{
+    if (item.kind != ItemKind::value)
+        return false;
+    const QStringList keys = AudioMetadata::dictionaryKeys();
+    const auto key = std::find_if(keys.begin(), keys.end(), [&item](const QString& each) {
+        return item.name.startsWith(each + QStringLiteral(" “"));
+    });
+    return key != keys.end() && read.dictionary().value(*key) != now.dictionary().value(*key);
+}
+
 Differences differences(const MetadataDictionary& values, const MetadataDictionary& kept)
 {
     Differences found;

@@ -16,6 +16,10 @@ QString quoted(const QString& text);
 /// What the ledger says of a value that becomes another: key “before” becomes “after”.
 QString change(const QString& key, const QString& before, const QString& after);
 
+/// Whether an item of a ledger says change() of a value that a person has replaced since it was read: it
+/// tells nothing any more then.
+bool isReplaced(const FileItem& item, const AudioMetadata& read, const AudioMetadata& now);
+
 /// What of the values of a dictionary comes out otherwise in another one, or not at all. A number, flag or
 /// position that is only zeros says nothing, so nothing is lost with it. Pictures are left aside.
 struct Differences {

@@ -219,9 +219,9 @@ void VorbisComments::declare(const AudioMetadata& metadata, FileLedger& ledger) 
             QStringList quotedValues;
             for (const QString& value : values.mid(0, 5))
                 quotedValues += ValueChanges::quoted(value);
-            ledger.addNotKept(ItemKind::value,
-                              ValueChanges::change(name, quotedValues.join(QStringLiteral(", ")),
-                                                   ValueChanges::quoted(text)));
+            ledger.addNotKept(ItemKind::value, ValueChanges::change(isTotal(name) ? name : keyOf(name),
+                                                                    quotedValues.join(QStringLiteral(", ")),
+                                                                    ValueChanges::quoted(text)));
         }
     }
     ValueChanges::declare(dictionary(), metadata, ledger);

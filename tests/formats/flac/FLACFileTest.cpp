@@ -294,7 +294,20 @@ TEST_F(FLACFileTest, NamesWhatASaveWouldDrop)
     EXPECT_EQ(tagged->metadata().title(), "Song");
     EXPECT_EQ(tagged->metadata().year(), "2004; 5");
     EXPECT_EQ(tagged->ledger().namesNotKept(ItemKind::value),
-              QStringList("date “2004”, “5” becomes “2004; 5”"));
+              QStringList("year “2004”, “5” becomes “2004; 5”"));
+    // Who replaces a value knows what becomes of it.
+    for (const bool isReplaced : {false, true}) {
+        FLACFile writer(44100.0, 16, 1);
+        writer.setOpenedFile(tagged);
+        AudioMetadata metadata = tagged->metadata();
+        metadata.setTitle("Other");
+        if (isReplaced)
+            metadata.setYear("2005");
+        writer.setMetadata(metadata);
+        const QStringList told = tagged->ledger().namesOf(
+            ItemKind::value, [&](const FileItem& item) { return !writer.willWrite(item); });
+        EXPECT_EQ(told.size(), isReplaced ? 0 : 1);
+    }
     EXPECT_EQ(tagged->tagsNotKept(), QStringList("attached pictures"));
     // The picture is there for other formats; that FLAC files hold none is said of every save.
     EXPECT_EQ(tagged->chunksNotKept(), QStringList());
