@@ -140,6 +140,7 @@ void InstalledMarkers::putInOrder(const AudioMarkerPtr& marker)
 void InstalledMarkers::setPosition(const AudioMarkerPtr& marker, int64_t position)
 {
     // The caller's may be the very entry of the order that goes.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const AudioMarkerPtr held = marker;
     const bool isOurs = mOrder && takeOutOfOrder(held);
     held->setPosition(position);
