@@ -269,7 +269,7 @@ TEST_F(DocumentWindowTest, AWindowThatClosesWhileItReadsItsFileAnewTakesTheReadi
 TEST_F(DocumentWindowTest, SaveAsOffersTypesOptionsAndTellsTheSize)
 {
     DocumentWindow* const window = open(makeSound());
-    whenShown<SaveDialog>([this](SaveDialog& dialog) {
+    whenShown<SaveDialog>([](SaveDialog& dialog) {
         EXPECT_EQ(dialog.typePopUp().currentData().toString(),
                   QStringLiteral("com.microsoft.waveform-audio"));
         const QString sizeOf16Bits = dialog.sizeLabel().text();
