@@ -89,7 +89,7 @@ struct Taps {
         first = static_cast<int32_t>(lowest);
         auto last = static_cast<int32_t>(highest);
         last -= highest < static_cast<float>(last) ? 1 : 0;
-        count = static_cast<size_t>(last - first + 1);
+        count = static_cast<size_t>(last - first) + 1;
         firstDistance = static_cast<float>(first) - position;
     }
 };

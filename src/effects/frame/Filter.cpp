@@ -233,7 +233,7 @@ MaybeError Filter::measureForPreview()
     const SourceWatch watch = watchSources();
     const bool isDone = analyse(numFrames());
     didFinishProgress();
-    const MaybeError error = isDone ? watch.error() : Error::cancelled();
+    MaybeError error = isDone ? watch.error() : Error::cancelled();
     mMeasuredTracks = error ? TrackList() : tracks;
     return error;
 }
