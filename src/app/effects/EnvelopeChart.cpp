@@ -293,7 +293,8 @@ void EnvelopeChart::paintGrid(QPainter& painter) const
     painter.fillRect(inner, theme.lane);
     const double highest = top();
     const double gainStep = highest <= 4 ? 0.5 : std::ceil(highest / 4);
-    for (double gain = 0; gain <= highest; gain += gainStep) {
+    for (int i = 0; i * gainStep <= highest; ++i) {
+        const double gain = i * gainStep;
         const double y = placeOf({0, gain}).y();
         painter.setPen(QPen(gain == 1.0 ? theme.axis : theme.grid, 1));
         painter.drawLine(QPointF(inner.left(), y), QPointF(inner.right(), y));
