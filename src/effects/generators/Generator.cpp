@@ -73,7 +73,7 @@ int64_t Generator::advance(size_t numFrames)
 std::shared_ptr<MutableAudioClip> Generator::makeClip(double sampleRate, int64_t numFrames,
                                                       Progress* progress, MaybeError* error)
 {
-    const std::shared_ptr<MutableAudioClip> clip = MutableAudioClip::clipWithSampleRate(sampleRate);
+    std::shared_ptr<MutableAudioClip> clip = MutableAudioClip::clipWithSampleRate(sampleRate);
     FloatBuffer block;
     begin(sampleRate);
     for (int64_t numDone = 0; numDone < numFrames && !*error;) {
