@@ -183,6 +183,8 @@ MaybeError Filter::apply()
         clips = computedClips();
         if (clips.empty()) {
             error = processSelection(*writer, numToAnalyse, numInPlace, numRinging);
+            if (!error && !mWasCancelled)
+                error = writer->finish();
             clips.assign(writer->clips().begin(), writer->clips().end());
         }
     }
@@ -247,7 +249,7 @@ MaybeError Filter::processSelection(ClipWriter& writer, int64_t numAnalysed, int
     const auto blockNumFrames = static_cast<int64_t>(std::min<uint64_t>(mMaxBufferNumFrames, INT64_MAX));
     MaybeError error = processBlocks(writer, blockNumFrames, numDone, numAnalysed + numInPlace + numRinging);
     mTailMixer.reset();
-    return error || mWasCancelled ? error : writer.finish();
+    return error;
 }
 
 SourceWatch Filter::watchSources() const

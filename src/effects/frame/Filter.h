@@ -113,7 +113,7 @@ public:
 
     /// Runs the effect over its source. Nothing is answered on success and on cancellation (wasCancelled()
     /// tells); an error (a full disk, ...) leaves the document as it was.
-    virtual MaybeError apply();
+    MaybeError apply();
     bool wasCancelled() const { return mWasCancelled; }
 
     static double factorWithDecibels(double decibels);
@@ -143,6 +143,18 @@ protected:
     /// for an effect whose samples hang on those before them. `index` counts the selection's tracks.
     virtual ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const;
 
+    /// Computes the result into the writer's clips: `numInPlace` frames for the selection and `numRinging`
+    /// after it. Progress goes on from `numAnalysed` frames of the same run.
+    virtual MaybeError processSelection(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace,
+                                        int64_t numRinging);
+
+    std::shared_ptr<DocumentSource> mSource;
+
+private:
+    SoundDocument* document() const;
+    bool addSilence(uint64_t numFrames, SampleBlock& block);
+    int64_t numFramesRinging() const;
+    bool analyse(int64_t numTotal);
     /// The writer of the result, for as many tracks as are selected.
     std::unique_ptr<ClipWriter> makeWriter() const;
 
@@ -156,28 +168,18 @@ protected:
     /// Gives the clips to the document in place of the selection, as one undo step, and tells the delegate.
     /// The last `numRinging` frames take the place of what follows.
     void replaceSelectionWithClips(int64_t offset, int64_t length, const std::vector<AudioClipPtr>& clips,
-                                   int64_t numRinging = 0);
+                                   int64_t numRinging);
 
     /// Pulls frames through requestDataWithNumFrames() in blocks of at most blockNumFrames and appends them
     /// to the writer's clips, until numDone, which counts what was asked for, reaches numTotal, the data end
     /// or the delegate asks to stop. Progress is numDone / numTotal. The source must not be looping.
     MaybeError processBlocks(ClipWriter& writer, int64_t blockNumFrames, int64_t& numDone, int64_t numTotal);
 
-    std::shared_ptr<DocumentSource> mSource;
-    FilterDelegate* mDelegate = nullptr;
-    bool mWasCancelled = false;
-
-private:
-    SoundDocument* document() const;
-    bool addSilence(uint64_t numFrames, SampleBlock& block);
-    int64_t numFramesRinging() const;
-    bool analyse(int64_t numTotal);
-    MaybeError processSelection(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace,
-                                int64_t numRinging);
-
     EffectParameters mParameters;
 
     QString mName;
+    FilterDelegate* mDelegate = nullptr;
+    bool mWasCancelled = false;
     std::unique_ptr<ReadAhead> mReadAhead; ///< while processBlocks() runs
     std::unique_ptr<TailMixer> mTailMixer; ///< while a result that rings on is computed
     int64_t mNumSilentToCome = 0;          ///< frames of silence that are still to follow the selection

@@ -1,5 +1,6 @@
 #include "effects/gain/AmplifyVolume.h"
 
+#include "effects/frame/CommonParameters.h"
 #include "effects/frame/SampleArithmetic.h"
 
 namespace velloria
@@ -11,18 +12,13 @@ namespace
 const std::vector<ParameterDescription>& describeParameters()
 {
     static const std::vector<ParameterDescription> list = {[] {
-        ParameterDescription gain;
-        gain.name = QStringLiteral("Gain");
-        gain.summary = QStringLiteral("How much louder (or softer, below 0) the sound becomes.");
-        gain.unit = QStringLiteral("dB");
-        gain.minimum = -60.0;
-        gain.maximum = 40.0;
+        ParameterDescription gain = CommonParameters::number(
+            QStringLiteral("Gain"), QStringLiteral("How much louder (or softer, below 0) the sound becomes."),
+            QStringLiteral("dB"), -60.0, 40.0, 0.0);
         gain.hardMinimum = -200.0;
         gain.hardMaximum = 200.0;
-        gain.settingsKey = QStringLiteral("filter.amplifyVolume.gain");
-        gain.scriptKey = QStringLiteral("Gain");
-        gain.defaultValue = 0.0;
-        gain.scriptDefaultValue = 0.0;
+        CommonParameters::setKeys(gain, QStringLiteral("amplifyVolume"), QStringLiteral("gain"),
+                                  QStringLiteral("Gain"));
         return gain;
     }()};
     return list;

@@ -1,5 +1,6 @@
 #include "effects/gain/Normalize.h"
 
+#include "effects/frame/CommonParameters.h"
 #include "effects/frame/SampleArithmetic.h"
 
 #include <algorithm>
@@ -16,16 +17,13 @@ constexpr uint64_t kBlockNumFrames = 8192;
 std::vector<ParameterDescription> makeDescriptions()
 {
     using Kind = ParameterDescription::Kind;
-    ParameterDescription target;
-    target.name = QStringLiteral("Target level");
-    target.summary = QStringLiteral("Level that the loudest part is brought to.");
-    target.unit = QStringLiteral("dB");
-    target.minimum = -60.0;
-    target.maximum = 0.0;
+    const QString keyWord = QStringLiteral("normalize");
+    ParameterDescription target = CommonParameters::number(
+        QStringLiteral("Target level"), QStringLiteral("Level that the loudest part is brought to."),
+        QStringLiteral("dB"), -60.0, 0.0, 0.0);
     target.hardMinimum = -200.0;
     target.hardMaximum = 200.0;
-    target.settingsKey = QStringLiteral("filter.normalize.target");
-    target.scriptKey = QStringLiteral("Peak");
+    CommonParameters::setKeys(target, keyWord, QStringLiteral("target"), QStringLiteral("Peak"));
 
     ParameterDescription independent;
     independent.kind = Kind::toggle;
@@ -34,15 +32,14 @@ std::vector<ParameterDescription> makeDescriptions()
     // A person wants both channels at full level; a script written long ago counts on keeping their balance.
     independent.defaultValue = 1.0;
     independent.scriptDefaultValue = 0.0;
-    independent.settingsKey = QStringLiteral("filter.normalize.independent");
-    independent.scriptKey = QStringLiteral("Independently");
+    CommonParameters::setKeys(independent, keyWord, QStringLiteral("independent"),
+                              QStringLiteral("Independently"));
 
     ParameterDescription rms;
     rms.kind = Kind::toggle;
     rms.name = QStringLiteral("Use RMS level");
     rms.summary = QStringLiteral("Measures the loudest fifth of a second instead of the highest peak.");
-    rms.settingsKey = QStringLiteral("filter.normalize.rms");
-    rms.scriptKey = QStringLiteral("rms");
+    CommonParameters::setKeys(rms, keyWord, QStringLiteral("rms"), QStringLiteral("rms"));
     return {target, independent, rms};
 }
 

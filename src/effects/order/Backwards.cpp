@@ -23,35 +23,6 @@ bool Backwards::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
     return true;
 }
 
-MaybeError Backwards::apply()
-{
-    mWasCancelled = false;
-    const int64_t total = numFrames();
-    const int64_t offset = mSource->loopStart();
-    if (total <= 0)
-        return std::nullopt;
-    const SourceWatch watch = watchSources();
-    const std::unique_ptr<ClipWriter> writer = makeWriter();
-    if (mDelegate)
-        mDelegate->filterDidReachProgress(*this, 0.0);
-    mSource->setLooping(false);
-    processingWillBegin();
-    std::vector<AudioClipPtr> clips = computedClips();
-    MaybeError error;
-    if (clips.empty()) {
-        error = processFromEnd(*writer, offset, total);
-        if (!error && !mWasCancelled)
-            error = writer->finish();
-        clips.assign(writer->clips().begin(), writer->clips().end());
-    }
-    didFinishProgress();
-    if (error || mWasCancelled || (error = watch.error()))
-        return error;
-    processingFinished();
-    replaceSelectionWithClips(offset, total, clips);
-    return std::nullopt;
-}
-
 ComputedClip::Function Backwards::outputOfTrack(const AudioTrackPtr& track, size_t) const
 {
     const int64_t end = mSource->loopStart() + numFrames();
@@ -61,8 +32,9 @@ ComputedClip::Function Backwards::outputOfTrack(const AudioTrackPtr& track, size
     };
 }
 
-MaybeError Backwards::processFromEnd(ClipWriter& writer, int64_t offset, int64_t total)
+MaybeError Backwards::processSelection(ClipWriter& writer, int64_t, int64_t total, int64_t)
 {
+    const int64_t offset = mSource->loopStart();
     SampleBlock block;
     for (int64_t remaining = total; remaining > 0;) {
         const int64_t count = std::min(remaining, kBlockNumFrames);

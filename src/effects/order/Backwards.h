@@ -15,13 +15,11 @@ public:
     }
 
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
-    MaybeError apply() override;
 
 protected:
     ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const override;
-
-private:
-    MaybeError processFromEnd(ClipWriter& writer, int64_t offset, int64_t total);
+    MaybeError processSelection(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace,
+                                int64_t numRinging) override;
 };
 
 } // namespace velloria
