@@ -13,6 +13,7 @@ ORDER = [
     "formats/streams",
     "display/summary",
     "document/clips",
+    "measurement",
     "formats/ledger",
     "formats/tags",
     "formats/decoding",

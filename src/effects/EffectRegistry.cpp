@@ -10,6 +10,7 @@
 #include "effects/gain/DCOffset.h"
 #include "effects/gain/Invert.h"
 #include "effects/gain/Normalize.h"
+#include "effects/gain/NormalizeLoudness.h"
 #include "effects/order/Backwards.h"
 #include "effects/order/SwapChannels.h"
 
@@ -38,6 +39,10 @@ std::vector<EffectEntry> makeEntries()
          QStringLiteral("Makes the sound louder or softer."), make<AmplifyVolume>},
         {QStringLiteral("Normalize..."), gain, QStringLiteral("normalize"),
          QStringLiteral("Brings the loudest part to a target level."), make<Normalize>},
+        {QStringLiteral("Normalize Loudness..."), gain, QStringLiteral("normalize loudness"),
+         QStringLiteral(
+             "Brings the loudness of the whole to a target, and keeps the true peak below a ceiling."),
+         make<NormalizeLoudness>},
         {QStringLiteral("DC Offset..."), gain, QStringLiteral("dc offset"),
          QStringLiteral("Removes a constant offset of the waveform, or adds one."), make<DCOffset>},
         {QStringLiteral("Fade In"), fades, QStringLiteral("fade in"),

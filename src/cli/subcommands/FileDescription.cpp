@@ -123,13 +123,19 @@ void addPictures(Table& table, const AudioMetadata& metadata)
 
 } // namespace
 
+void insertPath(QJsonObject& object, const std::filesystem::path& path)
+{
+    const std::string& bytes = path.native();
+    const QByteArray name(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    object.insert(QStringLiteral("path"), displayPath(path));
+    if (!name.isValidUtf8())
+        object.insert(QStringLiteral("pathBytes"), QString::fromLatin1(name.toBase64()));
+}
+
 QByteArray json(const SoundDocument& document)
 {
     const AudioFile& file = *document.audioFile();
-    const std::string& bytes = document.filePath().native();
-    const QByteArray path(bytes.data(), static_cast<qsizetype>(bytes.size()));
     QJsonObject object = {
-        {QStringLiteral("path"), displayPath(document.filePath())},
         {QStringLiteral("uti"), file.fileFormatUTI()},
         {QStringLiteral("type"), file.displayTypeName()},
         {QStringLiteral("dataFormat"), QString::fromLatin1(fourCharText(file.dataFormat()))},
@@ -144,8 +150,7 @@ QByteArray json(const SoundDocument& document)
         {QStringLiteral("metadata"), metadataJson(document.audioMetadata())},
         {QStringLiteral("pictures"), picturesJson(document.audioMetadata())},
     };
-    if (!path.isValidUtf8())
-        object.insert(QStringLiteral("pathBytes"), QString::fromLatin1(path.toBase64()));
+    insertPath(object, document.filePath());
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
 }
 

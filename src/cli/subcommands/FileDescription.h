@@ -3,6 +3,7 @@
 #include "document/SoundDocument.h"
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QString>
 
 namespace velloria
@@ -11,6 +12,9 @@ namespace velloria
 /// What `info` tells about an opened file.
 namespace FileDescription
 {
+/// The name of a file as "path", and its bytes in base64 as "pathBytes" where they are no text.
+void insertPath(QJsonObject& object, const std::filesystem::path& path);
+
 /// One object on one line.
 QByteArray json(const SoundDocument& document);
 

@@ -30,9 +30,10 @@ const OptionDescription* Subcommand::optionWithName(const QByteArray& option) co
 
 const std::vector<Subcommand>& subcommands()
 {
-    static const std::vector<Subcommand> all = {
-        infoSubcommand(),  decodeSubcommand(),   convertSubcommand(), runSubcommand(),  waveformSubcommand(),
-        splitSubcommand(), commandsSubcommand(), devicesSubcommand(), playSubcommand(), recordSubcommand()};
+    static const std::vector<Subcommand> all = {infoSubcommand(),  decodeSubcommand(),   convertSubcommand(),
+                                                runSubcommand(),   waveformSubcommand(), measureSubcommand(),
+                                                splitSubcommand(), commandsSubcommand(), devicesSubcommand(),
+                                                playSubcommand(),  recordSubcommand()};
     return all;
 }
 

@@ -63,6 +63,7 @@ Subcommand decodeSubcommand();
 Subcommand convertSubcommand();
 Subcommand runSubcommand();
 Subcommand waveformSubcommand();
+Subcommand measureSubcommand();
 Subcommand splitSubcommand();
 Subcommand commandsSubcommand();
 Subcommand devicesSubcommand();

@@ -1,0 +1,274 @@
+#include "measurement/LevelMeter.h"
+#include "measurement/Levels.h"
+#include "measurement/LoudnessMeter.h"
+#include "measurement/SoundStatistics.h"
+#include "measurement/TruePeakMeter.h"
+
+#include "document/clips/MutableAudioClip.h"
+
+#include <ebur128.h>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <random>
+
+using namespace velloria;
+
+namespace
+{
+
+FloatBuffer sine(double frequency, double level, double seconds, double rate, double phase = 0.0)
+{
+    FloatBuffer samples(static_cast<size_t>(std::lround(seconds * rate)));
+    for (size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<float>(
+            level * std::sin(2.0 * std::numbers::pi * frequency * static_cast<double>(i) / rate + phase));
+    return samples;
+}
+
+double linear(double decibels)
+{
+    return std::pow(10.0, decibels / 20.0);
+}
+
+void append(FloatBuffer& samples, const FloatBuffer& more)
+{
+    samples.insert(samples.end(), more.begin(), more.end());
+}
+
+FloatBuffer noise(size_t count, unsigned seed, float level)
+{
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> distribution(-level, level);
+    FloatBuffer samples(count);
+    for (float& sample : samples)
+        sample = distribution(random);
+    return samples;
+}
+
+/// The tracks in pieces whose sizes share nothing with any window.
+void addInPieces(LoudnessMeter& meter, const std::vector<FloatBuffer>& tracks)
+{
+    size_t piece = 1;
+    for (size_t done = 0; done < tracks[0].size(); piece = piece * 3 % 7919 + 1) {
+        const size_t count = std::min(piece, tracks[0].size() - done);
+        std::vector<std::span<const float>> spans;
+        for (const FloatBuffer& track : tracks)
+            spans.push_back(std::span(track).subspan(done, count));
+        ASSERT_TRUE(meter.addFrames(spans));
+        done += count;
+    }
+}
+
+struct Tone {
+    double seconds;
+    double levelDB;
+};
+
+/// 1 kHz in both channels, as the test signals of EBU Tech 3341 and 3342 are described.
+FloatBuffer tones(const std::vector<Tone>& parts, double rate)
+{
+    FloatBuffer samples;
+    for (const Tone& part : parts)
+        append(samples, sine(1000.0, linear(part.levelDB), part.seconds, rate));
+    return samples;
+}
+
+TEST(LoudnessMeter, MeasuresTheTestSignalsOfTheStandard)
+{
+    struct Case {
+        std::vector<Tone> parts;
+        double integrated;
+        double range; ///< negative: not given
+    };
+    // EBU Tech 3341, signals 1 to 5; Tech 3342, signals 1 to 4, whose integrated loudness is the gated mean
+    // of their powers. Tolerances are 0.1 LU and 1 LU.
+    const Case cases[] = {
+        {{{20, -23}}, -23.0, -1},
+        {{{20, -33}}, -33.0, -1},
+        {{{10, -36}, {60, -23}, {10, -36}}, -23.0, -1},
+        {{{10, -72}, {10, -36}, {60, -23}, {10, -36}, {10, -72}}, -23.0, -1},
+        {{{20, -26}, {20.1, -20}, {20, -26}}, -23.0, -1},
+        {{{20, -20}, {20, -30}}, -22.6, 10},
+        {{{20, -20}, {20, -15}}, -16.8, 5},
+        {{{20, -40}, {20, -20}}, -20.0, 20},
+        {{{20, -50}, {20, -35}, {20, -20}, {20, -35}, {20, -50}}, -24.5, 15},
+    };
+    for (const double rate : {44100.0, 48000.0}) {
+        for (const Case& c : cases) {
+            const FloatBuffer track = tones(c.parts, rate);
+            const auto meter = LoudnessMeter::make(rate, 2);
+            addInPieces(*meter, {track, track});
+            EXPECT_NEAR(meter->integrated(), c.integrated, 0.1);
+            if (c.range >= 0) {
+                EXPECT_NEAR(meter->range(), c.range, 1.0);
+            }
+        }
+    }
+}
+
+TEST(LoudnessMeter, FollowsMomentaryAndShortTermLoudness)
+{
+    // Tech 3341, signal 6: channels of 5.0 with levels of their own come to -23 LUFS.
+    std::vector<FloatBuffer> surround;
+    for (const double levelDB : {-28.0, -28.0, -24.0, -30.0, -30.0})
+        surround.push_back(sine(1000.0, linear(levelDB), 20.0, 48000.0));
+    const auto five = LoudnessMeter::make(48000.0, 5);
+    addInPieces(*five, surround);
+    EXPECT_NEAR(five->integrated(), -23.0, 0.1);
+
+    // Signals 9 and 12: short-term and momentary loudness stand still although the level changes within the
+    // window.
+    FloatBuffer shortTerm;
+    FloatBuffer momentary;
+    for (int i = 0; i < 5; ++i) {
+        append(shortTerm, tones({{1.34, -20}, {1.66, -30}}, 48000.0));
+        append(momentary, tones({{0.18, -20}, {0.22, -30}, {0.18, -20}, {0.22, -30}}, 48000.0));
+    }
+    const auto slow = LoudnessMeter::make(48000.0, 2);
+    addInPieces(*slow, {shortTerm, shortTerm});
+    EXPECT_NEAR(slow->shortTerm(), -23.0, 0.1);
+    EXPECT_NEAR(slow->highestShortTerm(), -23.0, 0.1);
+    const auto quick = LoudnessMeter::make(48000.0, 2);
+    addInPieces(*quick, {momentary, momentary});
+    EXPECT_NEAR(quick->momentary(), -23.0, 0.2);
+    EXPECT_NEAR(quick->highestMomentary(), -23.0, 0.2);
+}
+
+TEST(LoudnessMeter, HasNoLoudnessForSilenceAndOddRates)
+{
+    const auto meter = LoudnessMeter::make(44100.0, 1);
+    addInPieces(*meter, {FloatBuffer(44100 * 4, 0.0F)});
+    for (const double value :
+         {meter->integrated(), meter->momentary(), meter->shortTerm(), meter->highestShortTerm()})
+        EXPECT_EQ(value, -std::numeric_limits<double>::infinity());
+    const auto brief = LoudnessMeter::make(44100.0, 1);
+    addInPieces(*brief, {noise(1000, 1, 0.5F)});
+    EXPECT_EQ(brief->integrated(), -std::numeric_limits<double>::infinity());
+    EXPECT_EQ(brief->highestMomentary(), -std::numeric_limits<double>::infinity());
+    EXPECT_FALSE(LoudnessMeter::make(4000.0, 1));
+    EXPECT_FALSE(LoudnessMeter::make(std::nan(""), 1));
+    EXPECT_FALSE(LoudnessMeter::make(44100.0, 65));
+    EXPECT_FALSE(LoudnessMeter::make(44100.0, 0));
+
+    FloatBuffer broken = noise(44100, 2, 0.5F);
+    broken[100] = std::numeric_limits<float>::quiet_NaN();
+    broken[200] = std::numeric_limits<float>::infinity();
+    const auto survivor = LoudnessMeter::make(44100.0, 1);
+    addInPieces(*survivor, {broken});
+    EXPECT_TRUE(std::isfinite(survivor->integrated()));
+}
+
+float truePeakOfLibrary(const FloatBuffer& samples, unsigned long rate)
+{
+    ebur128_state* state = ebur128_init(1, rate, EBUR128_MODE_TRUE_PEAK);
+    ebur128_add_frames_float(state, samples.data(), samples.size());
+    double peak = 0.0;
+    ebur128_true_peak(state, 0, &peak);
+    ebur128_destroy(&state);
+    return static_cast<float>(peak);
+}
+
+TEST(TruePeakMeter, AgreesWithTheLibraryAtEveryRateAndBlockSize)
+{
+    for (const unsigned long rate : {22050UL, 44100UL, 48000UL, 96000UL, 176400UL, 192000UL}) {
+        for (const FloatBuffer& samples :
+             {noise(50000, 3, 0.7F),
+              sine(static_cast<double>(rate) / 4.0, 0.5, 0.1, static_cast<double>(rate), 0.785),
+              FloatBuffer(1, 0.25F), FloatBuffer(5000, 0.0F)}) {
+            for (const size_t blockSize : {size_t{1}, size_t{137}, size_t{100000}}) {
+                TruePeakMeter meter(static_cast<double>(rate));
+                for (size_t done = 0; done < samples.size(); done += blockSize)
+                    meter.addSamples(
+                        std::span(samples).subspan(done, std::min(blockSize, samples.size() - done)));
+                EXPECT_NEAR(meter.truePeak(), truePeakOfLibrary(samples, rate), 1e-6F)
+                    << rate << " " << blockSize;
+            }
+        }
+    }
+}
+
+TEST(TruePeakMeter, FindsWhatLiesBetweenTheSamples)
+{
+    // Tech 3341, signals 15 to 19: a sine at a quarter of the rate whose samples miss its peaks by 3 dB.
+    const FloatBuffer samples = sine(12000.0, 0.5, 0.5, 48000.0, std::numbers::pi / 4.0);
+    TruePeakMeter meter(48000.0);
+    meter.addSamples(samples);
+    EXPECT_NEAR(decibelsOfLevel(meter.truePeak()), -6.0, 0.2);
+}
+
+TEST(LevelMeter, SumsWhatALoopSums)
+{
+    FloatBuffer samples = noise(100003, 4, 0.9F);
+    samples[7] = 1.0F;
+    samples[99999] = -1.5F;
+    samples[500] = LevelMeter::fullScale;
+    samples[501] = std::nextafter(LevelMeter::fullScale, 0.0F);
+    samples[600] = std::numeric_limits<float>::quiet_NaN();
+    samples[601] = -std::numeric_limits<float>::infinity();
+    LevelMeter meter;
+    for (size_t done = 0; done < samples.size(); done += 777)
+        meter.addSamples(std::span(samples).subspan(done, std::min<size_t>(777, samples.size() - done)));
+    double sum = 0.0;
+    double squares = 0.0;
+    for (const float sample : samples)
+        if (std::isfinite(sample)) {
+            sum += static_cast<double>(sample);
+            squares += static_cast<double>(sample) * static_cast<double>(sample);
+        }
+    const auto count = static_cast<double>(samples.size());
+    EXPECT_EQ(meter.numSamples(), 100003);
+    EXPECT_EQ(meter.peak(), 1.5F);
+    EXPECT_EQ(meter.numClipped(), 3);
+    EXPECT_NEAR(meter.dcOffset(), sum / count, 1e-12);
+    EXPECT_NEAR(meter.rms(), std::sqrt(squares / count), 1e-9);
+    EXPECT_EQ(LevelMeter().rms(), 0.0);
+}
+
+AudioTrackPtr trackOf(const FloatBuffer& samples)
+{
+    auto clip = std::make_shared<MutableAudioClip>(44100.0);
+    EXPECT_FALSE(clip->appendData(samples));
+    clip->finalizeCache();
+    return std::make_shared<AudioTrack>(ClipList(AudioClipPtr(clip)));
+}
+
+class CancellingProgress : public SilentProgress
+{
+public:
+    bool isCancelled() const override { return true; }
+};
+
+TEST(SoundStatistics, MeasuresEachTrackOfARangeAndAllTogether)
+{
+    const FloatBuffer left = sine(1000.0, 0.5, 5.0, 44100.0);
+    FloatBuffer right = noise(left.size() - 1000, 5, 0.25F);
+    const std::vector<AudioTrackPtr> tracks = {trackOf(left), trackOf(right)};
+    SilentProgress progress;
+    MaybeError error;
+    const int64_t offset = 1234;
+    const auto numFrames = static_cast<int64_t>(left.size()) - offset;
+    const auto all = SoundStatistics::ofTracks(tracks, 44100.0, offset, numFrames, progress, &error);
+    ASSERT_TRUE(all);
+    right.resize(left.size(), 0.0F);
+    const auto meter = LoudnessMeter::make(44100.0, 2);
+    addInPieces(*meter, {FloatBuffer(left.begin() + offset, left.end()),
+                         FloatBuffer(right.begin() + offset, right.end())});
+    EXPECT_NEAR(all->loudness->integrated, meter->integrated(), 1e-9);
+    EXPECT_NEAR(all->loudness->highestMomentary, meter->highestMomentary(), 1e-9);
+    LevelMeter level;
+    level.addSamples(std::span(right).subspan(offset));
+    EXPECT_EQ(all->tracks[1].peak, level.peak());
+    EXPECT_NEAR(all->tracks[1].rms, level.rms(), 1e-12);
+    EXPECT_NEAR(all->tracks[0].truePeak, 0.5, 1e-3);
+    EXPECT_EQ(all->highestTruePeak(), all->tracks[0].truePeak);
+    EXPECT_EQ(all->numFrames, numFrames);
+
+    const auto nothing = SoundStatistics::ofTracks(tracks, 44100.0, 0, 0, progress, &error);
+    ASSERT_TRUE(nothing);
+    EXPECT_EQ(nothing->tracks[0].rms, 0.0);
+    CancellingProgress cancelling;
+    EXPECT_FALSE(SoundStatistics::ofTracks(tracks, 44100.0, 0, numFrames, cancelling, &error));
+    EXPECT_TRUE(error && error->isUserCancelled());
+}
+
+} // namespace
