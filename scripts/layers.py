@@ -8,6 +8,7 @@ import sys
 # A folder may include from those above it and never from one below.
 ORDER = [
     "platform",
+    "platform/fft",
     "platform/codec",
     "platform/hardware",
     "formats/streams",
@@ -37,6 +38,7 @@ ORDER = [
     "effects/fades",
     "effects/order",
     "effects/delay",
+    "effects/filters",
     "effects/generators",
     "effects",
     "display",

@@ -6,6 +6,11 @@
 #include "effects/fades/FadeOut.h"
 #include "effects/fades/FadeSpecial.h"
 #include "effects/fades/Interpolate.h"
+#include "effects/filters/Eq10Band.h"
+#include "effects/filters/Eq3Band.h"
+#include "effects/filters/GraphicEqualizer.h"
+#include "effects/filters/HighPassFilter.h"
+#include "effects/filters/LowPassFilter.h"
 #include "effects/gain/AmplifyVolume.h"
 #include "effects/gain/DCOffset.h"
 #include "effects/gain/Invert.h"
@@ -31,6 +36,7 @@ std::vector<EffectEntry> makeEntries()
 {
     const QString gain = QStringLiteral("Gain");
     const QString fades = QStringLiteral("Fades");
+    const QString filters = QStringLiteral("Equalizers");
     const QString delay = QStringLiteral("Delay");
     const QString time = QStringLiteral("Time");
     const QString channels = QStringLiteral("Channels");
@@ -54,6 +60,17 @@ std::vector<EffectEntry> makeEntries()
         {QStringLiteral("Interpolate"), fades, QStringLiteral("interpolate"),
          QStringLiteral("Bridges the selection with a smooth curve between its ends, which hides clicks."),
          make<Interpolate>},
+        {QStringLiteral("Graphic Equalizer..."), filters, QStringLiteral("equalize"),
+         QStringLiteral("Makes frequencies louder or softer along a curve through points anywhere."),
+         make<GraphicEqualizer>},
+        {QStringLiteral("Graphic EQ - 10 Band..."), filters, QStringLiteral("equalize 10"),
+         QStringLiteral("Makes each of ten octaves louder or softer."), make<Eq10Band>},
+        {QStringLiteral("Graphic EQ - 3 Band..."), filters, QStringLiteral("equalize 3"),
+         QStringLiteral("Makes low, middle and high frequencies louder or softer."), make<Eq3Band>},
+        {QStringLiteral("High Pass Filter..."), filters, QStringLiteral("high pass"),
+         QStringLiteral("Takes low frequencies away, rumble and hum say."), make<HighPassFilter>},
+        {QStringLiteral("Low Pass Filter..."), filters, QStringLiteral("low pass"),
+         QStringLiteral("Takes high frequencies away, hiss say."), make<LowPassFilter>},
         {QStringLiteral("Delay..."), delay, QStringLiteral("add delay"),
          QStringLiteral("Adds an echo, once or again and again."), make<DelayEcho>},
         {QStringLiteral("Flanger..."), delay, QStringLiteral("flange"),

@@ -74,7 +74,7 @@ inline TrackSamples pulled(Filter& filter, const std::shared_ptr<SoundDocument>&
                            const std::vector<uint64_t>& blockSizes)
 {
     filter.setSource(std::make_shared<DocumentSource>(document));
-    filter.processingWillBegin();
+    filter.begin();
     TrackSamples result(static_cast<size_t>(document->trackCount()));
     SampleBlock block;
     auto remaining = static_cast<uint64_t>(document->numberOfFrames());

@@ -18,6 +18,11 @@ TEST(EffectRegistry, NamesItsEffects)
                                                             {"DC Offset...", "dc offset"},
                                                             {"Fade Special...", "fade special"},
                                                             {"Interpolate", "interpolate"},
+                                                            {"Graphic Equalizer...", "equalize"},
+                                                            {"Graphic EQ - 10 Band...", "equalize 10"},
+                                                            {"Graphic EQ - 3 Band...", "equalize 3"},
+                                                            {"High Pass Filter...", "high pass"},
+                                                            {"Low Pass Filter...", "low pass"},
                                                             {"Delay...", "add delay"},
                                                             {"Flanger...", "flange"},
                                                             {"Chorus...", "add chorus"}};

@@ -3,6 +3,7 @@
 #include "app/effects/EnvelopeEditor.h"
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
+#include "effects/filters/FrequencyResponse.h"
 #include "effects/frame/Filter.h"
 
 #include <QCoreApplication>
@@ -84,7 +85,8 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
         mListsBefore.push_back(parameters.list(i));
         mRows.push_back(nullptr);
         if (parameters[i].isList()) {
-            addEnvelope(layout, i);
+            if (!dynamic_cast<const FrequencyResponse*>(mFilter.get()))
+                addEnvelope(layout, i);
             continue;
         }
         auto* const row = new ParameterRow(parameters[i], *grid, static_cast<int>(i), this);

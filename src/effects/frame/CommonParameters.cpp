@@ -27,6 +27,24 @@ ParameterDescription number(const QString& name, const QString& summary, const Q
     return parameter;
 }
 
+ParameterDescription bandGain(const QString& name, const QString& summary)
+{
+    ParameterDescription parameter = number(name, summary, QStringLiteral("dB"), -18.0, 18.0, 0.0);
+    parameter.hardMinimum = -48.0;
+    parameter.hardMaximum = 48.0;
+    return parameter;
+}
+
+ParameterDescription frequency(const QString& name, const QString& summary, double defaultFrequency)
+{
+    ParameterDescription parameter =
+        number(name, summary, QStringLiteral("Hz"), 20.0, 20000.0, defaultFrequency);
+    parameter.hardMinimum = 1.0;
+    parameter.hardMaximum = 96000.0;
+    parameter.decimals = 0;
+    return parameter;
+}
+
 ParameterDescription letItRing(const QString& keyWord)
 {
     ParameterDescription parameter;

@@ -16,6 +16,12 @@ ParameterDescription level(const QString& name, const QString& summary, double d
 ParameterDescription number(const QString& name, const QString& summary, const QString& unit, double minimum,
                             double maximum, double defaultValue);
 
+/// The gain of an equaliser's band in dB: flat unless somebody moves it.
+ParameterDescription bandGain(const QString& name, const QString& summary);
+
+/// A corner or centre in Hz that can be heard.
+ParameterDescription frequency(const QString& name, const QString& summary, double defaultFrequency);
+
 /// Whether an effect's tail is kept; off unless somebody wants it. `keyWord` is the effect's in settings.
 ParameterDescription letItRing(const QString& keyWord);
 

@@ -1,0 +1,123 @@
+#include "effects/filters/BlockConvolver.h"
+
+#include "platform/VectorTarget.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace velloria
+{
+
+namespace
+{
+
+/// sum += a b, of complex numbers whose parts lie apart.
+struct MultiplyAdd {
+    VELLORIA_KERNEL static void run(const HalfSpectrum* a, const HalfSpectrum* b, HalfSpectrum* sum)
+    {
+        const float* __restrict const aReal = a->real.values().data();
+        const float* __restrict const aImaginary = a->imaginary.values().data();
+        const float* __restrict const bReal = b->real.values().data();
+        const float* __restrict const bImaginary = b->imaginary.values().data();
+        float* __restrict const sumReal = sum->real.values().data();
+        float* __restrict const sumImaginary = sum->imaginary.values().data();
+        const size_t size = sum->real.size();
+        for (size_t i = 0; i < size; ++i) {
+            sumReal[i] += aReal[i] * bReal[i] - aImaginary[i] * bImaginary[i];
+            sumImaginary[i] += aReal[i] * bImaginary[i] + aImaginary[i] * bReal[i];
+        }
+    }
+};
+
+} // namespace
+
+ConvolutionKernel::ConvolutionKernel(std::span<const float> taps, const RealTransform& transform)
+{
+    const size_t blockNumFrames = transform.size() / 2;
+    const float scale = 1.0F / static_cast<float>(transform.size());
+    for (size_t start = 0; start < taps.size(); start += blockNumFrames) {
+        TransformBuffer frames(transform.size());
+        const size_t count = std::min(blockNumFrames, taps.size() - start);
+        for (size_t i = 0; i < count; ++i)
+            frames[i] = taps[start + i] * scale;
+        transform.forward(frames, mParts.emplace_back(transform.size()));
+    }
+}
+
+BlockConvolver::BlockConvolver(const RealTransform& transform, size_t mostParts, Kernel kernel)
+    : mTransform(transform)
+    , mKernel(std::move(kernel))
+    , mInput(transform.size())
+    , mOutput(blockNumFrames())
+    , mFading(blockNumFrames())
+    , mSum(transform.size())
+    , mConvolved(transform.size())
+{
+    mSpectra.reserve(mostParts);
+    for (size_t i = 0; i < mostParts; ++i)
+        mSpectra.emplace_back(transform.size());
+}
+
+void BlockConvolver::setKernel(Kernel kernel)
+{
+    mNext = std::move(kernel);
+    mFades = true;
+}
+
+void BlockConvolver::process(std::span<float> samples)
+{
+    const size_t blockSize = blockNumFrames();
+    while (!samples.empty()) {
+        const size_t count = std::min(samples.size(), blockSize - mPosition);
+        const std::span<float> input = mInput.values().subspan(blockSize + mPosition, count);
+        std::copy_n(samples.begin(), count, input.begin());
+        std::copy_n(mOutput.begin() + static_cast<std::ptrdiff_t>(mPosition), count, samples.begin());
+        samples = samples.subspan(count);
+        mPosition += count;
+        if (mPosition == blockSize)
+            completeBlock();
+    }
+}
+
+void BlockConvolver::completeBlock()
+{
+    const size_t blockSize = blockNumFrames();
+    mPosition = 0;
+    mNewest = (mNewest + 1) % mSpectra.size();
+    mTransform.forward(mInput, mSpectra[mNewest]);
+    convolve(mKernel, mOutput);
+    if (mFades) {
+        convolve(mNext, mFading);
+        for (size_t i = 0; i < blockSize; ++i) {
+            const double position = static_cast<double>(i) / static_cast<double>(blockSize);
+            const double part = 0.5 - 0.5 * std::cos(std::numbers::pi * position);
+            mOutput[i] += static_cast<float>(part) * (mFading[i] - mOutput[i]);
+        }
+        mKernel = std::move(mNext);
+        mFades = false;
+    }
+    const std::span<float> input = mInput.values();
+    std::copy_n(input.begin() + static_cast<std::ptrdiff_t>(blockSize), blockSize, input.begin());
+}
+
+void BlockConvolver::convolve(const Kernel& kernel, std::span<float> output)
+{
+    const size_t blockSize = blockNumFrames();
+    if (!kernel) {
+        std::copy_n(mInput.values().begin() + static_cast<std::ptrdiff_t>(blockSize), blockSize,
+                    output.begin());
+        return;
+    }
+    std::fill(mSum.real.values().begin(), mSum.real.values().end(), 0.0F);
+    std::fill(mSum.imaginary.values().begin(), mSum.imaginary.values().end(), 0.0F);
+    for (size_t part = 0; part < kernel->size(); ++part) {
+        const size_t age = (mNewest + mSpectra.size() - part) % mSpectra.size();
+        runKernel<MultiplyAdd>(&kernel->part(part), &std::as_const(mSpectra[age]), &mSum);
+    }
+    mTransform.inverse(mSum, mConvolved);
+    std::copy_n(mConvolved.values().begin() + static_cast<std::ptrdiff_t>(blockSize), blockSize,
+                output.begin());
+}
+
+} // namespace velloria

@@ -1,0 +1,41 @@
+#include "platform/fft/RealTransform.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <random>
+
+using namespace velloria;
+
+namespace
+{
+
+TEST(RealTransform, GivesTheSumsOfTheDefinitionAndComesBack)
+{
+    constexpr size_t size = 48;
+    std::mt19937 generator(3);
+    std::uniform_real_distribution<float> level(-1.0F, 1.0F);
+    TransformBuffer frames(size);
+    for (float& frame : frames.values())
+        frame = level(generator);
+    const RealTransform transform(size);
+    HalfSpectrum spectrum(size);
+    transform.forward(frames, spectrum);
+    for (size_t bin = 0; bin <= size / 2; ++bin) {
+        double real = 0.0;
+        double imaginary = 0.0;
+        for (size_t i = 0; i < size; ++i) {
+            const double angle = 2.0 * std::numbers::pi * static_cast<double>(bin * i) / size;
+            real += frames[i] * std::cos(angle);
+            imaginary -= frames[i] * std::sin(angle);
+        }
+        EXPECT_NEAR(spectrum.real[bin], real, 1e-5);
+        EXPECT_NEAR(spectrum.imaginary[bin], imaginary, 1e-5);
+    }
+    TransformBuffer back(size);
+    transform.inverse(spectrum, back);
+    for (size_t i = 0; i < size; ++i)
+        EXPECT_NEAR(back[i] / size, frames[i], 1e-6);
+}
+
+} // namespace
