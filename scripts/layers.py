@@ -51,6 +51,7 @@ ORDER = [
     "app/waveform",
     "app/transport",
     "app/sheets",
+    "app/analysis",
     "app/effects",
     "app/recording",
     "app/recovery",

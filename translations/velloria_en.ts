@@ -1644,5 +1644,152 @@ What the window shows: %3</source>
         <source>More tracks were copied than there are from the selection on; the last ones were left out.</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="analysis-part">
+        <source>%1, %2 to %3, %4</source>
+        <extracomment>Which part of a sound is looked at: %1 is the file, %2 and %3 are times, %4 names tracks</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-title">
+        <source>Spectrum</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-readout">
+        <source>%1 Hz   %2   %3 dB</source>
+        <extracomment>A frequency, a note (may be empty) and a level</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-size">
+        <source>&amp;Frames:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-window">
+        <source>&amp;Window:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-hann">
+        <source>Hann</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-hamming">
+        <source>Hamming</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-blackman-harris">
+        <source>Blackman-Harris</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-flat-top">
+        <source>Flat top</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-rectangular">
+        <source>Rectangular</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-axis">
+        <source>A&amp;xis:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-logarithmic">
+        <source>Logarithmic</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-linear">
+        <source>Linear</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-save-text">
+        <source>Save &amp;Text…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-text-title">
+        <source>Save the spectrum as text</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-save-picture">
+        <source>Save &amp;Picture…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-picture-title">
+        <source>Save the spectrum as a picture</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="spectrum-again">
+        <source>Look at the &amp;Selection</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="close">
+        <source>Close</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-title">
+        <source>Statistics</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="analysis-copy">
+        <source>&amp;Copy</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-cell">
+        <source>%1: %2 %3</source>
+        <extracomment>What a screen reader says of a figure; %1 is what it is, %2 the number, %3 its unit</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-loudness">
+        <source>Loudness</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-integrated">
+        <source>Integrated</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-short-term">
+        <source>Highest short-term</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-momentary">
+        <source>Highest momentary</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-range">
+        <source>Range</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-levels">
+        <source>Levels</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-true-peak">
+        <source>True peak</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-peak">
+        <source>Peak</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-rms">
+        <source>RMS level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-dc">
+        <source>DC offset</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="statistics-clipped">
+        <source>Clipped samples</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="menu-analysis">
+        <source>A&amp;nalysis</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="analysis-statistics">
+        <source>&amp;Statistics…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="analysis-spectrum">
+        <source>S&amp;pectrum…</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

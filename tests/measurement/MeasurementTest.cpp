@@ -1,29 +1,16 @@
 #include "measurement/LevelMeter.h"
 #include "measurement/Levels.h"
 #include "measurement/LoudnessMeter.h"
+#include "measurement/MeasurementKit.h"
 #include "measurement/SoundStatistics.h"
 #include "measurement/TruePeakMeter.h"
 
-#include "document/clips/MutableAudioClip.h"
-
 #include <ebur128.h>
-#include <gtest/gtest.h>
-#include <numbers>
-#include <random>
 
 using namespace velloria;
 
 namespace
 {
-
-FloatBuffer sine(double frequency, double level, double seconds, double rate, double phase = 0.0)
-{
-    FloatBuffer samples(static_cast<size_t>(std::lround(seconds * rate)));
-    for (size_t i = 0; i < samples.size(); ++i)
-        samples[i] = static_cast<float>(
-            level * std::sin(2.0 * std::numbers::pi * frequency * static_cast<double>(i) / rate + phase));
-    return samples;
-}
 
 double linear(double decibels)
 {
@@ -33,16 +20,6 @@ double linear(double decibels)
 void append(FloatBuffer& samples, const FloatBuffer& more)
 {
     samples.insert(samples.end(), more.begin(), more.end());
-}
-
-FloatBuffer noise(size_t count, unsigned seed, float level)
-{
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> distribution(-level, level);
-    FloatBuffer samples(count);
-    for (float& sample : samples)
-        sample = distribution(random);
-    return samples;
 }
 
 /// The tracks in pieces whose sizes share nothing with any window.
@@ -69,7 +46,7 @@ FloatBuffer tones(const std::vector<Tone>& parts, double rate)
 {
     FloatBuffer samples;
     for (const Tone& part : parts)
-        append(samples, sine(1000.0, linear(part.levelDB), part.seconds, rate));
+        append(samples, kit::sine(1000.0, linear(part.levelDB), part.seconds, rate));
     return samples;
 }
 
@@ -111,7 +88,7 @@ TEST(LoudnessMeter, FollowsMomentaryAndShortTermLoudness)
     // Tech 3341, signal 6: channels of 5.0 with levels of their own come to -23 LUFS.
     std::vector<FloatBuffer> surround;
     for (const double levelDB : {-28.0, -28.0, -24.0, -30.0, -30.0})
-        surround.push_back(sine(1000.0, linear(levelDB), 20.0, 48000.0));
+        surround.push_back(kit::sine(1000.0, linear(levelDB), 20.0, 48000.0));
     const auto five = LoudnessMeter::make(48000.0, 5);
     addInPieces(*five, surround);
     EXPECT_NEAR(five->integrated(), -23.0, 0.1);
@@ -142,7 +119,7 @@ TEST(LoudnessMeter, HasNoLoudnessForSilenceAndOddRates)
          {meter->integrated(), meter->momentary(), meter->shortTerm(), meter->highestShortTerm()})
         EXPECT_EQ(value, -std::numeric_limits<double>::infinity());
     const auto brief = LoudnessMeter::make(44100.0, 1);
-    addInPieces(*brief, {noise(1000, 1, 0.5F)});
+    addInPieces(*brief, {kit::noise(1000, 1, 0.5F)});
     EXPECT_EQ(brief->integrated(), -std::numeric_limits<double>::infinity());
     EXPECT_EQ(brief->highestMomentary(), -std::numeric_limits<double>::infinity());
     EXPECT_FALSE(LoudnessMeter::make(4000.0, 1));
@@ -150,7 +127,7 @@ TEST(LoudnessMeter, HasNoLoudnessForSilenceAndOddRates)
     EXPECT_FALSE(LoudnessMeter::make(44100.0, 65));
     EXPECT_FALSE(LoudnessMeter::make(44100.0, 0));
 
-    FloatBuffer broken = noise(44100, 2, 0.5F);
+    FloatBuffer broken = kit::noise(44100, 2, 0.5F);
     broken[100] = std::numeric_limits<float>::quiet_NaN();
     broken[200] = std::numeric_limits<float>::infinity();
     const auto survivor = LoudnessMeter::make(44100.0, 1);
@@ -172,8 +149,8 @@ TEST(TruePeakMeter, AgreesWithTheLibraryAtEveryRateAndBlockSize)
 {
     for (const unsigned long rate : {22050UL, 44100UL, 48000UL, 96000UL, 176400UL, 192000UL}) {
         for (const FloatBuffer& samples :
-             {noise(50000, 3, 0.7F),
-              sine(static_cast<double>(rate) / 4.0, 0.5, 0.1, static_cast<double>(rate), 0.785),
+             {kit::noise(50000, 3, 0.7F),
+              kit::sine(static_cast<double>(rate) / 4.0, 0.5, 0.1, static_cast<double>(rate), 0.785),
               FloatBuffer(1, 0.25F), FloatBuffer(5000, 0.0F)}) {
             for (const size_t blockSize : {size_t{1}, size_t{137}, size_t{100000}}) {
                 TruePeakMeter meter(static_cast<double>(rate));
@@ -190,7 +167,7 @@ TEST(TruePeakMeter, AgreesWithTheLibraryAtEveryRateAndBlockSize)
 TEST(TruePeakMeter, FindsWhatLiesBetweenTheSamples)
 {
     // Tech 3341, signals 15 to 19: a sine at a quarter of the rate whose samples miss its peaks by 3 dB.
-    const FloatBuffer samples = sine(12000.0, 0.5, 0.5, 48000.0, std::numbers::pi / 4.0);
+    const FloatBuffer samples = kit::sine(12000.0, 0.5, 0.5, 48000.0, std::numbers::pi / 4.0);
     TruePeakMeter meter(48000.0);
     meter.addSamples(samples);
     EXPECT_NEAR(decibelsOfLevel(meter.truePeak()), -6.0, 0.2);
@@ -198,7 +175,7 @@ TEST(TruePeakMeter, FindsWhatLiesBetweenTheSamples)
 
 TEST(LevelMeter, SumsWhatALoopSums)
 {
-    FloatBuffer samples = noise(100003, 4, 0.9F);
+    FloatBuffer samples = kit::noise(100003, 4, 0.9F);
     samples[7] = 1.0F;
     samples[99999] = -1.5F;
     samples[500] = LevelMeter::fullScale;
@@ -224,25 +201,11 @@ TEST(LevelMeter, SumsWhatALoopSums)
     EXPECT_EQ(LevelMeter().rms(), 0.0);
 }
 
-AudioTrackPtr trackOf(const FloatBuffer& samples)
-{
-    auto clip = std::make_shared<MutableAudioClip>(44100.0);
-    EXPECT_FALSE(clip->appendData(samples));
-    clip->finalizeCache();
-    return std::make_shared<AudioTrack>(ClipList(AudioClipPtr(clip)));
-}
-
-class CancellingProgress : public SilentProgress
-{
-public:
-    bool isCancelled() const override { return true; }
-};
-
 TEST(SoundStatistics, MeasuresEachTrackOfARangeAndAllTogether)
 {
-    const FloatBuffer left = sine(1000.0, 0.5, 5.0, 44100.0);
-    FloatBuffer right = noise(left.size() - 1000, 5, 0.25F);
-    const std::vector<AudioTrackPtr> tracks = {trackOf(left), trackOf(right)};
+    const FloatBuffer left = kit::sine(1000.0, 0.5, 5.0, 44100.0);
+    FloatBuffer right = kit::noise(left.size() - 1000, 5, 0.25F);
+    const std::vector<AudioTrackPtr> tracks = kit::tracksOf({left, right});
     SilentProgress progress;
     MaybeError error;
     const int64_t offset = 1234;
@@ -266,7 +229,7 @@ TEST(SoundStatistics, MeasuresEachTrackOfARangeAndAllTogether)
     const auto nothing = SoundStatistics::ofTracks(tracks, 44100.0, 0, 0, progress, &error);
     ASSERT_TRUE(nothing);
     EXPECT_EQ(nothing->tracks[0].rms, 0.0);
-    CancellingProgress cancelling;
+    kit::CancellingProgress cancelling;
     EXPECT_FALSE(SoundStatistics::ofTracks(tracks, 44100.0, 0, numFrames, cancelling, &error));
     EXPECT_TRUE(error && error->isUserCancelled());
 }

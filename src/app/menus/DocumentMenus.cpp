@@ -1,5 +1,6 @@
 #include "app/menus/DocumentMenus.h"
 
+#include "app/menus/AnalysisActions.h"
 #include "app/menus/EditActions.h"
 #include "app/menus/EffectActions.h"
 #include "app/menus/FileActions.h"
@@ -29,6 +30,7 @@ DocumentMenus::DocumentMenus(MenuHost& window, QMenuBar& menuBar, QAction& histo
     mSoundMenu = lastMenu();
     mEffects = std::make_unique<EffectActions>(window, menuBar);
     mEffectsMenu = lastMenu();
+    mAnalysis = std::make_unique<AnalysisActions>(window, menuBar);
     mTransport = std::make_unique<TransportActions>(window, menuBar);
     mRecording = std::make_unique<RecordActions>(window, mTransport->menu());
     mHelp = std::make_unique<HelpActions>(window, menuBar);
@@ -44,6 +46,7 @@ void DocumentMenus::update()
     mMarkers->update();
     mSound->update();
     mEffects->update();
+    mAnalysis->update();
     updateForTransport();
 }
 

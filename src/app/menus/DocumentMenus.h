@@ -8,6 +8,7 @@ class QMenuBar;
 namespace velloria
 {
 
+class AnalysisActions;
 class EditActions;
 class EffectActions;
 class FileActions;
@@ -32,6 +33,7 @@ public:
     ViewActions& view() { return *mView; }
     MarkerActions& markers() { return *mMarkers; }
     EffectActions& effects() { return *mEffects; }
+    AnalysisActions& analysis() { return *mAnalysis; }
     TransportActions& transport() { return *mTransport; }
     RecordActions& recording() { return *mRecording; }
 
@@ -49,6 +51,7 @@ private:
     std::unique_ptr<MarkerActions> mMarkers;
     std::unique_ptr<SoundActions> mSound;
     std::unique_ptr<EffectActions> mEffects;
+    std::unique_ptr<AnalysisActions> mAnalysis;
     std::unique_ptr<TransportActions> mTransport;
     std::unique_ptr<RecordActions> mRecording;
     std::unique_ptr<HelpActions> mHelp;
