@@ -16,12 +16,12 @@ namespace
 struct MultiplyAdd {
     VELLORIA_KERNEL static void run(const HalfSpectrum* a, const HalfSpectrum* b, HalfSpectrum* sum)
     {
-        const float* __restrict const aReal = a->real.values().data();
-        const float* __restrict const aImaginary = a->imaginary.values().data();
-        const float* __restrict const bReal = b->real.values().data();
-        const float* __restrict const bImaginary = b->imaginary.values().data();
-        float* __restrict const sumReal = sum->real.values().data();
-        float* __restrict const sumImaginary = sum->imaginary.values().data();
+        const float* __restrict const aReal = a->real.data();
+        const float* __restrict const aImaginary = a->imaginary.data();
+        const float* __restrict const bReal = b->real.data();
+        const float* __restrict const bImaginary = b->imaginary.data();
+        float* __restrict const sumReal = sum->real.data();
+        float* __restrict const sumImaginary = sum->imaginary.data();
         const size_t size = sum->real.size();
         for (size_t i = 0; i < size; ++i) {
             sumReal[i] += aReal[i] * bReal[i] - aImaginary[i] * bImaginary[i];
@@ -109,8 +109,8 @@ void BlockConvolver::convolve(const Kernel& kernel, std::span<float> output)
                     output.begin());
         return;
     }
-    std::fill(mSum.real.values().begin(), mSum.real.values().end(), 0.0F);
-    std::fill(mSum.imaginary.values().begin(), mSum.imaginary.values().end(), 0.0F);
+    std::fill(mSum.real.begin(), mSum.real.end(), 0.0F);
+    std::fill(mSum.imaginary.begin(), mSum.imaginary.end(), 0.0F);
     for (size_t part = 0; part < kernel->size(); ++part) {
         const size_t age = (mNewest + mSpectra.size() - part) % mSpectra.size();
         runKernel<MultiplyAdd>(&kernel->part(part), &std::as_const(mSpectra[age]), &mSum);

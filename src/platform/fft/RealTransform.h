@@ -29,16 +29,19 @@ private:
     size_t mSize;
 };
 
-/// The lower half of a spectrum, from 0 to half of the sample rate.
-struct HalfSpectrum {
-    explicit HalfSpectrum(size_t numFrames)
-        : real(numFrames / 2 + 1)
-        , imaginary(numFrames / 2 + 1)
-    {
-    }
+/// The lower half of a spectrum, from 0 to half of the sample rate. Both parts lie in one piece of memory,
+/// because a plan holds for buffers that are as far apart as those that it was made with.
+class HalfSpectrum
+{
+public:
+    explicit HalfSpectrum(size_t numFrames);
 
-    TransformBuffer real;
-    TransformBuffer imaginary;
+private:
+    TransformBuffer mData;
+
+public:
+    std::span<float> real;
+    std::span<float> imaginary;
 };
 
 /// The Fourier transform of real numbers in single precision, by FFTW. Neither direction is scaled: there and
