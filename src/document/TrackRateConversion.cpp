@@ -70,7 +70,7 @@ std::vector<AudioTrackPtr> TrackRateConversion::convertWhenRead(const std::vecto
             return {};
         const int64_t length = SampleRateConverter::outputLength(track->length(), mSourceRate, mTargetRate);
         const auto clip = std::make_shared<ComputedClip>(
-            length, track, [reader](int64_t offset, std::span<float> out) { reader->read(offset, out); },
+            length, track, [reader](int64_t offset, std::span<float> out) { reader->read(0, offset, out); },
             ComputedSound::isFromLossySound(*track, 0, track->length()));
         converted.push_back(std::make_shared<AudioTrack>(length > 0 ? ClipList(clip) : ClipList()));
     }

@@ -24,7 +24,7 @@ MaybeError runEffect(const EffectEntry& entry, SoundController& controller, cons
 {
     if (controller.document().numberOfFrames() == 0)
         return std::nullopt;
-    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
+    const std::shared_ptr<Filter> filter = entry.make(entry.scriptName);
     filter->setParameters(arguments);
     controller.effects().setUpFilter(*filter);
     MaybeError error = controller.effects().runFilter(*filter);

@@ -4,6 +4,7 @@
 #include "document/clips/ClipWriter.h"
 #include "document/clips/ComputedSound.h"
 #include "effects/frame/ReadAhead.h"
+#include "effects/frame/ResultReader.h"
 #include "effects/frame/TailMixer.h"
 #include "platform/Log.h"
 
@@ -48,6 +49,12 @@ void Filter::setName(const QString& name)
 {
     const bool hasEllipsis = name.size() >= 4 && name.endsWith(QLatin1String("..."));
     mName = hasEllipsis ? name.chopped(3) : name;
+}
+
+void Filter::editParameter(size_t index, double value)
+{
+    mParameters.setValue(index, value);
+    parameterWasEdited(index);
 }
 
 QByteArray Filter::presetData() const
@@ -99,6 +106,7 @@ void Filter::processingWillBegin()
 
 void Filter::begin()
 {
+    mReadAhead.reset();
     mNumSilentGiven = 0;
     mNumSilentToCome = 0;
     mSource->setMark(mSource->loopStart());
@@ -110,6 +118,12 @@ void Filter::begin()
         requestDataWithNumFrames(static_cast<uint64_t>(count), discarded);
         lag -= count;
     }
+}
+
+void Filter::beginReadingAhead()
+{
+    begin();
+    mReadAhead = std::make_unique<ReadAhead>();
 }
 
 bool Filter::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
@@ -281,7 +295,29 @@ ComputedClip::Function Filter::outputOfTrack(const AudioTrackPtr&, size_t) const
     return {};
 }
 
-std::vector<AudioClipPtr> Filter::computedClips() const
+std::vector<ComputedClip::Function> Filter::outputsOfTracks(std::span<const AudioTrackPtr> tracks)
+{
+    std::vector<ComputedClip::Function> outputs;
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        outputs.push_back(outputOfTrack(tracks[i], i));
+        if (!outputs.back())
+            break;
+    }
+    if (outputs.empty() || outputs.back())
+        return outputs;
+    const bool isReadable = isQuick() && numFramesRinging() == 0 && outputNumFrames() == numFrames();
+    const std::shared_ptr<Filter> filter = weak_from_this().lock();
+    if (!isReadable || !filter)
+        return {};
+    outputs.clear();
+    const auto reader = std::make_shared<ResultReader>(filter);
+    for (size_t i = 0; i < tracks.size(); ++i)
+        outputs.push_back(
+            [reader, i](int64_t offset, std::span<float> out) { reader->read(i, offset, out); });
+    return outputs;
+}
+
+std::vector<AudioClipPtr> Filter::computedClips()
 {
     const int64_t start = mSource->loopStart();
     const int64_t total = numFrames();
@@ -290,14 +326,14 @@ std::vector<AudioClipPtr> Filter::computedClips() const
     const auto count = static_cast<size_t>(numTracks());
     const int64_t numBytes = total * static_cast<int64_t>(sizeof(float)) * numTracks();
     const bool isInside = start >= 0 && start + total <= mSource->limit() && first + count <= tracks->size();
+    if (!isInside || numBytes <= mMostScratchBytes)
+        return {};
+    const std::span<const AudioTrackPtr> selected = std::span(*tracks).subspan(first, count);
+    const std::vector<ComputedClip::Function> outputs = outputsOfTracks(selected);
     std::vector<AudioClipPtr> clips;
-    for (size_t i = 0; i < count && isInside && numBytes > mMostScratchBytes; ++i) {
-        const AudioTrackPtr& track = (*tracks)[first + i];
-        ComputedClip::Function output = outputOfTrack(track, i);
-        if (!output)
-            return {};
-        const bool isLossy = ComputedSound::isFromLossySound(*track, start, total);
-        clips.push_back(std::make_shared<ComputedClip>(total, track, std::move(output), isLossy));
+    for (size_t i = 0; i < outputs.size(); ++i) {
+        const bool isLossy = ComputedSound::isFromLossySound(*selected[i], start, total);
+        clips.push_back(std::make_shared<ComputedClip>(total, selected[i], outputs[i], isLossy));
     }
     return clips;
 }

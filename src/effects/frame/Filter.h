@@ -40,7 +40,7 @@ public:
 /// one undoable edit. The document is unchanged when the effect is cancelled or fails. An effect owns its
 /// parameters and their description; its dialog is made from that elsewhere. Parameters are set between two
 /// blocks, never within one.
-class Filter : public DataSource
+class Filter : public DataSource, public std::enable_shared_from_this<Filter>
 {
 public:
     ~Filter() override;
@@ -60,7 +60,9 @@ public:
     void loadDefaults() { mParameters.loadSettings(); }
     void saveDefaults() const { mParameters.saveSettings(); }
     /// Takes the arguments of a scripting command.
-    void setParameters(const QVariantMap& arguments) { mParameters.setArguments(arguments); }
+    virtual void setParameters(const QVariantMap& arguments) { mParameters.setArguments(arguments); }
+    /// Sets a parameter as a person does in the dialog, where others may follow it.
+    void editParameter(size_t index, double value);
 
     /// How the parameters are kept in preset files; null for an effect that has no presets.
     virtual const PresetFormat* presetFormat() const { return nullptr; }
@@ -81,8 +83,9 @@ public:
     uint64_t maxBufferNumFrames() const { return mMaxBufferNumFrames; }
     void setMaxBufferNumFrames(uint64_t numFrames) { mMaxBufferNumFrames = numFrames; }
 
-    /// A result that would take more bytes of scratch files, and whose samples can be computed in any order,
-    /// is computed each time it is read instead. For a document that is read once more, to be saved.
+    /// A result that would take more bytes of scratch files is computed as it is read instead: in any order
+    /// where the effect's samples hang on nothing else, else one after another (see SequentialReader), by
+    /// this same effect, which must be shared then. For a document that is read once more, to be saved.
     void setMostScratchBytes(int64_t numBytes) { mMostScratchBytes = numBytes; }
 
     /// Whether the effect measures the whole selection before its first block.
@@ -92,10 +95,17 @@ public:
     MaybeError measureForPreview();
     /// Makes the effect ready to give its first frame: resets it and drops what it gives before that.
     void begin();
+    /// The same, with larger reads behind the blocks.
+    void beginReadingAhead();
     /// Resets state; an override calls the base version unless its description says otherwise.
     virtual void processingWillBegin();
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     virtual void processingFinished() {}
+
+    /// Whether the effect lowers the gain by the level of the sound, which is worth a meter.
+    virtual bool lowersGain() const { return false; }
+    /// The smallest gain since it was last asked for. On the thread that pulls the blocks.
+    virtual float takeLowestGain() { return 1.0F; }
 
     /// Frames before the selection that are sent through the effect first.
     virtual int64_t latencyNumFrames() const { return 0; }
@@ -129,6 +139,9 @@ protected:
     /// defaults at construction.
     virtual void parameterDidChange(size_t /*index*/) {}
 
+    /// A person changed a parameter. Not called for settings, presets and scripts.
+    virtual void parameterWasEdited(size_t /*index*/) {}
+
     /// The steps of an analysis: the selection comes in blocks of maxBufferNumFrames, one span a track.
     virtual void analysisWillBegin() {}
     virtual void analyseBlock(std::span<const std::span<const float>> /*tracks*/) {}
@@ -142,6 +155,10 @@ protected:
     /// The effect's output for a track of the document, `offset` counted from the selection's start; nothing
     /// for an effect whose samples hang on those before them. `index` counts the selection's tracks.
     virtual ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const;
+
+    /// Whether a result may be computed while it is read, on whichever thread reads it: not for one that
+    /// takes longer than a save, or that gives another length.
+    virtual bool isQuick() const { return true; }
 
     /// Computes the result into the writer's clips: `numInPlace` frames for the selection and `numRinging`
     /// after it. Progress goes on from `numAnalysed` frames of the same run.
@@ -160,7 +177,9 @@ private:
 
     /// Clips that compute the result when they are read, one a track, where setMostScratchBytes() asks for
     /// that; else none.
-    std::vector<AudioClipPtr> computedClips() const;
+    std::vector<AudioClipPtr> computedClips();
+    /// The output of each track; none where it can only be had as a whole.
+    std::vector<ComputedClip::Function> outputsOfTracks(std::span<const AudioTrackPtr> tracks);
 
     /// The files that the selection is read from; made before the first of them is read.
     SourceWatch watchSources() const;
@@ -180,7 +199,7 @@ private:
     QString mName;
     FilterDelegate* mDelegate = nullptr;
     bool mWasCancelled = false;
-    std::unique_ptr<ReadAhead> mReadAhead; ///< while processBlocks() runs
+    std::unique_ptr<ReadAhead> mReadAhead; ///< while a result is computed
     std::unique_ptr<TailMixer> mTailMixer; ///< while a result that rings on is computed
     int64_t mNumSilentToCome = 0;          ///< frames of silence that are still to follow the selection
     int64_t mNumSilentGiven = 0;

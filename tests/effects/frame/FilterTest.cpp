@@ -286,7 +286,7 @@ TEST(Filter, CancelledRunsLeaveNoScratchFiles)
 kit::TrackSamples resultReadBackwards(const EffectEntry& entry, int64_t mostScratchBytes)
 {
     const auto document = documentOf(kit::differentTracks(30000));
-    const auto filter = entry.make(entry.menuTitle);
+    const std::shared_ptr<Filter> filter = entry.make(entry.menuTitle);
     filter->setMostScratchBytes(mostScratchBytes);
     EXPECT_FALSE(kit::applyTo(document, *filter, kit::framesOf(*document, 1000, 29000, 1, 2)));
     kit::TrackSamples result;
@@ -321,10 +321,11 @@ TEST(Filter, ResultsComputedWhenReadNeedNoScratchFile)
 {
     const auto document = documentOf({ramp(30000, 0), ramp(30000, 1)});
     const kit::FileSizeLimit nothingFits(10);
-    for (const char* const name : {"amplify", "normalize", "reverse", "invert"}) {
-        const auto filter = kit::effectNamed(QString::fromLatin1(name));
+    for (const char* const name : {"amplify", "normalize", "reverse", "invert", "fade in", "flange"}) {
+        const std::shared_ptr<Filter> filter = kit::effectNamed(QString::fromLatin1(name));
         filter->setMostScratchBytes(30000 * 2 * 4 - 1);
         EXPECT_FALSE(kit::applyTo(document, *filter, kit::everythingOf(*document))) << name;
+        document->undoManager().undo();
         filter->setMostScratchBytes(30000 * 2 * 4);
         EXPECT_TRUE(kit::applyTo(document, *filter, kit::everythingOf(*document))) << name;
     }
