@@ -39,6 +39,8 @@ ORDER = [
     "effects/order",
     "effects/delay",
     "effects/filters",
+    "effects/dynamics",
+    "effects/reverb",
     "effects/generators",
     "effects",
     "display",

@@ -2,6 +2,8 @@
 
 #include "effects/delay/Chorus.h"
 #include "effects/delay/DelayEcho.h"
+#include "effects/dynamics/Compressor.h"
+#include "effects/dynamics/NoiseGate.h"
 #include "effects/fades/FadeIn.h"
 #include "effects/fades/FadeOut.h"
 #include "effects/fades/FadeSpecial.h"
@@ -18,6 +20,7 @@
 #include "effects/gain/NormalizeLoudness.h"
 #include "effects/order/Backwards.h"
 #include "effects/order/SwapChannels.h"
+#include "effects/reverb/Reverb.h"
 
 #include <algorithm>
 
@@ -35,6 +38,7 @@ template <typename Effect> std::unique_ptr<Filter> make(const QString& name)
 std::vector<EffectEntry> makeEntries()
 {
     const QString gain = QStringLiteral("Gain");
+    const QString dynamics = QStringLiteral("Dynamics");
     const QString fades = QStringLiteral("Fades");
     const QString filters = QStringLiteral("Equalizers");
     const QString delay = QStringLiteral("Delay");
@@ -51,6 +55,12 @@ std::vector<EffectEntry> makeEntries()
          make<NormalizeLoudness>},
         {QStringLiteral("DC Offset..."), gain, QStringLiteral("dc offset"),
          QStringLiteral("Removes a constant offset of the waveform, or adds one."), make<DCOffset>},
+        {QStringLiteral("Compressor..."), dynamics, QStringLiteral("compress"),
+         QStringLiteral("Lowers what is too loud, and raises the rest."), make<Compressor>},
+        {QStringLiteral("Expander..."), dynamics, QStringLiteral("expand"),
+         QStringLiteral("Lowers what is soft, so that it differs more from what is loud."), make<Expander>},
+        {QStringLiteral("Noise Gate..."), dynamics, QStringLiteral("noise gate"),
+         QStringLiteral("Shuts out what is soft: noise between the words."), make<NoiseGate>},
         {QStringLiteral("Fade In"), fades, QStringLiteral("fade in"),
          QStringLiteral("Fades linearly from silence."), make<FadeIn>},
         {QStringLiteral("Fade Out"), fades, QStringLiteral("fade out"),
@@ -77,6 +87,8 @@ std::vector<EffectEntry> makeEntries()
          QStringLiteral("Mixes in a copy with a short delay that sweeps to and fro."), make<Flanger>},
         {QStringLiteral("Chorus..."), delay, QStringLiteral("add chorus"),
          QStringLiteral("Makes one voice sound like several."), make<Chorus>},
+        {QStringLiteral("Reverb..."), delay, QStringLiteral("reverb"),
+         QStringLiteral("Puts the sound into a room."), make<Reverb>},
         {QStringLiteral("Reverse"), time, QStringLiteral("reverse"),
          QStringLiteral("Turns the sound around in time."), make<Backwards>},
         {QStringLiteral("Invert"), channels, QStringLiteral("invert"),

@@ -10,6 +10,10 @@ TEST(EffectRegistry, NamesItsEffects)
 {
     const std::pair<const char*, const char*> expected[] = {{"Amplify...", "amplify"},
                                                             {"Normalize...", "normalize"},
+                                                            {"Compressor...", "compress"},
+                                                            {"Expander...", "expand"},
+                                                            {"Noise Gate...", "noise gate"},
+                                                            {"Reverb...", "reverb"},
                                                             {"Fade In", "fade in"},
                                                             {"Fade Out", "fade out"},
                                                             {"Invert", "invert"},

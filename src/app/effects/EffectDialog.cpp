@@ -92,9 +92,8 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
         auto* const row = new ParameterRow(parameters[i], *grid, static_cast<int>(i), this);
         mRows.back() = row;
         row->showValue(parameters.value(i));
-        connect(row, &ParameterRow::edited, this, [this, i](double value) {
-            change([this, i, value] { mFilter->parameters().setValue(i, value); });
-        });
+        connect(row, &ParameterRow::edited, this,
+                [this, i](double value) { change([this, i, value] { mFilter->editParameter(i, value); }); });
     }
     showWhatIsUsed();
 }
