@@ -1791,5 +1791,13 @@ What the window shows: %3</source>
         <source>S&amp;pectrum…</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="view-spectrogram-linear">
+        <source>Spectrogram with Linear Frequencies</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="view-spectrogram">
+        <source>Spectro&amp;gram</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

@@ -36,13 +36,32 @@ void SpectrogramTiles::setSound(TrackList tracks, const FrequencyAxis& axis)
     }
     mTracks = std::move(tracks);
     mAxis = axis;
-    invalidate();
-}
-
-void SpectrogramTiles::invalidate()
-{
     ++mVersion;
     mWanted.clear();
+}
+
+bool SpectrogramTiles::isKnown(const TrackList& tracks, const Key& key)
+{
+    if (key.track < 0 || static_cast<size_t>(key.track) >= tracks->size())
+        return true;
+    const AudioTrack& track = *(*tracks)[static_cast<size_t>(key.track)];
+    const double tileNumFrames = key.framesPerColumn * static_cast<double>(numColumns);
+    const auto start = static_cast<int64_t>(static_cast<double>(key.index) * tileNumFrames);
+    const int64_t length = std::min(static_cast<int64_t>(tileNumFrames), track.length() - start);
+    double min = 0.0;
+    double max = 0.0;
+    return length < 1 || track.getMin(min, max, start, length);
+}
+
+void SpectrogramTiles::framesDidChange(int64_t offset, int64_t numFrames)
+{
+    for (auto& [key, kept] : mKept) {
+        const double tileNumFrames = key.framesPerColumn * static_cast<double>(numColumns);
+        const double start = static_cast<double>(key.index) * tileNumFrames;
+        if (!kept.tile->isWhole && start < static_cast<double>(offset + numFrames) &&
+            start + tileNumFrames > static_cast<double>(offset))
+            kept.isOutdated = true;
+    }
 }
 
 SpectrogramTiles::TilePtr SpectrogramTiles::tile(const Key& key)
@@ -54,16 +73,6 @@ SpectrogramTiles::TilePtr SpectrogramTiles::tile(const Key& key)
     return found->second.tile;
 }
 
-std::vector<SpectrogramTiles::TilePtr> SpectrogramTiles::otherTiles(int32_t track,
-                                                                    double framesPerColumn) const
-{
-    std::vector<TilePtr> tiles;
-    for (const auto& [key, kept] : mKept)
-        if (key.track == track && key.framesPerColumn != framesPerColumn)
-            tiles.push_back(kept.tile);
-    return tiles;
-}
-
 bool SpectrogramTiles::isComplete() const
 {
     return mWanted.empty() && !mIsComputing;
@@ -71,11 +80,10 @@ bool SpectrogramTiles::isComplete() const
 
 void SpectrogramTiles::want(std::vector<Key> keys)
 {
-    const auto isKnown = [this](const Key& key) {
+    std::erase_if(keys, [this](const Key& key) {
         const auto found = mKept.find(key);
-        return found != mKept.end() && found->second.tile->version == mVersion;
-    };
-    std::erase_if(keys, isKnown);
+        return found != mKept.end() && found->second.tile->version == mVersion && !found->second.isOutdated;
+    });
     mWanted = std::move(keys);
     if (!mIsComputing)
         startJob();
@@ -97,6 +105,7 @@ void SpectrogramTiles::startJob()
                 auto tile = std::make_shared<Tile>();
                 tile->key = key;
                 tile->version = version;
+                tile->isWhole = isKnown(tracks, key);
                 if (key.track >= 0 && static_cast<size_t>(key.track) < tracks->size())
                     tile->levels = columns->levels(*(*tracks)[static_cast<size_t>(key.track)],
                                                    key.index * numColumns, numColumns, key.framesPerColumn);
@@ -123,14 +132,18 @@ void SpectrogramTiles::didCompute(std::vector<TilePtr> tiles)
 
 void SpectrogramTiles::keep(const TilePtr& tile)
 {
+    // More may have become known while it was computed.
+    const bool isOutdated = !tile->isWhole && isKnown(mTracks, tile->key);
     const auto found = mKept.find(tile->key);
     if (found != mKept.end()) {
-        if (found->second.tile->version <= tile->version)
+        if (found->second.tile->version <= tile->version) {
             found->second.tile = tile;
+            found->second.isOutdated = isOutdated;
+        }
         return;
     }
     mUses.push_front(tile->key);
-    mKept.emplace(tile->key, Kept{tile, mUses.begin()});
+    mKept.emplace(tile->key, Kept{tile, mUses.begin(), isOutdated});
     while (mKept.size() > mostTiles) {
         mKept.erase(mUses.back());
         mUses.pop_back();

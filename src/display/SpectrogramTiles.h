@@ -31,7 +31,9 @@ public:
     };
     struct Tile {
         Key key;
-        uint64_t version = 0;        ///< of the sound that it shows
+        uint64_t version = 0; ///< of the sound that it shows
+        bool isWhole =
+            false; ///< all of its sound was there: nothing of it was still being decoded or recorded
         std::vector<uint8_t> levels; ///< as SpectrogramColumns tells them
     };
     using TilePtr = std::shared_ptr<const Tile>;
@@ -45,25 +47,25 @@ public:
 
     /// What is shown from now on. The same tracks and axis again change nothing.
     void setSound(TrackList tracks, const FrequencyAxis& axis);
-    /// The sound changed within its tracks, as it does while something is recorded.
-    void invalidate();
+    /// So many frames more are known than before, as while a file is decoded or something is recorded.
+    void framesDidChange(int64_t offset, int64_t numFrames);
 
     /// A view shows these. What is missing of them, and only that, is computed, in this order.
     void want(std::vector<Key> keys);
     /// Null where nothing is known yet; one of an earlier version while the new one is being computed.
     TilePtr tile(const Key& key);
-    /// Tiles of a track at other zooms: what can stand in where there is none.
-    std::vector<TilePtr> otherTiles(int32_t track, double framesPerColumn) const;
     bool isComplete() const;
 
 private:
     void startJob();
     void didCompute(std::vector<TilePtr> tiles);
     void keep(const TilePtr& tile);
+    static bool isKnown(const TrackList& tracks, const Key& key);
 
     struct Kept {
         TilePtr tile;
         std::list<Key>::iterator use;
+        bool isOutdated = false;
     };
 
     Handler mDidCompute;

@@ -124,6 +124,9 @@ void ViewActions::addScale(QMenu& menu)
     //% "From −1 to 1"
     mLinear = Commands::add(*mScale, qtTrId("view-scale-linear"), {},
                             [] { Settings::change(Settings::levelScaleInDecibels, false); });
+    mScale->addSeparator();
+    //% "Spectrogram with Linear Frequencies"
+    addSetting(*mScale, qtTrId("view-spectrogram-linear"), Settings::spectrogramIsLinear);
     for (QAction* const action : {mDecibels, mLinear}) {
         action->setCheckable(true);
         group->addAction(action);
@@ -139,6 +142,9 @@ void ViewActions::addToggles(QMenu& menu)
     //% "Zero Crossings"
     addSetting(*snap, qtTrId("view-snap-zero"), Settings::snapsToZeroCrossings);
     menu.addSeparator();
+    //% "Spectro&gram"
+    addSetting(menu, qtTrId("view-spectrogram"), Settings::showsSpectrogram)
+        ->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_G));
     //% "Show O&verview"
     addSetting(menu, qtTrId("view-show-overview"), Settings::showsOverview);
     //% "Show &Markers"

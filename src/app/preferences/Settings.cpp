@@ -27,6 +27,8 @@ void Settings::registerDefaults()
     defaults.registerDefault(appearance, static_cast<int>(Appearance::system));
     defaults.registerDefault(levelScaleInDecibels, true);
     defaults.registerDefault(showsOverview, true);
+    defaults.registerDefault(showsSpectrogram, false);
+    defaults.registerDefault(spectrogramIsLinear, false);
     defaults.registerDefault(previewLoops, 0);
     defaults.registerDefault(showsMarkers, true);
     defaults.registerDefault(locksMarkers, false);

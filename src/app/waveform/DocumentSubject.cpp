@@ -33,6 +33,11 @@ double DocumentSubject::sampleRate() const
     return mController->document().sampleRate();
 }
 
+TrackList DocumentSubject::tracks() const
+{
+    return mController->document().audioTracks();
+}
+
 FloatBuffer DocumentSubject::columns(int64_t firstColumn, int64_t numColumns, double framesPerColumn,
                                      int32_t track)
 {

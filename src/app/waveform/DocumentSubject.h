@@ -22,6 +22,7 @@ public:
     int32_t numTracks() const override;
     int64_t numFrames() const override;
     double sampleRate() const override;
+    TrackList tracks() const override;
     FloatBuffer columns(int64_t firstColumn, int64_t numColumns, double framesPerColumn,
                         int32_t track) override;
     FloatBuffer overviewColumns(int64_t numColumns, int32_t track) override;

@@ -6,6 +6,7 @@
 #include <QContextMenuEvent>
 #include <QLocale>
 #include <QPainter>
+#include <algorithm>
 #include <cmath>
 
 namespace velloria
@@ -75,6 +76,41 @@ void LevelScale::paintEvent(QPaintEvent*)
     }
 }
 
+std::vector<LevelScale::Label> LevelScale::levelLabels(const LaneLayout& layout, int32_t track,
+                                                       double textHeight) const
+{
+    std::vector<Label> labels;
+    for (const Mark& mark : marks(mContext.showsDecibels(), layout.fullScale(), textHeight + 2)) {
+        labels.push_back({layout.yOfLevel(track, mark.level), mark.label});
+        if (mark.level > 0)
+            labels.push_back({layout.yOfLevel(track, -mark.level), mark.label});
+    }
+    return labels;
+}
+
+std::vector<LevelScale::Label> LevelScale::frequencyLabels(const LaneLayout& layout, int32_t track,
+                                                           double textHeight) const
+{
+    const FrequencyAxis axis = mContext.frequencyAxis();
+    std::vector<Label> labels;
+    // The rounder ones come first; the others fill what room is left.
+    for (const double frequency :
+         {1000.0, 10000.0, 100.0, 20000.0, 5000.0, 200.0, 2000.0, 500.0, 50.0, 15000.0, 40000.0, 80000.0,
+          3000.0, 7000.0, 300.0, 700.0, 12000.0, 18000.0}) {
+        if (frequency < axis.lowest() || frequency > axis.highest())
+            continue;
+        const double y = layout.laneBottom(track) - axis.shareOf(frequency) * layout.laneHeight();
+        const bool hasRoom = std::all_of(labels.begin(), labels.end(), [&](const Label& label) {
+            return std::abs(label.y - y) >= textHeight + 2;
+        });
+        if (hasRoom)
+            labels.push_back({y, frequency < 1000.0
+                                     ? QLocale().toString(frequency)
+                                     : QStringLiteral("%1k").arg(QLocale().toString(frequency / 1000.0))});
+    }
+    return labels;
+}
+
 void LevelScale::paintLane(QPainter& painter, const LaneLayout& layout, int32_t track) const
 {
     const Theme& theme = mContext.theme();
@@ -84,18 +120,15 @@ void LevelScale::paintLane(QPainter& painter, const LaneLayout& layout, int32_t 
     const double textHeight = QFontMetricsF(small).height();
     const double top = layout.laneTop(track);
     const double bottom = layout.laneBottom(track);
-    for (const Mark& mark : marks(mContext.showsDecibels(), layout.fullScale(), textHeight + 2)) {
-        for (const double sign : {1.0, -1.0}) {
-            if (sign < 0 && mark.level == 0)
-                continue;
-            const double y = layout.yOfLevel(track, sign * mark.level);
-            painter.fillRect(QRectF(width() - 1 - kTick, std::floor(y), kTick, 1), theme.separator);
-            // The outermost labels move inwards rather than out of the lane.
-            const double textTop = std::clamp(y - textHeight / 2, top, std::max(top, bottom - textHeight));
-            painter.setPen(theme.secondaryText);
-            painter.drawText(QRectF(0, textTop, width() - kTick - 4, textHeight),
-                             Qt::AlignRight | Qt::AlignVCenter, mark.label);
-        }
+    const std::vector<Label> labels = mContext.showsSpectrogram() ? frequencyLabels(layout, track, textHeight)
+                                                                  : levelLabels(layout, track, textHeight);
+    for (const Label& label : labels) {
+        painter.fillRect(QRectF(width() - 1 - kTick, std::floor(label.y), kTick, 1), theme.separator);
+        // The outermost labels move inwards rather than out of the lane.
+        const double textTop = std::clamp(label.y - textHeight / 2, top, std::max(top, bottom - textHeight));
+        painter.setPen(theme.secondaryText);
+        painter.drawText(QRectF(0, textTop, width() - kTick - 4, textHeight),
+                         Qt::AlignRight | Qt::AlignVCenter, label.text);
     }
     small.setBold(true);
     painter.setFont(small);

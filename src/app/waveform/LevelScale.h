@@ -36,6 +36,13 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
+    /// A label and the y that it stands at.
+    struct Label {
+        double y = 0;
+        QString text;
+    };
+    std::vector<Label> levelLabels(const LaneLayout& layout, int32_t track, double textHeight) const;
+    std::vector<Label> frequencyLabels(const LaneLayout& layout, int32_t track, double textHeight) const;
     void paintLane(QPainter& painter, const LaneLayout& layout, int32_t track) const;
 
     WaveformContext& mContext;

@@ -193,6 +193,8 @@ void WaveformContext::reloadSettings()
     mSnapper.setSettings(Settings::snapSettings());
     mRuler.setUnits(defaults.integerValue(Settings::rulerUnits));
     mShowsDecibels = defaults.boolValue(Settings::levelScaleInDecibels);
+    mShowsSpectrogram = defaults.boolValue(Settings::showsSpectrogram);
+    mSpectrogramIsLinear = defaults.boolValue(Settings::spectrogramIsLinear);
     Q_EMIT settingsChanged();
 }
 

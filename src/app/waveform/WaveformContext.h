@@ -7,6 +7,7 @@
 #include "display/WaveformViewGeometry.h"
 #include "display/WaveformViewObserver.h"
 #include "display/ZoomCommands.h"
+#include "measurement/SpectrogramColumns.h"
 
 #include <QObject>
 
@@ -71,6 +72,9 @@ public:
     void reloadSettings();
 
     bool showsDecibels() const { return mShowsDecibels; }
+    /// Instead of the waveform.
+    bool showsSpectrogram() const { return mShowsSpectrogram; }
+    FrequencyAxis frequencyAxis() const { return {mSubject.sampleRate(), !mSpectrogramIsLinear}; }
 
 Q_SIGNALS:
     void viewChanged();
@@ -97,6 +101,8 @@ private:
     double mCueTime = 0;
     double mAnchor = 0;
     bool mShowsDecibels = true;
+    bool mShowsSpectrogram = false;
+    bool mSpectrogramIsLinear = false;
 };
 
 } // namespace velloria

@@ -2,6 +2,7 @@
 
 #include "document/clips/AudioClip.h"
 #include "document/clips/AudioMarker.h"
+#include "document/clips/AudioTrack.h"
 #include "document/clips/SoundSelection.h"
 
 #include <cstdint>
@@ -20,6 +21,8 @@ public:
     virtual int32_t numTracks() const = 0;
     virtual int64_t numFrames() const = 0;
     virtual double sampleRate() const = 0;
+    /// For pictures that are computed of the samples themselves. Null where there are none.
+    virtual TrackList tracks() const { return nullptr; }
     double totalTime() const { return static_cast<double>(numFrames()) / sampleRate(); }
 
     /// (min, max) pairs of `numColumns` columns. A column covers `framesPerColumn` frames, column 0 begins at

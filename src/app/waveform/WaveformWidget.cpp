@@ -28,6 +28,7 @@ WaveformWidget::WaveformWidget(WaveformContext& context, QWidget* parent)
     : QWidget(parent)
     , mContext(context)
     , mRaster(context.subject())
+    , mSpectrogram(context.subject())
     , mMouse(std::make_unique<WaveformMouse>(*this))
     , mKeys(std::make_unique<WaveformKeys>(*this))
 {
@@ -53,6 +54,7 @@ void WaveformWidget::connectContext()
     connect(&mContext, &WaveformContext::settingsChanged, this, repaint);
     connect(&mContext, &WaveformContext::themeChanged, this, repaint);
     connect(&mContext, &WaveformContext::markersChanged, this, repaint);
+    connect(&mSpectrogram, &SpectrogramRaster::changed, this, repaint);
     connect(&mContext, &WaveformContext::documentReloaded, this, &WaveformWidget::reload);
     connect(&mContext, &WaveformContext::selectionChanged, this, &WaveformWidget::updateSelection);
     connect(&mContext, &WaveformContext::selectionChanged, this, [this] { mMouse->refresh(); });
@@ -64,6 +66,7 @@ void WaveformWidget::connectContext()
     // A scan reports thousands of short ranges a second; they are drawn together.
     connect(&mFramesTimer, &QTimer::timeout, this, [this] {
         mRaster.invalidateFrames(mChangedBegin, mChangedEnd - mChangedBegin);
+        mSpectrogram.framesDidChange(mChangedBegin, mChangedEnd - mChangedBegin);
         const double rate = mContext.subject().sampleRate();
         updateTimes(static_cast<double>(mChangedBegin) / rate, static_cast<double>(mChangedEnd) / rate);
     });
@@ -141,9 +144,15 @@ void WaveformWidget::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     const QRect dirty = event->rect();
     paintLanes(painter, dirty);
-    paintGrid(painter, dirty);
-    paintSelection(painter);
-    paintSound(painter, dirty);
+    if (mContext.showsSpectrogram()) {
+        paintSpectrogram(painter);
+        paintEditGrid(painter, rectOfTimes(0, mContext.subject().totalTime()) & QRectF(dirty));
+        paintSelection(painter);
+    } else {
+        paintGrid(painter, dirty);
+        paintSelection(painter);
+        paintSound(painter, dirty);
+    }
     paintLines(painter, dirty);
     if (mContext.subject().numFrames() == 0)
         paintEmptyText(painter);
@@ -236,6 +245,20 @@ void WaveformWidget::paintSound(QPainter& painter, const QRect& dirty)
     painter.drawImage(
         QRectF(source.x() / ratio, source.y() / ratio, source.width() / ratio, source.height() / ratio),
         image, source);
+}
+
+void WaveformWidget::paintSpectrogram(QPainter& painter)
+{
+    const WaveformRaster::View raster = rasterView();
+    SpectrogramRaster::View view;
+    view.firstColumn = raster.firstColumn;
+    view.framesPerColumn = raster.framesPerColumn;
+    view.numColumns = raster.numColumns;
+    view.layout = raster.layout;
+    view.devicePixelRatio = devicePixelRatioF();
+    view.isDark = mContext.theme().isDark;
+    view.axis = mContext.frequencyAxis();
+    mSpectrogram.paint(painter, view);
 }
 
 void WaveformWidget::paintLines(QPainter& painter, const QRect& dirty) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/waveform/LaneLayout.h"
+#include "app/waveform/SpectrogramRaster.h"
 #include "app/waveform/WaveformRaster.h"
 
 #include <QTimer>
@@ -27,6 +28,7 @@ public:
     WaveformContext& context() { return mContext; }
     LaneLayout layoutOfLanes() const;
     const WaveformRaster& raster() const { return mRaster; }
+    const SpectrogramRaster& spectrogram() const { return mSpectrogram; }
 
     QSize sizeHint() const override { return {900, 320}; }
     QSize minimumSizeHint() const override { return {200, 80}; }
@@ -59,12 +61,14 @@ private:
     void paintEditGrid(QPainter& painter, const QRectF& area) const;
     void paintSelection(QPainter& painter) const;
     void paintSound(QPainter& painter, const QRect& dirty);
+    void paintSpectrogram(QPainter& painter);
     void paintLines(QPainter& painter, const QRect& dirty) const;
     void paintEmptyText(QPainter& painter) const;
     QRectF rectOfTimes(double start, double end) const;
 
     WaveformContext& mContext;
     WaveformRaster mRaster;
+    SpectrogramRaster mSpectrogram;
     std::unique_ptr<WaveformMouse> mMouse;
     std::unique_ptr<WaveformKeys> mKeys;
     QTimer mFramesTimer;
