@@ -6,6 +6,7 @@
 #include "platform/SystemCall.h"
 
 #include <QDir>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -22,11 +23,16 @@ namespace
 
 constexpr int kNumAttempts = 100;
 
-/// Which numbers this process has open handles for, so that the search for a free number asks the system
-/// only about the others.
+/// What this process knows of the numbers of a folder, so that the search for a free one need not ask the
+/// system about thousands again and again.
+struct FolderNumbers {
+    std::vector<bool> live; ///< those that it has open handles for
+    size_t firstToTry = 1;  ///< those below were taken, by whomever, when they were tried
+};
+
 struct LiveNumbers {
     std::mutex mutex;
-    std::map<std::filesystem::path, std::vector<bool>> byFolder;
+    std::map<std::filesystem::path, FolderNumbers> byFolder;
 };
 
 LiveNumbers& liveNumbers()
@@ -48,8 +54,21 @@ void forgetNumber(const std::filesystem::path& folder, size_t number)
     LiveNumbers& numbers = liveNumbers();
     const std::lock_guard lock(numbers.mutex);
     const auto found = numbers.byFolder.find(folder);
-    if (found != numbers.byFolder.end() && number < found->second.size())
-        found->second[number] = false;
+    if (found == numbers.byFolder.end() || number == 0)
+        return;
+    if (number < found->second.live.size())
+        found->second.live[number] = false;
+    found->second.firstToTry = std::min(found->second.firstToTry, number);
+}
+
+/// After files were removed that were not this process'.
+void tryAllNumbersAgain(const std::filesystem::path& folder)
+{
+    LiveNumbers& numbers = liveNumbers();
+    const std::lock_guard lock(numbers.mutex);
+    const auto found = numbers.byFolder.find(folder);
+    if (found != numbers.byFolder.end())
+        found->second.firstToTry = 1;
 }
 
 /// Each scratch file keeps a descriptor open, and undo keeps many scratch files.
@@ -131,9 +150,10 @@ struct NumberedFile {
 
 /// Creates and locks the first free file in `folder`. No descriptor, with errno set, when the folder
 /// cannot take one (ENOENT: the folder itself was removed meanwhile).
-NumberedFile createNumberedFile(int folder, std::vector<bool>& live)
+NumberedFile createNumberedFile(int folder, FolderNumbers& numbers)
 {
-    for (size_t number = 1;; ++number) {
+    std::vector<bool>& live = numbers.live;
+    for (size_t number = numbers.firstToTry;; ++number) {
         if (number < live.size() && live[number])
             continue;
         constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
@@ -151,6 +171,7 @@ NumberedFile createNumberedFile(int folder, std::vector<bool>& live)
         if (live.size() <= number)
             live.resize(number + 1);
         live[number] = true;
+        numbers.firstToTry = number + 1;
         return {std::move(file), number};
     }
 }
@@ -275,6 +296,7 @@ MaybeError ScratchFolder::removeLeftOver(const std::filesystem::path& leftOver)
         uninterrupted([&] { return ::unlink(ScratchNote::pathFor(leftOver).c_str()); });
     if (!canWrite || uninterrupted([&] { return ::unlink(leftOver.c_str()); }) != 0)
         return Error::fromErrno(QStringLiteral("%1 could not be removed").arg(displayPath(leftOver)), errno);
+    tryAllNumbersAgain(leftOver.parent_path());
     return std::nullopt;
 }
 
@@ -293,6 +315,7 @@ void ScratchFolder::removeLeftOversUpTo(int64_t numBytes)
         ::unlinkat(folder.get(), name.c_str(), 0);
     }
     ScratchNote::removeOrphans(folder.get());
+    tryAllNumbersAgain(folderPath);
     ::rmdir(folderPath.c_str());
 }
 

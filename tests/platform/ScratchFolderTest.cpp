@@ -7,6 +7,7 @@
 
 #include <QTemporaryDir>
 #include <csignal>
+#include <ctime>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <set>
@@ -107,6 +108,28 @@ TEST_F(ScratchFolderTest, ThousandsOfFilesStayOpenAndKeepTheirNumbers)
         handles.push_back(ScratchFolder::createFile(nullptr));
     EXPECT_EQ(nameOf(handles[998]), "Velloria_Temp-999.caf");
     EXPECT_EQ(nameOf(handles[2499]), "Velloria_Temp-2500.caf");
+}
+
+TEST_F(ScratchFolderTest, WhatThousandsOfFilesOfOthersTakeIsAskedForOnce)
+{
+    constexpr int numOthers = 2000;
+    const auto timeFor300Files = [](const std::string& name) {
+        const std::clock_t start = std::clock();
+        for (int i = 0; i < 300; ++i) {
+            const std::shared_ptr<FileHandle> handle = ScratchFolder::createFile(nullptr);
+            EXPECT_EQ(nameOf(handle), name);
+            ScratchFolder::removeFile(handle->path());
+        }
+        return std::clock() - start;
+    };
+    const std::clock_t timeAlone = timeFor300Files("Velloria_Temp-001.caf");
+    for (int i = 1; i <= numOthers; ++i)
+        std::ofstream(
+            pathOf(QStringLiteral("Velloria_Temp-%1.caf").arg(i, 3, 10, QChar(u'0')).toStdString()));
+    // Asking for each of them each time would take a hundred times as long.
+    EXPECT_LT(timeFor300Files("Velloria_Temp-2001.caf"), 15 * timeAlone);
+    EXPECT_FALSE(ScratchFolder::removeLeftOver(pathOf("Velloria_Temp-007.caf")));
+    EXPECT_EQ(nameOf(ScratchFolder::createFile(nullptr)), "Velloria_Temp-007.caf") << "it is free again";
 }
 
 TEST_F(ScratchFolderTest, ThreadsGetFilesOfTheirOwn)
