@@ -35,6 +35,9 @@ VLRTAudioPlaythrough::VLRTAudioPlaythrough(StoppedHandler inputDidStop, StoppedH
     : mOutputDevice(VLRTAudioPlayer::selectedOutputDevice())
     , mVolumeToken(NotificationCenter::standard().addObserver(
           AudioNotification::playbackVolumeDidChange(), [this](const void*) { playbackVolumeDidChange(); }))
+    , mConfigurationToken(
+          NotificationCenter::standard().addObserver(AudioNotification::outputConfigurationDidChange(),
+                                                     [this](const void*) { outputConfigurationDidChange(); }))
     , mUnit(InputUnit::settingsFromPreferences(QStringLiteral("Velloria")), *this, std::move(inputDidStop))
 {
     const double rate = mUnit.sampleRate();
@@ -50,6 +53,7 @@ VLRTAudioPlaythrough::VLRTAudioPlaythrough(StoppedHandler inputDidStop, StoppedH
 VLRTAudioPlaythrough::~VLRTAudioPlaythrough()
 {
     NotificationCenter::standard().removeObserver(mVolumeToken);
+    NotificationCenter::standard().removeObserver(mConfigurationToken);
 }
 
 MaybeError VLRTAudioPlaythrough::start()
@@ -88,6 +92,14 @@ void VLRTAudioPlaythrough::playbackVolumeDidChange()
     const double decibels = UserDefaults::standard().doubleValue(AudioPreference::playbackVolume());
     if (mPlayerCore)
         mPlayerCore->feed().gain = VLRTAudioPlayer::gainFromDecibels(decibels);
+}
+
+void VLRTAudioPlaythrough::outputConfigurationDidChange()
+{
+    const UserDefaults& defaults = UserDefaults::standard();
+    if (mPlayerCore)
+        mPlayerCore->setChannels(defaults.integerValue(AudioPreference::outputLeftChannel()),
+                                 defaults.integerValue(AudioPreference::outputRightChannel()));
 }
 
 } // namespace velloria

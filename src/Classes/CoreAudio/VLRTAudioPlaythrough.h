@@ -31,12 +31,14 @@ private:
 
     void capture(const float* frames, uint32_t numFrames) noexcept override;
     void playbackVolumeDidChange();
+    void outputConfigurationDidChange();
 
     const uint32_t mOutputDevice;
     // The ring is kept no fuller than this.
     int32_t mLength = 0;
     std::unique_ptr<VLRTAudioPlayerCore> mPlayerCore;
     NotificationCenter::Token mVolumeToken;
+    NotificationCenter::Token mConfigurationToken;
     // Destroyed first: no call of the device comes afterwards.
     InputUnit mUnit;
 };

@@ -170,6 +170,36 @@ TEST_F(RecordingTest, ReadsTheOutputsChannelsWhenTheInputsConfigurationChanges)
     defaults.removeValue(AudioPreference::outputRightChannel());
 }
 
+TEST_F(RecordingTest, HearsTheInputOnTheChannelsThatAreChosenMeanwhile)
+{
+    HardwareState state = hardware->state();
+    state.devices.push_back(SimulatedHardware::outputDevice(9, QStringLiteral("six"), 44100.0, 6));
+    state.defaultOutput = 9;
+    hardware->setState(state);
+    UserDefaults& defaults = UserDefaults::standard();
+    VLRTAudioPlayer::registerDefaults();
+    VLRTAudioPlaythrough playthrough;
+    ASSERT_EQ(playthrough.start(), std::nullopt);
+    const auto channelsHeard = [&] {
+        hear(1);
+        std::vector<int32_t> channels;
+        const std::vector<float> frame = hardware->output()->pull(1);
+        for (size_t i = 0; i < frame.size(); ++i)
+            if (frame[i] != 0.0F)
+                channels.push_back(static_cast<int32_t>(i));
+        return channels;
+    };
+    hear(2000);
+    EXPECT_THAT(channelsHeard(), ElementsAre(0, 1));
+    defaults.setValue(AudioPreference::outputLeftChannel(), 4);
+    defaults.setValue(AudioPreference::outputRightChannel(), 3);
+    NotificationCenter::standard().post(AudioNotification::outputConfigurationDidChange());
+    EXPECT_THAT(channelsHeard(), ElementsAre(3, 4));
+    playthrough.stop();
+    defaults.removeValue(AudioPreference::outputLeftChannel());
+    defaults.removeValue(AudioPreference::outputRightChannel());
+}
+
 TEST_F(RecordingTest, MakesExactlyAsManyFramesOfAnotherRateAsTheTimeTakes)
 {
     for (const double rate : {48000.0, 96000.0, 22050.0, 8000.0}) {
