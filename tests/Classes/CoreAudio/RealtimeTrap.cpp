@@ -1,10 +1,12 @@
 #include "Classes/CoreAudio/RealtimeTrap.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <pthread.h>
-#include <unistd.h>
+#include <sys/prctl.h>
+#include <ucontext.h>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define VELLORIA_CAN_TRAP 0
@@ -29,6 +31,45 @@ std::atomic<int> gNumCalls{0};
     if (tDepth > 0)
         gNumViolations.fetch_add(1);
 }
+
+#if VELLORIA_CAN_TRAP && defined(__x86_64__) && defined(PR_SET_SYSCALL_USER_DISPATCH)
+// The kernel looks at this byte at each system call of the thread, and sends a signal instead while it says
+// so.
+thread_local volatile char tSelector = SYSCALL_DISPATCH_FILTER_ALLOW;
+
+/// Lets the call be made again, and what follows until the trap is set anew.
+void noteSystemCall(int, siginfo_t* information, void* context)
+{
+    constexpr greg_t instructionBytes = 2; // of "syscall"
+    tSelector = SYSCALL_DISPATCH_FILTER_ALLOW;
+    gNumViolations.fetch_add(1);
+    greg_t* const registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
+    registers[REG_RIP] -= instructionBytes;
+    registers[REG_RAX] = information->si_syscall;
+}
+
+/// Once a thread.
+bool makeThreadAskForSystemCalls()
+{
+    struct sigaction action = {};
+    action.sa_sigaction = noteSystemCall;
+    action.sa_flags = SA_SIGINFO;
+    return ::sigaction(SIGSYS, &action, nullptr) == 0 &&
+           ::prctl(PR_SET_SYSCALL_USER_DISPATCH, PR_SYS_DISPATCH_ON, 0, 0, &tSelector) == 0;
+}
+
+bool watchSystemCalls(bool isOn)
+{
+    thread_local const bool canWatch = makeThreadAskForSystemCalls();
+    tSelector = isOn && canWatch ? SYSCALL_DISPATCH_FILTER_BLOCK : SYSCALL_DISPATCH_FILTER_ALLOW;
+    return canWatch;
+}
+#else
+bool watchSystemCalls(bool)
+{
+    return false;
+}
+#endif
 
 } // namespace
 
@@ -68,27 +109,6 @@ int pthread_mutex_lock(pthread_mutex_t* mutex)
     static const auto lock = reinterpret_cast<Lock>(::dlsym(RTLD_NEXT, "pthread_mutex_lock"));
     note();
     return lock(mutex);
-}
-ssize_t read(int descriptor, void* data, size_t size)
-{
-    using Read = ssize_t (*)(int, void*, size_t);
-    static const auto next = reinterpret_cast<Read>(::dlsym(RTLD_NEXT, "read"));
-    note();
-    return next(descriptor, data, size);
-}
-ssize_t pread64(int descriptor, void* data, size_t size, off64_t offset)
-{
-    using Read = ssize_t (*)(int, void*, size_t, off64_t);
-    static const auto next = reinterpret_cast<Read>(::dlsym(RTLD_NEXT, "pread64"));
-    note();
-    return next(descriptor, data, size, offset);
-}
-ssize_t write(int descriptor, const void* data, size_t size)
-{
-    using Write = ssize_t (*)(int, const void*, size_t);
-    static const auto next = reinterpret_cast<Write>(::dlsym(RTLD_NEXT, "write"));
-    note();
-    return next(descriptor, data, size);
 }
 }
 #endif
@@ -148,11 +168,13 @@ void RealtimeTrap::enter()
 {
     gNumCalls.fetch_add(1);
     ++tDepth;
+    watchSystemCalls(true);
 }
 
 void RealtimeTrap::leave()
 {
     --tDepth;
+    watchSystemCalls(tDepth > 0);
 }
 
 int RealtimeTrap::numViolations()
@@ -168,6 +190,11 @@ int RealtimeTrap::numCalls()
 bool RealtimeTrap::canTrap()
 {
     return VELLORIA_CAN_TRAP;
+}
+
+bool RealtimeTrap::seesSystemCalls()
+{
+    return watchSystemCalls(false);
 }
 
 std::unique_ptr<OutputStream> TrappingHardware::openOutput(const StreamRequest& request, OutputClient& client,

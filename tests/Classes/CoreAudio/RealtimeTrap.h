@@ -5,9 +5,10 @@
 namespace velloria::kit
 {
 
-/// Counts what a device's thread must not do: calls of malloc and its kin, locks of a mutex, reads and writes
-/// of files, between the entry into a render or capture routine and its return, on that thread. With a
-/// sanitizer, which replaces those functions itself, it counts nothing.
+/// Counts what a device's thread must not do: calls of malloc and its kin, locks of a mutex, and the first
+/// system call, whoever makes it (reads, writes and maps of files, waits), between the entry into a render or
+/// capture routine and its return, on that thread. With a sanitizer, which replaces those functions itself,
+/// it counts nothing.
 namespace RealtimeTrap
 {
 void enter();
@@ -16,6 +17,8 @@ int numViolations();
 /// Calls of enter() so far.
 int numCalls();
 bool canTrap();
+/// Whether this kernel and processor let it see system calls.
+bool seesSystemCalls();
 } // namespace RealtimeTrap
 
 /// Simulated hardware that springs the trap around each call of a client.
