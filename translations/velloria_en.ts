@@ -396,6 +396,7 @@
     </message>
     <message id="preferences-zoom">
         <source>%1 samples per pixel</source>
+        <extracomment>%1 is a number, more than one</extracomment>
         <translation type="unfinished"></translation>
     </message>
     <message id="preferences-default-zoom">
@@ -1797,6 +1798,45 @@ What the window shows: %3</source>
     </message>
     <message id="view-spectrogram">
         <source>Spectro&amp;gram</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-zoom-one">
+        <source>1 sample per pixel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="left-over-take">
+        <source>Take of %1</source>
+        <extracomment>A recording; %1 is the time of day when it began</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="left-over-take-in">
+        <source>Take of %1, %2</source>
+        <extracomment>A recording; %1 is the time of day when it began, %2 the name of a document</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="left-over-part">
+        <source>Part of %1</source>
+        <extracomment>Sound that belongs to a document; %1 is its name</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="left-over-computed">
+        <source>%1 in %2</source>
+        <extracomment>Sound that was computed; %1 is the name of a command or an effect, %2 that of a document</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="left-over-sound">
+        <source>Sound of %1</source>
+        <extracomment>Sound of which only the time of day (%1) is known</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="left-over-document">
+        <source>%1, not saved</source>
+        <extracomment>%1 is the name of a document</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="left-over-decoded">
+        <source>Decoded %1</source>
+        <extracomment>%1 is the name of a document whose file was decoded</extracomment>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -158,17 +158,6 @@ void sortBySound(std::vector<Part>& parts)
     });
 }
 
-/// "12:04", with the day unless that is today. Without slashes, as it may become a file's name.
-QString timeText(const QDateTime& time)
-{
-    const QLocale locale;
-    const QDateTime local = time.toLocalTime();
-    const QString clock = locale.toString(local.time(), QLocale::ShortFormat);
-    return local.date() == QDate::currentDate()
-               ? clock
-               : locale.toString(local.date(), QStringLiteral("d MMM yyyy ")) + clock;
-}
-
 std::vector<std::shared_ptr<LeftOverFile>> takeOver(const LeftOverSound& sound, MaybeError* error)
 {
     std::vector<std::shared_ptr<LeftOverFile>> files;
@@ -234,9 +223,19 @@ QDateTime LeftOverSound::made() const
         std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count());
 }
 
+QString LeftOverSound::madeText() const
+{
+    const QLocale locale;
+    const QDateTime local = made().toLocalTime();
+    const QString clock = locale.toString(local.time(), QLocale::ShortFormat);
+    return local.date() == QDate::currentDate()
+               ? clock
+               : locale.toString(local.date(), QStringLiteral("d MMM yyyy ")) + clock;
+}
+
 QString LeftOverSound::title() const
 {
-    const QString time = timeText(made());
+    const QString time = madeText();
     if (!label)
         return QStringLiteral("Sound of %1").arg(time);
     const QString& name = label->documentName;

@@ -21,6 +21,9 @@ struct LeftOverSound {
     double totalTime() const { return static_cast<double>(numFrames) / sampleRate; }
     /// When it was begun, as far as that is known.
     QDateTime made() const;
+    /// The same as "12:04", with the day unless that is today. Without slashes, as it may become a file's
+    /// name.
+    QString madeText() const;
     /// "Take of 12:04, interview.wav"
     QString title() const;
     /// Something that exists nowhere else and that a person made, or may have: a take, a document, or what

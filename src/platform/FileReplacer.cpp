@@ -353,8 +353,7 @@ QStringList FileReplacer::lossesWhenReplacing(const std::filesystem::path& targe
         losses += QStringLiteral("%1 has another name (hard link); it will keep the old contents.").arg(name);
     else if (numOthers > 1)
         losses += QStringLiteral("%1 has %2 other names (hard links); they will keep the old contents.")
-                      .arg(name)
-                      .arg(numOthers);
+                      .arg(name, QString::number(numOthers));
     return losses + ownershipLosses(status, name);
 }
 

@@ -1,5 +1,6 @@
 #include "app/menus/EditActions.h"
 
+#include "app/look/ItemNames.h"
 #include "app/look/TrackNames.h"
 #include "app/menus/Commands.h"
 #include "app/menus/Editor.h"
@@ -23,12 +24,6 @@ namespace
 {
 
 const QString kClipboardDidChange = QStringLiteral("clipboardDidChange");
-
-/// A step's name in a menu, where an ampersand would mark a mnemonic.
-QString inMenu(QString name)
-{
-    return name.replace(u'&', QLatin1String("&&"));
-}
 
 } // namespace
 
@@ -154,11 +149,11 @@ void EditActions::update()
     const QUndoStack& history = mWindow.document().undoManager();
     //: %1 is the name of a step
     //% "&Undo %1"
-    mUndo->setText(history.canUndo() ? qtTrId("edit-undo-step").arg(inMenu(history.undoText()))
+    mUndo->setText(history.canUndo() ? qtTrId("edit-undo-step").arg(ItemNames::inMenu(history.undoText()))
                                      : qtTrId("edit-undo"));
     //: %1 is the name of a step
     //% "&Redo %1"
-    mRedo->setText(history.canRedo() ? qtTrId("edit-redo-step").arg(inMenu(history.redoText()))
+    mRedo->setText(history.canRedo() ? qtTrId("edit-redo-step").arg(ItemNames::inMenu(history.redoText()))
                                      : qtTrId("edit-redo"));
     // These are in the tool bar as well.
     const bool canEdit = !mWindow.controller().recording().isRecording();

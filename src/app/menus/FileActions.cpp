@@ -1,6 +1,7 @@
 #include "app/menus/FileActions.h"
 
 #include "app/desktop/FileUrls.h"
+#include "app/look/ItemNames.h"
 #include "app/menus/Commands.h"
 #include "app/menus/Editor.h"
 #include "app/menus/MenuHost.h"
@@ -100,11 +101,9 @@ void FileActions::fillRecent()
 {
     mRecent->clear();
     for (const std::filesystem::path& path : RecentFiles::paths()) {
-        QString name = displayName(path);
-        name.replace(u'&', QLatin1String("&&"));
-        QAction* const action =
-            Commands::add(*mRecent, name, {}, [this, path] { mWindow.editor().openFiles({path}); });
-        action->setToolTip(displayPath(path));
+        QAction* const action = Commands::add(*mRecent, ItemNames::inMenu(displayName(path)), {},
+                                              [this, path] { mWindow.editor().openFiles({path}); });
+        action->setToolTip(ItemNames::wrappable(displayPath(path)));
     }
     mRecent->setToolTipsVisible(true);
     mRecent->addSeparator();
@@ -189,7 +188,7 @@ bool FileActions::wantsWhatIsLeft(const Error& error)
     box.setWindowModality(Qt::WindowModal);
     //: %1 says which file was changed by another program
     //% "%1 The document was not saved and stays as it is. In a copy there is silence where sound is missing."
-    box.setInformativeText(qtTrId("save-rest-detail").arg(error.message));
+    box.setInformativeText(ItemNames::wrappable(qtTrId("save-rest-detail").arg(error.message)));
     box.setTextFormat(Qt::PlainText);
     box.button(QMessageBox::Cancel)->setText(qtTrId("cancel"));
     //% "Save a Copy…"
@@ -215,8 +214,8 @@ void FileActions::revert()
     //: %1 is the name of a document
     //% "Go back to the saved version of “%1”?"
     QMessageBox box(QMessageBox::Warning, QString(),
-                    qtTrId("revert-question").arg(mWindow.document().displayName()), QMessageBox::Cancel,
-                    &mWindow.widget(), Qt::Sheet);
+                    qtTrId("revert-question").arg(ItemNames::shown(mWindow.document().displayName())),
+                    QMessageBox::Cancel, &mWindow.widget(), Qt::Sheet);
     box.setWindowModality(Qt::WindowModal);
     //% "All changes since then are lost, and so is the undo history."
     box.setInformativeText(qtTrId("revert-detail"));

@@ -1,5 +1,6 @@
 #include "app/menus/HelpActions.h"
 
+#include "app/look/ItemNames.h"
 #include "app/menus/Commands.h"
 #include "app/menus/Editor.h"
 #include "app/menus/MenuHost.h"
@@ -41,9 +42,8 @@ void HelpActions::fillWindows()
 {
     mWindows->clear();
     for (MenuHost* const other : mWindow.editor().documentWindows()) {
-        QString name = other->document().displayName();
-        name.replace(u'&', QLatin1String("&&"));
-        QAction* const action = Commands::add(*mWindows, name, {}, [other] { other->bringToFront(); });
+        QAction* const action = Commands::add(*mWindows, ItemNames::inMenu(other->document().displayName()),
+                                              {}, [other] { other->bringToFront(); });
         action->setCheckable(true);
         action->setChecked(other == &mWindow);
     }

@@ -1,5 +1,6 @@
 #include "app/progress/MessageBar.h"
 
+#include "app/look/ItemNames.h"
 #include "app/look/Theme.h"
 #include "app/look/ThemedIcon.h"
 
@@ -50,7 +51,7 @@ void MessageBar::showMessage(const QString& message)
 {
     mOffer.reset();
     mUndo->hide();
-    mText->setText(message);
+    mText->setText(ItemNames::wrappable(message));
     mText->setAccessibleName(message);
     show();
     QAccessibleEvent event(mText, QAccessible::Alert);

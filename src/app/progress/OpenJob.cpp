@@ -1,5 +1,6 @@
 #include "app/progress/OpenJob.h"
 
+#include "app/look/ItemNames.h"
 #include "app/progress/ProgressClock.h"
 #include "app/progress/ProgressPanel.h"
 #include "platform/DispatchQueue.h"
@@ -98,7 +99,7 @@ void OpenJob::showProgress()
     if (!mPanel) {
         //: %1 is the name of a file
         //% "Opening “%1”"
-        mPanel = std::make_unique<ProgressPanel>(qtTrId("opening").arg(displayName(mPath)));
+        mPanel = std::make_unique<ProgressPanel>(qtTrId("opening").arg(ItemNames::shown(displayName(mPath))));
         mPanel->setAttribute(Qt::WA_QuitOnClose, false);
         connect(mPanel.get(), &ProgressPanel::cancelRequested, this, &OpenJob::cancel);
     }

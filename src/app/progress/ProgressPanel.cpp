@@ -1,5 +1,7 @@
 #include "app/progress/ProgressPanel.h"
 
+#include "app/look/ItemNames.h"
+
 #include <QCoreApplication>
 #include <QLabel>
 #include <QProgressBar>
@@ -14,6 +16,8 @@ namespace
 {
 
 constexpr int kWidth = 380;
+constexpr int kMargin = 20;
+constexpr qsizetype kMostCharacters = 200;
 constexpr int kSteps = 1000;
 
 } // namespace
@@ -28,10 +32,10 @@ ProgressPanel::ProgressPanel(const QString& title, QWidget* parent)
 {
     if (parent)
         setWindowModality(Qt::WindowModal);
-    setTitle(title);
     QFont bold = mTitle->font();
     bold.setBold(true);
     mTitle->setFont(bold);
+    setTitle(title);
     mBar->setRange(0, kSteps);
     mBar->setTextVisible(false);
     mBar->setAccessibleName(title);
@@ -39,7 +43,7 @@ ProgressPanel::ProgressPanel(const QString& title, QWidget* parent)
     mCancel->setDefault(true);
 
     auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(20, 18, 20, 16);
+    layout->setContentsMargins(kMargin, 18, kMargin, 16);
     layout->setSpacing(10);
     layout->addWidget(mTitle);
     layout->addWidget(mBar);
@@ -53,8 +57,10 @@ ProgressPanel::ProgressPanel(const QString& title, QWidget* parent)
 
 void ProgressPanel::setTitle(const QString& title)
 {
-    setWindowTitle(title);
-    mTitle->setText(title);
+    // With the name of a file, perhaps, which may be wider than the panel.
+    const QString line = ItemNames::shown(title, kMostCharacters);
+    setWindowTitle(line);
+    mTitle->setText(mTitle->fontMetrics().elidedText(line, Qt::ElideMiddle, kWidth - 2 * kMargin));
     mTitle->setVisible(!title.isEmpty());
 }
 

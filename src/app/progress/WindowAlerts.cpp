@@ -1,5 +1,7 @@
 #include "app/progress/WindowAlerts.h"
 
+#include "app/look/ItemNames.h"
+
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <QPushButton>
@@ -12,7 +14,7 @@ namespace
 
 void show(QWidget* window, QMessageBox::Icon icon, const QString& message)
 {
-    QMessageBox box(icon, QString(), message, QMessageBox::Ok, window, Qt::Sheet);
+    QMessageBox box(icon, QString(), ItemNames::wrappable(message), QMessageBox::Ok, window, Qt::Sheet);
     box.setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
     box.exec();
 }
@@ -38,9 +40,10 @@ void WindowAlerts::showWarning(const QString& message)
 
 bool WindowAlerts::confirmLoss(const QString& question, const QStringList& losses)
 {
-    QMessageBox box(QMessageBox::Warning, QString(), question, QMessageBox::Cancel, mWindow, Qt::Sheet);
+    QMessageBox box(QMessageBox::Warning, QString(), ItemNames::wrappable(question), QMessageBox::Cancel,
+                    mWindow, Qt::Sheet);
     box.setWindowModality(Qt::WindowModal);
-    box.setInformativeText(listed(losses));
+    box.setInformativeText(ItemNames::wrappable(listed(losses)));
     //% "Save Anyway"
     QPushButton* const goOn = box.addButton(qtTrId("save-anyway"), QMessageBox::AcceptRole);
     box.setDefaultButton(QMessageBox::Cancel);

@@ -1,7 +1,9 @@
 #include "app/recovery/LeftOverList.h"
 
+#include "app/look/ItemNames.h"
 #include "app/look/Theme.h"
 #include "app/look/TrackNames.h"
+#include "app/recovery/LeftOverTitle.h"
 #include "app/recovery/LengthText.h"
 
 #include <QHash>
@@ -145,7 +147,7 @@ QTreeWidgetItem* LeftOverList::lineFor(size_t index) const
 {
     const LeftOverSound& sound = mSounds[index];
     auto* const line = new QTreeWidgetItem;
-    line->setText(soundColumn, sound.title());
+    line->setText(soundColumn, leftOverTitle(sound));
     line->setText(lengthColumn, lengthText(sound.totalTime()));
     line->setTextAlignment(lengthColumn, Qt::AlignRight | Qt::AlignVCenter);
     line->setText(timeColumn, timeOf(sound));
@@ -161,7 +163,7 @@ QTreeWidgetItem* LeftOverList::groupFor(const LeftOverSound& sound)
     auto* const group = new QTreeWidgetItem;
     //: %1 is the name of a document
     //% "What was computed for %1"
-    group->setText(soundColumn, qtTrId("recovery-computed").arg(sound.label->documentName));
+    group->setText(soundColumn, qtTrId("recovery-computed").arg(ItemNames::shown(sound.label->documentName)));
     group->setData(soundColumn, kIndexRole, -1);
     group->setSizeHint(soundColumn, QSize(0, kPictureSize.height() + 8));
     return group;

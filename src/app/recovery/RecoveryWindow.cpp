@@ -3,6 +3,7 @@
 #include "app/progress/WindowAlerts.h"
 #include "app/recovery/FileManager.h"
 #include "app/recovery/LeftOverList.h"
+#include "app/recovery/LeftOverTitle.h"
 #include "app/recovery/LengthText.h"
 #include "app/recovery/SoundPlayer.h"
 #include "platform/ScratchFolder.h"
@@ -147,7 +148,7 @@ void RecoveryWindow::openSounds(const std::vector<LeftOverSound>& sounds)
     mPlayer->stop();
     for (const LeftOverSound& sound : sounds) {
         if (const MaybeError error = mOpen(sound))
-            WindowAlerts(this).showError(qtTrId("open-error").arg(sound.title(), error->message));
+            WindowAlerts(this).showError(qtTrId("open-error").arg(leftOverTitle(sound), error->message));
         else
             mList->removeSound(sound);
     }
@@ -161,7 +162,7 @@ void RecoveryWindow::discardSelected()
         //: %1 is the name of a sound, %2 its length
         //% "Discard “%1” (%2)?"
         const QString question =
-            qtTrId("recovery-discard-question").arg(sound.title(), lengthText(sound.totalTime()));
+            qtTrId("recovery-discard-question").arg(leftOverTitle(sound), lengthText(sound.totalTime()));
         QMessageBox box(QMessageBox::Warning, QString(), question, QMessageBox::Cancel, this, Qt::Sheet);
         box.setTextFormat(Qt::PlainText);
         box.setWindowModality(Qt::WindowModal);

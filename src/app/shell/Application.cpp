@@ -1,11 +1,13 @@
 #include "app/shell/Application.h"
 
+#include "app/look/ItemNames.h"
 #include "app/preferences/PreferencesDialog.h"
 #include "app/preferences/RecentFiles.h"
 #include "app/progress/BusyState.h"
 #include "app/progress/OpenJob.h"
 #include "app/progress/WindowAlerts.h"
 #include "app/recovery/LeftOverSearch.h"
+#include "app/recovery/LeftOverTitle.h"
 #include "app/recovery/RecoveryWindow.h"
 #include "app/window/DocumentWindow.h"
 #include "controllers/InputLevelsController.h"
@@ -204,7 +206,7 @@ void Application::showOpenError(const std::filesystem::path& path, const Error& 
     DocumentWindow* const window = frontWindow();
     //: %1 is the name of a file, %2 the reason
     //% "“%1” could not be opened.\n\n%2"
-    const QString message = qtTrId("open-error").arg(displayName(path), error.message);
+    const QString message = qtTrId("open-error").arg(ItemNames::shown(displayName(path)), error.message);
     QMetaObject::invokeMethod(
         this,
         [window = QPointer<DocumentWindow>(window), message] { WindowAlerts(window).showError(message); },
@@ -300,8 +302,10 @@ MaybeError Application::openLeftOver(const LeftOverSound& sound)
 {
     MaybeError error;
     std::shared_ptr<SoundDocument> document = LeftOverSounds::open(sound, &error);
-    if (document)
+    if (document) {
+        document->setTitle(leftOverTitle(sound));
         showDocument(std::move(document), nullptr);
+    }
     return error;
 }
 

@@ -1,5 +1,6 @@
 #include "app/waveform/MarkerLane.h"
 
+#include "app/look/ItemNames.h"
 #include "app/preferences/Settings.h"
 #include "app/waveform/MarkerColumns.h"
 #include "app/waveform/WaveformContext.h"
@@ -30,6 +31,13 @@ constexpr double kFlagGap = 2;
 constexpr double kMinFlagWidth = 5;
 constexpr double kLeftReach = 3;
 constexpr double kFarAway = 1e6;
+// More than a flag could show; what comes behind it need not be measured at each repaint.
+constexpr qsizetype kMostCharacters = 400;
+
+QString shownName(const AudioMarkerPtr& marker)
+{
+    return ItemNames::shown(marker->name(), kMostCharacters);
+}
 
 } // namespace
 
@@ -79,7 +87,7 @@ std::vector<MarkerLane::Flag> MarkerLane::visibleFlags() const
         // A name is measured only where some of it can be seen.
         if (room <= kMinFlagWidth)
             return kMinFlagWidth;
-        return std::min(room, metrics.horizontalAdvance(marker->name()) + 2 * kPadding);
+        return std::min(room, metrics.horizontalAdvance(shownName(marker)) + 2 * kPadding);
     };
     std::vector<PlacedMarker> placed = markersByPixel(*mMarkers, mContext.geometry(), 0, width());
     const bool isDragging = mDragTime.has_value();
@@ -118,8 +126,9 @@ void MarkerLane::paintFlag(QPainter& painter, const Flag& flag) const
     if (text.width() < 6)
         return;
     painter.setPen(theme.text);
-    painter.drawText(text, Qt::AlignLeft | Qt::AlignVCenter,
-                     QFontMetricsF(font()).elidedText(flag.marker->name(), Qt::ElideRight, text.width() + 1));
+    painter.drawText(
+        text, Qt::AlignLeft | Qt::AlignVCenter,
+        QFontMetricsF(font()).elidedText(shownName(flag.marker), Qt::ElideRight, text.width() + 1));
 }
 
 AudioMarkerPtr MarkerLane::markerAt(double x) const
@@ -145,7 +154,9 @@ bool MarkerLane::event(QEvent* event)
         //% "%1 at %2"
         QToolTip::showText(
             help->globalPos(),
-            qtTrId("marker-tip").arg(marker->name(), formatter.stringForObjectValue(timeOf(marker))), this);
+            qtTrId("marker-tip")
+                .arg(ItemNames::shown(marker->name()), formatter.stringForObjectValue(timeOf(marker))),
+            this);
     } else {
         QToolTip::hideText();
     }

@@ -2,6 +2,7 @@
 
 #include "app/desktop/FileUrls.h"
 #include "app/effects/EffectDialog.h"
+#include "app/look/ItemNames.h"
 #include "app/look/TrackNames.h"
 #include "app/menus/DocumentMenus.h"
 #include "app/menus/EditActions.h"
@@ -208,7 +209,7 @@ void DocumentWindow::updateState()
 
 void DocumentWindow::updateTitle()
 {
-    QString name = document().displayName();
+    QString name = ItemNames::shown(document().displayName());
     // In a title "[*]" is where the mark of unsaved changes goes.
     name.replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
     setWindowTitle(name + QStringLiteral("[*]"));
@@ -266,7 +267,8 @@ bool DocumentWindow::confirmClosing()
     bringToFront();
     //: %1 is the name of a document
     //% "Save the changes to “%1” before closing?"
-    QMessageBox box(QMessageBox::Warning, QString(), qtTrId("close-question").arg(document().displayName()),
+    QMessageBox box(QMessageBox::Warning, QString(),
+                    qtTrId("close-question").arg(ItemNames::shown(document().displayName())),
                     QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this, Qt::Sheet);
     box.setWindowModality(Qt::WindowModal);
     //% "If you do not save, your changes are lost."

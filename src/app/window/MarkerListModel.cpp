@@ -1,5 +1,6 @@
 #include "app/window/MarkerListModel.h"
 
+#include "app/look/ItemNames.h"
 #include "app/preferences/Settings.h"
 #include "display/TimeEntry.h"
 #include "platform/UserDefaults.h"
@@ -9,6 +10,14 @@
 
 namespace velloria
 {
+
+namespace
+{
+
+// More than fits into the list.
+constexpr qsizetype kMostCharacters = 400;
+
+} // namespace
 
 MarkerListModel::MarkerListModel(QObject* parent)
     : QAbstractTableModel(parent)
@@ -55,7 +64,7 @@ QVariant MarkerListModel::data(const QModelIndex& index, int role) const
     if (role != Qt::DisplayRole && role != Qt::EditRole)
         return {};
     if (index.column() == nameColumn)
-        return marker->name();
+        return role == Qt::EditRole ? marker->name() : ItemNames::shown(marker->name(), kMostCharacters);
     return mFormatter.stringForObjectValue(marker->secondsWithSampleRate(mFormatter.sampleRate()));
 }
 

@@ -88,7 +88,8 @@ QString nameOfType(FourCharCode type)
 Error unreadableWidth(const QString& name, uint16_t bits)
 {
     return {Error::Code::unsupported,
-            QStringLiteral("“%1” holds %2-bit integers, which Velloria cannot read.").arg(name).arg(bits)};
+            QStringLiteral("“%1” holds %2-bit integers, which Velloria cannot read.")
+                .arg(name, QString::number(bits))};
 }
 
 } // namespace

@@ -75,11 +75,10 @@ MaybeError CafFormat::checked(const QString& name) const
     const bool isReadable = samples.isFloat ? samples.bytesPerSample == 4 || samples.bytesPerSample == 8
                                             : samples.bytesPerSample >= 1 && samples.bytesPerSample <= 4;
     if (!isReadable || bitsPerChannel > 8 * samples.bytesPerSample) {
-        return Error{Error::Code::unsupported,
-                     QStringLiteral("“%1” holds %2-bit samples in %3 bytes, which Velloria cannot read.")
-                         .arg(name)
-                         .arg(bitsPerChannel)
-                         .arg(samples.bytesPerSample)};
+        return Error{
+            Error::Code::unsupported,
+            QStringLiteral("“%1” holds %2-bit samples in %3 bytes, which Velloria cannot read.")
+                .arg(name, QString::number(bitsPerChannel), QString::number(samples.bytesPerSample))};
     }
     return std::nullopt;
 }

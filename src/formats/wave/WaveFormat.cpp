@@ -145,8 +145,7 @@ MaybeError WaveFormat::checked(const QString& name) const
     if (containerBits() > widestSample) {
         return Error{Error::Code::unsupported,
                      QStringLiteral("“%1” holds %2-bit integers, which Velloria cannot read.")
-                         .arg(name)
-                         .arg(containerBits())};
+                         .arg(name, QString::number(containerBits()))};
     }
     return std::nullopt;
 }
