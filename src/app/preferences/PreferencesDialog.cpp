@@ -123,7 +123,10 @@ void PreferencesDialog::addView(QFormLayout& form)
              {{qtTrId("view-scale-decibels"), 1}, {qtTrId("view-scale-linear"), 0}});
     //% "Whole document"
     std::vector<std::pair<QString, QVariant>> zooms = {{qtTrId("preferences-zoom-fit"), 0}};
-    for (const int zoom : {1, 8, 64, 512, 4096})
+    //% "1 sample per pixel"
+    zooms.emplace_back(qtTrId("preferences-zoom-one"), 1);
+    for (const int zoom : {8, 64, 512, 4096})
+        //: %1 is a number, more than one
         //% "%1 samples per pixel"
         zooms.emplace_back(qtTrId("preferences-zoom").arg(QLocale().toString(zoom)), zoom);
     //% "Default zoom:"

@@ -76,4 +76,16 @@ TEST_F(SoundPreferencesTest, OffersTheOutputsAndTheirChannels)
     NotificationCenter::standard().removeObserver(token);
 }
 
+TEST(PreferencesDialogTest, CountsOneSampleAsOne)
+{
+    const PreferencesDialog dialog;
+    QStringList texts;
+    for (const QComboBox* const popUp : dialog.findChildren<QComboBox*>())
+        for (int i = 0; i < popUp->count(); ++i)
+            texts << popUp->itemText(i);
+    EXPECT_TRUE(texts.contains(QStringLiteral("1 sample per pixel")));
+    EXPECT_TRUE(texts.contains(QStringLiteral("8 samples per pixel")));
+    EXPECT_TRUE(texts.filter(QStringLiteral("1 samples")).isEmpty());
+}
+
 } // namespace velloria::test
