@@ -131,6 +131,7 @@ public:
     void setUndoActionName(const QString& actionName);
     /// The selection after the step is asked for here: select before the group ends.
     void endUndoGroup();
+    bool isInUndoGroup() const { return mGroupDepth > 0; }
     bool isDocumentEdited() const { return !mUndoStack.isClean(); }
 
     // Undoable setters. While something is recorded the tracks and the rate stay as they are.

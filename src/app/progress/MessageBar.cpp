@@ -58,13 +58,23 @@ void MessageBar::showMessage(const QString& message)
     QAccessible::updateAccessibility(&event);
 }
 
-void MessageBar::offerUndo(const QString& message, QUndoStack& history)
+void MessageBar::offerUndo(const QString& message, QUndoStack& history, bool isStepOpen)
 {
     showMessage(message);
     mUndo->show();
     mOffer = std::make_unique<QObject>();
-    connect(mUndo, &QPushButton::clicked, mOffer.get(), [&history] { history.undo(); });
-    connect(&history, &QUndoStack::indexChanged, mOffer.get(), [this] { hide(); });
+    const int indexAfterStep = history.index() + (isStepOpen ? 1 : 0);
+    connect(mUndo, &QPushButton::clicked, mOffer.get(), [this, &history, indexAfterStep] {
+        // A step that is still open may yet turn out to change nothing.
+        if (history.index() == indexAfterStep)
+            history.undo();
+        else
+            hide();
+    });
+    connect(&history, &QUndoStack::indexChanged, mOffer.get(), [this, indexAfterStep](int index) {
+        if (index != indexAfterStep)
+            hide();
+    });
     connect(&history, &QObject::destroyed, mOffer.get(), [this] { hide(); });
 }
 

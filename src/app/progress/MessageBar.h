@@ -21,7 +21,8 @@ public:
 
     void showMessage(const QString& message);
     /// With a button that takes the last step back; message and offer go when the history moves or ends.
-    void offerUndo(const QString& message, QUndoStack& history);
+    /// While the step is still open (part of a script, say) it is the one that comes next.
+    void offerUndo(const QString& message, QUndoStack& history, bool isStepOpen);
     QString message() const;
     bool offersUndo() const;
 

@@ -43,7 +43,7 @@ void DocumentWindow::resultIsPartial(PartialResult result)
         }
         return QString();
     };
-    mMessageBar->offerUndo(text(), document().undoManager());
+    mMessageBar->offerUndo(text(), document().undoManager(), document().isInUndoGroup());
 }
 
 void DocumentWindow::selectionDidChange()

@@ -260,6 +260,35 @@ TEST_F(EditingTest, SaysWhatAPasteDidAndTakesItBack)
     EXPECT_TRUE(bar.message().contains(QStringLiteral("No device.")));
 }
 
+TEST_F(EditingTest, AScriptsPartialResultIsToldUntilTheStepAfterIt)
+{
+    DocumentWindow* const window = open(makeSound());
+    const MessageBar& bar = part<MessageBar>(*window);
+    SoundDocument& document = window->document();
+    const int64_t whole = document.numberOfFrames();
+    window->controller().selection().setSelection({0.1, 0.2, 0, 1});
+    window->menus().edit().copyAction()->trigger();
+    window->controller().selection().setSelection({0.5, 0.5, 0, 2});
+    document.beginUndoGroup(QStringLiteral("Script"));
+    window->menus().edit().pasteAction()->trigger();
+    ASSERT_TRUE(bar.offersUndo());
+    document.addMarker(std::make_shared<AudioMarker>(1, 100, QStringLiteral("also part of it")));
+    document.endUndoGroup();
+    EXPECT_TRUE(bar.message().contains(QStringLiteral("first ones")));
+    bar.findChild<QPushButton*>()->click();
+    EXPECT_EQ(document.numberOfFrames(), whole);
+    EXPECT_TRUE(document.audioMarkers()->empty());
+    EXPECT_FALSE(bar.offersUndo());
+    // A step that came to nothing takes nothing else with it.
+    document.undoManager().redo();
+    document.beginUndoGroup(QStringLiteral("Nothing"));
+    window->resultIsPartial(PartialResult::mixdownCancelled);
+    document.endUndoGroup();
+    bar.findChild<QPushButton*>()->click();
+    EXPECT_EQ(document.numberOfFrames(), whole + 4410);
+    EXPECT_EQ(bar.message(), QString());
+}
+
 TEST_F(EditingTest, KeysMoveTheCueByGridLinesAndZeroCrossings)
 {
     DocumentWindow* const window = open(makeSound());
