@@ -18,11 +18,11 @@ constexpr double kMaxZeroCrossingSeconds = 1.0;
 
 } // namespace
 
-double TimeSnapper::applySnapsWithInitialTime(double time, int track) const
+double TimeSnapper::applySnapsWithInitialTime(double time, int track, const AudioMarkerPtr& except) const
 {
     if (!std::isfinite(time))
         return time;
-    if (const auto marker = markerNear(time))
+    if (const auto marker = markerNear(time, except))
         return *marker;
     if (const auto gridLine = gridLineNear(time))
         return *gridLine;
@@ -32,16 +32,25 @@ double TimeSnapper::applySnapsWithInitialTime(double time, int track) const
     return _nearestZeroCrossing(within, time, track);
 }
 
-std::optional<double> TimeSnapper::markerNear(double time) const
+std::optional<double> TimeSnapper::markerNear(double time, const AudioMarkerPtr& except) const
 {
-    if (!_settings.snapsToMarkers)
+    if (!_settings.snapsToMarkers || !_markers)
         return std::nullopt;
-    for (const int64_t position : _markerPositions) {
-        const double markerTime = static_cast<double>(position) / _view.sampleRate();
-        if (isWithinPixels(time, markerTime, kMarkerPixels))
-            return markerTime;
-    }
-    return std::nullopt;
+    const auto timeOf = [this](const AudioMarkerPtr& marker) {
+        return marker->secondsWithSampleRate(_view.sampleRate());
+    };
+    const auto isNear = [&](double markerTime) { return isWithinPixels(time, markerTime, kMarkerPixels); };
+    // At each move of the mouse, perhaps among a hundred thousand: those that are too early are not looked
+    // at.
+    auto marker =
+        std::partition_point(_markers->begin(), _markers->end(), [&](const AudioMarkerPtr& candidate) {
+            return timeOf(candidate) < time && !isNear(timeOf(candidate));
+        });
+    if (marker != _markers->end() && *marker == except)
+        ++marker;
+    if (marker == _markers->end() || !isNear(timeOf(*marker)))
+        return std::nullopt;
+    return timeOf(*marker);
 }
 
 std::optional<double> TimeSnapper::gridLineNear(double time) const

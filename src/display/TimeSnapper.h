@@ -1,12 +1,11 @@
 #pragma once
 
 #include "display/SnapSettings.h"
+#include "document/clips/AudioMarker.h"
 
-#include <cstdint>
 #include <functional>
 #include <optional>
 #include <utility>
-#include <vector>
 
 namespace velloria
 {
@@ -30,22 +29,22 @@ public:
     }
 
     void setSettings(const SnapSettings& settings) { _settings = settings; }
-    /// Frame numbers of the document's markers, in the document's order.
-    void setMarkerPositions(std::vector<int64_t> positions) { _markerPositions = std::move(positions); }
+    /// The document's markers in the order of their positions; null stands for none.
+    void setMarkers(MarkerList markers) { _markers = std::move(markers); }
     void setNearestZeroCrossing(ZeroCrossingSearch search) { _nearestZeroCrossing = std::move(search); }
 
-    /// The first that is near enough: a marker, then a grid line, then a zero crossing of the track; else the
-    /// time.
-    double applySnapsWithInitialTime(double time, int track) const;
+    /// The first that is near enough: a marker other than `except`, then a grid line, then a zero crossing of
+    /// the track; else the time.
+    double applySnapsWithInitialTime(double time, int track, const AudioMarkerPtr& except = nullptr) const;
 
 private:
-    std::optional<double> markerNear(double time) const;
+    std::optional<double> markerNear(double time, const AudioMarkerPtr& except) const;
     std::optional<double> gridLineNear(double time) const;
     bool isWithinPixels(double time, double target, double numPixels) const;
 
     const WaveformViewGeometry& _view;
     SnapSettings _settings;
-    std::vector<int64_t> _markerPositions;
+    MarkerList _markers;
     ZeroCrossingSearch _nearestZeroCrossing;
 };
 

@@ -29,36 +29,55 @@ protected:
     {
         TimeSnapper snapper(view);
         snapper.setSettings(settings);
-        snapper.setMarkerPositions(markers);
+        snapper.setMarkers(std::make_shared<const std::vector<AudioMarkerPtr>>(markers));
         snapper.setNearestZeroCrossing([this](double within, double to, int searchedTrack) {
             lastWithin = within;
             lastTrack = searchedTrack;
             return to + 0.001;
         });
-        return snapper.applySnapsWithInitialTime(time, track);
+        return snapper.applySnapsWithInitialTime(time, track, dragged);
+    }
+
+    void setMarkers(std::initializer_list<int64_t> positions)
+    {
+        markers.clear();
+        for (const int64_t position : positions)
+            markers.push_back(std::make_shared<AudioMarker>(0, position, QString()));
     }
 
     static constexpr double kPixel = 1.0 / 128.0;
 
     WaveformViewGeometry view;
     SnapSettings settings;
-    std::vector<int64_t> markers;
+    std::vector<AudioMarkerPtr> markers;
+    AudioMarkerPtr dragged;
     double lastWithin = 0.0;
     int lastTrack = -1;
 };
 
 TEST_F(TimeSnapperTest, TakesTheFirstMarkerWithinEightPixels)
 {
-    markers = {5120, 1024, 1024 + 8};
+    setMarkers({1024, 1024 + 8, 5120});
     EXPECT_EQ(snapped(1.0 + 2.0 * kPixel), 1.0 + 2.0 * kPixel);
     settings.snapsToMarkers = true;
     EXPECT_EQ(snapped(1.0 + 8.0 * kPixel), 1.0);
     EXPECT_EQ(snapped(1.0 - 8.0 * kPixel), 1.0);
-    // The list's order counts, not the distance; out of reach of the first, the second is taken.
+    // The order counts, not the distance; out of reach of the first, the second is taken.
     EXPECT_EQ(snapped(1.0 + kPixel), 1.0);
     EXPECT_EQ(snapped(1.0 + 9.0 * kPixel), 1.0 + kPixel);
     EXPECT_EQ(snapped(1.0 - 8.5 * kPixel), 1.0 - 8.5 * kPixel);
     EXPECT_EQ(snapped(5.0), 5.0);
+    EXPECT_EQ(snapped(1000.0), 1000.0);
+    // What is dragged does not snap to itself, but to what stands beside it and at the same frame.
+    dragged = markers[0];
+    EXPECT_EQ(snapped(1.0), 1.0 + kPixel);
+    EXPECT_EQ(snapped(1.0 - 8.0 * kPixel), 1.0 - 8.0 * kPixel);
+    dragged = markers[1];
+    EXPECT_EQ(snapped(1.0 + kPixel), 1.0);
+    EXPECT_EQ(snapped(1.0 + 9.0 * kPixel), 1.0 + 9.0 * kPixel);
+    setMarkers({1024, 1024});
+    dragged = markers[0];
+    EXPECT_EQ(snapped(1.0 + kPixel), 1.0);
 }
 
 TEST_F(TimeSnapperTest, TakesAGridLineWithinSixteenPixels)
@@ -71,7 +90,7 @@ TEST_F(TimeSnapperTest, TakesAGridLineWithinSixteenPixels)
     EXPECT_EQ(snapped(0.625 + 17.0 * kPixel), 0.625 + 17.0 * kPixel);
     EXPECT_EQ(snapped(-0.375), -0.375);
 
-    markers = {1024 / 2};
+    setMarkers({1024 / 2});
     settings.snapsToMarkers = true;
     EXPECT_EQ(snapped(0.5 + 8.0 * kPixel), 0.5);
     settings.snapsToGrid = false;

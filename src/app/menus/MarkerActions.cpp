@@ -132,7 +132,7 @@ void MarkerActions::update()
 {
     const bool isRecording = mWindow.controller().recording().isRecording();
     const bool hasSound = mWindow.document().numberOfFrames() > 0 && !isRecording;
-    const bool hasMarkers = !mWindow.document().audioMarkers()->empty() && !isRecording;
+    const bool hasMarkers = mWindow.document().markers().count() > 0 && !isRecording;
     mGaps->setEnabled(hasSound);
     mGridlines->setEnabled(hasSound);
     for (QAction* const action : {mDeleteAll, mPrevious, mNext})

@@ -2,7 +2,11 @@
 
 #include "document/clips/AudioMarker.h"
 
+#include <QRect>
 #include <vector>
+
+class QColor;
+class QPainter;
 
 namespace velloria
 {
@@ -20,5 +24,10 @@ struct PlacedMarker {
 /// in the order of their positions.
 std::vector<PlacedMarker> markersByPixel(const std::vector<AudioMarkerPtr>& markers,
                                          const WaveformViewGeometry& geometry, double left, double right);
+
+/// Draws a line one pixel wide at each of them, from the top of `area` to its bottom; what lies beside it is
+/// left out.
+void paintMarkerLines(QPainter& painter, const std::vector<PlacedMarker>& placed, const QRect& area,
+                      const QColor& color);
 
 } // namespace velloria

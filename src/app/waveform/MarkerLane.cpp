@@ -248,13 +248,10 @@ void MarkerLane::mouseDoubleClickEvent(QMouseEvent* event)
     const AudioMarkerPtr marker = markerAt(event->position().x());
     if (!marker)
         return;
-    double end = mContext.subject().totalTime();
-    for (const AudioMarkerPtr& other : *mMarkers) {
-        if (other->position() > marker->position()) {
-            end = timeOf(other);
-            break;
-        }
-    }
+    const auto next = std::upper_bound(
+        mMarkers->begin(), mMarkers->end(), marker->position(),
+        [](int64_t position, const AudioMarkerPtr& other) { return position < other->position(); });
+    const double end = next == mMarkers->end() ? mContext.subject().totalTime() : timeOf(*next);
     mContext.placeCue(timeOf(marker));
     mContext.subject().setSelection({timeOf(marker), end, 0, mContext.subject().numTracks()});
 }

@@ -59,14 +59,7 @@ double WaveformContext::snappedTime(double time, int32_t track) const
 
 double WaveformContext::snappedMarkerTime(double time, const AudioMarkerPtr& marker) const
 {
-    std::vector<int64_t> others;
-    const MarkerList markers = mSubject.markers();
-    for (const AudioMarkerPtr& other : *markers)
-        if (other != marker)
-            others.push_back(other->position());
-    TimeSnapper snapper = mSnapper;
-    snapper.setMarkerPositions(std::move(others));
-    return clampedTime(snapper.applySnapsWithInitialTime(clampedTime(time), 0));
+    return clampedTime(mSnapper.applySnapsWithInitialTime(clampedTime(time), 0, marker));
 }
 
 double WaveformContext::selectionAnchor() const
@@ -174,11 +167,7 @@ void WaveformContext::cueDidChange()
 
 void WaveformContext::markersDidChange()
 {
-    std::vector<int64_t> positions;
-    const MarkerList markers = mSubject.markers();
-    for (const AudioMarkerPtr& marker : *markers)
-        positions.push_back(marker->position());
-    mSnapper.setMarkerPositions(std::move(positions));
+    mSnapper.setMarkers(mSubject.markers());
     Q_EMIT markersChanged();
 }
 

@@ -268,8 +268,8 @@ void WaveformWidget::paintLines(QPainter& painter, const QRect& dirty) const
     QColor markerColor = theme.marker;
     markerColor.setAlpha(150);
     const MarkerList markers = mContext.subject().markers();
-    for (const PlacedMarker& placed : markersByPixel(*markers, geometry, dirty.left() - 1, dirty.right() + 1))
-        painter.fillRect(QRectF(placed.x, 0, 1, height()), markerColor);
+    paintMarkerLines(painter, markersByPixel(*markers, geometry, dirty.left() - 1, dirty.right() + 1),
+                     QRect(dirty.left() - 1, 0, dirty.width() + 2, height()), markerColor);
     const double cue = std::round(geometry.xAtTime(mContext.cueTime()));
     if (cue >= dirty.left() - 1 && cue <= dirty.right() + 1)
         painter.fillRect(QRectF(cue, 0, 1, height()), theme.cue);

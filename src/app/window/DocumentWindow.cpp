@@ -196,7 +196,7 @@ bool DocumentWindow::isPristine() const
 {
     const SoundDocument& document = mController->document();
     return document.filePath().empty() && document.numberOfFrames() == 0 && !document.isDocumentEdited() &&
-           document.audioMarkers()->empty();
+           document.markers().count() == 0;
 }
 
 void DocumentWindow::updateState()

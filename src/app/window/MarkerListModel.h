@@ -20,7 +20,8 @@ public:
     explicit MarkerListModel(QObject* parent = nullptr);
 
     void setDocument(std::shared_ptr<SoundDocument> document);
-    /// Markers, rate or units changed.
+    /// Markers, rate or units changed. Where one marker came, went or moved the others stay chosen, and a
+    /// hundred thousand are not laid out anew.
     void refresh();
     AudioMarkerPtr markerAtRow(int row) const;
 
@@ -32,6 +33,12 @@ public:
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
 
 private:
+    void reset(const MarkerList& next);
+    /// False when the lists differ by more than two rows or one that moved.
+    bool replaceOne(const MarkerList& next);
+    /// Takes rows away, then puts rows of `next`, which is the list from then on, in.
+    void replaceRows(ptrdiff_t out, ptrdiff_t numOut, ptrdiff_t in, ptrdiff_t numIn, const MarkerList& next);
+
     std::shared_ptr<SoundDocument> mDocument;
     MarkerList mMarkers; ///< null without a document
     TimeFormatter mFormatter;

@@ -2,6 +2,8 @@
 
 #include "display/WaveformViewGeometry.h"
 
+#include <QImage>
+#include <QPainter>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <map>
@@ -48,6 +50,35 @@ TEST(MarkerColumns, HaveTheLastMarkerOfEachPixelInView)
                 EXPECT_EQ(placed[i++].x, x);
             }
         }
+    }
+}
+
+TEST(MarkerColumns, ManyLinesLookLikeSingleOnes)
+{
+    const QRect area(3, 0, 300, 50);
+    std::vector<PlacedMarker> placed;
+    for (int x = -20; x < 400; x += x % 7 == 0 ? 1 : 3)
+        placed.push_back({nullptr, static_cast<double>(x)});
+    for (const double ratio : {1.0, 2.0}) {
+        QImage expected(QSize(320, 50) * ratio, QImage::Format_RGB32);
+        expected.setDevicePixelRatio(ratio);
+        expected.fill(Qt::gray);
+        QImage painted = expected;
+        QColor color(250, 120, 30, 150);
+        QPainter one(&expected);
+        for (const PlacedMarker& each : placed)
+            if (each.x >= area.left() && each.x <= area.right())
+                one.fillRect(QRectF(each.x, 0, 1, 50), color);
+        QPainter all(&painted);
+        paintMarkerLines(all, placed, area, color);
+        one.end();
+        all.end();
+        int largest = 0;
+        for (int y = 0; y < painted.height(); ++y)
+            for (int x = 0; x < painted.width(); ++x)
+                largest =
+                    std::max(largest, std::abs(qGreen(painted.pixel(x, y)) - qGreen(expected.pixel(x, y))));
+        EXPECT_LE(largest, 1) << "blending may round otherwise; at ratio " << ratio;
     }
 }
 
