@@ -21,7 +21,9 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QMenu>
+#include <QScopedValueRollback>
 #include <QTimer>
+#include <algorithm>
 
 namespace velloria
 {
@@ -30,6 +32,7 @@ namespace
 {
 
 constexpr double kNoLevelDB = -100.0;
+constexpr std::chrono::milliseconds kMoment(200);
 
 } // namespace
 
@@ -162,15 +165,27 @@ bool RecordActions::finish()
     if (!controller.recording().isRecording())
         return true;
     controller.transport().stopAudio();
-    const QDeadlineTimer deadline(mPatience);
-    QTimer alarm;
-    alarm.start(mPatience);
-    while (controller.recording().isRecording() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
-    if (!controller.recording().isRecording())
+    const QScopedValueRollback finishing(mIsFinishing, true);
+    // A device that answers is done before anybody could see the window go and come back with a question.
+    if (waitForEnd(std::min<std::chrono::milliseconds>(kMoment, mPatience),
+                   QEventLoop::ExcludeUserInputEvents))
+        return true;
+    mWindow.widget().hide();
+    if (waitForEnd(mPatience, QEventLoop::AllEvents))
         return true;
     mWindow.document().recording().leaveBehind();
     return false;
+}
+
+bool RecordActions::waitForEnd(std::chrono::milliseconds patience, QEventLoop::ProcessEventsFlags events)
+{
+    const RecordingController& recording = mWindow.controller().recording();
+    const QDeadlineTimer deadline(patience);
+    QTimer alarm;
+    alarm.start(patience);
+    while (recording.isRecording() && !deadline.hasExpired())
+        QCoreApplication::processEvents(events | QEventLoop::WaitForMoreEvents);
+    return !recording.isRecording();
 }
 
 void RecordActions::sayThatItDoesNotEnd()

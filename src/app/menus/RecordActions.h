@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QEventLoop>
 #include <QObject>
 #include <QPointer>
 #include <chrono>
@@ -35,8 +36,11 @@ public:
     void addToBar(TransportBar& bar);
     void update();
     /// Ends a recording and puts its sheets away; returns when the take is complete. False where it does not
-    /// come to an end: what was recorded is left behind for the next start then.
+    /// come to an end: what was recorded is left behind for the next start then. A window that has to wait
+    /// for longer than a moment is hidden, and the others go on meanwhile.
     bool finish();
+    /// While finish() waits.
+    bool isFinishing() const { return mIsFinishing; }
     void sayThatItDoesNotEnd();
     /// How long finish() waits.
     void setPatience(std::chrono::milliseconds patience) { mPatience = patience; }
@@ -48,6 +52,7 @@ private:
     void showAutomaticRecording();
     void askForTimerRecording();
     void show(QDialog* sheet);
+    bool waitForEnd(std::chrono::milliseconds patience, QEventLoop::ProcessEventsFlags events);
 
     MenuHost& mWindow;
     QAction* mRecord = nullptr;
@@ -62,6 +67,7 @@ private:
     StereoMeter* mInputMeters = nullptr;
     QPointer<QDialog> mSheet;
     std::chrono::milliseconds mPatience{5000};
+    bool mIsFinishing = false;
     int mLevelsToken = 0;
 };
 

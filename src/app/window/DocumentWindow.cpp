@@ -303,15 +303,26 @@ bool DocumentWindow::prepareToClose()
     // A dialog that is answered later than now would find no window.
     if (EffectDialog* const dialog = findChild<EffectDialog*>())
         dialog->reject();
-    if (BusyState::shared().isBusy())
+    // Another window may ask while this one waits for its take.
+    if (BusyState::shared().isBusy() || mMenus->recording().isFinishing())
         return false;
-    // The take first: it is part of what may be saved.
+    const bool mayClose = finishTake() && confirmClosing();
+    if (!mayClose && isHidden())
+        bringToFront();
+    return mayClose;
+}
+
+/// The take is part of what may be saved. False when the window must stay.
+bool DocumentWindow::finishTake()
+{
     const bool isComplete = mMenus->recording().finish();
     if (BusyState::shared().isBusy() || hasQuestion())
         return false;
-    if (!isComplete)
+    if (!isComplete) {
+        bringToFront();
         mMenus->recording().sayThatItDoesNotEnd();
-    return !BusyState::shared().isBusy() && !hasQuestion() && confirmClosing();
+    }
+    return !BusyState::shared().isBusy() && !hasQuestion();
 }
 
 void DocumentWindow::keepForNextStart()

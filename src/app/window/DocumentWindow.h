@@ -114,6 +114,7 @@ private:
     void settingsDidChange();
     void cancelOpening();
     void updateEditing();
+    bool finishTake();
     bool confirmClosing();
     /// True while a dialog on this window waits for an answer.
     bool hasQuestion() const;

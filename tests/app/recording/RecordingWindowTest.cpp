@@ -219,6 +219,45 @@ TEST_F(RecordingWindowTest, ClosesAlthoughTheRecordingDoesNotEnd)
     ScratchFolder::removeLeftOversUpTo(INT64_MAX);
 }
 
+TEST_F(RecordingWindowTest, AWindowThatWaitsForItsTakeIsHiddenAndTheOthersGoOn)
+{
+    press(Qt::Key_3);
+    hear(0.5);
+    hardware->setInputsNeverStop(true);
+    window->menus().recording().setPatience(std::chrono::milliseconds(1500));
+    editor.newDocument();
+    DocumentWindow* const other = editor.windows().back();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(other));
+    bool wasHidden = false;
+    bool mayQuitMeanwhile = true;
+    QTimer::singleShot(600, [&] {
+        wasHidden = window->isHidden();
+        QTest::keyClick(&other->view().waveform(), Qt::Key_M);
+        mayQuitMeanwhile = editor.quit();
+    });
+    // The device comes to its senses: nothing of the take is lost, and nobody is told that it was.
+    QTimer::singleShot(900, [&] {
+        hardware->setInputsNeverStop(false);
+        hardware->input()->stop();
+    });
+    bool wasComplete = false;
+    QString question;
+    whenShown<QMessageBox>([&](QMessageBox& box) {
+        question = box.text();
+        wasComplete = !controller().recording().isRecording() && window->isVisible();
+        box.button(QMessageBox::Cancel)->click();
+    });
+    window->close();
+    EXPECT_TRUE(wasHidden);
+    EXPECT_FALSE(mayQuitMeanwhile);
+    EXPECT_EQ(other->document().markers().count(), 1) << "it takes input meanwhile";
+    EXPECT_TRUE(question.startsWith(QStringLiteral("Save the changes"))) << qPrintable(question);
+    EXPECT_TRUE(wasComplete);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_GE(window->document().numberOfFrames(), 21 * 1024);
+    other->closeWithoutAsking();
+}
+
 TEST_F(RecordingWindowTest, ASignalToEndKeepsTheTakeForTheNextStartWithoutAQuestion)
 {
     press(Qt::Key_3);
