@@ -15,6 +15,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <csignal>
+#include <ctime>
 #include <unistd.h>
 
 namespace velloria::test
@@ -145,6 +146,42 @@ TEST_F(RecoveryWindowTest, OpensWhatIsChosenAsUnsavedDocumentsWithTheirPicture)
         return !picture.empty() && *std::max_element(picture.begin(), picture.end()) > 0.9F;
     }));
     EXPECT_EQ(numLeft(), 18U) << "what is open is not offered elsewhere";
+}
+
+TEST_F(RecoveryWindowTest, TenThousandSoundsAreListedAtOnce)
+{
+    constexpr int numSounds = 10'000;
+    constexpr int numDocuments = 50;
+    std::vector<LeftOverSound> sounds(numSounds);
+    for (int i = 0; i < numSounds; ++i) {
+        LeftOverSound& sound = sounds[static_cast<size_t>(i)];
+        sound.files = {path("gone-" + std::to_string(i))};
+        sound.sampleRate = 44100;
+        sound.numFrames = 44100 * (numSounds - i);
+        sound.numTracks = 2;
+        ScratchLabel label;
+        label.use = i % 2 == 0 ? Use::recording : Use::computation;
+        label.documentName = label.documentID = QStringLiteral("document %1").arg(i % numDocuments);
+        sound.label = label;
+    }
+    std::clock_t start = std::clock();
+    LeftOverList list(std::move(sounds));
+    list.resize(700, 400);
+    list.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&list));
+    list.grab();
+    // Seconds would be a window that seems to hang at a start.
+    EXPECT_LT(std::clock() - start, 2 * CLOCKS_PER_SEC);
+    EXPECT_EQ(list.topLevelItemCount(), numSounds / 2 + numDocuments / 2);
+    EXPECT_EQ(list.soundsOfPersons().size(), size_t{numSounds} / 2);
+    start = std::clock();
+    list.selectAll();
+    EXPECT_GE(list.selectedSounds().size(), size_t{numSounds} / 2);
+    list.scrollToBottom();
+    list.grab();
+    list.removeSound(*list.currentSound());
+    EXPECT_LT(std::clock() - start, 2 * CLOCKS_PER_SEC);
+    EXPECT_EQ(list.soundsOfPersons().size(), size_t{numSounds} / 2 - 1);
 }
 
 TEST_F(RecoveryWindowTest, ClosingItQuittingAndSignalsKeepEverything)
