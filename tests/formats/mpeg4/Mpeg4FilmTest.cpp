@@ -116,10 +116,11 @@ protected:
         return run("ffmpeg",
                    {"-v", "error", "-i", name, "-map", "0:" + stream, "-c", "copy", "-f", "framemd5", "-"});
     }
-    QByteArray withoutSound(const QString& name) const
+    QByteArray withoutSound(const QString& name) const { return withoutSound(name, probed(name)); }
+    QByteArray withoutSound(const QString& name, const QJsonObject& probedBefore) const
     {
         QByteArray all = packetsOf(name, "v");
-        for (const QJsonValue& each : probed(name)["streams"].toArray()) {
+        for (const QJsonValue& each : probedBefore["streams"].toArray()) {
             const QJsonObject stream = each.toObject();
             const int index = stream["index"].toInt();
             const bool isSound = stream["codec_type"].toString() == u"audio";
@@ -199,10 +200,12 @@ TEST_P(EveryFilmTest, KeepsEverythingButTheSound)
         sample = -std::round(sample * 16384.0F) / 32768.0F;
     const auto writer =
         saveInto<Mpeg4AppleLosslessFile>(film, "new-" + std::string(each.name), sound, film->markers());
-    EXPECT_EQ(withoutSound("new-" + name), withoutSound(name));
-    EXPECT_EQ(complaintsAbout("new-" + name), "");
+    // Starting other programs is what takes the time here.
     const QJsonObject before = probed(name);
     const QJsonObject after = probed("new-" + name);
+    const QByteArray pictures = withoutSound(name, before);
+    EXPECT_EQ(withoutSound("new-" + name, after), pictures);
+    EXPECT_EQ(complaintsAbout("new-" + name), "");
     EXPECT_EQ(after["chapters"], before["chapters"]);
     EXPECT_EQ(after["format"].toObject()["tags"], before["format"].toObject()["tags"]);
     EXPECT_EQ(readBytes("new-" + std::string(each.name)).count("co64"), name == u"wide.mp4" ? 2 : 0);
@@ -215,7 +218,7 @@ TEST_P(EveryFilmTest, KeepsEverythingButTheSound)
     writer->takeOverLedger();
     const auto again =
         saveInto<Mpeg4AppleLosslessFile>(writer, "again-" + std::string(each.name), sound, film->markers());
-    EXPECT_EQ(withoutSound("again-" + name), withoutSound(name));
+    EXPECT_EQ(withoutSound("again-" + name), pictures);
     const auto reopened = open("again-" + std::string(each.name));
     ASSERT_TRUE(reopened);
     std::vector<float> wanted(2 * each.numSilentFrames, 0.0F);
