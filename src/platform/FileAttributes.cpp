@@ -1,14 +1,15 @@
 #include "platform/FileAttributes.h"
 
 #include "platform/FileHandle.h"
-#include "platform/Log.h"
 #include "platform/SystemCall.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <linux/limits.h>
 #include <string>
 #include <string_view>
 #include <sys/xattr.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -27,13 +28,35 @@ bool belongsToContents(std::string_view attribute)
            attribute != "security.SMACK64";
 }
 
-void copyExtendedAttributes(const std::filesystem::path& path, int newFile)
+/// With the reason in the system's words.
+QString refused(const QString& what, int errnoValue)
 {
+    const std::string reason = std::generic_category().message(errnoValue);
+    return QStringLiteral("%1 (%2)").arg(what, QString::fromLocal8Bit(reason.c_str()));
+}
+
+/// Those that a person or a program of theirs has set. The other name spaces are the system's, which sets
+/// them as it sees fit.
+QString nameForPerson(std::string_view attribute)
+{
+    if (attribute == kAccessList)
+        return QStringLiteral("the access control list");
+    return attribute.starts_with("user.")
+               ? QStringLiteral("the attribute %1")
+                     .arg(QString::fromUtf8(attribute.data(), static_cast<qsizetype>(attribute.size())))
+               : QString();
+}
+
+QStringList copyExtendedAttributes(const std::filesystem::path& path, int newFile)
+{
+    QStringList losses;
     // A new file may have got one from its folder that the old file has not.
     ::fremovexattr(newFile, kAccessList);
     std::vector<char> names(XATTR_LIST_MAX);
     std::vector<char> value(XATTR_SIZE_MAX);
     const ssize_t namesSize = ::listxattr(path.c_str(), names.data(), names.size());
+    if (namesSize < 0 && errno != ENOTSUP && errno != ENOSYS)
+        losses += refused(QStringLiteral("the extended attributes"), errno);
     const char* const end = names.data() + std::max<ssize_t>(namesSize, 0);
     for (const char* name = names.data(); name < end; name += std::string_view(name).size() + 1) {
         if (belongsToContents(name))
@@ -43,11 +66,12 @@ void copyExtendedAttributes(const std::filesystem::path& path, int newFile)
             size >= 0 && uninterrupted([&] {
                              return ::fsetxattr(newFile, name, value.data(), static_cast<size_t>(size), 0);
                          }) == 0;
-        // The other name spaces are the system's, which sets them as it sees fit.
-        if (!isCopied && std::string_view(name).starts_with("user."))
-            logLine(QStringLiteral("%1: the attribute %2 could not be kept.")
-                        .arg(displayName(path), QString::fromUtf8(name)));
+        const int reason = errno;
+        // One that is gone by now is nobody's loss.
+        if (const QString shown = nameForPerson(name); !isCopied && !shown.isEmpty() && reason != ENODATA)
+            losses += refused(shown, reason);
     }
+    return losses;
 }
 
 bool isMemberOf(gid_t group)
@@ -60,26 +84,34 @@ bool isMemberOf(gid_t group)
 
 } // namespace
 
-void copyFileAttributes(const std::filesystem::path& path, const struct stat& existing, int newFile)
+QStringList copyFileAttributes(const std::filesystem::path& path, const struct stat& existing, int newFile)
 {
+    QStringList losses;
     struct stat status = {};
     if (::fstat(newFile, &status) != 0)
-        return;
+        return {refused(QStringLiteral("the owner and the mode"), errno)};
     if (status.st_uid != existing.st_uid || status.st_gid != existing.st_gid) {
         const auto changeOwner = [&](uid_t owner) {
             return uninterrupted([&] { return ::fchown(newFile, owner, existing.st_gid); }) == 0;
         };
-        if (!changeOwner(existing.st_uid) && changeOwner(static_cast<uid_t>(-1)))
-            status.st_gid = existing.st_gid;
+        const bool isTold = !ownershipLosses(existing, displayName(path)).isEmpty();
+        if (!changeOwner(existing.st_uid)) {
+            const int reason = errno;
+            const bool isGroupKept = changeOwner(static_cast<uid_t>(-1));
+            if (!isTold && !(isGroupKept && status.st_uid == existing.st_uid))
+                losses += refused(QStringLiteral("the owner or the group"), reason);
+        }
         ::fstat(newFile, &status);
     }
-    copyExtendedAttributes(path, newFile);
+    losses += copyExtendedAttributes(path, newFile);
     const bool hasOwner = status.st_uid == existing.st_uid;
     const bool hasGroup = status.st_gid == existing.st_gid;
     mode_t mode = existing.st_mode & (hasOwner && hasGroup ? 07777 : 0777);
     if (!hasGroup)
         mode &= ~static_cast<mode_t>(S_IRWXG) | (mode & S_IRWXO) << 3;
-    uninterrupted([&] { return ::fchmod(newFile, mode); });
+    if (uninterrupted([&] { return ::fchmod(newFile, mode); }) != 0)
+        losses += refused(QStringLiteral("the mode"), errno);
+    return losses;
 }
 
 size_t extendedAttributesDigest(int descriptor)

@@ -10,7 +10,9 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <limits>
 #include <mutex>
+#include <sys/statvfs.h>
 #include <thread>
 #include <vector>
 
@@ -266,6 +268,27 @@ MaybeError FileHandle::sync()
     const bool isFlushed = uninterrupted([this] { return ::fsync(mDescriptor); }) == 0;
     // EINVAL: the file system has nothing to flush to.
     return isFlushed || errno == EINVAL ? std::nullopt : MaybeError(writeError(mPath, errno));
+}
+
+bool FileHandle::holdsOnlyZeros(int64_t offset, int64_t numBytes) const
+{
+    constexpr int64_t pieceLength = int64_t{1} << 16;
+    for (int64_t done = 0; done < numBytes; done += pieceLength) {
+        const QByteArray piece = readAt(offset + done, std::min(pieceLength, numBytes - done));
+        if (std::any_of(piece.begin(), piece.end(), [](char byte) { return byte != 0; }))
+            return false;
+    }
+    return true;
+}
+
+int64_t FileHandle::numBytesFree() const
+{
+    struct statvfs disk = {};
+    // Some file systems know no size, and say 0 of all.
+    if (::fstatvfs(mDescriptor, &disk) != 0 || disk.f_blocks == 0)
+        return std::numeric_limits<int64_t>::max();
+    constexpr __int128 largest = std::numeric_limits<int64_t>::max();
+    return static_cast<int64_t>(std::min(static_cast<__int128>(disk.f_bavail) * disk.f_frsize, largest));
 }
 
 bool FileHandle::hasChangedOnDisk() const

@@ -45,6 +45,9 @@ public:
     /// The same into a new buffer of at most numBytes bytes, never larger than what the file holds.
     QByteArray readAt(int64_t offset, int64_t numBytes) const;
 
+    /// Whether there is nothing but zeros in a run of bytes, as far as it lies within the file.
+    bool holdsOnlyZeros(int64_t offset, int64_t numBytes) const;
+
     /// Writes all bytes at `offset`; nothing means success.
     MaybeError writeAt(int64_t offset, std::span<const std::byte> bytes);
     MaybeError writeAt(int64_t offset, const QByteArray& bytes);
@@ -60,6 +63,9 @@ public:
 
     /// Returns once the file's bytes are on the disk.
     MaybeError sync();
+
+    /// What this user may still write to the file's disk; the largest number when the system does not say.
+    int64_t numBytesFree() const;
 
     /// True when the contents were changed in place since this handle was opened, as far as size and times
     /// tell: also by a program that put the modification time back. A new name, owner, mode or extended

@@ -134,6 +134,8 @@ struct FileReplacer::State {
     /// Empty while the new file is nameless, and after the renaming.
     std::string temporaryName;
     bool hasAttributes = false;
+    /// What the new file did not get of the old one's attributes.
+    QStringList attributesLost;
 
     MaybeError findTarget();
     UniqueDescriptor openNamed();
@@ -239,7 +241,7 @@ MaybeError FileReplacer::State::copyToNamed(std::shared_ptr<FileHandle>& handle)
 void FileReplacer::State::keepAttributes(int descriptor)
 {
     if (replaced)
-        copyFileAttributes(target, *replaced, descriptor);
+        attributesLost = copyFileAttributes(target, *replaced, descriptor);
 }
 
 /// What another program did to the target since the replacement began, as an error.
@@ -329,6 +331,10 @@ MaybeError FileReplacer::commit()
             return Error::fromErrno(couldNotBeSaved(state.askedTarget), errno);
         state.temporaryName.clear();
     }
+    if (!state.attributesLost.isEmpty())
+        mWarnings +=
+            QStringLiteral("%1 is saved, but the system did not let it keep %2.")
+                .arg(displayName(state.askedTarget), state.attributesLost.join(QStringLiteral(", ")));
     // The replacement stands even where the folder cannot be flushed.
     if (const int failure = flushFolder(state.folder.get(), mHandle->descriptor()); failure != 0)
         mWarnings +=

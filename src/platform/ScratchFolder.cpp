@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <sys/resource.h>
@@ -227,6 +228,19 @@ std::shared_ptr<FileHandle> ScratchFolder::createFile(MaybeError* error)
     if (error)
         *error = std::move(failure);
     return nullptr;
+}
+
+int64_t ScratchFolder::numBytesFree()
+{
+    std::error_code failure;
+    std::filesystem::path folder = path();
+    while (folder.has_relative_path() && !std::filesystem::exists(folder, failure))
+        folder = folder.parent_path();
+    const std::filesystem::space_info space = std::filesystem::space(folder, failure);
+    constexpr auto largest = static_cast<uintmax_t>(std::numeric_limits<int64_t>::max());
+    // Some file systems know no size, and say 0 of all.
+    return static_cast<int64_t>(failure || space.capacity == 0 ? largest
+                                                               : std::min(space.available, largest));
 }
 
 void ScratchFolder::removeFile(const std::filesystem::path& file)

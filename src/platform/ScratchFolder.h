@@ -49,6 +49,9 @@ public:
     /// that is impossible. Any thread.
     static std::shared_ptr<FileHandle> createFile(MaybeError* error);
 
+    /// What this user may still write to the folder's disk; the largest number when the system does not say.
+    static int64_t numBytesFree();
+
     /// Removes a file of this process, while its handle is still open: a file that nobody holds may meanwhile
     /// be cleaned away and its name be another process' new file. A failure is logged as "Could not delete
     /// temp file: %@".

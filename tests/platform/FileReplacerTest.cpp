@@ -223,6 +223,34 @@ TEST_F(FileReplacerTest, TellsOfAFolderThatCannotBeFlushed)
     EXPECT_EQ(numEntries(), 1u);
 }
 
+TEST_F(FileReplacerTest, TellsWhatTheSystemDoesNotLetANewFileKeep)
+{
+    const bool isRoot = ::geteuid() == 0;
+    QStringList expected = {"the attribute user.rating (No space left on device)"};
+    if (isRoot)
+        expected.prepend("the owner or the group (Operation not permitted)");
+    const QString sentence =
+        "song.wav is saved, but the system did not let it keep " + expected.join(", ") + ".";
+    // A copy is made where a nameless file gets no name: that is told once, too.
+    for (const bool canLink : {true, false}) {
+        const fs::path target = write("song.wav", "before");
+        ASSERT_EQ(::setxattr(target.c_str(), "user.rating", "five", 4, 0), 0);
+        ASSERT_EQ(::chown(target.c_str(), isRoot ? 1234 : ::geteuid(), isRoot ? 2345 : ::getegid()), 0);
+        EXPECT_EQ(test::runInChild([&] {
+                      test::refuseSystemCall(SYS_fsetxattr, 0, 0, ENOSPC);
+                      test::refuseSystemCall(SYS_fchown, 0, 0, EPERM);
+                      if (!canLink)
+                          test::refuseSystemCall(SYS_linkat, 0, 0, EPERM);
+                      const auto replacer = FileReplacer::create(target, nullptr);
+                      if (!replacer || replacer->handle()->writeAt(0, "after") || replacer->commit())
+                          return 1;
+                      return replacer->warnings() == QStringList(sentence) ? 0 : 2;
+                  }),
+                  0)
+            << canLink;
+    }
+}
+
 TEST_F(FileReplacerTest, TheTargetIsUntouchedUntilCommit)
 {
     const fs::path target = write("song.wav", "before");
