@@ -91,6 +91,8 @@ std::vector<std::shared_ptr<MutableAudioClip>>
 MixPasteController::mixedClips(const std::vector<AudioTrackPtr>& pasted, const Target& target,
                                MaybeError* error) const
 {
+    if ((*error = ComputedSound::lackOfRoom(target.numFrames, target.numTracks)))
+        return {};
     const SoundDocument& document = mController.document();
     const TrackList tracks = document.audioTracks();
     const std::unique_ptr<Progress> progress =
@@ -99,7 +101,8 @@ MixPasteController::mixedClips(const std::vector<AudioTrackPtr>& pasted, const T
     for (const AudioTrackPtr& track : pasted)
         watch.add(*track);
     ClipWriter writer(target.numTracks, document.sampleRate());
-    writer.setComputed(ComputedSound::isFromLossySound(*tracks) || ComputedSound::isFromLossySound(pasted));
+    writer.setComputed(
+        ComputedSound::samplesFrom(ComputedSound::samplesFrom(*tracks), ComputedSound::samplesFrom(pasted)));
     ClipWriter::Block block(static_cast<size_t>(target.numTracks));
     for (int64_t done = 0; done < target.numFrames && !progress->isCancelled();) {
         const int64_t count = std::min(target.numFrames - done, kFramesPerBlock);

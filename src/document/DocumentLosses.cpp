@@ -24,9 +24,11 @@ constexpr int ratePrecision = 12;
 /// What the tracks' samples are made from.
 struct Sources {
     int64_t mostIntegerBits = 0;
-    /// Of those that became floats when they were decoded.
+    /// Of those that became floats when they were decoded, and of those that sound was computed from.
     int64_t mostDecodedBits = 0;
+    int64_t mostBitsBefore = 0;
     int64_t mostFloatBits = 0;
+    int64_t mostFloatBitsBefore = 0;
     /// There is sound that was decoded from a lossy encoding, and such that decodes to floats.
     bool hasLossySound = false;
     bool hasLossyFloats = false;
@@ -45,7 +47,9 @@ Sources sourcesOfTracks(const std::vector<AudioTrackPtr>& tracks)
             if (!clip->sourceFile())
                 sources.mostDecodedBits = std::max(sources.mostDecodedBits, stored.integerBits());
             sources.mostIntegerBits = std::max(sources.mostIntegerBits, stored.integerBits());
-            sources.mostFloatBits = std::max(sources.mostFloatBits, stored.isFloat ? stored.bits : 0);
+            sources.mostBitsBefore = std::max(sources.mostBitsBefore, stored.integerBitsBefore);
+            sources.mostFloatBits = std::max(sources.mostFloatBits, stored.floatBits());
+            sources.mostFloatBitsBefore = std::max(sources.mostFloatBitsBefore, stored.floatBitsBefore);
             sources.hasLossySound |= stored.isLossy;
             sources.hasLossyFloats |= stored.isLossy && stored.bits == 0;
             const auto* const scratch = dynamic_cast<const MutableAudioClip*>(clip.get());
@@ -81,18 +85,24 @@ QStringList lossesToIntegers(int64_t bits, int64_t sampleSize, const Sources& so
                                  "decoded.")
                       .arg(sources.mostDecodedBits)
                       .arg(bitsOfFloats);
+    else if (std::min(sources.mostBitsBefore, bits) > bitsOfFloats)
+        losses += QStringLiteral("Samples of %1 bits were rounded to %2 significant bits where the sound was "
+                                 "changed.")
+                      .arg(sources.mostBitsBefore)
+                      .arg(bitsOfFloats);
     return losses;
 }
 
 QStringList lossesToFloats(const Sources& sources)
 {
     QStringList losses;
-    if (sources.mostFloatBits > 32)
-        losses += QStringLiteral("Floating-point samples of %1 bits are rounded to 32 bits.")
-                      .arg(sources.mostFloatBits);
-    if (sources.mostIntegerBits > bitsOfFloats)
+    const int64_t floatBits = std::max(sources.mostFloatBits, sources.mostFloatBitsBefore);
+    if (floatBits > 32)
+        losses += QStringLiteral("Floating-point samples of %1 bits are rounded to 32 bits.").arg(floatBits);
+    const int64_t integerBits = std::max(sources.mostIntegerBits, sources.mostBitsBefore);
+    if (integerBits > bitsOfFloats)
         losses += QStringLiteral("Samples of %1 bits are rounded to %2 significant bits.")
-                      .arg(sources.mostIntegerBits)
+                      .arg(integerBits)
                       .arg(bitsOfFloats);
     return losses;
 }

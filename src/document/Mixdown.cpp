@@ -23,9 +23,9 @@ std::vector<AudioTrackPtr> mixed(const FrameSource& document, int32_t numTracks,
     const int64_t numFrames = document.numberOfFrames();
     const SourceWatch watch(*document.audioTracks());
     ClipWriter writer(numTracks, document.sampleRate());
-    writer.setComputed(ComputedSound::isFromLossySound(*document.audioTracks()));
+    writer.setComputed(ComputedSound::samplesFrom(*document.audioTracks()));
     ClipWriter::Block block(static_cast<size_t>(numTracks));
-    MaybeError failure;
+    MaybeError failure = ComputedSound::lackOfRoom(numFrames, numTracks);
     for (int64_t done = 0; done < numFrames && !failure;) {
         const int64_t count = std::min(numFrames - done, kFramesPerBlock);
         for (FloatBuffer& samples : block)

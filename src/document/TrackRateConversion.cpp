@@ -50,6 +50,11 @@ std::vector<AudioTrackPtr> TrackRateConversion::convert(const std::vector<AudioT
     mNumFramesToDo = 0;
     for (const AudioTrackPtr& track : tracks)
         mNumFramesToDo += SampleRateConverter::outputLength(track->length(), mSourceRate, mTargetRate);
+    if (const MaybeError lack = ComputedSound::lackOfRoom(mNumFramesToDo, 1)) {
+        if (error)
+            *error = lack;
+        return {};
+    }
     const size_t groupSize = std::max(2U, std::thread::hardware_concurrency());
     const std::span<const AudioTrackPtr> all(tracks);
     for (size_t first = 0; first < all.size() && !mIsCancelled; first += groupSize) {
@@ -71,7 +76,7 @@ std::vector<AudioTrackPtr> TrackRateConversion::convertWhenRead(const std::vecto
         const int64_t length = SampleRateConverter::outputLength(track->length(), mSourceRate, mTargetRate);
         const auto clip = std::make_shared<ComputedClip>(
             length, track, [reader](int64_t offset, std::span<float> out) { reader->read(0, offset, out); },
-            ComputedSound::isFromLossySound(*track, 0, track->length()));
+            ComputedSound::samplesFrom(*track, 0, track->length()));
         converted.push_back(std::make_shared<AudioTrack>(length > 0 ? ClipList(clip) : ClipList()));
     }
     return converted;
@@ -94,7 +99,7 @@ bool TrackRateConversion::convertGroup(std::span<const AudioTrackPtr> tracks, Pr
     }
     const auto count = static_cast<int>(channels.size());
     ClipWriter writer(count, mTargetRate);
-    writer.setComputed(ComputedSound::isFromLossySound(tracks));
+    writer.setComputed(ComputedSound::samplesFrom(tracks));
     ClipWriter::Block block(channels.size());
     for (bool isAtEnd = false; !isAtEnd && !mIsCancelled;) {
         runConcurrently(count, [&channels](int i) { channels[static_cast<size_t>(i)].convertRound(); });

@@ -56,6 +56,8 @@ TEST_F(DocumentLosses, NamePrecisionByWhatTheSamplesWere)
     const StoredSamples lossy = {0, false, true};
     const StoredSamples adaptive = {16, false, true};
     const StoredSamples computed = {};
+    const StoredSamples computedFromWide = {0, false, false, 32, 0};
+    const StoredSamples computedFromDoubles = {0, false, false, 0, 64};
     struct Case {
         StoredSamples stored;
         const char* uti;
@@ -79,6 +81,11 @@ TEST_F(DocumentLosses, NamePrecisionByWhatTheSamplesWere)
         {wide, caf, fl32, "Samples of 32 bits are rounded to 24 significant bits."},
         {wide, caf, in32, "Samples of 32 bits were rounded to 24 significant bits when they were decoded."},
         {wide, flac, 24, "Samples of 32 bits are rounded to 24 bits."},
+        {computedFromWide, caf, in32,
+         "Samples of 32 bits were rounded to 24 significant bits where the sound was changed."},
+        {computedFromWide, caf, fl32, "Samples of 32 bits are rounded to 24 significant bits."},
+        {computedFromWide, flac, 24, ""},
+        {computedFromDoubles, caf, fl32, "Floating-point samples of 64 bits are rounded to 32 bits."},
         {lossy, caf, fl32, ""},
         {lossy, flac, 24,
          "Decoded sound is rounded to 24-bit integers; what is louder than full scale is clipped."},
@@ -142,9 +149,9 @@ TEST_F(DocumentLosses, OfSoundComputedAsItIsSavedAreFoundByTheSave)
     const auto saved = [this](float value, QStringList* warnings) {
         const auto document = kit::documentOf({kit::noise(10, 1)});
         const auto function = [value](int64_t, std::span<float> out) { std::ranges::fill(out, value); };
-        document->replaceDataAtOffset(
-            0, 10, 0,
-            ClipList(std::make_shared<ComputedClip>(100'000, AudioTrack::track(), function, false)));
+        document->replaceDataAtOffset(0, 10, 0,
+                                      ClipList(std::make_shared<ComputedClip>(100'000, AudioTrack::track(),
+                                                                              function, StoredSamples())));
         SilentProgress progress;
         SaveRequest request = requestFor("computed.wav", SaveOperation::save);
         request.optionTag = 16;

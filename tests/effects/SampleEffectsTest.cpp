@@ -140,6 +140,30 @@ TEST(SampleEffects, GiveTheSameWhenAppliedAgainToTheSameSource)
     }
 }
 
+TEST(SampleEffects, KeepOrRememberIntegersThatFloatsCannotHold)
+{
+    for (const Case& c : cases()) {
+        for (const int64_t mostScratchBytes : {INT64_MAX, int64_t{0}}) {
+            SCOPED_TRACE(c.scriptName.toStdString());
+            const auto document = kit::documentOf({kit::noise(500, 1), kit::noise(500, 2)});
+            for (const int32_t track : {0, 1}) {
+                const auto clip = MutableAudioClip::clipWithSampleRate(44100.0);
+                clip->setStoredSamples({32, false, false});
+                EXPECT_FALSE(clip->appendData(kit::noise(500, 3)));
+                document->replaceDataAtOffset(0, 500, track, ClipList(AudioClipPtr(clip)));
+            }
+            const auto filter = kit::effectNamed(c.scriptName);
+            filter->setParameters(c.arguments);
+            filter->setMostScratchBytes(mostScratchBytes);
+            EXPECT_FALSE(kit::applyTo(document, *filter, kit::framesOf(*document, 100, 400)));
+            const bool isMoved = c.scriptName == QLatin1String("swap channels");
+            const StoredSamples stored = document->clipsAtOffset(200, 10, 1).at(0)->storedSamples();
+            EXPECT_EQ(stored.integerBits(), isMoved ? 32 : 0);
+            EXPECT_EQ(stored.integerBitsBefore, isMoved ? 0 : 32);
+        }
+    }
+}
+
 TEST(Backwards, KeepsWhatADocumentHasWhenTheSelectionReachesBeyondIt)
 {
     const auto document = kit::documentOf({kit::ramp(20000, 0)});

@@ -43,11 +43,11 @@ ClipWriter::~ClipWriter()
     mGroup->wait();
 }
 
-void ClipWriter::setComputed(bool isFromLossySound)
+void ClipWriter::setComputed(const StoredSamples& samples)
 {
     mIsComputed = true;
     for (const auto& clip : mClips)
-        clip->setStoredSamples({0, false, isFromLossySound});
+        clip->setStoredSamples(samples);
 }
 
 MaybeError ClipWriter::append(const Block& block)

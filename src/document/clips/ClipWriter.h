@@ -30,9 +30,9 @@ public:
     ClipWriter& operator=(const ClipWriter&) = delete;
 
     /// What is appended is computed from other sound, not taken from a file: a sample that is infinite or no
-    /// number is an error then, and the clips keep whether that sound had lost some in an encoding. Before
-    /// the first append.
-    void setComputed(bool isFromLossySound);
+    /// number is an error then, and the clips keep what is to be said of them (ComputedSound::samplesFrom()).
+    /// Before the first append.
+    void setComputed(const StoredSamples& samples);
 
     /// Adds buffer t of the block to clip t. An error (a full disk) may be that of an earlier block; after
     /// one nothing more is written.

@@ -8,8 +8,9 @@
 namespace velloria
 {
 
-ComputedClip::ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function, bool isFromLossySound)
-    : AudioClip(std::make_shared<Computation>(std::move(input), std::move(function), isFromLossySound))
+ComputedClip::ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function,
+                           const StoredSamples& samples)
+    : AudioClip(std::make_shared<Computation>(std::move(input), std::move(function), samples))
 {
     _numFrames.store(numFrames, std::memory_order_relaxed);
     _waveformCache = WaveformCache::none();

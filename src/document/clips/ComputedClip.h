@@ -16,12 +16,12 @@ public:
     /// several at once.
     using Function = std::function<void(int64_t offset, std::span<float> out)>;
 
-    /// `input` is what the function reads; see also ComputedSound::isFromLossySound().
-    ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function, bool isFromLossySound);
+    /// `input` is what the function reads; for `samples` see ComputedSound::samplesFrom().
+    ComputedClip(int64_t numFrames, AudioTrackPtr input, Function function, const StoredSamples& samples);
     ComputedClip(const ComputedClip& whole, int64_t offset, int64_t numFrames);
 
     void addSourcesTo(SourceWatch& watch) const override;
-    StoredSamples storedSamples() const override { return {0, false, computation().isFromLossySound}; }
+    StoredSamples storedSamples() const override { return computation().samples; }
     int64_t readSamples(int64_t offset, std::span<float> out) const override;
     AudioClipPtr subdataWithOffset(int64_t offset, int64_t numFrames) const override;
 
@@ -34,15 +34,15 @@ public:
 
 private:
     struct Computation : Origin {
-        Computation(AudioTrackPtr track, Function f, bool isLossy)
+        Computation(AudioTrackPtr track, Function f, const StoredSamples& stored)
             : input(std::move(track))
             , function(std::move(f))
-            , isFromLossySound(isLossy)
+            , samples(stored)
         {
         }
         const AudioTrackPtr input;
         const Function function;
-        const bool isFromLossySound;
+        const StoredSamples samples;
         // Relaxed: they only ever become true, and who asks has waited for the readers.
         std::atomic<bool> hasInvalid = false;
         std::atomic<bool> isLoud = false;

@@ -1,5 +1,9 @@
 #include "document/clips/ComputedSound.h"
 
+#include "platform/FileHandle.h"
+#include "platform/ScratchFolder.h"
+
+#include <QLocale>
 #include <algorithm>
 #include <bit>
 #include <limits>
@@ -22,21 +26,34 @@ uint32_t magnitudeBits(float sample)
 
 } // namespace
 
-bool isFromLossySound(const AudioTrack& track, int64_t offset, int64_t length)
+StoredSamples samplesFrom(const StoredSamples& some, const StoredSamples& others)
 {
-    bool isLossy = false;
-    track.clipsAtOffset(offset, length).forEachFrom(0, [&isLossy](const AudioClipPtr& clip, int64_t) {
-        isLossy = clip->storedSamples().isLossy;
-        return !isLossy;
-    });
-    return isLossy;
+    StoredSamples both;
+    both.isLossy = some.isLossy || others.isLossy;
+    for (const StoredSamples& each : {some, others}) {
+        both.integerBitsBefore =
+            std::max({both.integerBitsBefore, each.integerBits(), each.integerBitsBefore});
+        both.floatBitsBefore = std::max({both.floatBitsBefore, each.floatBits(), each.floatBitsBefore});
+    }
+    return both;
 }
 
-bool isFromLossySound(std::span<const AudioTrackPtr> tracks)
+StoredSamples samplesFrom(const AudioTrack& track, int64_t offset, int64_t length)
 {
-    return std::any_of(tracks.begin(), tracks.end(), [](const AudioTrackPtr& track) {
-        return isFromLossySound(*track, 0, track->length());
+    StoredSamples samples;
+    track.clipsAtOffset(offset, length).forEachFrom(0, [&samples](const AudioClipPtr& clip, int64_t) {
+        samples = samplesFrom(samples, clip->storedSamples());
+        return true;
     });
+    return samples;
+}
+
+StoredSamples samplesFrom(std::span<const AudioTrackPtr> tracks)
+{
+    StoredSamples samples;
+    for (const AudioTrackPtr& track : tracks)
+        samples = samplesFrom(samples, samplesFrom(*track, 0, track->length()));
+    return samples;
 }
 
 // Both in integers and without a way out, so that the compiler makes vectors of them.
@@ -54,6 +71,21 @@ bool exceedFullScale(std::span<const float> samples)
     for (const float sample : samples)
         numLoud += magnitudeBits(sample) > kOne && magnitudeBits(sample) <= kInfinity ? 1 : 0;
     return numLoud > 0;
+}
+
+/// Silence of any length costs nothing until something is done with it; that should not fill the disk first.
+MaybeError lackOfRoom(int64_t numFrames, int64_t numTracks)
+{
+    const int64_t frameBytes = std::max<int64_t>(1, numTracks) * static_cast<int64_t>(sizeof(float));
+    if (numFrames <= ScratchFolder::numBytesFree() / frameBytes)
+        return std::nullopt;
+    return Error{
+        Error::Code::writeFailed,
+        QStringLiteral("The disk has no room for the result, which takes %1 in the folder %2.")
+            .arg(QLocale::c().formattedDataSize(numFrames < std::numeric_limits<int64_t>::max() / frameBytes
+                                                    ? frameBytes * numFrames
+                                                    : std::numeric_limits<int64_t>::max()),
+                 displayPath(ScratchFolder::path()))};
 }
 
 Error notFinite()

@@ -12,15 +12,19 @@ namespace velloria
 /// computed as it is saved.
 namespace ComputedSound
 {
-/// Whether some frames of a range were decoded from an encoding that loses some of the sound. What is
-/// computed from them has lost it, too.
-bool isFromLossySound(const AudioTrack& track, int64_t offset, int64_t length);
-bool isFromLossySound(std::span<const AudioTrackPtr> tracks);
+/// What is to be said of samples that are computed from a range: what its frames lost in an encoding they
+/// have lost, too, and what floats cannot hold of them.
+StoredSamples samplesFrom(const AudioTrack& track, int64_t offset, int64_t length);
+StoredSamples samplesFrom(std::span<const AudioTrackPtr> tracks);
+/// The same for what is computed from both.
+StoredSamples samplesFrom(const StoredSamples& some, const StoredSamples& others);
 
 /// False when a sample is infinite or no number.
 bool areFinite(std::span<const float> samples);
 /// Whether a sample lies outside of -1 .. 1. NaN counts for nothing.
 bool exceedFullScale(std::span<const float> samples);
+/// The error of a computation whose result the scratch folder's disk has no room for; nothing when it has.
+MaybeError lackOfRoom(int64_t numFrames, int64_t numTracks);
 /// The error of a computation whose result is not finite.
 Error notFinite();
 } // namespace ComputedSound

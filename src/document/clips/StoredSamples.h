@@ -12,9 +12,14 @@ struct StoredSamples {
     bool isFloat = false;
     /// Decoded from an encoding that loses some of the sound.
     bool isLossy = false;
+    /// Of sound that was computed: the widest integers and the widest floats that it was computed from.
+    int64_t integerBitsBefore = 0;
+    int64_t floatBitsBefore = 0;
 
     /// The width of integers; 0 for all else.
     int64_t integerBits() const { return isFloat ? 0 : bits; }
+    /// The width of floats; 0 for all else.
+    int64_t floatBits() const { return isFloat ? bits : 0; }
 };
 
 } // namespace velloria

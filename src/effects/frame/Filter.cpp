@@ -182,6 +182,13 @@ MaybeError Filter::apply()
     const std::unique_ptr<ClipWriter> writer = makeWriter();
     if (mDelegate)
         mDelegate->filterDidReachProgress(*this, 0.0);
+    if (const std::vector<ClipList> rearranged = rearrangedClips(); !rearranged.empty()) {
+        const bool isCancelled = didReachProgress(total, total);
+        didFinishProgress();
+        if (!isCancelled)
+            installRearranged(offset, total, rearranged);
+        return std::nullopt;
+    }
     if (mMaxBufferNumFrames == 0) {
         logLine(QStringLiteral("-[Filter apply] maxBufferNumFrames == 0"));
         return std::nullopt;
@@ -196,7 +203,9 @@ MaybeError Filter::apply()
         begin();
         clips = computedClips();
         if (clips.empty()) {
-            error = processSelection(*writer, numToAnalyse, numInPlace, numRinging);
+            error = ComputedSound::lackOfRoom(numInPlace + numRinging, numTracks());
+            if (!error)
+                error = processSelection(*writer, numToAnalyse, numInPlace, numRinging);
             if (!error && !mWasCancelled)
                 error = writer->finish();
             clips.assign(writer->clips().begin(), writer->clips().end());
@@ -284,10 +293,29 @@ std::unique_ptr<ClipWriter> Filter::makeWriter() const
     const size_t count = std::min(tracks->size() - first, static_cast<size_t>(std::max(0, numTracks())));
     const auto selected = std::span(*tracks).subspan(first, count);
     auto writer = std::make_unique<ClipWriter>(numTracks(), sampleRate());
-    writer->setComputed(std::any_of(selected.begin(), selected.end(), [this](const AudioTrackPtr& track) {
-        return ComputedSound::isFromLossySound(*track, mSource->loopStart(), numFrames());
-    }));
+    StoredSamples samples;
+    for (const AudioTrackPtr& track : selected)
+        samples =
+            ComputedSound::samplesFrom(samples, ComputedSound::samplesFrom(*track, mSource->loopStart(),
+                                                                           numFrames() + numFramesRinging()));
+    writer->setComputed(samples);
     return writer;
+}
+
+std::vector<ClipList> Filter::selectedClips() const
+{
+    const TrackList tracks = mSource->document()->audioTracks();
+    const int32_t first = mSource->firstTrack();
+    if (first < 0 || numTracks() < 0 || numTracks() > static_cast<int32_t>(tracks->size()) - first)
+        return {};
+    std::vector<ClipList> selected;
+    for (int32_t i = 0; i < numTracks(); ++i) {
+        const AudioTrackPtr& track = (*tracks)[static_cast<size_t>(first + i)];
+        selected.push_back(track->clipsAtOffset(mSource->loopStart(), numFrames()));
+        if (selected.back().length() != numFrames())
+            return {};
+    }
+    return selected;
 }
 
 ComputedClip::Function Filter::outputOfTrack(const AudioTrackPtr&, size_t) const
@@ -332,8 +360,8 @@ std::vector<AudioClipPtr> Filter::computedClips()
     const std::vector<ComputedClip::Function> outputs = outputsOfTracks(selected);
     std::vector<AudioClipPtr> clips;
     for (size_t i = 0; i < outputs.size(); ++i) {
-        const bool isLossy = ComputedSound::isFromLossySound(*selected[i], start, total);
-        clips.push_back(std::make_shared<ComputedClip>(total, selected[i], outputs[i], isLossy));
+        const StoredSamples samples = ComputedSound::samplesFrom(*selected[i], start, total);
+        clips.push_back(std::make_shared<ComputedClip>(total, selected[i], outputs[i], samples));
     }
     return clips;
 }
@@ -382,6 +410,19 @@ SoundDocument* Filter::document() const
     // A source only reads, so it holds its document as const; who gave it a document to an effect wants
     // that document changed.
     return const_cast<SoundDocument*>(dynamic_cast<const SoundDocument*>(mSource->document().get()));
+}
+
+void Filter::installRearranged(int64_t offset, int64_t length, const std::vector<ClipList>& clips)
+{
+    SoundDocument* const target = document();
+    if (!target)
+        return;
+    const UndoGroup group(*target, name());
+    int32_t track = mSource->firstTrack();
+    for (const ClipList& each : clips)
+        target->replaceDataAtOffset(offset, length, track++, each);
+    if (mDelegate)
+        mDelegate->filterDidInsertData(*this, offset, length, mSource->firstTrack(), mSource->numTracks());
 }
 
 void Filter::replaceSelectionWithClips(int64_t offset, int64_t length, const std::vector<AudioClipPtr>& clips,

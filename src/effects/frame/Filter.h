@@ -160,6 +160,13 @@ protected:
     /// takes longer than a save, or that gives another length.
     virtual bool isQuick() const { return true; }
 
+    /// What an effect gives that only moves samples about: for each selected track the clips themselves, so
+    /// that their integers stay what they are. Nothing for one that computes.
+    virtual std::vector<ClipList> rearrangedClips() const { return {}; }
+    /// The clips of the selection, one list a track; none where the selection is not wholly within the
+    /// tracks.
+    std::vector<ClipList> selectedClips() const;
+
     /// Computes the result into the writer's clips: `numInPlace` frames for the selection and `numRinging`
     /// after it. Progress goes on from `numAnalysed` frames of the same run.
     virtual MaybeError processSelection(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace,
@@ -183,6 +190,10 @@ private:
 
     /// The files that the selection is read from; made before the first of them is read.
     SourceWatch watchSources() const;
+
+    /// Gives the document the clips of a selection in another order, as one undo step, and tells the
+    /// delegate.
+    void installRearranged(int64_t offset, int64_t length, const std::vector<ClipList>& clips);
 
     /// Gives the clips to the document in place of the selection, as one undo step, and tells the delegate.
     /// The last `numRinging` frames take the place of what follows.

@@ -1,5 +1,6 @@
 #include "effects/generators/Generator.h"
 
+#include "document/clips/ComputedSound.h"
 #include "effects/frame/CommonParameters.h"
 
 #include <algorithm>
@@ -73,6 +74,8 @@ int64_t Generator::advance(size_t numFrames)
 std::shared_ptr<MutableAudioClip> Generator::makeClip(double sampleRate, int64_t numFrames,
                                                       Progress* progress, MaybeError* error)
 {
+    if ((*error = ComputedSound::lackOfRoom(numFrames, 1)))
+        return nullptr;
     std::shared_ptr<MutableAudioClip> clip = MutableAudioClip::clipWithSampleRate(sampleRate);
     FloatBuffer block;
     begin(sampleRate);

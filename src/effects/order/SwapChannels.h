@@ -15,6 +15,9 @@ public:
     }
 
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
+
+protected:
+    std::vector<ClipList> rearrangedClips() const override;
 };
 
 } // namespace velloria
