@@ -15,6 +15,9 @@ namespace velloria
 namespace
 {
 
+// A spacing of one frame in seconds, times the rate, may come out a little below 1.
+constexpr double kRoundingOfProducts = 1e-9;
+
 /// The largest magnitude of all tracks, one a bin.
 std::vector<float> peaks(const SoundDocument& document, double secondsPerBin)
 {
@@ -107,6 +110,12 @@ MaybeError MarkerCommands::insertMarkersAtGridlines(double offset, double spacin
 {
     if (!(spacing > 0.0) || !std::isfinite(spacing) || !std::isfinite(offset))
         return Error{Error::Code::failed, QStringLiteral("The grid has no lines: its spacing is 0.")};
+    // Closer lines would put several markers at each frame.
+    if (spacing * mDocument.sampleRate() < 1.0 - kRoundingOfProducts)
+        return Error{
+            Error::Code::failed,
+            QStringLiteral("The lines of the grid must be a frame apart at least, which is %1 s here.")
+                .arg(1.0 / mDocument.sampleRate())};
     const double total = mDocument.numberOfFrames() > 0 ? mDocument.totalTime() : 0.0;
     if (MaybeError error = checkMarkerCount(mDocument, MarkerPlacement::numGridLines(offset, spacing, total)))
         return error;

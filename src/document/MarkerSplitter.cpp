@@ -98,21 +98,24 @@ std::filesystem::path MarkerSplitter::pathForUniqueFile(const std::filesystem::p
     }
 }
 
+MaybeError MarkerSplitter::refusal() const
+{
+    const auto notSplit = [](const QString& why) {
+        return Error{Error::Code::failed, QStringLiteral("The sound was not split: %1.").arg(why)};
+    };
+    std::error_code failure;
+    if (!std::filesystem::is_directory(mRequest.folder, failure))
+        return notSplit(QStringLiteral("%1 is no folder").arg(displayPath(mRequest.folder)));
+    if (mDocument.audioMarkers()->empty())
+        return notSplit(QStringLiteral("it has no markers"));
+    return std::nullopt;
+}
+
 MarkerSplitter::Outcome MarkerSplitter::run(Progress& progress)
 {
     Outcome outcome;
-    std::error_code failure;
-    if (!std::filesystem::is_directory(mRequest.folder, failure)) {
-        outcome.error = Error{
-            Error::Code::failed,
-            QStringLiteral("The sound was not split: %1 is no folder.").arg(displayPath(mRequest.folder))};
+    if ((outcome.error = refusal()))
         return outcome;
-    }
-    if (mDocument.audioMarkers()->empty()) {
-        outcome.error =
-            Error{Error::Code::failed, QStringLiteral("The sound was not split: it has no markers.")};
-        return outcome;
-    }
     progress.setTargetValue(mDocument.numberOfFrames());
     for (const Piece& piece : piecesOf(mDocument)) {
         mRequest.metadata.setTitle(piece.title);

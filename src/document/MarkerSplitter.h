@@ -54,6 +54,9 @@ public:
     /// splitting is for.
     QStringList losses() const;
 
+    /// Why nothing would be written: no markers, no such folder.
+    MaybeError refusal() const;
+
     Outcome run(Progress& progress);
 
 private:

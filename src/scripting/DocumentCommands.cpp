@@ -174,6 +174,8 @@ MaybeError split(SoundController& controller, const QVariantMap& arguments)
         request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
     request.metadata = MarkerSplitter::metadataForPieces(controller.document());
     MarkerSplitter splitter(controller.document(), request);
+    if (MaybeError error = splitter.refusal())
+        return error;
     const QStringList losses = splitter.losses();
     if (!losses.isEmpty() &&
         !controller.host().alerts().confirmLoss(QStringLiteral("Split all the same?"), losses))

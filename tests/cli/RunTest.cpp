@@ -105,6 +105,23 @@ TEST_F(RunTest, SavesNothingThatIsNoFiniteNumber)
     expectFailure({"run", "in.wav", "amplify Gain=200.1", "-o", "out.wav"}, 2, "from -200 to 200");
 }
 
+TEST_F(RunTest, ComputesAndWritesNothingThatTheDiskHasNoRoomFor)
+{
+    makeNoise("in.wav", 1000);
+    const std::string silence = "insert silence Duration=1e9";
+    // The last one before a save would be computed as it is written.
+    for (const char* command : {"amplify Gain=-1", "mixdown Channels=1", "resample Rate=22050", "mix paste"})
+        expectFailure({"run", "in.wav", silence, "copy", command, "undo"}, 1, "no room");
+    for (const char* command : {"reverse", "undo"}) {
+        const bool isUndone = command == std::string("undo");
+        const auto outcome = cli({"run", "in.wav", silence, command, "-o", "out.wav"});
+        EXPECT_EQ(outcome.status, isUndone ? 0 : 1);
+        EXPECT_EQ(outcome.errors.contains("the disk has room for"), !isUndone)
+            << outcome.errors.toStdString();
+        EXPECT_EQ(std::filesystem::exists(path("out.wav")), isUndone);
+    }
+}
+
 TEST_F(RunTest, SaysWhichTracksAPasteDidNotReach)
 {
     makeNoise("mono.wav", 100, 1);
@@ -151,9 +168,7 @@ TEST_F(RunTest, SplitsAtTheMarkersThatItPut)
 {
     makeNoise("in.wav", 44'100);
     std::filesystem::create_directory(path("pieces"));
-    const auto none = cli({"split", "in.wav", "--to", "pieces", "--type", "AIFF"});
-    EXPECT_EQ(none.status, 1);
-    EXPECT_TRUE(none.errors.contains("no markers"));
+    expectFailure({"split", "in.wav", "--to", "pieces", "--type", "AIFF", "--option", "8"}, 1, "no markers");
     EXPECT_EQ(cli({"run", "in.wav", "insert markers at gridlines Spacing=0.25",
                    "split Folder=pieces Type=AIFF", "save"})
                   .status,

@@ -149,6 +149,8 @@ TEST(ConversionCommands, PutsMarkersAtGridLines)
     EXPECT_EQ((*window.document->audioMarkers())[4]->name(), QStringLiteral("002-1"));
     for (const double spacing : {0.0, -1.0, std::nan(""), 1e-9})
         EXPECT_TRUE(window.controller.markers().insertMarkersAtGridlines(0, spacing, {})) << spacing;
+    const double frame = 1.0 / window.document->sampleRate();
+    EXPECT_TRUE(window.controller.markers().insertMarkersAtGridlines(0, frame * 0.99, {}));
     EXPECT_EQ(window.document->undoManager().count(), 1);
 }
 

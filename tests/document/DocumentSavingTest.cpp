@@ -273,6 +273,21 @@ TEST_F(DocumentSaving, FailureAndCancellationLeaveTargetAndDocumentAlone)
     EXPECT_EQ(document->filePath(), path("a.wav"));
 }
 
+TEST_F(DocumentSaving, BeginsNothingForWhichTheDiskHasNoRoom)
+{
+    const LogCapture log;
+    const auto document = std::make_shared<SoundDocument>();
+    document->replaceDataAtOffset(0, 0, 0,
+                                  ClipList(AudioClipPtr(std::make_shared<AudioClip>(int64_t{1} << 48))));
+    for (const char* uti : {"com.microsoft.waveform-audio", "com.apple.coreaudio-format"}) {
+        SaveRequest request = requestFor("huge");
+        request.uti = QString::fromLatin1(uti);
+        const std::string message = messageOfSaving(*document, request);
+        EXPECT_NE(message.find("the disk has room for"), std::string::npos) << uti << ": " << message;
+    }
+    EXPECT_EQ(numFiles(), 0U);
+}
+
 TEST_F(DocumentSaving, CountsProgressToTheEndAlsoWithinALargerCount)
 {
     const auto document = kit::documentOf({kit::noise(100000, 1)});

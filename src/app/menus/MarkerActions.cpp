@@ -120,6 +120,8 @@ void MarkerActions::split()
     if (!sheet.ask())
         return;
     MarkerSplitter splitter(mWindow.document(), sheet.request());
+    if (const MaybeError error = splitter.refusal())
+        return reportError(mWindow.alerts(), error);
     const QStringList losses = splitter.losses();
     //% "Split all the same?"
     if (!losses.isEmpty() && !mWindow.alerts().confirmLoss(qtTrId("split-question"), losses))

@@ -58,6 +58,10 @@ ExitStatus split(const Arguments& arguments)
     request.metadata = MarkerSplitter::metadataForPieces(*document);
     TerminalProgress progress(displayName(document->filePath()));
     MarkerSplitter splitter(*document, request);
+    if (const MaybeError error = splitter.refusal()) {
+        Terminal::sayError(*error, document->filePath());
+        return ExitStatus::failed;
+    }
     Terminal::sayAll(splitter.losses(), document->filePath());
     const MarkerSplitter::Outcome outcome = splitter.run(progress);
     QByteArray list;

@@ -59,7 +59,7 @@ void ChunkedFile::validateAndCorrectParameters()
 
 QStringList ChunkedFile::soundLosses() const
 {
-    return id3CommentLosses(mMetadata.dictionary());
+    return id3DisplayLosses(mMetadata.dictionary(), tagsBefore());
 }
 
 QString ChunkedFile::name() const

@@ -13,6 +13,7 @@
 #include "platform/Log.h"
 #include "platform/UserDefaults.h"
 
+#include <QLocale>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -218,6 +219,9 @@ MaybeError AudioFile::writeRange(const FrameSource& document, const SaveRange& r
                        : Error{Error::Code::fileTooLarge,
                                QStringLiteral("Cannot save files over 4 GB in size in this format.")};
     }
+    // Not before the type has said what it cannot hold.
+    if ((failure = checkRoomFor(range)))
+        return failure;
     SaveLoop loop(*this, document, range);
     failure = loop.run(progress);
     const MaybeError footerFailure = writeFooter();
@@ -225,6 +229,23 @@ MaybeError AudioFile::writeRange(const FrameSource& document, const SaveRange& r
     if (failure)
         return failure;
     return footerFailure ? footerFailure : finalFailure;
+}
+
+/// Hours of inserted silence cost nothing until they are saved; then it is better to say at once that the
+/// disk cannot hold them than to fill it first.
+MaybeError AudioFile::checkRoomFor(const SaveRange& range) const
+{
+    const int64_t frameBytes = std::max<int64_t>(1, sampleSizeInBytes() * range.numTracks);
+    const int64_t numBytesFree = mFileHandle->numBytesFree();
+    if (range.numFrames <= numBytesFree / frameBytes)
+        return std::nullopt;
+    const int64_t numBytes = range.numFrames < std::numeric_limits<int64_t>::max() / frameBytes
+                                 ? frameBytes * range.numFrames
+                                 : std::numeric_limits<int64_t>::max();
+    const QLocale locale = QLocale::c();
+    return Error{Error::Code::writeFailed,
+                 QStringLiteral("The sound takes %1, and the disk has room for %2.")
+                     .arg(locale.formattedDataSize(numBytes), locale.formattedDataSize(numBytesFree))};
 }
 
 MaybeError AudioFile::checkSaveRange(const FrameSource& document, const SaveRange& range) const
@@ -352,6 +373,12 @@ MetadataDictionary AudioFile::writtenTags() const
     MetadataDictionary tags = mMetadata.dictionary();
     tags.remove(MetadataKey::attachedPictures);
     return tags;
+}
+
+MetadataDictionary AudioFile::tagsBefore() const
+{
+    const bool isSameType = mOpenedFile && mOpenedFile->fileFormatUTI() == fileFormatUTI();
+    return isSameType ? mOpenedFile->metadata().dictionary() : MetadataDictionary();
 }
 
 double AudioFile::writtenSampleRate() const

@@ -197,6 +197,10 @@ protected:
     void tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
                               int64_t expectedFrames) const;
 
+    /// The tags of openedFile() where that is of the same type, so that it holds them as this one will; else
+    /// none.
+    MetadataDictionary tagsBefore() const;
+
     /// Takes over channels, rate, length, bit rate and sample width of what a decoder gives.
     void takeShapeOf(const VLAudioFileDecompressor& decoder);
     /// Damage that only decoding shows: a warning, and what a save will not hold.
@@ -236,6 +240,7 @@ protected:
 private:
     std::vector<std::shared_ptr<MutableAudioClip>> linearClips(const LinearPcmLayout& layout,
                                                                Progress& progress, MaybeError* error);
+    MaybeError checkRoomFor(const SaveRange& range) const;
     MaybeError checkSaveRange(const FrameSource& document, const SaveRange& range) const;
 
     std::shared_ptr<const AudioFile> mOpenedFile;

@@ -10,6 +10,7 @@
 #include "platform/codec/ElementaryStreams.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace velloria
@@ -92,7 +93,7 @@ void Mp3File::readTag()
         if (!tagLedger)
             mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
     }
-    mLedger = packetStreamLedger(*fileHandle(), true, tagLedger);
+    mLedger = packetStreamLedger(*fileHandle(), true, tagLedger, &mPacketTraits);
 }
 
 bool Mp3File::isLameInstalled()
@@ -166,7 +167,34 @@ QStringList Mp3File::soundLosses() const
                       .arg(output->sampleRate)
                       .arg(output->bitRate / 1000)
                       .arg(effectiveBitRate() / 1000);
-    return losses + id3CommentLosses(mMetadata.dictionary());
+    if (const QString loss = lossOfPacketTraits(); !loss.isEmpty())
+        losses += loss;
+    return losses + id3DisplayLosses(mMetadata.dictionary(), tagsBefore());
+}
+
+/// New packets are made with what nearly all files have.
+QString Mp3File::lossOfPacketTraits() const
+{
+    const auto* const opened = dynamic_cast<const Mp3File*>(openedFile().get());
+    if (!opened)
+        return {};
+    const ElementaryStreams::MpegPacketTraits& traits = opened->mPacketTraits;
+    const std::array<std::pair<bool, QString>, 6> names = {{
+        {traits.hasVariableBitRate, QStringLiteral("a variable bit rate")},
+        {traits.hasIndependentChannels, QStringLiteral("two independent channels")},
+        {traits.hasChecksums, QStringLiteral("checksums")},
+        {traits.isPrivate, QStringLiteral("a private bit")},
+        {traits.isCopyrighted, QStringLiteral("the copyright bit")},
+        {traits.isCopy, QStringLiteral("the mark of a copy")},
+    }};
+    QStringList lost;
+    for (const auto& [isThere, name] : names) {
+        if (isThere)
+            lost += name;
+    }
+    return lost.isEmpty() ? QString()
+                          : QStringLiteral("Encoded anew, the sound loses what its packets had: %1.")
+                                .arg(lost.join(QStringLiteral(", ")));
 }
 
 /// Where nobody chose a bit rate, that of the opened file's packets: its average over the whole file, which a

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/file/DecodedFile.h"
+#include "platform/codec/ElementaryStreams.h"
 #include "platform/codec/Mp3Encoder.h"
 
 namespace velloria
@@ -51,11 +52,13 @@ private:
 
     MaybeError openDecoder();
     int64_t effectiveBitRate() const;
+    QString lossOfPacketTraits() const;
     std::optional<Mp3Encoder::Output> output() const;
     void readTag();
 
     /// Of an opened file.
     int64_t mPacketBitRate = 0;
+    ElementaryStreams::MpegPacketTraits mPacketTraits;
 };
 
 } // namespace velloria

@@ -1,27 +1,12 @@
 #include "formats/mpeg/PacketStreamLedger.h"
 
 #include "formats/tags/TagsAround.h"
-#include "platform/codec/ElementaryStreams.h"
-
-#include <algorithm>
 
 namespace velloria
 {
 
 namespace
 {
-
-/// Zeros are padding.
-bool isZeros(const FileHandle& handle, ByteRange range)
-{
-    constexpr int64_t pieceLength = int64_t{1} << 16;
-    for (int64_t offset = range.offset; offset < range.end(); offset += pieceLength) {
-        const QByteArray piece = handle.readAt(offset, std::min(pieceLength, range.end() - offset));
-        if (std::any_of(piece.begin(), piece.end(), [](char c) { return c != 0; }))
-            return false;
-    }
-    return true;
-}
 
 QString nameOf(const ElementaryStreams::Stretch& stretch, int64_t start, int64_t end)
 {
@@ -38,7 +23,8 @@ QString nameOf(const ElementaryStreams::Stretch& stretch, int64_t start, int64_t
 } // namespace
 
 FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
-                              const std::optional<FileLedger>& id3Tag)
+                              const std::optional<FileLedger>& id3Tag,
+                              ElementaryStreams::MpegPacketTraits* traits)
 {
     using Kind = ElementaryStreams::Stretch::Kind;
     FileLedger ledger;
@@ -59,11 +45,11 @@ FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
     const std::vector<TagsAround::Tag> tagsBehind = TagsAround::behind(handle, start);
     TagsAround::declareNotKept(tagsBehind, ledger);
     const int64_t end = tagsBehind.empty() ? handle.length() : tagsBehind.back().bytes.offset;
-    for (const auto& stretch : ElementaryStreams::stretches(handle, start, end, isMpegAudio)) {
+    for (const auto& stretch : ElementaryStreams::stretches(handle, start, end, isMpegAudio, traits)) {
         const ByteRange bytes = {stretch.offset, stretch.length};
         if (stretch.kind == Kind::packets)
             ledger.addInModel(bytes);
-        else if (stretch.kind == Kind::other && isZeros(handle, bytes))
+        else if (stretch.kind == Kind::other && handle.holdsOnlyZeros(bytes.offset, bytes.length))
             ledger.addStructure(bytes);
         else
             ledger.addNotKept(ItemKind::part, nameOf(stretch, start, end), bytes);

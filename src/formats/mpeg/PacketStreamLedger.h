@@ -2,6 +2,7 @@
 
 #include "formats/ledger/FileLedger.h"
 #include "platform/FileHandle.h"
+#include "platform/codec/ElementaryStreams.h"
 
 #include <optional>
 
@@ -10,8 +11,9 @@ namespace velloria
 
 /// The account of a file of MPEG audio (or else AAC) packets without a container: the packets, which are in
 /// the model, and what stands in front of them, between them and behind them. `id3Tag` is the account of the
-/// ID3v2 tag that the file begins with, where that was taken in.
+/// ID3v2 tag that the file begins with, where that was taken in. `traits` is filled for MPEG audio.
 FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
-                              const std::optional<FileLedger>& id3Tag = std::nullopt);
+                              const std::optional<FileLedger>& id3Tag = std::nullopt,
+                              ElementaryStreams::MpegPacketTraits* traits = nullptr);
 
 } // namespace velloria

@@ -33,6 +33,14 @@ std::optional<AttachedPicture> pictureWithRest(uint8_t encoding, QByteArrayView 
     return picture;
 }
 
+/// Of the formats beside JPEG and PNG that other tags name; empty for all else.
+QString formatByContents(const QByteArray& picture)
+{
+    if (picture.startsWith("GIF8"))
+        return QStringLiteral("image/gif");
+    return picture.startsWith("BM") ? QStringLiteral("image/bmp") : QString();
+}
+
 QByteArray payload(const QByteArray& format, const AttachedPicture& picture)
 {
     const Id3EncodedText description = encodeId3Text(picture.pictureDescription());
@@ -66,11 +74,15 @@ std::optional<AttachedPicture> AttachedPicture::withID3v220Data(QByteArrayView p
     if (payload.size() < 9)
         return std::nullopt;
     const QByteArrayView format = payload.sliced(1, 3);
-    if (format != "PNG" && format != "JPG")
+    // Ours: what was saved before would be lost by the next save otherwise.
+    const bool isNameless = format == QByteArrayView("\0\0\0", 3);
+    if (format != "PNG" && format != "JPG" && !isNameless)
         return std::nullopt;
     auto picture = pictureWithRest(static_cast<uint8_t>(payload[0]), payload.sliced(4));
     if (picture)
-        picture->mImageFormat = format == "PNG" ? pngFormat : jpegFormat;
+        picture->mImageFormat = isNameless        ? formatByContents(picture->mPictureData)
+                                : format == "PNG" ? pngFormat
+                                                  : jpegFormat;
     return picture;
 }
 

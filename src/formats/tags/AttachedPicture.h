@@ -21,7 +21,8 @@ public:
     /// than 4 bytes.
     static std::optional<AttachedPicture> withPictureData(const QByteArray& pictureData);
 
-    /// Reads the payload of an ID3v2.2 PIC frame; nothing when it is damaged or neither PNG nor JPG.
+    /// Reads the payload of an ID3v2.2 PIC frame; nothing when it is damaged or neither PNG nor JPG. One
+    /// without a format, as id3v220Data() writes others, is taken.
     static std::optional<AttachedPicture> withID3v220Data(QByteArrayView payload);
 
     /// Reads the payload of an ID3v2.3 or 2.4 APIC frame; nothing when it is damaged.

@@ -198,8 +198,8 @@ void Id3FrameCollector::takeComment(const Id3Frame& frame, QByteArrayView payloa
                                  ValueChanges::quoted(comment->language), QStringLiteral("“eng”"));
 }
 
-/// A picture in another format than JPEG or PNG has no name in the tags that are written, so nobody could
-/// show it any more; an address is no picture.
+/// A picture in another format than JPEG or PNG has no name in version 2.2, so one that comes from there
+/// cannot be told; an address is no picture.
 void Id3FrameCollector::takePicture(QByteArrayView payload, bool isVersion2)
 {
     // No more than anybody looks at: each takes more room here than in the tag.
@@ -209,7 +209,7 @@ void Id3FrameCollector::takePicture(QByteArrayView payload, bool isVersion2)
         return noteNotKept(QStringLiteral("linked picture"), ItemKind::part);
     auto picture =
         isVersion2 ? AttachedPicture::withID3v220Data(payload) : AttachedPicture::withID3v230Data(payload);
-    if (!picture || !picture->isJpegOrPng())
+    if (!picture)
         noteNotKept(QStringLiteral("picture (%1)").arg(format), ItemKind::part);
     else if (mPictures.size() >= mostPictures)
         noteNotKept(QStringLiteral("picture"), ItemKind::part);

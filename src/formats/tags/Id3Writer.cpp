@@ -14,6 +14,7 @@ namespace velloria
 namespace
 {
 
+const QString programName = QStringLiteral("Velloria");
 constexpr qsizetype headerLength = 10;
 constexpr qsizetype frameHeaderLength = 6;
 constexpr qsizetype shortestTag = 256;
@@ -87,7 +88,7 @@ void TagBuilder::addText(const Id3Frame& frame, const QString& text)
 
 /// The empty description between language and text ends with one byte even before UTF-16, as in all tags
 /// of this kind that exist; splitId3Description() knows it, some other programs skip such a comment, which
-/// id3CommentLosses() tells.
+/// id3DisplayLosses() tells.
 void TagBuilder::addComment(const Id3Frame& frame, const QString& text)
 {
     const Id3EncodedText encoded = encodeId3Text(text);
@@ -141,21 +142,33 @@ bool canBeId3Picture(const AttachedPicture& picture)
            picture.id3v220Data().size() <= id3LargestPayload;
 }
 
-QStringList id3CommentLosses(const MetadataDictionary& dictionary)
+QStringList id3DisplayLosses(const MetadataDictionary& dictionary, const MetadataDictionary& before)
 {
+    const bool isOurs = before.value(MetadataKey::encodingApplication).toString() == programName;
+    const auto isNews = [&](const QString& key) {
+        return !isOurs || metadataText(before.value(key)) != metadataText(dictionary.value(key));
+    };
+    QStringList losses;
     QStringList names;
     for (const Id3Frame& frame : id3Frames()) {
         const QString text = frame.kind == Id3FrameKind::comment
                                  ? metadataText(dictionary.value(frame.keyString()))
                                  : QString();
-        if (encodeId3Text(text).encoding != Id3Encoding::latin1)
+        if (encodeId3Text(text).encoding != Id3Encoding::latin1 && isNews(frame.keyString()))
             names += frame.keyString();
     }
-    if (names.isEmpty())
-        return {};
-    return {
-        QStringLiteral("Other programs may not show the %1: there are letters in them that only Unicode has.")
-            .arg(names.join(QStringLiteral(" and ")))};
+    if (!names.isEmpty())
+        losses += QStringLiteral(
+                      "Other programs may not show the %1: there are letters in them that only Unicode has.")
+                      .arg(names.join(QStringLiteral(" and ")));
+    const QList<AttachedPicture> pictures = attachedPictures(dictionary);
+    const bool hasNameless = std::any_of(pictures.begin(), pictures.end(),
+                                         [](const AttachedPicture& each) { return !each.isJpegOrPng(); });
+    if (hasNameless && !(isOurs && pictures == attachedPictures(before)))
+        losses +=
+            QStringLiteral("Other programs may not show pictures that are neither JPEG nor PNG: the tag "
+                           "has no name for their format.");
+    return losses;
 }
 
 QByteArray generateId3Tag(const MetadataDictionary& dictionary)
@@ -163,7 +176,7 @@ QByteArray generateId3Tag(const MetadataDictionary& dictionary)
     if (dictionary.isEmpty())
         return {};
     MetadataDictionary complete = dictionary;
-    complete.insert(MetadataKey::encodingApplication, QStringLiteral("Velloria"));
+    complete.insert(MetadataKey::encodingApplication, programName);
     convertNumberDataToString(complete, MetadataKey::trackNumber);
     convertNumberDataToString(complete, MetadataKey::discNumber);
     convertGenreNumberToString(complete);

@@ -18,6 +18,8 @@ constexpr int kNumHeadsInRow = 3;
 struct Head {
     uint32_t kind = 0;
     int64_t packetBytes = 0;
+    /// All of it, of MPEG audio.
+    uint32_t bits = 0;
 };
 
 uint32_t bigEndian32(const uint8_t* bytes)
@@ -62,7 +64,7 @@ std::optional<Head> mpegHead(const uint8_t* bytes)
     const int64_t packetBytes = layer == 1 ? int64_t{4} * (12 * bitRate / sampleRate + padding)
                                            : int64_t{framesPerByte} * bitRate / sampleRate + padding;
     constexpr uint32_t commonBits = 0xFFFE0C00; // version, layer, sample rate
-    return Head{head & commonBits, packetBytes};
+    return Head{head & commonBits, packetBytes, head};
 }
 
 std::optional<Head> adtsHead(const uint8_t* bytes)
@@ -75,7 +77,7 @@ std::optional<Head> adtsHead(const uint8_t* bytes)
     if (!isSynchronised || !hasSampleRate || packetBytes < shortestPacket)
         return std::nullopt;
     constexpr uint32_t commonBits = 0xFFFFFDC0; // all but "private" and what follows the channels
-    return Head{head & commonBits, packetBytes};
+    return Head{head & commonBits, packetBytes, 0};
 }
 
 using HeadReader = std::optional<Head> (*)(const uint8_t*);
@@ -130,6 +132,7 @@ public:
                 continue;
             }
             mKind = head->kind;
+            note(head->bits);
             const int64_t next = offset + head->packetBytes;
             add(next <= mEnd ? Stretch::Kind::packets : Stretch::Kind::cutPacket, offset,
                 std::min(next, mEnd));
@@ -138,7 +141,26 @@ public:
         return std::move(mStretches);
     }
 
+    const MpegPacketTraits& traits() const { return mTraits; }
+
 private:
+    /// ISO 11172-3, 2.4.1.3.
+    void note(uint32_t head)
+    {
+        const auto bit = [head](int place) { return (head >> place & 1) != 0; };
+        const auto bitRate = [](uint32_t bits) { return bits >> 12 & 15; };
+        if (mNumPackets == 1)
+            mTraits = {};
+        mTraits.hasVariableBitRate |= mNumPackets > 1 && bitRate(head) != bitRate(mLastHead);
+        mTraits.hasIndependentChannels |= (head >> 6 & 3) == 2;
+        mTraits.hasChecksums |= !bit(16);
+        mTraits.isPrivate |= bit(8);
+        mTraits.isCopyrighted |= bit(3);
+        mTraits.isCopy |= !bit(2);
+        mLastHead = head;
+        ++mNumPackets;
+    }
+
     /// The head of a packet of this stream.
     std::optional<Head> headAt(int64_t offset)
     {
@@ -180,6 +202,9 @@ private:
     std::optional<uint32_t> mKind;
     QByteArray mWindow;
     int64_t mWindowStart = 0;
+    int64_t mNumPackets = 0;
+    uint32_t mLastHead = 0;
+    MpegPacketTraits mTraits;
     std::vector<Stretch> mStretches;
 };
 
@@ -265,9 +290,14 @@ QByteArray emptyLayer3Packet(int sampleRate, bool isMono, int64_t bitRate, int64
     return {};
 }
 
-std::vector<Stretch> stretches(const FileHandle& handle, int64_t start, int64_t end, bool isMpegAudio)
+std::vector<Stretch> stretches(const FileHandle& handle, int64_t start, int64_t end, bool isMpegAudio,
+                               MpegPacketTraits* traits)
 {
-    return StretchFinder(handle, end, isMpegAudio).find(start);
+    StretchFinder finder(handle, end, isMpegAudio);
+    std::vector<Stretch> found = finder.find(start);
+    if (traits)
+        *traits = finder.traits();
+    return found;
 }
 
 bool isAdts(const FileHandle& handle)

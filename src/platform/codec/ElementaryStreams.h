@@ -47,9 +47,21 @@ struct Stretch {
     int64_t offset = 0;
     int64_t length = 0;
 };
+/// What the heads of MPEG packets tell beside the sound. The first packet often holds the encoder's notes
+/// instead of sound, so it counts only where it is alone.
+struct MpegPacketTraits {
+    bool hasVariableBitRate = false;
+    /// Two channels that have nothing to do with one another, as two languages.
+    bool hasIndependentChannels = false;
+    bool hasChecksums = false;
+    bool isPrivate = false;
+    bool isCopyrighted = false;
+    bool isCopy = false;
+};
 /// Which bytes from `start` to before `end` are packets of one stream of MPEG audio or else of AAC, and which
 /// are not; in order, without gaps.
-std::vector<Stretch> stretches(const FileHandle& handle, int64_t start, int64_t end, bool isMpegAudio);
+std::vector<Stretch> stretches(const FileHandle& handle, int64_t start, int64_t end, bool isMpegAudio,
+                               MpegPacketTraits* traits = nullptr);
 
 /// True when the file begins, behind any tags, with AAC in ADTS packets.
 bool isAdts(const FileHandle& handle);

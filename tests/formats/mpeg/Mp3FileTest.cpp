@@ -296,6 +296,41 @@ TEST_F(Mp3SavingTest, KeepsLengthAndPlaceAtEveryBitRateAndSaysWhatTheRateBecomes
     }
 }
 
+TEST_F(Mp3SavingTest, TellsWhatNewPacketsDoNotHave)
+{
+    const struct {
+        const char* options;
+        const char* lost;
+    } cases[] = {
+        {"-b 128", ""},
+        {"-b 128 -t", ""},
+        {"-V 4", "a variable bit rate"},
+        {"-b 128 -p", "checksums"},
+        {"-b 128 -c", "the copyright bit"},
+        {"-b 128 -o -m d", "two independent channels, the mark of a copy"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.options);
+        makeMp3("a.mp3", testSound(22050, 2), QString::fromLatin1(each.options));
+        const auto file = open("a.mp3");
+        ASSERT_TRUE(file);
+        const QString lost = QString::fromLatin1(each.lost);
+        Mp3File writer(44100.0, 16, 2);
+        writer.setBitRate(128000);
+        writer.setOpenedFile(file);
+        EXPECT_EQ(writer.soundLosses(),
+                  lost.isEmpty()
+                      ? QStringList()
+                      : QStringList("Encoded anew, the sound loses what its packets had: " + lost + "."));
+        // What was saved has nothing more to lose.
+        save("b.mp3", decoded(*file), writer);
+        Mp3File next(44100.0, 16, 2);
+        next.setBitRate(128000);
+        next.setOpenedFile(open("b.mp3"));
+        EXPECT_EQ(next.soundLosses(), QStringList());
+    }
+}
+
 TEST_F(Mp3SavingTest, WritesTagsThatOthersReadAndTheSelectedTracksOnly)
 {
     const Sound source = testSound(30000, 2);

@@ -58,6 +58,10 @@ TEST(AttachedPicture, WritesBothPayloadsByteByByte)
     EXPECT_EQ(png.id3v230Data(), bytes("\1image/png\0\3\xFF\xFE\x16\4\0\0PPPP"));
 
     EXPECT_EQ(picture("image/gif", "", "GGGG").id3v220Data(), bytes("\0\0\0\0\3\0GGGG"));
+    for (const AttachedPicture& other : {picture("image/gif", "", "GIF89a.."),
+                                         picture("image/bmp", "", "BM......"), picture("", "", "....")})
+        EXPECT_EQ(AttachedPicture::withID3v220Data(other.id3v220Data()), other)
+            << "it must not go at the next";
 }
 
 TEST(AttachedPicture, SurvivesBothPayloads)

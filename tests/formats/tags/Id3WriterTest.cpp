@@ -93,12 +93,31 @@ TEST(Id3Writer, NamesCommentsWhoseFormOtherProgramsDoNotRead)
         {{{"comments", "‘"}, {"lyrics", "Ж"}}, "comments and lyrics"},
     };
     for (const auto& c : cases) {
-        const QStringList losses = id3CommentLosses(c.dictionary);
+        const QStringList losses = id3DisplayLosses(c.dictionary, {});
         ASSERT_EQ(losses.size(), c.named.isEmpty() ? 0 : 1) << c.named.toStdString();
         for (const QString& loss : losses)
             EXPECT_TRUE(loss.startsWith("Other programs may not show the " + c.named + ":"))
                 << loss.toStdString();
     }
+}
+
+TEST(Id3Writer, NamesNothingThatTheTagHeldInTheSameWay)
+{
+    auto gif = *AttachedPicture::withPictureData("GIF89a");
+    gif.setImageFormat("image/gif");
+    const QVariant pictures = QVariant::fromValue(QList<AttachedPicture>{gif});
+    const MetadataDictionary now = {{"comments", "Ж"}, {"lyrics", "Ж"}, {"attached pictures", pictures}};
+    MetadataDictionary before = now;
+    EXPECT_EQ(id3DisplayLosses(now, {}).size(), 2) << "letters and pictures";
+    EXPECT_EQ(id3DisplayLosses(now, before).size(), 2) << "another program wrote them";
+    before["encoding application"] = "Velloria";
+    EXPECT_EQ(id3DisplayLosses(now, before), QStringList());
+    before["lyrics"] = "Я";
+    before.remove("attached pictures");
+    const QStringList losses = id3DisplayLosses(now, before);
+    ASSERT_EQ(losses.size(), 2);
+    EXPECT_TRUE(losses[0].contains("the lyrics:")) << losses[0].toStdString();
+    EXPECT_TRUE(losses[1].contains("pictures")) << losses[1].toStdString();
 }
 
 TEST(Id3Writer, KeepsEveryKeyInTheOrderOfTheTable)
