@@ -37,9 +37,10 @@ std::optional<WaveContainer> containerAt(const FileHandle& handle, int64_t offse
     container.offset = offset;
     if (header.startsWith("RIFX"))
         container.byteOrder = ChunkByteOrder::bigEndian;
-    else if (header.startsWith("RF64") || header.startsWith("BW64"))
-        container.hasLongSizes = true;
-    else if (!header.startsWith("RIFF"))
+    container.isBW64 = header.startsWith("BW64");
+    container.hasLongSizes = container.isBW64 || header.startsWith("RF64");
+    const bool isKnown = container.hasLongSizes || header.startsWith("RIFX") || header.startsWith("RIFF");
+    if (!isKnown)
         return std::nullopt;
     return container;
 }
@@ -118,10 +119,10 @@ QByteArray WaveContainer::header(int64_t fileLength)
            QByteArrayLiteral("WAVE");
 }
 
-QByteArray WaveContainer::longHeader(int64_t fileLength, int64_t numBytesOfSound, int64_t numFrames)
+QByteArray WaveContainer::longHeader(int64_t fileLength, int64_t numBytesOfSound, int64_t numFrames) const
 {
-    return riffChunkHeader(fourCharCode("RF64"), longSizeMark) + QByteArrayLiteral("WAVE") +
-           riffChunkHeader(sizesIdent, longSizesLength) +
+    return riffChunkHeader(isBW64 ? fourCharCode("BW64") : fourCharCode("RF64"), longSizeMark) +
+           QByteArrayLiteral("WAVE") + riffChunkHeader(sizesIdent, longSizesLength) +
            littleEndian64(fileLength - RiffChunk::headerLength) + littleEndian64(numBytesOfSound) +
            littleEndian64(numFrames) + QByteArray(4, '\0');
 }

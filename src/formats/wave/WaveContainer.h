@@ -21,6 +21,8 @@ struct WaveContainer {
     int64_t offset = 0;
     ChunkByteOrder byteOrder = ChunkByteOrder::littleEndian;
     bool hasLongSizes = false;
+    /// Of a file with long sizes.
+    bool isBW64 = false;
 
     /// Nothing for a file of another type.
     static std::optional<WaveContainer> ofFile(const FileHandle& handle);
@@ -30,8 +32,8 @@ struct WaveContainer {
 
     /// The header of a plain file of that length.
     static QByteArray header(int64_t fileLength);
-    /// Header and sizes of an RF64 file.
-    static QByteArray longHeader(int64_t fileLength, int64_t numBytesOfSound, int64_t numFrames);
+    /// Header and sizes of an RF64 or BW64 file.
+    QByteArray longHeader(int64_t fileLength, int64_t numBytesOfSound, int64_t numFrames) const;
 };
 
 } // namespace velloria

@@ -118,6 +118,8 @@ MaybeError WaveFile::readFormat()
     if (payload.size() < shortestFormatPayload)
         return damaged(QStringLiteral("its format chunk is cut short"));
     mFormat = WaveFormat::ofPayload(payload, mContainer.byteOrder);
+    if (payload.size() < format->size)
+        mFormat.extension.clear();
     if (auto failure = mFormat.checked(name()))
         return failure;
     mNumberOfChannels = mFormat.numChannels;
@@ -220,8 +222,7 @@ void WaveFile::readBroadcastWaveFileChunks()
         mMetadata.setWaveBWFChunks(kept);
 }
 
-/// Nothing but the places of the speakers and the number of valid bits is lost when the plain format is
-/// written in its stead.
+/// What another format than plain PCM says stays with samples of the same shape only.
 void WaveFile::declareFormat()
 {
     const RiffChunk* const format = chunks().find(formatIdent);
@@ -229,10 +230,14 @@ void WaveFile::declareFormat()
     const ByteRange payload = payloadRangeOf(*format);
     const int64_t numBytesRead = std::min(payload.length, longestFormatPayload);
     mLedger.addStructure({payload.offset, numBytesRead});
-    if (mFormat.hasUncommonSpeakers())
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("places of the speakers (fmt )"));
+    const QString name = mFormat.hasUncommonSpeakers() ? QStringLiteral("places of the speakers (fmt )")
+                                                       : QStringLiteral("more of the format (fmt )");
+    if (mFormat.tellsMoreThanPCM() || mFormat.hasUncommonSpeakers())
+        mLedger.add({ItemKind::part, isLittleEndian() ? Keeping::asBytes : Keeping::notKept, name, {}});
+    const bool hasValidBits = mFormat.validBits > 0 && mFormat.validBits < mFormat.bitsPerSample;
     if (mFormat.isLinear() && !mFormat.isFloat())
-        declareSampleWidth(mFormat.bitsPerSample, mFormat.containerBits(), mLedger);
+        declareSampleWidth(hasValidBits ? mFormat.validBits : mFormat.bitsPerSample, mFormat.containerBits(),
+                           mLedger);
     declareUnused(mLedger, *fileHandle(), {payload.offset + numBytesRead, payload.length - numBytesRead},
                   QStringLiteral("%1 bytes of the format chunk"));
 }

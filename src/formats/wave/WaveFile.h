@@ -8,10 +8,11 @@ namespace velloria
 {
 
 /// WAVE files in each of their containers: RIFF, RIFX (big-endian), RF64 and BW64 (more than 4 GB). Written
-/// is RIFF, and RF64 where that would not hold the sound. Integer PCM is read in place; every other encoding
-/// only says that it needs decoding. Markers live in a private "MARK" chunk, tags as an ID3v2 tag in an "ID3
-/// " chunk, and the chunks of Broadcast Wave are carried through as they are. Damage that leaves sound to
-/// read is told in warnings(); a header that makes no sense is an error.
+/// is RIFF, RF64 where that would not hold the sound, and what the opened file was of those with long sizes.
+/// Integer PCM is read in place; every other encoding only says that it needs decoding. Markers live in a
+/// private "MARK" chunk, tags as an ID3v2 tag in an "ID3 " chunk, and the chunks of Broadcast Wave are
+/// carried through as they are. Damage that leaves sound to read is told in warnings(); a header that makes
+/// no sense is an error.
 class WaveFile : public ChunkedFile
 {
 public:
@@ -39,6 +40,7 @@ public:
     /// The longest file that is written as RIFF; less than what its sizes can hold only in tests.
     void setLargestRiffFile(int64_t numBytes) { mLargestRiffFile = numBytes; }
 
+    bool willWrite(const FileItem& item) const override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 
@@ -62,7 +64,11 @@ private:
     void readBroadcastWaveFileChunks();
     void declareFormat();
 
+    const WaveFile* openedWave() const;
     WaveFormat formatToWrite() const;
+    bool keepsFormat() const;
+    int64_t formatChunkLength() const;
+    int64_t soundOffset(bool isLong) const;
     std::vector<QByteArray> footerChunks() const;
     /// With the header of one kind or the other.
     int64_t lengthToWrite(bool isLong) const;

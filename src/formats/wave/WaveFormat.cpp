@@ -15,6 +15,7 @@ namespace
 // Where an extensible format's sub-format identifier begins with the format tag.
 constexpr qsizetype subFormatOffset = 24;
 constexpr qsizetype channelMaskOffset = 20;
+constexpr qsizetype validBitsOffset = 18;
 constexpr uint32_t maskOfMono = 4;
 constexpr uint32_t maskOfStereo = 3;
 // Beyond what any converter or radio delivers.
@@ -105,7 +106,9 @@ WaveFormat WaveFormat::ofPayload(const QByteArray& payload, ChunkByteOrder byteO
     if (format.formatTag == tagExtensible) {
         format.subFormatTag = static_cast<uint16_t>(fields.uint32At(subFormatOffset));
         format.channelMask = fields.uint32At(channelMaskOffset);
+        format.validBits = fields.uint16At(validBitsOffset);
     }
+    format.extension = payload.mid(pcmPayloadLength);
     return format;
 }
 
@@ -120,7 +123,38 @@ QByteArray WaveFormat::payload() const
     qToLittleEndian<quint32>(static_cast<quint32>(byteRate), bytes.data() + 8);
     qToLittleEndian<quint16>(blockAlign, bytes.data() + 12);
     qToLittleEndian<quint16>(bitsPerSample, bytes.data() + 14);
-    return bytes;
+    return bytes + extension;
+}
+
+WaveFormat WaveFormat::withExtensionOf(const WaveFormat& other) const
+{
+    WaveFormat format = *this;
+    format.formatTag = other.formatTag;
+    format.extension = other.extension;
+    format.channelMask = other.channelMask;
+    // Whatever was done to the samples may have left bits in all of their room.
+    if (format.formatTag == tagExtensible) {
+        format.validBits = bitsPerSample;
+        qToLittleEndian<quint16>(bitsPerSample, format.extension.data() + validBitsOffset - pcmPayloadLength);
+    }
+    return format;
+}
+
+bool WaveFormat::tellsMoreThanPCM() const
+{
+    constexpr qsizetype lengthBytes = 2;
+    // The identifier of a sub-format behind its tag, as it is for everything that has a tag.
+    const QByteArray commonRest = QByteArray::fromHex("000000001000800000aa00389b71");
+    if (!isLinear() || isFloat())
+        return false;
+    const auto isAnything = [](const QByteArray& bytes) { return bytes.count('\0') < bytes.size(); };
+    if (formatTag != tagExtensible)
+        return isAnything(extension.mid(lengthBytes));
+    const qsizetype restOffset = subFormatOffset + lengthBytes - pcmPayloadLength;
+    const QByteArray rest = extension.mid(restOffset, commonRest.size());
+    // One that is cut short is nothing to write again.
+    return rest.size() == commonRest.size() && (hasUncommonSpeakers() || rest != commonRest ||
+                                                isAnything(extension.mid(restOffset + commonRest.size())));
 }
 
 MaybeError WaveFormat::checked(const QString& name) const

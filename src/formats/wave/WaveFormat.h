@@ -35,12 +35,19 @@ struct WaveFormat {
     uint16_t subFormatTag = tagPCM;
     /// Of an extensible format, a bit for each place of a speaker; 0 tells nothing.
     uint32_t channelMask = 0;
+    /// Of an extensible format: how many bits of a sample are in use; 0 tells nothing.
+    uint16_t validBits = 0;
+    /// What stands behind the 16 bytes of a PCM format. Of an extensible one: its length, the valid bits (16
+    /// bits each), the channel mask (32) and the 16 bytes of the sub-format.
+    QByteArray extension;
 
     /// The fields of a chunk's payload, as far as it goes.
     static WaveFormat ofPayload(const QByteArray& payload,
                                 ChunkByteOrder byteOrder = ChunkByteOrder::littleEndian);
-    /// The 16 bytes of a PCM format.
+    /// The 16 bytes of a PCM format, then the extension.
     QByteArray payload() const;
+    /// This format, of plain integers, with the extension of another one whose samples are stored alike.
+    WaveFormat withExtensionOf(const WaveFormat& other) const;
 
     /// Why a file of this name cannot be read; nothing when its channels and rate make sense and, for PCM,
     /// a frame can be cut into samples.
@@ -58,6 +65,8 @@ struct WaveFormat {
     bool isOffsetEncoded() const;
     /// True when the channels are not what any program takes as many for: one centre, or left and right.
     bool hasUncommonSpeakers() const;
+    /// True when the extension tells something of integers that a PCM format has no room for.
+    bool tellsMoreThanPCM() const;
     FourCharCode dataFormat() const;
     /// "24-bit integer", "extensible (32-bit floating point)", "IMA ADPCM", ...
     QString description() const;

@@ -13,18 +13,10 @@ namespace
 {
 
 constexpr uint32_t largestFrame = 65535;
-constexpr int64_t formatChunkLength = RiffChunk::headerLength + WaveFormat::pcmPayloadLength;
 
 QByteArray chunkWithPayload(FourCharCode ident, const QByteArray& payload)
 {
     return riffChunkHeader(ident, payload.size()) + payload;
-}
-
-/// Of the first sample: behind the container's header, with its long sizes, and those of format and sound.
-int64_t soundOffset(bool isLong)
-{
-    const int64_t sizes = isLong ? RiffChunk::headerLength + WaveContainer::longSizesLength : 0;
-    return WaveContainer::headerLength + sizes + formatChunkLength + RiffChunk::headerLength;
 }
 
 } // namespace
@@ -51,7 +43,39 @@ WaveFormat WaveFile::formatToWrite() const
     format.sampleRate = static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, 4294967295.0));
     format.blockAlign = static_cast<uint16_t>(frameSize());
     format.bitsPerSample = static_cast<uint16_t>(mBitsPerSample);
-    return format;
+    return keepsFormat() ? format.withExtensionOf(openedWave()->mFormat) : format;
+}
+
+const WaveFile* WaveFile::openedWave() const
+{
+    return dynamic_cast<const WaveFile*>(openedFile().get());
+}
+
+/// What the opened file's format says beside the shape of the samples stays where that shape does.
+bool WaveFile::keepsFormat() const
+{
+    const WaveFile* const opened = openedWave();
+    return opened && opened->isLittleEndian() && opened->mFormat.tellsMoreThanPCM() &&
+           opened->mFormat.numChannels == mNumberOfChannels &&
+           opened->mFormat.containerBits() == mBitsPerSample;
+}
+
+bool WaveFile::willWrite(const FileItem& item) const
+{
+    return item.keeping == Keeping::asBytes ? keepsFormat() : ChunkedFile::willWrite(item);
+}
+
+int64_t WaveFile::formatChunkLength() const
+{
+    const int64_t length = RiffChunk::headerLength + formatToWrite().payload().size();
+    return length + length % 2;
+}
+
+/// Of the first sample: behind the container's header, with its long sizes, and those of format and sound.
+int64_t WaveFile::soundOffset(bool isLong) const
+{
+    const int64_t sizes = isLong ? RiffChunk::headerLength + WaveContainer::longSizesLength : 0;
+    return WaveContainer::headerLength + sizes + formatChunkLength() + RiffChunk::headerLength;
 }
 
 bool WaveFile::writeHeader(MaybeError* error)
@@ -64,12 +88,14 @@ bool WaveFile::writeHeader(MaybeError* error)
             *error = Error{Error::Code::fileTooLarge, QStringLiteral("The sound is too long for any file.")};
         return false;
     }
-    const bool isLong = isTooLongForRiff();
+    const WaveFile* const opened = openedWave();
+    const bool isLong = isTooLongForRiff() || (opened && opened->mContainer.hasLongSizes);
     mContainer.hasLongSizes = isLong;
+    mContainer.isBW64 = opened && opened->mContainer.isBW64;
+    mFormat = formatToWrite();
     mSoundDataOffset = soundOffset(isLong);
-    int64_t offset = mSoundDataOffset - RiffChunk::headerLength - formatChunkLength;
-    const QByteArray format =
-        riffChunkHeader(fourCharCode("fmt "), WaveFormat::pcmPayloadLength) + formatToWrite().payload();
+    int64_t offset = mSoundDataOffset - RiffChunk::headerLength - formatChunkLength();
+    const QByteArray format = chunkWithPayload(fourCharCode("fmt "), mFormat.payload());
     MaybeError failure = writeContainerChunk(lengthToWrite(isLong));
     if (!failure)
         failure = writeChunk(format, &offset);
@@ -101,7 +127,10 @@ bool WaveFile::isTooLongForRiff() const
 QStringList WaveFile::soundLosses() const
 {
     QStringList losses = ChunkedFile::soundLosses() + lossOfRateFraction(mSampleRate);
-    if (isTooLongForRiff())
+    const WaveFile* const opened = openedWave();
+    if (opened && !opened->isLittleEndian())
+        losses += QStringLiteral("The file is written as RIFF, with little-endian numbers, not as RIFX.");
+    if (isTooLongForRiff() && !(opened && opened->mContainer.hasLongSizes))
         losses +=
             QStringLiteral("The sound takes more than 4 GB, so that the file is written as RF64, which not "
                            "every program opens.");
@@ -146,8 +175,7 @@ MaybeError WaveFile::writeContainerChunk(int64_t fileLength)
 {
     if (!mContainer.hasLongSizes)
         return writeRawData(WaveContainer::header(fileLength), 0);
-    return writeRawData(WaveContainer::longHeader(fileLength, frameSize() * mNumberOfFrames, mNumberOfFrames),
-                        0);
+    return writeRawData(mContainer.longHeader(fileLength, frameSize() * mNumberOfFrames, mNumberOfFrames), 0);
 }
 
 /// Pads so that the chunk ends at an even offset; `offset` moves behind it.

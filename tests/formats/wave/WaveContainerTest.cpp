@@ -72,6 +72,32 @@ TEST_F(WaveContainerTest, SaysBeforeThatTheFileBecomesRF64)
     EXPECT_EQ(file.soundLosses().size(), 3);
 }
 
+TEST_F(WaveContainerTest, KeepsLongSizesAndTellsThatRifxBecomesRiff)
+{
+    saveLong(noiseDocument(1001, 1));
+    const QByteArray long64 = bytesOf("out.wav");
+    for (const QByteArray& form : {QByteArray("RF64"), QByteArray("BW64")}) {
+        const auto file = openBytes(form + long64.mid(4));
+        ASSERT_TRUE(file);
+        WaveFile writer(44100.0, 24, 1);
+        writer.setOpenedFile(file);
+        writer.setMarkers(file->markers());
+        writer.setMetadata(file->metadata());
+        EXPECT_EQ(writer.soundLosses(), QStringList());
+        save(writer, "again.wav", documentOf(file));
+        EXPECT_EQ(bytesOf("again.wav"), form + long64.mid(4));
+    }
+    const QByteArray big = "WAVE" +
+                           iffChunk("fmt ", bigEndian16(1) + bigEndian16(1) + bigEndian32(44100) +
+                                                bigEndian32(88200) + bigEndian16(2) + bigEndian16(16)) +
+                           iffChunk("data", "abcd");
+    WaveFile writer(44100.0, 16, 1);
+    writer.setOpenedFile(openBytes("RIFX" + bigEndian32(static_cast<quint32>(big.size())) + big));
+    EXPECT_EQ(writer.soundLosses(),
+              QStringList("The file is written as RIFF, with little-endian numbers, not "
+                          "as RIFX."));
+}
+
 TEST_F(WaveContainerTest, ReadsRF64AndBW64OfOthers)
 {
     const QByteArray format = chunk("fmt ", formatPayload({1, 1, 44100, 16}));

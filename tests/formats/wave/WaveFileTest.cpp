@@ -228,7 +228,7 @@ TEST_F(WaveFileTest, NamesTheChunksAndTagsThatASaveWouldDrop)
               QStringList("8 bytes behind the last chunk"));
 }
 
-TEST_F(WaveFileTest, SaysThatThePlacesOfSpeakersAreLost)
+TEST_F(WaveFileTest, KeepsThePlacesOfSpeakersOrSaysThatTheyAreLost)
 {
     const LogCapture log;
     const QByteArray guid = bytes("\1\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71");
@@ -242,9 +242,61 @@ TEST_F(WaveFileTest, SaysThatThePlacesOfSpeakersAreLost)
         const QByteArray format = formatPayload({0xFFFE, c.numChannels, 48000, 16}) + littleEndian16(22) +
                                   littleEndian16(16) + littleEndian32(c.mask) + guid;
         const auto file = openBytes(riff(chunk("fmt ", format) + chunk("data", "")));
-        EXPECT_EQ(file->chunksNotKept(),
-                  c.isLost ? QStringList("places of the speakers (fmt )") : QStringList())
-            << c.numChannels << " channels, mask " << c.mask;
+        const auto lostBy = [&](uint32_t bits, uint32_t numChannels) {
+            WaveFile writer(48000.0, bits, numChannels);
+            writer.setOpenedFile(file);
+            return file->ledger().namesOf(
+                ItemKind::part, [&writer](const FileItem& item) { return !writer.willWrite(item); });
+        };
+        const auto numChannels = static_cast<uint32_t>(c.numChannels);
+        const QStringList lost = c.isLost ? QStringList("places of the speakers (fmt )") : QStringList();
+        EXPECT_EQ(lostBy(16, numChannels), QStringList()) << c.numChannels << " channels, mask " << c.mask;
+        EXPECT_EQ(lostBy(24, numChannels), lost);
+        EXPECT_EQ(lostBy(16, numChannels + 1), lost);
+    }
+}
+
+TEST_F(WaveFileTest, WritesAgainWhatTheFormatSaysBesideTheShapeOfTheSamples)
+{
+    const LogCapture log;
+    const QByteArray guid = bytes("\1\0\0\0\0\0\x10\0\x80\0\0\xAA\0\x38\x9B\x71");
+    const QByteArray ambisonic = bytes("\1\0\0\0\x21\7\xD3\x11\x86\x44\xC8\xC1\xCA\0\0\0");
+    const QByteArray plain = formatPayload({1, 2, 44100, 16});
+    const auto extensible = [](int bits, int64_t mask, const QByteArray& subFormat) {
+        return formatPayload({0xFFFE, 2, 44100, 16}) + littleEndian16(22) + littleEndian16(bits) +
+               littleEndian32(mask) + subFormat;
+    };
+    const struct {
+        const char* what;
+        QByteArray before;
+        QByteArray after;
+    } cases[] = {
+        {"speakers", extensible(16, 0x600, guid), extensible(16, 0x600, guid)},
+        {"another sub-format", extensible(16, 0, ambisonic), extensible(16, 0, ambisonic)},
+        {"fewer valid bits", extensible(12, 0x600, guid), extensible(16, 0x600, guid)},
+        {"more bytes", plain + bytes("\0\0EXTRA!"), plain + bytes("\0\0EXTRA!")},
+        {"an odd number of bytes", plain + bytes("\0\0odd"), plain + bytes("\0\0odd")},
+        {"nothing more", extensible(16, 3, guid), plain},
+        {"an empty extension", plain + bytes("\0\0"), plain},
+        {"an extension that is cut short", extensible(16, 0x600, guid).left(30), plain},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto file = openBytes(riff(chunk("fmt ", c.before) + chunk("data", "abcdefgh")));
+        ASSERT_TRUE(file);
+        const TrackDocument document(
+            std::vector(2, ClipList(AudioClipPtr(std::make_shared<AudioClip>(int64_t{5})))));
+        const auto saveOver = [&](const std::shared_ptr<const AudioFile>& opened, const std::string& name) {
+            const auto next = std::make_shared<WaveFile>(44100.0, 16, 2);
+            next->setOpenedFile(opened);
+            next->setFileHandle(newFile(name));
+            SilentProgress progress;
+            EXPECT_TRUE(next->saveDocument(document, nullptr, progress, nullptr));
+            EXPECT_EQ(bytesOf(name), riff(chunk("fmt ", c.after) + chunk("data", QByteArray(20, '\0'))));
+            next->takeOverLedger();
+            return next;
+        };
+        saveOver(saveOver(file, "once.wav"), "twice.wav");
     }
 }
 
@@ -257,13 +309,15 @@ TEST_F(WaveFileTest, SaysThatNarrowSamplesBecomeAsWideAsTheirRoom)
         EXPECT_TRUE(file);
         return file ? file->ledger().namesNotKept(ItemKind::value) : QStringList();
     };
-    const auto extensible = [&](int roomBits, int bits) {
+    const auto extensible = [&](int roomBits, int bits, int validBits = 0) {
         return formatPayload({0xFFFE, 1, 48000, roomBits}).left(14) + littleEndian16(bits) +
-               littleEndian16(22) + littleEndian16(bits) + littleEndian32(4) + guid;
+               littleEndian16(22) + littleEndian16(validBits) + littleEndian32(4) + guid;
     };
     EXPECT_EQ(toldOf(formatPayload({1, 1, 48000, 16}).left(14) + littleEndian16(12)),
               QStringList("samples of 12 bits become 16 bits wide"));
     EXPECT_EQ(toldOf(extensible(24, 20)), QStringList("samples of 20 bits become 24 bits wide"));
+    EXPECT_EQ(toldOf(extensible(24, 24, 20)), QStringList("samples of 20 bits become 24 bits wide"));
+    EXPECT_EQ(toldOf(extensible(24, 24, 24)), QStringList());
     EXPECT_EQ(toldOf(formatPayload({1, 1, 48000, 16})), QStringList());
     EXPECT_EQ(toldOf(extensible(24, 24)), QStringList());
 }
