@@ -30,7 +30,7 @@ double storedPosition(int64_t position)
 
 /// Reversed bytes of a frame number below 2^56 make a number of at least 2^56 or 0, and such a float read the
 /// other way round is next to 0, as is a standard float of a frame number read this way.
-int64_t positionOfBytes(const char* bytes)
+int64_t positionOfBytes(const char* bytes, bool* isAltered)
 {
     double own;
     std::memcpy(&own, bytes, sizeof own);
@@ -39,7 +39,9 @@ int64_t positionOfBytes(const char* bytes)
         return static_cast<int64_t>(std::min<uint64_t>(position, std::numeric_limits<int64_t>::max()));
     }
     const auto standard = std::bit_cast<double>(qFromBigEndian<quint64>(bytes));
-    return standard >= 0.0 && standard < twoTo63 ? static_cast<int64_t>(std::round(standard)) : 0;
+    const bool isPosition = standard >= 0.0 && standard < twoTo63;
+    *isAltered = *isAltered || !isPosition || standard != std::round(standard);
+    return isPosition ? static_cast<int64_t>(std::round(standard)) : 0;
 }
 
 /// How many entries there really are.
@@ -137,8 +139,10 @@ Result markersOfPayloads(const QByteArray& markerPayload, const QByteArray& stri
     for (qsizetype i = 0; i < count; ++i) {
         const char* const entry = markerPayload.constData() + markersHeader + i * markerLength;
         result.tellsMore |= tellsMore(entry);
+        const auto ident = qFromBigEndian<qint32>(entry + 12);
+        result.hasOtherNumbers |= ident != i + 1;
         result.markers.push_back(std::make_shared<AudioMarker>(
-            qFromBigEndian<qint32>(entry + 12), positionOfBytes(entry + 4), QStringLiteral("Marker")));
+            ident, positionOfBytes(entry + 4, &result.hasOtherPositions), QStringLiteral("Marker")));
     }
     nameMarkers(stringsPayload, result);
     return result;

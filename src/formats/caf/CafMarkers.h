@@ -24,6 +24,10 @@ struct Result {
     bool isComplete = true;
     /// True when they tell more than positions and names: kinds, clock times, channels.
     bool tellsMore = false;
+    /// True when positions lie between two frames or before the first, and when the markers are numbered
+    /// otherwise than they will be: from 1 on.
+    bool hasOtherPositions = false;
+    bool hasOtherNumbers = false;
     /// Names of no marker here.
     int64_t numOtherNames = 0;
 };

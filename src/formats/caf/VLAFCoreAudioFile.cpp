@@ -177,6 +177,12 @@ void VLAFCoreAudioFile::readMarkerChunk()
     }
     if (result.tellsMore)
         mLedger.addNotKept(ItemKind::part, QStringLiteral("kinds, times and channels of markers (mark)"));
+    if (result.hasOtherPositions)
+        mLedger.addNotKept(
+            ItemKind::value,
+            QStringLiteral("positions of markers between two frames or before the first move"));
+    if (result.hasOtherNumbers)
+        mLedger.addNotKept(ItemKind::value, QStringLiteral("markers are numbered anew"));
     if (result.numOtherNames > 0)
         mLedger.addNotKept(ItemKind::part, QStringLiteral("names of other things than markers (strg)"));
     mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));

@@ -249,6 +249,16 @@ TEST_F(VLAFCoreAudioFileTest, ReadsMarkersAndTagsOfOtherPrograms)
     EXPECT_EQ(file->metadata().title(), "Song");
     EXPECT_EQ(file->tagsNotKept(), QStringList("mood"));
     EXPECT_EQ(file->chunksNotKept(), QStringList("data of another program (uuid)"));
+    const auto alteredIn = [&](const QByteArray& marks) {
+        const QByteArray all = none + bigEndian32(static_cast<quint32>(marks.size() / 28)) + marks;
+        const auto opened = openCaf(caf(description() + chunkBytes("mark", all) + dataChunk("abcd")));
+        return opened ? opened->ledger().namesNotKept(ItemKind::value) : QStringList("not opened");
+    };
+    const QString moved = "positions of markers between two frames or before the first move";
+    EXPECT_EQ(alteredIn(entry(0.0, 1) + entry(1000.0, 2)), QStringList());
+    EXPECT_EQ(alteredIn(entry(0.0, 1) + entry(1000.4, 2)), QStringList(moved));
+    EXPECT_EQ(alteredIn(entry(-1.0, 1)), QStringList(moved));
+    EXPECT_EQ(alteredIn(entry(0.0, 2) + entry(1000.0, 1)), QStringList("markers are numbered anew"));
 }
 
 TEST_F(VLAFCoreAudioFileTest, NamesWhatASaveWouldDrop)
