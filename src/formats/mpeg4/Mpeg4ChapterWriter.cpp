@@ -168,8 +168,9 @@ Track::Track(const MarkerList& markers, uint32_t sampleRate, int64_t numFrames, 
 void Track::setMovieTimescale(uint32_t timescale)
 {
     mMovieTimescale = timescale;
-    const auto start = static_cast<__int128>(inMovieTime(mStart, false)) * mTimescale + mMovieTimescale - 1;
-    const int64_t early = mStart - static_cast<int64_t>(start / mMovieTimescale);
+    // Readers round where the edit ends to a tick of the track.
+    const auto twice = static_cast<__int128>(inMovieTime(mStart, false)) * mTimescale * 2 + mMovieTimescale;
+    const int64_t early = mStart - static_cast<int64_t>(twice / (2 * static_cast<__int128>(mMovieTimescale)));
     if (mDurations.empty() || early <= 0 || mDurations.front() + early > kLongest32)
         return;
     mDurations.front() += static_cast<uint32_t>(early);

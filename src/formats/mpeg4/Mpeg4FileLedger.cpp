@@ -29,13 +29,11 @@ constexpr std::array knownNames = {
 // Laid out anew, or of no content.
 constexpr std::array outerStructure = {fourCharCode("ftyp"), fourCharCode("styp"), fourCharCode("moof"),
                                        fourCharCode("sidx"), fourCharCode("ssix"), fourCharCode("mfra"),
-                                       fourCharCode("free"), fourCharCode("skip"), fourCharCode("wide"),
                                        fourCharCode("pdin"), fourCharCode("prft")};
-constexpr std::array movieStructure = {fourCharCode("mvhd"), fourCharCode("mvex"), fourCharCode("iods"),
-                                       fourCharCode("free"), fourCharCode("skip"), fourCharCode("wide")};
+constexpr std::array movieStructure = {fourCharCode("mvhd"), fourCharCode("mvex"), fourCharCode("iods")};
 constexpr std::array trackStructure = {fourCharCode("tkhd"), fourCharCode("edts"), fourCharCode("tref"),
-                                       fourCharCode("mdia"), fourCharCode("free"), fourCharCode("skip"),
-                                       fourCharCode("wide"), fourCharCode("load"), fourCharCode("tapt")};
+                                       fourCharCode("mdia"), fourCharCode("load"), fourCharCode("tapt")};
+constexpr std::array freeSpace = {fourCharCode("free"), fourCharCode("skip"), fourCharCode("wide")};
 
 template <typename List> bool contains(const List& list, FourCharCode type)
 {
@@ -156,6 +154,7 @@ private:
     /// Gives each child to `declare`; declares what stands around them.
     template <typename Declare> void forEachChild(const Part& parent, const Declare& declare);
 
+    void declareFree(FourCharCode type, ByteRange bytes);
     void declareOuterBox(const Mpeg4Layout::OuterBox& box);
     void declareMovie(const Part& movie);
     void declareTrack(const Mpeg4Track& track);
@@ -210,6 +209,14 @@ Mpeg4Account Declarer::run()
     return {std::move(mLedger), std::move(mBoundItems)};
 }
 
+/// Some programs keep something of their own where everybody else sees free space.
+void Declarer::declareFree(FourCharCode type, ByteRange bytes)
+{
+    if (mFile.holdsOnlyZeros(bytes.offset + mpeg4BoxHeaderBytes, bytes.length - mpeg4BoxHeaderBytes))
+        return mLedger.addStructure(bytes);
+    addCarried(ItemKind::part, QStringLiteral("contents of free space (%1)").arg(textOf(type)), bytes);
+}
+
 void Declarer::declareOuterBox(const Mpeg4Layout::OuterBox& box)
 {
     mLedger.addStructure({box.bytes.offset, box.headerSize});
@@ -217,6 +224,8 @@ void Declarer::declareOuterBox(const Mpeg4Layout::OuterBox& box)
         return;
     if (box.type == fourCharCode("moov") && box.payload().offset == mLayout.movieOffset)
         return declareMovie({mLayout.movie(), mLayout.movieOffset});
+    if (contains(freeSpace, box.type))
+        return declareFree(box.type, box.bytes);
     if (contains(outerStructure, box.type))
         return mLedger.addStructure(box.bytes);
     const QByteArray head =
@@ -242,6 +251,8 @@ void Declarer::declareMovie(const Part& movie)
             declareUserData(partOf(movie, child));
         else if (child.type == fourCharCode("meta"))
             declareMeta(partOf(movie, child));
+        else if (contains(freeSpace, child.type))
+            declareFree(child.type, bytes);
         else if (contains(movieStructure, child.type))
             mLedger.addStructure(bytes);
         else
@@ -262,6 +273,8 @@ void Declarer::declareTrack(const Mpeg4Track& track)
             return declareUserData(partOf(part, child));
         if (child.type == fourCharCode("meta"))
             return declareMeta(partOf(part, child));
+        if (contains(freeSpace, child.type))
+            return declareFree(child.type, rangeOf(part, child));
         if (contains(trackStructure, child.type))
             return mLedger.addStructure(rangeOf(part, child));
         addCarried(ItemKind::part, nameOf(child.type, part.box.payloadOf(child)), rangeOf(part, child));
@@ -290,8 +303,8 @@ void Declarer::declareUserData(const Part& data)
             declareMeta(partOf(data, child));
         else if (child.type == fourCharCode("chpl"))
             mLedger.addInModel(bytes);
-        else if (child.type == fourCharCode("free") || child.type == fourCharCode("skip"))
-            mLedger.addStructure(bytes);
+        else if (contains(freeSpace, child.type))
+            declareFree(child.type, bytes);
         else if (isText)
             addCarried(ItemKind::tag, textOf(child.type), bytes);
         else
@@ -313,10 +326,11 @@ void Declarer::declareMeta(const Part& meta)
     const Mpeg4Box keys =
         handler == fourCharCode("mdta") ? boxes.descendant({fourCharCode("keys")}) : Mpeg4Box(QByteArray());
     forEachChild(part, [&](const Mpeg4Box::Child& child) {
-        const bool isStructure = child.type == fourCharCode("hdlr") || child.type == fourCharCode("keys") ||
-                                 child.type == fourCharCode("free") || child.type == fourCharCode("skip");
+        const bool isStructure = child.type == fourCharCode("hdlr") || child.type == fourCharCode("keys");
         if (child.type == fourCharCode("ilst"))
             declareItems(partOf(part, child), keys);
+        else if (contains(freeSpace, child.type))
+            declareFree(child.type, rangeOf(part, child));
         else if (isStructure)
             mLedger.addStructure(rangeOf(part, child));
         else

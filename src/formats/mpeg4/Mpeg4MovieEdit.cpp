@@ -224,16 +224,21 @@ QByteArray movieWithTags(const Mpeg4Box& movie, const Tags& tags)
         return payloadWithChild(movie, userData,
                                 mpeg4Box(kUserData, payloadWithChild(userData, inUserData, meta)));
     };
-    if (!inUserData.isEmpty())
+    const bool isForeign = !inUserData.isEmpty() && !Mpeg4Tags::hasNamedItems(inUserData);
+    if (!inUserData.isEmpty() && !isForeign)
         return withUserData(metaWith(inUserData, items, tags));
     const Mpeg4Box inMovie = movie.descendant({kMeta});
-    const bool isOurs = Mpeg4Tags::boxesOfMeta(inMovie).descendant({fourCharCode("hdlr")}).number32(8) ==
-                        fourCharCode("mdir");
-    if (isOurs)
+    if (!inMovie.isEmpty() && Mpeg4Tags::hasNamedItems(inMovie))
         return payloadWithChild(movie, inMovie, metaWith(inMovie, items, tags));
     if (made.isEmpty() || tags.now.dictionary() == tags.before.dictionary())
         return movie.copy(0, movie.size());
-    return withUserData(metaWith(made, items, tags));
+    if (!isForeign)
+        return withUserData(metaWith(made, items, tags));
+    // Our items have no place in a list of keys, and a box of user data holds one list only. Many readers
+    // look into the first box and no further.
+    return payloadWithChild(movie, userData,
+                            mpeg4Box(kUserData, metaWith(made, items, tags)) +
+                                mpeg4Box(kUserData, userData.copy(0, userData.size())));
 }
 
 QByteArray movieWithChapters(const Mpeg4Box& movie, const Chapters& chapters)

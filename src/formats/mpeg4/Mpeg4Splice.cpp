@@ -17,8 +17,15 @@ constexpr int64_t kLongHeaderBytes = 16;
 // Between two looks at the progress' Cancel.
 constexpr int64_t kBytesPerLook = int64_t{16} << 20;
 
-constexpr std::array padding = {fourCharCode("free"), fourCharCode("skip"), fourCharCode("wide"),
-                                fourCharCode("ssix")};
+constexpr std::array freeSpace = {fourCharCode("free"), fourCharCode("skip"), fourCharCode("wide")};
+
+/// Free space in which something was left may matter to somebody.
+bool isPadding(const FileHandle& film, const Mpeg4Layout::OuterBox& box)
+{
+    const bool isFree = std::find(freeSpace.begin(), freeSpace.end(), box.type) != freeSpace.end();
+    return box.type == fourCharCode("ssix") ||
+           (isFree && film.holdsOnlyZeros(box.payload().offset, box.payload().length));
+}
 
 /// Samples of a track, and whether others are to take their place.
 struct Use {
@@ -238,7 +245,7 @@ void Mpeg4Splice::planPieces()
             piece.kind = Kind::segmentIndex;
         } else if (box.type == fourCharCode("mfra")) {
             piece.kind = Kind::randomAccess;
-        } else if (std::find(padding.begin(), padding.end(), box.type) != padding.end()) {
+        } else if (isPadding(mFilm, box)) {
             continue;
         }
         mPieces.push_back(piece);

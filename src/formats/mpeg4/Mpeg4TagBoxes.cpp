@@ -7,12 +7,22 @@
 namespace velloria::Mpeg4Tags
 {
 
+bool hasNamedItems(const Mpeg4Box& meta)
+{
+    const Mpeg4Box handler = boxesOfMeta(meta).descendant({fourCharCode("hdlr")});
+    return handler.isEmpty() || handler.number32(8) == fourCharCode("mdir");
+}
+
 Mpeg4Box userDataOf(const Mpeg4Box& movie)
 {
     const std::vector<Mpeg4Box> all = movie.children(fourCharCode("udta"));
     const auto metaIn = [](const Mpeg4Box& userData) { return userData.descendant({fourCharCode("meta")}); };
-    auto found = std::find_if(all.begin(), all.end(),
-                              [&](const Mpeg4Box& each) { return !itemsOfMeta(metaIn(each)).isEmpty(); });
+    auto found = std::find_if(all.begin(), all.end(), [&](const Mpeg4Box& each) {
+        return hasNamedItems(metaIn(each)) && !itemsOfMeta(metaIn(each)).isEmpty();
+    });
+    if (found == all.end())
+        found = std::find_if(all.begin(), all.end(),
+                             [&](const Mpeg4Box& each) { return !itemsOfMeta(metaIn(each)).isEmpty(); });
     if (found == all.end())
         found = std::find_if(all.begin(), all.end(),
                              [&](const Mpeg4Box& each) { return !metaIn(each).isEmpty(); });

@@ -55,8 +55,12 @@ inline bool isSame(const Mpeg4Box& a, const Mpeg4Box& b)
     return a.bytes().data() == b.bytes().data() && a.size() == b.size();
 }
 
-/// The user data that a movie's tags are in, or belong in: of several the first with a list of items, else
-/// the first with a 'meta' box, else the first. An empty box when there is none.
+/// Whether the items of a 'meta' box are known by four characters, as ours are, and not by numbers into a
+/// list of keys, as QuickTime's.
+bool hasNamedItems(const Mpeg4Box& meta);
+
+/// The user data that a movie's tags are in, or belong in: of several the first with a list of named items,
+/// else with any list, else the first with a 'meta' box, else the first. An empty box when there is none.
 Mpeg4Box userDataOf(const Mpeg4Box& movie);
 /// The 'meta' box that a movie's tags are in; an empty box when there is none.
 Mpeg4Box metaOf(const Mpeg4Box& movie);

@@ -262,6 +262,49 @@ TEST_F(Mpeg4FilmTest, PutsChangedTagsAndChaptersIntoTheFilm)
     EXPECT_EQ(packetsOf("none.mp4", "v"), packetsOf("film.mp4", "v"));
 }
 
+// The clock of a film often has 1000 ticks a second, which lie between frames.
+TEST_F(Mpeg4FilmTest, PutsChaptersAtTheirFramesAtEveryRate)
+{
+    writeSource("sound.wav", testSound(2 * 44100, 1, 44100.0));
+    for (const char* start : {"0", "0.7"}) {
+        makeFilm(QStringLiteral("-itsoffset %1 -i sound.wav -c:v mpeg4 -c:a aac film.mp4").arg(start));
+        const auto film = open("film.mp4");
+        ASSERT_TRUE(film);
+        const Sound sound = decoded(*film);
+        for (int64_t first = 1; first < 80'000; first = first * 3 + 7) {
+            SCOPED_TRACE(first);
+            const std::vector<std::pair<int64_t, QString>> markers = {
+                {first, "a"}, {first + 1, "b"}, {first + 1000, "c"}, {first + 1001, "d"}};
+            saveInto<Mpeg4AACFile>(film, "new.mp4", sound, markerList(markers));
+            EXPECT_EQ(markersOf(*open("new.mp4")), markers);
+            std::filesystem::remove(path("new.mp4"));
+        }
+    }
+}
+
+TEST_F(Mpeg4FilmTest, KeepsWhatStandsInFreeSpaceOrTellsIt)
+{
+    makeFilm("-i sound.wav -c:v mpeg4 -c:a aac film.mp4");
+    const QByteArray left = mpeg4Box(fourCharCode("skip"), "left here");
+    const QByteArray empty = mpeg4Box(fourCharCode("free"), QByteArray(1000, '\0'));
+    writeBytes("film.mp4", readBytes("film.mp4") + left + empty);
+    const auto film = open("film.mp4");
+    ASSERT_TRUE(film);
+    const auto lostBy = [&](int64_t numFrames) {
+        Mpeg4AACFile writer(48000.0, 16, 2);
+        writer.setFilePath(path("film.mp4"));
+        writer.setOpenedFile(film);
+        writer.setNumberOfFrames(numFrames);
+        return film->ledger().namesOf(ItemKind::part,
+                                      [&](const FileItem& item) { return !writer.willWrite(item); });
+    };
+    EXPECT_EQ(lostBy(film->numberOfFrames()), QStringList());
+    EXPECT_EQ(lostBy(film->numberOfFrames() - 100), QStringList("contents of free space (skip)"));
+    saveInto<Mpeg4AACFile>(film, "new.mp4", decoded(*film), nullptr);
+    EXPECT_TRUE(readBytes("new.mp4").contains(left));
+    EXPECT_EQ(packetsOf("new.mp4", "v"), packetsOf("film.mp4", "v"));
+}
+
 TEST_F(Mpeg4FilmTest, TellsWhatItCannotKeepAndRefusesToReplaceTheFilm)
 {
     makeFilm(

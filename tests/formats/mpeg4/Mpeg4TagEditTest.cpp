@@ -164,6 +164,28 @@ TEST_F(Mpeg4TagEditTest, AddsToOneOfSeveralUserData)
     }
 }
 
+TEST_F(Mpeg4TagEditTest, PutsNoItemsAmongThoseThatHaveNumbersForNames)
+{
+    const QByteArray handler = box("hdlr", QByteArray(8, '\0') + "mdta" + QByteArray(13, '\0'));
+    const QByteArray keys = box("keys", QByteArray("\0\0\0\0\0\0\0\1", 8) + box("mdta", "com.example.scene"));
+    const QByteArray items = box("ilst", box("\0\0\0\1", value("kept")));
+    const QByteArray numbered = box("udta", box("meta", QByteArray(4, '\0') + handler + keys + items));
+    auto file = fileWith(numbered);
+    ASSERT_TRUE(file);
+    // The second save finds the list that the first one made.
+    for (const char* title : {"x", "y"}) {
+        EXPECT_TRUE(savedUserData(file, "title", QString::fromLatin1(title)).endsWith(numbered));
+        EXPECT_EQ(userDataOf("b.m4a").count("mdir"), 1);
+        writeBytes("a.m4a", readBytes("b.m4a"));
+        file = open("a.m4a");
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->metadata().title(), QString::fromLatin1(title));
+        const QJsonObject tags = probed("a.m4a")["format"].toObject()["tags"].toObject();
+        EXPECT_EQ(tags["title"].toString(), QString::fromLatin1(title));
+        EXPECT_EQ(tags["com.example.scene"].toString(), "kept");
+    }
+}
+
 TEST_F(Mpeg4TagEditTest, TellsOnlyWhatComesOutOtherwise)
 {
     const QByteArray disc = box("disk", value(QByteArray("\0\0\0\0\0\2", 6), 0));
