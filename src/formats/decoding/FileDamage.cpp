@@ -26,6 +26,12 @@ QString soundDamaged(const QString& name)
         .arg(name);
 }
 
+QString furtherSoundNotOpened(const QString& name)
+{
+    return QStringLiteral("“%1” holds several recordings one behind the other; the first one was opened.")
+        .arg(name);
+}
+
 QString soundChangesFormat(const QString& name)
 {
     return QStringLiteral("“%1” goes on with another sample rate, sample size or number of channels; what "

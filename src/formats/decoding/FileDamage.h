@@ -22,6 +22,8 @@ QString soundCutShort(const QString& name);
 QString soundDamaged(const QString& name);
 /// It goes on with another rate, sample size or number of channels.
 QString soundChangesFormat(const QString& name);
+/// It goes on with streams of their own.
+QString furtherSoundNotOpened(const QString& name);
 /// It decodes without an error, but not to what was encoded.
 QString checksumWrong(const QString& name);
 QString headerNeverCompleted(const QString& name);

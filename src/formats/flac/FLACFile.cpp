@@ -117,6 +117,8 @@ std::vector<std::shared_ptr<MutableAudioClip>> FLACFile::convertedAudioClips(Pro
         mWarnings.append(FileDamage::soundCutShort(name));
     if (!mWarnings.isEmpty())
         logLine(QStringLiteral("FLAC file may be corrupted."));
+    if (mDescription->container.end > 0)
+        mWarnings.append(FileDamage::furtherSoundNotOpened(name));
     return conversion->clips();
 }
 

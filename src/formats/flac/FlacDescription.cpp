@@ -129,6 +129,9 @@ std::optional<FlacDescription> FlacDescription::read(const std::shared_ptr<const
                                                      FlacStreamDecoder::Container container, QString* why)
 {
     FlacDescription description;
+    if (container.isOgg)
+        description.ledger.addNested(
+            oggLedgerOfFirst(*handle, {static_cast<uint32_t>(container.serialNumber)}, &container.end), 0);
     description.container = container;
     Intake intake(description);
     const auto decoder =
@@ -136,9 +139,7 @@ std::optional<FlacDescription> FlacDescription::read(const std::shared_ptr<const
     description.isComplete = decoder && decoder->readMetadata();
     if (container.isBare && description.isComplete)
         decoder->decodeNext();
-    if (container.isOgg)
-        description.ledger.addNested(oggLedger(*handle, {static_cast<uint32_t>(container.serialNumber)}), 0);
-    else
+    if (!container.isOgg)
         description.ledger = FlacLedger::ofFile(*handle);
     *why = intake.hasStreamInfo() ? reasonToRefuse(description.format)
                                   : QStringLiteral("its description of the sound is missing");

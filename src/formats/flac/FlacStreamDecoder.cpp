@@ -2,6 +2,8 @@
 
 #include "platform/Log.h"
 
+#include <algorithm>
+
 namespace velloria
 {
 
@@ -13,7 +15,8 @@ struct FlacStreamDecoder::Callbacks {
                                               size_t* numBytes, void* client)
     {
         FlacStreamDecoder& decoder = self(client);
-        const std::span<FLAC__byte> out(buffer, *numBytes);
+        const int64_t numLeft = std::max<int64_t>(0, decoder.mLength - decoder.mPosition);
+        const std::span<FLAC__byte> out(buffer, std::min(*numBytes, static_cast<size_t>(numLeft)));
         *numBytes =
             static_cast<size_t>(decoder.mHandle->readAt(decoder.mPosition, std::as_writable_bytes(out)));
         decoder.mPosition += static_cast<int64_t>(*numBytes);
@@ -66,11 +69,12 @@ struct FlacStreamDecoder::Callbacks {
     }
 };
 
-FlacStreamDecoder::FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, bool isOgg, Client& client)
+FlacStreamDecoder::FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, Container container,
+                                     Client& client)
     : mHandle(std::move(handle))
-    , mIsOgg(isOgg)
+    , mIsOgg(container.isOgg)
     , mClient(client)
-    , mLength(mHandle->length())
+    , mLength(container.end > 0 ? container.end : mHandle->length())
     , mDecoder(FLAC__stream_decoder_new())
 {
 }
@@ -79,8 +83,7 @@ std::unique_ptr<FlacStreamDecoder> FlacStreamDecoder::open(std::shared_ptr<const
                                                            Container container, Metadata metadata,
                                                            Client& client)
 {
-    std::unique_ptr<FlacStreamDecoder> decoder(
-        new FlacStreamDecoder(std::move(handle), container.isOgg, client));
+    std::unique_ptr<FlacStreamDecoder> decoder(new FlacStreamDecoder(std::move(handle), container, client));
     if (!decoder->mDecoder) {
         logLine(QStringLiteral("FLAC__stream_decoder_new() could not create a decoder instance."));
         return nullptr;

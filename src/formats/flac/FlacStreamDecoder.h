@@ -30,6 +30,9 @@ public:
         long serialNumber = 0;
         /// Neither a name nor metadata stand in front of the first frame.
         bool isBare = false;
+        /// Where an Ogg file goes on with other streams, which the library would take for damage; 0 when it
+        /// does not.
+        int64_t end = 0;
     };
 
     /// Whether the client is told of the metadata.
@@ -56,7 +59,7 @@ private:
         void operator()(FLAC__StreamDecoder* decoder) const { FLAC__stream_decoder_delete(decoder); }
     };
 
-    FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, bool isOgg, Client& client);
+    FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, Container container, Client& client);
     FLAC__StreamDecoderInitStatus start(Container container, Metadata metadata);
     void noteGap();
     void noteEnd();

@@ -14,12 +14,16 @@ namespace
 
 // Layout of a page: https://www.rfc-editor.org/rfc/rfc3533
 constexpr qsizetype pageHeaderLength = 27;
+constexpr qsizetype typeOffset = 5;
+constexpr char firstPageFlag = 2;
 constexpr qsizetype serialNumberOffset = 14;
 constexpr qsizetype mostSegments = 255;
 constexpr int64_t windowLength = int64_t{1} << 16;
 
 struct Page {
     uint32_t serialNumber = 0;
+    /// Of its stream.
+    bool isFirst = false;
     int64_t bodyOffset = 0;
     int64_t end = 0;
 };
@@ -33,6 +37,7 @@ std::optional<Page> pageAt(const FileHandle& handle, int64_t offset)
     const qsizetype numSegments = static_cast<uint8_t>(header[pageHeaderLength - 1]);
     Page page;
     page.serialNumber = qFromLittleEndian<quint32>(header.constData() + serialNumberOffset);
+    page.isFirst = (header[typeOffset] & firstPageFlag) != 0;
     page.bodyOffset = offset + pageHeaderLength + numSegments;
     page.end = page.bodyOffset;
     for (const char size : header.mid(pageHeaderLength, numSegments))
@@ -74,13 +79,15 @@ QString nameOfStream(const QByteArray& firstBytes)
     return QStringLiteral("stream of an unknown kind");
 }
 
-} // namespace
-
-FileLedger oggLedger(const FileHandle& handle, const std::set<uint32_t>& serialNumbersRead)
+/// `endOfFirst` is null where all files that stand one behind the other are read.
+FileLedger ledgerOf(const FileHandle& handle, const std::set<uint32_t>& serialNumbersRead,
+                    int64_t* endOfFirst)
 {
     constexpr int64_t firstBytesRead = 16;
     FileLedger ledger;
-    std::map<uint32_t, QString> otherStreams;
+    std::map<std::pair<bool, uint32_t>, QString> otherStreams;
+    bool hasStarted = false;
+    bool isBehind = false;
     for (int64_t offset = 0; offset < handle.length();) {
         const auto page = pageAt(handle, offset);
         if (!page) {
@@ -91,9 +98,16 @@ FileLedger oggLedger(const FileHandle& handle, const std::set<uint32_t>& serialN
             continue;
         }
         const int64_t end = std::min(page->end, handle.length());
-        const bool isRead = serialNumbersRead.contains(page->serialNumber);
-        if (!isRead && !otherStreams.contains(page->serialNumber))
-            otherStreams[page->serialNumber] = nameOfStream(
+        // The first pages of all streams of a file stand together.
+        if (endOfFirst && page->isFirst && hasStarted && !isBehind) {
+            isBehind = true;
+            *endOfFirst = offset;
+        }
+        hasStarted = hasStarted || !page->isFirst;
+        const bool isRead = !isBehind && serialNumbersRead.contains(page->serialNumber);
+        const std::pair stream(isBehind, page->serialNumber);
+        if (!isRead && !otherStreams.contains(stream))
+            otherStreams[stream] = nameOfStream(
                 handle.readAt(page->bodyOffset, std::min(firstBytesRead, end - page->bodyOffset)));
         if (end < page->end)
             ledger.addNotKept(ItemKind::part, QStringLiteral("a cut page (%1 bytes)").arg(end - offset),
@@ -102,9 +116,23 @@ FileLedger oggLedger(const FileHandle& handle, const std::set<uint32_t>& serialN
             ledger.addInModel({offset, end - offset});
         offset = page->end;
     }
-    for (const auto& [serialNumber, name] : otherStreams)
+    for (const auto& [stream, name] : otherStreams)
         ledger.addNotKept(ItemKind::stream, name);
     return ledger;
+}
+
+} // namespace
+
+FileLedger oggLedger(const FileHandle& handle, const std::set<uint32_t>& serialNumbersRead)
+{
+    return ledgerOf(handle, serialNumbersRead, nullptr);
+}
+
+FileLedger oggLedgerOfFirst(const FileHandle& handle, const std::set<uint32_t>& serialNumbersRead,
+                            int64_t* endOfFirst)
+{
+    *endOfFirst = 0;
+    return ledgerOf(handle, serialNumbersRead, endOfFirst);
 }
 
 } // namespace velloria

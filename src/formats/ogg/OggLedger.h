@@ -13,4 +13,10 @@ namespace velloria
 /// heads; whether their checksums are right is seen when they are decoded.
 FileLedger oggLedger(const FileHandle& handle, const std::set<uint32_t>& serialNumbersRead);
 
+/// The same where the streams are read up to their first end only: of files that were put one behind the
+/// other, the further ones are other streams even under the same number. `endOfFirst` becomes where they
+/// begin, 0 when there are none.
+FileLedger oggLedgerOfFirst(const FileHandle& handle, const std::set<uint32_t>& serialNumbersRead,
+                            int64_t* endOfFirst);
+
 } // namespace velloria

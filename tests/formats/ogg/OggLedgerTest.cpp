@@ -1,5 +1,6 @@
 #include "formats/ogg/OggLedger.h"
 
+#include "formats/flac/FLACFile.h"
 #include "formats/kit/DecodingTestKit.h"
 #include "formats/vorbis/OggVorbisFile.h"
 
@@ -50,6 +51,33 @@ TEST_F(OggLedgerTest, NamesWhatStandsBetweenPagesAndWhatLaterPartsSay)
     EXPECT_EQ(told("behind.ogg"), QStringList("128 bytes between the pages"));
     makeFile("cut.ogg", one.chopped(100));
     EXPECT_EQ(told("cut.ogg").size(), 1);
+}
+
+TEST_F(OggLedgerTest, TellsOfFurtherFlacSoundInsteadOfTakingItForDamage)
+{
+    FLACFile flac(44100.0, 16, 2);
+    DecodingTest::save(flac, "a.flac", noiseDocument(30000, 2));
+    for (const QString& serial : {QString("1"), QString("2")})
+        run("flac", {"-s", "--ogg", "--serial-number=" + serial, argument("a.flac"), "-o",
+                     argument("flac" + serial.toStdString() + ".oga")});
+    const QByteArray one = bytesOf("flac1.oga");
+    EXPECT_EQ(told("flac1.oga"), QStringList());
+    // Also under the same number, as of a file that was put behind itself.
+    for (const QByteArray& next : {one, bytesOf("flac2.oga")}) {
+        makeFile("chain.oga", one + next);
+        const auto first = opened("flac1.oga");
+        const auto file = opened("chain.oga");
+        ASSERT_TRUE(first && file);
+        EXPECT_EQ(channelsOf(*file), channelsOf(*first));
+        EXPECT_EQ(file->warnings(),
+                  QStringList("“chain.oga” holds several recordings one behind the other; the "
+                              "first one was opened."));
+        EXPECT_EQ(file->chunksNotKept() + file->ledger().namesNotKept(ItemKind::stream),
+                  QStringList("FLAC sound"));
+        FLACFile writer(44100.0, 16, 2);
+        writer.setOpenedFile(file);
+        EXPECT_TRUE(writer.refusalToReplace(*file));
+    }
 }
 
 TEST_F(OggLedgerTest, NamesTheOtherStreamsOfAFilm)
