@@ -3,7 +3,7 @@
 #include "app/effects/EnvelopeEditor.h"
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
-#include "effects/filters/FrequencyResponse.h"
+#include "app/effects/ResponseEditor.h"
 #include "effects/frame/Filter.h"
 
 #include <QCoreApplication>
@@ -36,6 +36,7 @@ EffectDialog::EffectDialog(std::shared_ptr<Filter> filter, const QString& summar
     layout->setSpacing(14);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     addHeader(*layout, summary);
+    addResponse(*layout);
     addParameters(*layout);
     addPreview(*layout);
     addButtons(*layout);
@@ -44,6 +45,8 @@ EffectDialog::EffectDialog(std::shared_ptr<Filter> filter, const QString& summar
         (*first)->editor()->setFocus();
     else if (mEnvelope)
         mEnvelope->setFocus();
+    else if (mResponse)
+        mResponse->setFocus();
     mObserver = mFilter->parameters().addObserver([this](size_t index) { parameterDidChange(index); });
 }
 
@@ -72,6 +75,14 @@ void EffectDialog::addHeader(QVBoxLayout& layout, const QString& summary)
     layout.addLayout(header);
 }
 
+void EffectDialog::addResponse(QVBoxLayout& layout)
+{
+    mResponse = ResponseEditor::create(
+        *mFilter, [this](const std::function<void()>& setParameters) { change(setParameters); }, this);
+    if (mResponse)
+        layout.addWidget(mResponse);
+}
+
 void EffectDialog::addParameters(QVBoxLayout& layout)
 {
     auto* const grid = new QGridLayout;
@@ -85,7 +96,7 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
         mListsBefore.push_back(parameters.list(i));
         mRows.push_back(nullptr);
         if (parameters[i].isList()) {
-            if (!dynamic_cast<const FrequencyResponse*>(mFilter.get()))
+            if (!mResponse)
                 addEnvelope(layout, i);
             continue;
         }
@@ -124,6 +135,8 @@ void EffectDialog::parameterDidChange(size_t index)
         row->showValue(parameters.value(index));
     if (mEnvelope && parameters[index].isList())
         mEnvelope->showNumbers(parameters.list(index));
+    if (mResponse)
+        mResponse->refresh();
     showWhatIsUsed();
 }
 
@@ -131,7 +144,7 @@ void EffectDialog::showWhatIsUsed()
 {
     for (size_t i = 0; i < mRows.size(); ++i)
         if (mRows[i])
-            mRows[i]->setEnabled(mFilter->parameters().isUsed(i));
+            mRows[i]->setEnabled(mFilter->parameters().isUsed(i) && (!mResponse || mResponse->hasEffect(i)));
 }
 
 void EffectDialog::addButtons(QVBoxLayout& layout)

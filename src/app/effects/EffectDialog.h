@@ -14,6 +14,7 @@ class EnvelopeEditor;
 class Filter;
 class ParameterRow;
 class PreviewControls;
+class ResponseEditor;
 
 /// The dialog of any effect, made from the effect's own description of its parameters. What a person changes
 /// is the effect's at once, and the rows follow whatever the effect changes itself. OK keeps the values for
@@ -38,6 +39,7 @@ Q_SIGNALS:
 
 private:
     void addHeader(QVBoxLayout& layout, const QString& summary);
+    void addResponse(QVBoxLayout& layout);
     void addParameters(QVBoxLayout& layout);
     void addEnvelope(QVBoxLayout& layout, size_t index);
     void addPreview(QVBoxLayout& layout);
@@ -50,6 +52,7 @@ private:
     std::shared_ptr<Filter> mFilter;
     std::vector<ParameterRow*> mRows;
     EnvelopeEditor* mEnvelope = nullptr;
+    ResponseEditor* mResponse = nullptr;
     PreviewControls* mPreview = nullptr;
     std::vector<double> mValuesBefore;
     std::vector<std::vector<double>> mListsBefore;
