@@ -41,6 +41,7 @@ ORDER = [
     "effects/filters",
     "effects/dynamics",
     "effects/reverb",
+    "effects/stretch",
     "effects/generators",
     "effects",
     "display",

@@ -21,6 +21,7 @@
 #include "effects/order/Backwards.h"
 #include "effects/order/SwapChannels.h"
 #include "effects/reverb/Reverb.h"
+#include "effects/stretch/PitchAndTempo.h"
 
 #include <algorithm>
 
@@ -89,6 +90,9 @@ std::vector<EffectEntry> makeEntries()
          QStringLiteral("Makes one voice sound like several."), make<Chorus>},
         {QStringLiteral("Reverb..."), delay, QStringLiteral("reverb"),
          QStringLiteral("Puts the sound into a room."), make<Reverb>},
+        {QStringLiteral("Pitch and Tempo..."), time, QStringLiteral("change pitch"),
+         QStringLiteral("Changes how high a sound is, or how long, each without the other."),
+         make<PitchAndTempo>},
         {QStringLiteral("Reverse"), time, QStringLiteral("reverse"),
          QStringLiteral("Turns the sound around in time."), make<Backwards>},
         {QStringLiteral("Invert"), channels, QStringLiteral("invert"),

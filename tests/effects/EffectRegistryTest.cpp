@@ -25,6 +25,7 @@ TEST(EffectRegistry, NamesItsEffects)
                                                             {"Graphic Equalizer...", "equalize"},
                                                             {"Graphic EQ - 10 Band...", "equalize 10"},
                                                             {"Graphic EQ - 3 Band...", "equalize 3"},
+                                                            {"Pitch and Tempo...", "change pitch"},
                                                             {"High Pass Filter...", "high pass"},
                                                             {"Low Pass Filter...", "low pass"},
                                                             {"Delay...", "add delay"},

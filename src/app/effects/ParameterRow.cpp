@@ -142,7 +142,9 @@ void ParameterRow::addChoice(QGridLayout& grid, int row, QWidget* parent)
 {
     QLabel* const label = addLabel(grid, row, parent);
     mPopUp = new QComboBox(parent);
-    mPopUp->addItems(mDescription.choices);
+    const QString unit = mDescription.unit.isEmpty() ? QString() : QChar(0x202f) + mDescription.unit;
+    for (const QString& choice : mDescription.choices)
+        mPopUp->addItem(choice + unit);
     mPopUp->setToolTip(mDescription.summary);
     label->setBuddy(mPopUp);
     grid.addWidget(mPopUp, row, 1, 1, 2, Qt::AlignLeft);

@@ -1,22 +1,8 @@
 #include "platform/codec/TimeStretcher.h"
 
-#include "platform/Log.h"
+#include "platform/codec/RubberBandLibrary.h"
 
 #include <algorithm>
-#include <dlfcn.h>
-#include <rubberband/rubberband-c.h>
-
-#define VELLORIA_RUBBERBAND_FUNCTIONS(F)                                                                     \
-    F(rubberband_available)                                                                                  \
-    F(rubberband_delete)                                                                                     \
-    F(rubberband_get_preferred_start_pad)                                                                    \
-    F(rubberband_get_samples_required)                                                                       \
-    F(rubberband_get_start_delay)                                                                            \
-    F(rubberband_new)                                                                                        \
-    F(rubberband_process)                                                                                    \
-    F(rubberband_retrieve)                                                                                   \
-    F(rubberband_set_max_process_size)                                                                       \
-    F(rubberband_set_time_ratio)
 
 namespace velloria
 {
@@ -24,36 +10,10 @@ namespace velloria
 namespace
 {
 
-struct RubberBandLibrary {
-// A name that is being declared cannot stand in parentheses. NOLINTNEXTLINE(bugprone-macro-parentheses)
-#define VELLORIA_DECLARE(function) decltype(&::function) function = nullptr;
-    VELLORIA_RUBBERBAND_FUNCTIONS(VELLORIA_DECLARE)
-#undef VELLORIA_DECLARE
-    bool isUsable = open();
-
-private:
-    template <typename Function> static bool find(void* library, const char* name, Function& function)
-    {
-        function = reinterpret_cast<Function>(::dlsym(library, name));
-        return function != nullptr;
-    }
-
-    bool open()
-    {
-        void* const library = ::dlopen("librubberband.so.2", RTLD_NOW | RTLD_LOCAL);
-        if (!library)
-            return false;
-        bool isComplete = true;
-#define VELLORIA_FIND(name) isComplete &= find(library, #name, name);
-        VELLORIA_RUBBERBAND_FUNCTIONS(VELLORIA_FIND)
-#undef VELLORIA_FIND
-        return isComplete;
-    }
-};
-
+/// Where there is a stretcher, there is the library.
 const RubberBandLibrary& library()
 {
-    static const RubberBandLibrary theLibrary;
+    static const RubberBandLibrary& theLibrary = *RubberBandLibrary::get();
     return theLibrary;
 }
 
@@ -89,10 +49,8 @@ TimeStretcher::TimeStretcher(double sampleRate, double tempo)
 
 std::unique_ptr<TimeStretcher> TimeStretcher::create(double sampleRate, double tempo)
 {
-    if (library().isUsable)
-        return std::unique_ptr<TimeStretcher>(new TimeStretcher(sampleRate, tempo));
-    logLine(QStringLiteral("The library Rubber Band, which other speeds need, cannot be loaded."));
-    return nullptr;
+    return RubberBandLibrary::get() ? std::unique_ptr<TimeStretcher>(new TimeStretcher(sampleRate, tempo))
+                                    : nullptr;
 }
 
 void TimeStretcher::setTempo(double tempo)

@@ -111,6 +111,8 @@ TEST(ResponseChartTest, KeysAndTheWheelDoWhatTheMouseDoes)
     EXPECT_EQ(three.filter->parameterValue(Eq3Band::midGain), 0.0);
 
     OpenEqualizer pass("high pass");
+    auto* const slope = qobject_cast<QComboBox*>(pass.dialog->rows()[1]->editor());
+    EXPECT_TRUE(slope->itemText(1).startsWith(QLatin1String("24")) && slope->itemText(1).contains(u'/'));
     pass.press(Qt::Key_Right);
     EXPECT_NEAR(pass.filter->parameterValue(0), 84.8, 1e-6);
     pass.press(Qt::Key_Plus);

@@ -1,0 +1,230 @@
+#include "effects/stretch/PieceStretcher.h"
+
+#include "effects/stretch/CutFinder.h"
+#include "platform/DispatchQueue.h"
+
+#include <QThread>
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <numbers>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr double kShortestSeconds = 4.0;
+constexpr double kUsualSeconds = 8.0;
+/// A tone that is held longer is cut all the same, so that it need not be kept as a whole.
+constexpr double kLongestSeconds = 60.0;
+/// What the engine has to hear before it is settled.
+constexpr double kContextSeconds = 0.25;
+constexpr double kHalfFadeSeconds = 0.01;
+constexpr uint64_t kReadNumFrames = 65536;
+constexpr size_t kPutNumFrames = 4096;
+
+void append(SampleBlock& to, const SampleBlock& from)
+{
+    to.resize(std::max(to.size(), from.size()));
+    for (size_t track = 0; track < from.size(); ++track)
+        to[track].insert(to[track].end(), from[track].begin(), from[track].end());
+}
+
+void dropFront(SampleBlock& block, int64_t count)
+{
+    for (FloatBuffer& track : block)
+        track.erase(track.begin(), track.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+SampleBlock slice(const SampleBlock& block, int64_t start, int64_t end)
+{
+    SampleBlock part;
+    for (const FloatBuffer& track : block)
+        part.emplace_back(track.begin() + static_cast<std::ptrdiff_t>(start),
+                          track.begin() + static_cast<std::ptrdiff_t>(end));
+    return part;
+}
+
+int64_t lengthOf(const SampleBlock& block)
+{
+    return block.empty() ? 0 : std::ssize(block.front());
+}
+
+/// Of two runs of frames, all tracks together: 1 where they are alike, 0 where they have nothing in common.
+double correlation(const SampleBlock& a, const SampleBlock& b, size_t count)
+{
+    double product = 0.0;
+    double squares[2] = {0.0, 0.0};
+    for (size_t track = 0; track < a.size(); ++track) {
+        for (size_t i = 0; i < count; ++i) {
+            const double x = a[track][i];
+            const double y = b[track][i];
+            product += x * y;
+            squares[0] += x * x;
+            squares[1] += y * y;
+        }
+    }
+    const double divisor = std::sqrt(squares[0] * squares[1]);
+    return divisor > 0.0 ? std::clamp(product / divisor, 0.0, 1.0) : 1.0;
+}
+
+} // namespace
+
+PieceStretcher::PieceStretcher(double sampleRate, int64_t numFrames, int64_t numWanted,
+                               const StretchSettings& settings)
+    : mSampleRate(sampleRate)
+    , mNumFrames(numFrames)
+    , mNumWanted(numWanted)
+    , mSettings(settings)
+    , mHalfFade(std::max<int64_t>(1, frames(kHalfFadeSeconds)))
+    , mContext(frames(kContextSeconds) +
+               static_cast<int64_t>(std::ceil(static_cast<double>(mHalfFade) / settings.timeRatio)))
+{
+}
+
+int64_t PieceStretcher::placeInResult(int64_t frame) const
+{
+    return std::llround(static_cast<double>(frame) * static_cast<double>(mNumWanted) /
+                        static_cast<double>(mNumFrames));
+}
+
+/// Reads up to a frame of the sound; false where it ends before.
+bool PieceStretcher::fill(const Read& read, int64_t end)
+{
+    SampleBlock block;
+    while (!mIsAtEnd && mHeldStart + lengthOf(mHeld) < std::min(end, mNumFrames)) {
+        const int64_t missing = mNumFrames - mHeldStart - lengthOf(mHeld);
+        if (read(std::min(kReadNumFrames, static_cast<uint64_t>(missing)), block) && lengthOf(block) > 0)
+            velloria::append(mHeld, block);
+        else
+            mIsAtEnd = true;
+    }
+    return mHeldStart + lengthOf(mHeld) >= end;
+}
+
+int64_t PieceStretcher::endOfPiece(const Read& read)
+{
+    const int64_t longest = mNextStart + frames(kLongestSeconds);
+    for (int64_t from = mNextStart + frames(kShortestSeconds); from < longest;) {
+        const int64_t to = from + frames(kUsualSeconds - kShortestSeconds);
+        // The rest is not worth a piece of its own.
+        if (!fill(read, to + frames(kShortestSeconds)))
+            return mHeldStart + lengthOf(mHeld);
+        const std::optional<size_t> place =
+            CutFinder(mHeld, mSampleRate)
+                .find(static_cast<size_t>(from - mHeldStart), static_cast<size_t>(to - mHeldStart));
+        // The seam lies before an attack, not over it.
+        if (place)
+            return mHeldStart + static_cast<int64_t>(*place) -
+                   static_cast<int64_t>(std::ceil(static_cast<double>(mHalfFade) / mSettings.timeRatio));
+        from = to;
+    }
+    return longest;
+}
+
+PieceStretcher::Piece PieceStretcher::nextPiece(const Read& read)
+{
+    Piece piece;
+    piece.start = mNextStart;
+    piece.end = endOfPiece(read);
+    piece.contextStart = std::max<int64_t>(0, piece.start - mContext);
+    fill(read, piece.end + mContext);
+    const int64_t contextEnd = std::min(piece.end + mContext, mHeldStart + lengthOf(mHeld));
+    piece.sound = slice(mHeld, piece.contextStart - mHeldStart, contextEnd - mHeldStart);
+    // A sound may end before it was said to.
+    piece.isLast = piece.end >= mNumFrames || (mIsAtEnd && piece.end >= mHeldStart + lengthOf(mHeld));
+    mNextStart = piece.end;
+    const int64_t needed = std::max<int64_t>(mHeldStart, piece.end - mContext);
+    dropFront(mHeld, needed - mHeldStart);
+    mHeldStart = needed;
+    return piece;
+}
+
+bool PieceStretcher::stretch(Piece& piece) const
+{
+    const auto stretcher =
+        SoundStretcher::forWhole(mSampleRate, piece.sound.size(), lengthOf(piece.sound), mSettings);
+    if (!stretcher)
+        return false;
+    SampleBlock all(piece.sound.size());
+    const size_t length = piece.sound.front().size();
+    // Little at once: what is not taken before more comes would be lost.
+    for (size_t start = 0; start < length; start += kPutNumFrames) {
+        std::vector<SoundStretcher::Channel> channels;
+        for (const FloatBuffer& track : piece.sound)
+            channels.push_back(std::span(track).subspan(start, std::min(kPutNumFrames, length - start)));
+        stretcher->put(channels, start + kPutNumFrames >= length);
+        while (const size_t numReady = stretcher->numFramesReady())
+            stretcher->take(all, numReady);
+    }
+    piece.sound.clear();
+    // From one half of a crossfade before its start to one after its end.
+    const int64_t offset = placeInResult(piece.contextStart);
+    const int64_t from = piece.start > 0 ? placeInResult(piece.start) - mHalfFade : 0;
+    const int64_t to = placeInResult(piece.end) + (piece.isLast ? 0 : mHalfFade);
+    for (FloatBuffer& track : all)
+        track.resize(static_cast<size_t>(std::max(to - offset, std::ssize(track))), 0.0F);
+    piece.result = slice(all, from - offset, to - offset);
+    return true;
+}
+
+/// Fades from the end of the piece before to the start of this one, at the same loudness.
+void PieceStretcher::join(SampleBlock& result)
+{
+    const auto count = static_cast<size_t>(std::min(lengthOf(mFading), lengthOf(result)));
+    const double alike = correlation(mFading, result, count);
+    for (size_t i = 0; i < count; ++i) {
+        const double angle = std::numbers::pi * (static_cast<double>(i) + 0.5) / static_cast<double>(count);
+        const double in = 0.5 - 0.5 * std::cos(angle);
+        const double out = 1.0 - in;
+        const double power = in * in + out * out + 2.0 * in * out * alike;
+        for (size_t track = 0; track < result.size(); ++track)
+            result[track][i] =
+                static_cast<float>((out * mFading[track][i] + in * result[track][i]) / std::sqrt(power));
+    }
+}
+
+MaybeError PieceStretcher::append(Piece& piece, const Write& write)
+{
+    if (!mFading.empty())
+        join(piece.result);
+    const int64_t length = lengthOf(piece.result);
+    const int64_t complete = piece.isLast ? length : std::max<int64_t>(0, length - 2 * mHalfFade);
+    mFading = piece.isLast ? SampleBlock() : slice(piece.result, complete, length);
+    for (FloatBuffer& track : piece.result)
+        track.resize(static_cast<size_t>(complete));
+    mNumWritten += complete;
+    return write(piece.result);
+}
+
+MaybeError PieceStretcher::processNext(const Read& read, const Write& write)
+{
+    std::vector<Piece> pieces;
+    // How many there are at once does not change what comes out, only how long it takes.
+    const auto numAtOnce = static_cast<size_t>(std::max(2, QThread::idealThreadCount())) * 2;
+    int64_t numFrames = 0;
+    while (pieces.size() < numAtOnce && !mIsDone && numFrames < frames(kLongestSeconds)) {
+        pieces.push_back(nextPiece(read));
+        numFrames += pieces.back().end - pieces.back().start;
+        mIsDone = pieces.back().isLast;
+        if (lengthOf(pieces.back().sound) == 0)
+            pieces.pop_back();
+    }
+    std::atomic<bool> isComplete = true;
+    runConcurrently(static_cast<int>(pieces.size()), [&](int i) {
+        if (!stretch(pieces[static_cast<size_t>(i)]))
+            isComplete = false;
+    });
+    if (!isComplete)
+        return Error{
+            Error::Code::failed,
+            QStringLiteral("The library Rubber Band, which changes pitch and tempo, is not installed.")};
+    for (Piece& piece : pieces)
+        if (MaybeError error = append(piece, write))
+            return error;
+    return std::nullopt;
+}
+
+} // namespace velloria

@@ -1,0 +1,44 @@
+#include "platform/codec/RubberBandLibrary.h"
+
+#include "platform/Log.h"
+
+#include <dlfcn.h>
+
+namespace velloria
+{
+
+namespace
+{
+
+template <typename Function> bool find(void* library, const char* name, Function& function)
+{
+    function = reinterpret_cast<Function>(::dlsym(library, name));
+    return function != nullptr;
+}
+
+} // namespace
+
+bool RubberBandLibrary::open()
+{
+    void* const library = ::dlopen("librubberband.so.2", RTLD_NOW | RTLD_LOCAL);
+    if (!library)
+        return false;
+    bool isComplete = true;
+#define VELLORIA_FIND(name) isComplete &= find(library, #name, name);
+    VELLORIA_RUBBERBAND_FUNCTIONS(VELLORIA_FIND)
+#undef VELLORIA_FIND
+    return isComplete;
+}
+
+const RubberBandLibrary* RubberBandLibrary::get()
+{
+    static RubberBandLibrary library;
+    static const bool isUsable = library.open();
+    if (isUsable)
+        return &library;
+    logLine(
+        QStringLiteral("The library Rubber Band, which other speeds and pitches need, cannot be loaded."));
+    return nullptr;
+}
+
+} // namespace velloria
