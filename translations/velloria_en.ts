@@ -1839,5 +1839,41 @@ What the window shows: %3</source>
         <extracomment>%1 is the name of a document whose file was decoded</extracomment>
         <translation type="unfinished"></translation>
     </message>
+    <message id="response-hertz">
+        <source>%1 Hz</source>
+        <extracomment>A frequency; %1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="response-kilohertz">
+        <source>%1 kHz</source>
+        <extracomment>A frequency; %1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="response-decibels">
+        <source>%1 dB</source>
+        <extracomment>A level; %1 is a number</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="response-tip-free">
+        <source>Click to add a point, drag it to move it. Page Up and Page Down choose a point, the arrow keys move it, Insert adds one behind it, Delete removes it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="response-tip-bands">
+        <source>Drag a handle to move it; the wheel makes its band narrower or wider, a double click level. Page Up and Page Down choose a handle, the arrow keys move it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="response-name">
+        <source>Frequency response, handle %1 of %2: %3, %4</source>
+        <extracomment>What a screen reader says; %1 is the number of the handle, %2 of how many, %3 and %4 are like &quot;1 kHz&quot;, &quot;-3 dB&quot;</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="response-point">
+        <source>Poi&amp;nt at:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="response-gain">
+        <source>&amp;Gain:</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>
