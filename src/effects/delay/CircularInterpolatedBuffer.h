@@ -1,12 +1,12 @@
 #pragma once
 
 #include "effects/delay/CircularBuffer.h"
+#include "effects/delay/InterpolationTaps.h"
 
 namespace velloria
 {
 
-/// A delay line that is read between its values: five or six neighbours, weighted by a windowed sinc from
-/// tables of 1024 entries.
+/// A delay line that is read between its values.
 class CircularInterpolatedBuffer : public CircularBuffer
 {
 public:
@@ -16,9 +16,11 @@ public:
     /// read goes round it once more. 0 from an empty line.
     float getFloatValueAtInterpolatedPosition(float position) const;
 
-    /// Reads at each position, puts the sample in and mixes the two in its place.
-    void process(std::span<const float> positions, std::span<float> samples, double wetFactor,
-                 double dryFactor);
+    /// For each read, reads the line, puts the sample in and mixes the two in its place.
+    void process(const InterpolationTaps& taps, std::span<float> samples, double wetFactor, double dryFactor);
+
+private:
+    float read(const InterpolationTaps& taps, size_t index) const;
 };
 
 } // namespace velloria

@@ -1,11 +1,12 @@
 #include "effects/delay/Flanger.h"
 
+#include "effects/delay/Sweep.h"
 #include "effects/frame/CommonParameters.h"
 #include "platform/DispatchQueue.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <numbers>
 
 namespace velloria
 {
@@ -20,24 +21,6 @@ constexpr double kScriptDepth = 15.0;
 
 /// Shorter blocks cost less than to wake another core for them.
 constexpr size_t kLeastFramesToShare = 1024;
-
-/// cos(2 pi x) for |x| below 2^50, to the last digits of a double, in a loop that the compiler vectorises:
-/// the library's function would take most of an effect's time.
-double cosineOfCycles(double x)
-{
-    // Adding and taking away 1.5 * 2^52 rounds to whole cycles.
-    constexpr double kRounder = 6755399441055744.0;
-    const double whole = (x + kRounder) - kRounder;
-    // The cosine is a sine of what lacks to a quarter cycle, which is at most a quarter.
-    const double angle = 2.0 * std::numbers::pi * (0.25 - std::fabs(x - whole));
-    const double square = angle * angle;
-    // Taylor's series up to the 21st power, whose error is below 3e-16 here.
-    double sum = 0.0;
-    for (const double part : {-1.0 / 420.0, -1.0 / 342.0, -1.0 / 272.0, -1.0 / 210.0, -1.0 / 156.0,
-                              -1.0 / 110.0, -1.0 / 72.0, -1.0 / 42.0, -1.0 / 20.0, -1.0 / 6.0})
-        sum = (1.0 + sum) * (square * part);
-    return angle * (1.0 + sum);
-}
 
 ParameterDescription makeWaveform(const QString& keyWord)
 {
@@ -167,27 +150,19 @@ int64_t Flanger::tailTimeNumFrames() const
     return static_cast<int64_t>(std::ceil(frames(parameterValue(sweepDepth) + parameterValue(delay)) + 4.0));
 }
 
-/// Where each frame of the block reads its track's line.
-void Flanger::getPositions(size_t track, std::span<float> positions) const
+/// A track's part of a block, in runs of reads.
+template <typename Process> void Flanger::sweepThrough(size_t numFrames, double phase, Process process) const
 {
-    const double rate = sampleRate();
-    const double cyclesPerSecond = 1.0 / parameterValue(speed);
-    const double start = mTrackOutOfPhase * static_cast<double>(track);
-    const auto phaseOf = [&](size_t i) {
-        return start + ((static_cast<double>(i) + mMark) / rate) * cyclesPerSecond;
-    };
-    if (parameterValue(waveform) != 0.0) {
-        for (size_t i = 0; i < positions.size(); ++i) {
-            const double swing = mDelayDeviation * cosineOfCycles(phaseOf(i));
-            positions[i] = static_cast<float>(-(mDelayBase - swing + 1.0));
-        }
-        return;
-    }
-    // Named a triangle, heard as a ramp: it rises from 1 to 5 and falls back at once. Its sound is known so.
-    for (size_t i = 0; i < positions.size(); ++i) {
-        const double fraction = std::fmod(phaseOf(i), 1.0);
-        const double level = 2.0 * std::fabs(2.0 * fraction + 1.0) - 1.0;
-        positions[i] = static_cast<float>(-(mDelayBase + mDelayDeviation * level));
+    const Sweep sweep = {parameterValue(waveform) != 0.0, mDelayBase, mDelayDeviation, parameterValue(speed),
+                         sampleRate()};
+    std::array<float, InterpolationTaps::kMostReads> positions;
+    InterpolationTaps taps;
+    for (size_t start = 0; start < numFrames; start += positions.size()) {
+        const size_t count = std::min(positions.size(), numFrames - start);
+        const std::span<float> used = std::span(positions).first(count);
+        sweep.getPositions(mMark + static_cast<double>(start), phase, used);
+        taps.set(used);
+        process(taps, start, count);
     }
 }
 
@@ -196,25 +171,29 @@ bool Flanger::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)
     if (!Filter::requestDataWithNumFrames(numFrames, block))
         return false;
     const size_t numTracks = std::min(block.size(), mBuffers.size());
-    mPositions.resize(numTracks);
-    const bool isTogether = mTrackOutOfPhase == 0.0;
-    const auto processTrack = [&](size_t track) {
-        // Tracks that sweep together read at the same places.
-        const size_t sweep = isTogether ? 0 : track;
-        if (!isTogether)
-            getPositions(track, mPositions[track]);
-        mBuffers[track].process(mPositions[sweep], block[track], mWetFactor, mDryFactor);
+    const size_t count = block.front().size();
+    const auto processRun = [&](size_t track, const InterpolationTaps& taps, size_t start, size_t length) {
+        mBuffers[track].process(taps, std::span(block[track]).subspan(start, length), mWetFactor, mDryFactor);
     };
-    for (std::vector<float>& positions : mPositions)
-        positions.resize(block.front().size());
-    if (isTogether && numTracks > 0)
-        getPositions(0, mPositions.front());
-    if (block.front().size() >= kLeastFramesToShare && numTracks > 1)
-        runConcurrently(static_cast<int>(numTracks),
-                        [&](int track) { processTrack(static_cast<size_t>(track)); });
-    else
+    const auto processTrack = [&](int index) {
+        const auto track = static_cast<size_t>(index);
+        sweepThrough(count, mTrackOutOfPhase * static_cast<double>(index),
+                     [&](const InterpolationTaps& taps, size_t start, size_t length) {
+                         processRun(track, taps, start, length);
+                     });
+    };
+    if (mTrackOutOfPhase == 0.0) {
+        // Tracks that sweep together are read at the same places.
+        sweepThrough(count, 0.0, [&](const InterpolationTaps& taps, size_t start, size_t length) {
+            for (size_t track = 0; track < numTracks; ++track)
+                processRun(track, taps, start, length);
+        });
+    } else if (count >= kLeastFramesToShare && numTracks > 1) {
+        runConcurrently(static_cast<int>(numTracks), processTrack);
+    } else {
         for (size_t track = 0; track < numTracks; ++track)
-            processTrack(track);
+            processTrack(static_cast<int>(track));
+    }
     mMark += static_cast<double>(block.back().size());
     return true;
 }

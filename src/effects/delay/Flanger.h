@@ -41,7 +41,7 @@ protected:
 private:
     static const std::vector<ParameterDescription>& describeParameters();
     void setUpFactors();
-    void getPositions(size_t track, std::span<float> positions) const;
+    template <typename Process> void sweepThrough(size_t numFrames, double phase, Process process) const;
     double frames(double milliseconds) const { return milliseconds * sampleRate() * 0.001; }
 
     const double mTrackOutOfPhase;
@@ -51,7 +51,6 @@ private:
     double mDelayDeviation = 0.0;                     ///< frames
     double mMark = 0.0;                               ///< frames processed
     std::vector<CircularInterpolatedBuffer> mBuffers; ///< one a track
-    std::vector<std::vector<float>> mPositions;       ///< of a block's frames, one list a track
 };
 
 } // namespace velloria

@@ -1,0 +1,106 @@
+#include "effects/delay/InterpolationTaps.h"
+
+#include "effects/frame/Filter.h"
+#include "platform/VectorTarget.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace velloria
+{
+
+namespace
+{
+
+constexpr size_t kNumEntries = 1024;
+constexpr int32_t kLastEntry = 1023;
+/// The sinc reaches so far to both sides.
+constexpr float kHalfWidth = 2.75F;
+constexpr float kWidth = 5.5F;
+
+using Table = std::array<float, kNumEntries>;
+/// Sinc times window: entry by entry, and with the window's entry one before and one behind the sinc's. A
+/// last place has no weight.
+using Products = std::array<float, 3 * kNumEntries + 1>;
+constexpr int32_t kNoWeight = 3 * kNumEntries;
+
+/// The right half of the window, from its centre to its edge.
+Table makeWindow()
+{
+    Table table;
+    for (size_t i = 0; i < kNumEntries; ++i)
+        table[i] =
+            static_cast<float>(Filter::blackmanWindowAtPosition(static_cast<double>(i) / 2046.0 + 0.5));
+    return table;
+}
+
+Table makeFilter()
+{
+    Table table;
+    table[0] = 1.0F / kWidth;
+    for (size_t i = 1; i < kNumEntries; ++i) {
+        const auto x = static_cast<float>(static_cast<double>(i) * std::numbers::pi / kLastEntry);
+        table[i] = std::sin(x) / (kWidth * x);
+    }
+    return table;
+}
+
+Products makeProducts()
+{
+    const Table filters = makeFilter();
+    const Table windows = makeWindow();
+    Products products{};
+    for (size_t i = 0; i < kNumEntries; ++i)
+        for (size_t near = 0; near < 3; ++near)
+            products[3 * i + near] = filters[i] * windows[std::clamp<size_t>(i + near, 1, kNumEntries) - 1];
+    return products;
+}
+
+/// The first of a read's neighbours, from the mark.
+struct FirstKernel {
+    VELLORIA_KERNEL static void run(const float* positions, size_t count, int32_t* __restrict firsts)
+    {
+        // Truncation rounds up what is below zero, and is an instruction where rounding is a call.
+        for (size_t i = 0; i < count; ++i)
+            firsts[i] = static_cast<int32_t>(positions[i] - kHalfWidth);
+    }
+};
+
+struct EntryKernel {
+    VELLORIA_KERNEL static void run(const float* positions, const int32_t* firsts, size_t count, int32_t tap,
+                                    int32_t* __restrict entries)
+    {
+        for (size_t i = 0; i < count; ++i) {
+            const float highest = positions[i] - kHalfWidth + kWidth;
+            const auto truncated = static_cast<int32_t>(highest);
+            const int32_t last = highest < static_cast<float>(truncated) ? truncated - 1 : truncated;
+            const float distance =
+                std::fabs(static_cast<float>(firsts[i]) - positions[i] + static_cast<float>(tap));
+            // Two scales, as the tables are read: their last digits differ.
+            const auto inFilter = static_cast<int32_t>(distance * 1023.0F * 0.36363637F);
+            const auto inWindow = static_cast<int32_t>(2.0F * distance * 0.18181819F * 1023.0F);
+            const int32_t lastFilter = inFilter < kLastEntry ? inFilter : kLastEntry;
+            const int32_t lastWindow = inWindow < kLastEntry ? inWindow : kLastEntry;
+            entries[i] = firsts[i] + tap <= last ? 2 * lastFilter + lastWindow + 1 : kNoWeight;
+        }
+    }
+};
+
+} // namespace
+
+void InterpolationTaps::set(std::span<const float> positions)
+{
+    static const Products products = makeProducts();
+    const size_t count = positions.size();
+    std::array<int32_t, kMostReads> entries;
+    runKernel<FirstKernel>(positions.data(), count, mFirsts.data());
+    for (size_t tap = 0; tap < kMostTaps; ++tap) {
+        runKernel<EntryKernel>(positions.data(), static_cast<const int32_t*>(mFirsts.data()), count,
+                               static_cast<int32_t>(tap), entries.data());
+        for (size_t i = 0; i < count; ++i)
+            mWeights[tap][i] = products[static_cast<size_t>(entries[i])];
+    }
+}
+
+} // namespace velloria

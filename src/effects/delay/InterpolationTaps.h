@@ -1,0 +1,45 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace velloria
+{
+
+/// Where and with which weights a delay line is read between its values, for a run of reads: five or six
+/// neighbours each, weighted by a windowed sinc from tables of 1024 entries. Lines that are read at the same
+/// places share it.
+class InterpolationTaps
+{
+public:
+    static constexpr size_t kMostReads = 256;
+    static constexpr size_t kMostTaps = 6;
+
+    /// Positions count frames from the mark back and are 0 or less; no more than kMostReads.
+    void set(std::span<const float> positions);
+
+    /// The first slot of a read, from the mark; the others follow it.
+    int32_t firstSlot(size_t read) const
+    {
+        // The tap of a distance reads the slot one further: that is where a delay of nothing lies.
+        return mFirsts[read] + 1;
+    }
+
+    /// Of kMostTaps values.
+    float weightedSum(size_t read, const float* values) const
+    {
+        float sum = 0.0F;
+        for (size_t tap = 0; tap < kMostTaps; ++tap)
+            sum += mWeights[tap][read] * values[tap];
+        return sum;
+    }
+
+private:
+    std::array<int32_t, kMostReads> mFirsts;
+    /// The last tap has none where five are used.
+    std::array<std::array<float, kMostReads>, kMostTaps> mWeights;
+};
+
+} // namespace velloria
