@@ -1,5 +1,6 @@
 #include "app/effects/EffectDialog.h"
 
+#include "app/effects/EffectMeters.h"
 #include "app/effects/EnvelopeEditor.h"
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
@@ -171,6 +172,12 @@ void EffectDialog::addPreview(QVBoxLayout& layout)
     mPreview = new PreviewControls(*mFilter, this);
     layout.addWidget(mPreview);
     connect(mPreview, &PreviewControls::willPlay, this, &EffectDialog::previewWillStart);
+    if (!mFilter->lowersGain())
+        return;
+    auto* const meters =
+        new EffectMeters([this] { return mPreview ? mPreview->takeHeardLevels() : std::nullopt; }, this);
+    layout.addWidget(meters);
+    connect(mPreview, &PreviewControls::playingChanged, meters, &EffectMeters::setRunning);
 }
 
 void EffectDialog::done(int result)

@@ -101,6 +101,7 @@ void PreviewControls::updateButton()
         mDeviceWatch = isPlaying
                            ? std::make_unique<OutputDeviceWatch>([this] { mPreview.moveToSelectedDevice(); })
                            : nullptr;
+    Q_EMIT playingChanged(isPlaying);
     mButton->setChecked(isPlaying);
     mButton->setIcon(
         ThemedIcon::named(isPlaying ? QStringLiteral("toolbar-play-on") : QStringLiteral("toolbar-play")));

@@ -27,6 +27,7 @@ public:
     void change(const std::function<void()>& setParameters) { mPreview.change(setParameters); }
     bool isPlaying() const { return mPreview.isRunning(); }
     void stop() { mPreview.stop(); }
+    std::optional<PreviewLevels> takeHeardLevels() { return mPreview.takeHeardLevels(); }
 
     QPushButton& previewButton() { return *mButton; }
     QPushButton& bypassButton() { return *mBypass; }
@@ -36,6 +37,7 @@ public:
 Q_SIGNALS:
     /// What else plays should stop, and the effect take the values of the dialog.
     void willPlay();
+    void playingChanged(bool isPlaying);
 
 private:
     void playOrStop(bool plays);

@@ -1,6 +1,7 @@
 #include "effects/frame/FilterPreview.h"
 
 #include "effects/frame/FilterSource.h"
+#include "effects/frame/SampleArithmetic.h"
 #include "platform/Log.h"
 #include "platform/hardware/AudioHardware.h"
 
@@ -15,6 +16,11 @@ namespace
 constexpr uint64_t kDefaultBufferNumFrames = 2048;
 /// More than ring and device hold together.
 constexpr double kGivenSeconds = 1.0;
+
+PeakHolder::Peaks peaksOf(const SampleBlock& stereo)
+{
+    return {SampleArithmetic::peak(stereo.front()), SampleArithmetic::peak(stereo.back())};
+}
 
 } // namespace
 
@@ -68,6 +74,7 @@ MaybeError FilterPreview::start()
     mIsProcessing = true;
     mGiven.clear();
     mRepeat.clear();
+    mLevels.clear();
     makeMixers();
     MaybeError error = startPlayer();
     if (error) {
@@ -129,6 +136,11 @@ void FilterPreview::change(const std::function<void()>& setParameters)
     setParameters();
 }
 
+std::optional<PreviewLevels> FilterPreview::takeHeardLevels()
+{
+    return isRunning() ? mLevels.takeUntil(mPlayer->playbackTimestamp()) : std::nullopt;
+}
+
 /// The sound before the effect from a frame on, as the mixer makes it; silence after its end.
 void FilterPreview::readDry(int64_t frame, size_t numFrames, size_t numChannels)
 {
@@ -154,7 +166,11 @@ PlaybackBlock FilterPreview::nextBlock(int64_t numFrames)
     if (!mMixer.requestDataWithNumFrames(static_cast<uint64_t>(numFrames), wet) || wet.empty())
         return block;
     readDry(block.timestamp, wet.front().size(), wet.size());
+    const float lowestGain = mFilter.takeLowestGain();
     mBypass.process(wet, mDry);
+    // Behind the bypass, as it is heard: there no gain is lowered.
+    mLevels.append(block.timestamp, std::ssize(wet.front()),
+                   {peaksOf(mDry), peaksOf(wet), mBypass.isBypassed() ? 1.0F : lowestGain});
     block.stereoAudioData = DataSource::interleaveAudioData(wet);
     return block;
 }

@@ -4,6 +4,7 @@
 #include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "effects/frame/Filter.h"
 #include "effects/frame/LevelMatchedBypass.h"
+#include "effects/frame/PreviewLevels.h"
 
 #include <deque>
 #include <functional>
@@ -46,6 +47,10 @@ public:
     /// Runs a function that changes the effect's parameters, between two blocks.
     void change(const std::function<void()>& setParameters);
 
+    /// How loud it was since they were last taken, up to the frame that is heard now; nothing when nothing is
+    /// heard.
+    std::optional<PreviewLevels> takeHeardLevels();
+
     VLRTAudioPlayer* audioPlayback() const { return mPlayer.get(); }
 
 private:
@@ -72,6 +77,7 @@ private:
     bool mLoops = false;
     bool mIsProcessing = false;
     LevelMatchedBypass mBypass;
+    PreviewLevelQueue mLevels;
     std::unique_ptr<VLRTAudioPlayer> mPlayer; ///< last: it reads from the others
 };
 

@@ -1,11 +1,16 @@
 #include "app/effects/EffectDialog.h"
 
+#include "app/effects/EffectMeters.h"
+#include "app/effects/GainReductionView.h"
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
 #include "app/kit/AppTestKit.h"
+#include "app/look/Theme.h"
 #include "app/menus/DocumentMenus.h"
 #include "app/menus/EffectActions.h"
 #include "app/preferences/Settings.h"
+#include "app/transport/StereoMeter.h"
+#include "app/transport/VLLevelMeterView.h"
 #include "controllers/TransportController.h"
 #include "effects/EffectRegistry.h"
 #include "platform/Log.h"
@@ -220,6 +225,38 @@ TEST_F(EffectPreviewTest, StopsWhatTheWindowPlaysAndKeepsTheLoopSwitch)
     EXPECT_TRUE(waitUntil([this] { return hardware->output() == nullptr; }));
     EXPECT_EQ(UserDefaults::standard().integerValue(Settings::previewLoops), 1);
     EXPECT_TRUE(waitUntil([this] { return window->document().isDocumentEdited(); }));
+}
+
+TEST_F(EffectPreviewTest, ShowsWhatACompressorDoesWhileItIsHeard)
+{
+    dialog->reject();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    window->menus().effects().actionNamed(QStringLiteral("compress"))->trigger();
+    dialog = window->findChild<EffectDialog*>();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(dialog));
+    // 14 dB less at 0.9 of full scale, 1 dB below it.
+    qobject_cast<QDoubleSpinBox*>(dialog->rows()[0]->editor())->setValue(-15.0);
+    qobject_cast<QDoubleSpinBox*>(dialog->rows()[1]->editor())->setValue(1000.0);
+    qobject_cast<QDoubleSpinBox*>(dialog->rows()[5]->editor())->setValue(0.0);
+    EXPECT_FALSE(qobject_cast<QCheckBox*>(dialog->rows()[4]->editor())->isChecked()) << "a gain of one's own";
+    auto& meters = *dialog->findChild<EffectMeters*>();
+    QTest::mouseClick(&dialog->preview()->previewButton(), Qt::LeftButton);
+    ASSERT_TRUE(dialog->preview()->isPlaying());
+    EXPECT_TRUE(waitUntil([&] {
+        loudest();
+        return std::abs(meters.gainReduction().reduction() - 14.1) < 0.3 &&
+               std::abs(meters.input().left().levelValue() + 0.9) < 0.3 &&
+               std::abs(meters.output().left().levelValue() + 15.0) < 0.3;
+    }));
+    keepPicture(*dialog, QStringLiteral("effect-meters"));
+    const QPalette light = QApplication::palette();
+    QApplication::setPalette(ThemePalettes::dark());
+    QTest::qWait(50);
+    keepPicture(*dialog, QStringLiteral("effect-meters-dark"));
+    QApplication::setPalette(light);
+    dialog->preview()->stop();
+    EXPECT_TRUE(waitUntil([&] { return !dialog->preview()->isPlaying(); }));
+    EXPECT_TRUE(waitUntil([&] { return meters.gainReduction().reduction() == 0.0; }));
 }
 
 TEST_F(EffectPreviewTest, SaysInTheDialogWhyItCannotBeHeard)

@@ -244,6 +244,27 @@ TEST_F(FilterPreviewTest, BypassIsAsLoudAsTheEffect)
     EXPECT_NEAR(steps(bypassed) / steps(processed), 1.0, 0.01);
 }
 
+TEST_F(FilterPreviewTest, TellsLevelsWhenTheyAreHeard)
+{
+    start();
+    int numTold = 0;
+    for (int i = 0; i < 15; ++i) {
+        pull(500);
+        const int64_t before = preview->audioPlayback()->playbackTimestamp();
+        const std::optional<PreviewLevels> levels = preview->takeHeardLevels();
+        const int64_t after = preview->audioPlayback()->playbackTimestamp();
+        if (!levels)
+            continue;
+        ++numTold;
+        // The ramp rises: its loudest frame is the last of the block that is heard.
+        EXPECT_GE(levels->output.leftPeak, sampleAt(before, -6) - 1e-6F);
+        EXPECT_LE(levels->output.leftPeak, sampleAt(after + 1024, -6));
+        EXPECT_NEAR(levels->input.leftPeak, sampleAt(0, 6) / sampleAt(0, 0) * levels->output.leftPeak, 1e-4);
+        EXPECT_EQ(levels->lowestGain, 1.0F);
+    }
+    EXPECT_GT(numTold, 3);
+}
+
 TEST_F(FilterPreviewTest, GoesOnAtAnotherDeviceFromTheFrameThatIsHeard)
 {
     start();
