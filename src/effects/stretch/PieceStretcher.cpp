@@ -15,12 +15,12 @@ namespace velloria
 namespace
 {
 
-constexpr double kShortestSeconds = 4.0;
-constexpr double kUsualSeconds = 8.0;
+constexpr double kShortestSeconds = 6.0;
+constexpr double kUsualSeconds = 9.0;
 /// A tone that is held longer is cut all the same, so that it need not be kept as a whole.
 constexpr double kLongestSeconds = 60.0;
 /// What the engine has to hear before it is settled.
-constexpr double kContextSeconds = 0.25;
+constexpr double kContextSeconds = 0.15;
 constexpr double kHalfFadeSeconds = 0.01;
 constexpr uint64_t kReadNumFrames = 65536;
 constexpr size_t kPutNumFrames = 4096;
@@ -148,7 +148,14 @@ bool PieceStretcher::stretch(Piece& piece) const
         SoundStretcher::forWhole(mSampleRate, piece.sound.size(), lengthOf(piece.sound), mSettings);
     if (!stretcher)
         return false;
+    // From one half of a crossfade before its start to one after its end.
+    const int64_t offset = placeInResult(piece.contextStart);
+    const int64_t from = piece.start > 0 ? placeInResult(piece.start) - mHalfFade : 0;
+    const int64_t to = placeInResult(piece.end) + (piece.isLast ? 0 : mHalfFade);
     SampleBlock all(piece.sound.size());
+    for (FloatBuffer& track : all)
+        track.reserve(static_cast<size_t>(
+            std::ceil(static_cast<double>(piece.sound.front().size()) * mSettings.timeRatio) + 1.0));
     const size_t length = piece.sound.front().size();
     // Little at once: what is not taken before more comes would be lost.
     for (size_t start = 0; start < length; start += kPutNumFrames) {
@@ -159,14 +166,11 @@ bool PieceStretcher::stretch(Piece& piece) const
         while (const size_t numReady = stretcher->numFramesReady())
             stretcher->take(all, numReady);
     }
-    piece.sound.clear();
-    // From one half of a crossfade before its start to one after its end.
-    const int64_t offset = placeInResult(piece.contextStart);
-    const int64_t from = piece.start > 0 ? placeInResult(piece.start) - mHalfFade : 0;
-    const int64_t to = placeInResult(piece.end) + (piece.isLast ? 0 : mHalfFade);
+    piece.sound = SampleBlock();
     for (FloatBuffer& track : all)
-        track.resize(static_cast<size_t>(std::max(to - offset, std::ssize(track))), 0.0F);
-    piece.result = slice(all, from - offset, to - offset);
+        track.resize(static_cast<size_t>(to - offset), 0.0F);
+    dropFront(all, from - offset);
+    piece.result = std::move(all);
     return true;
 }
 

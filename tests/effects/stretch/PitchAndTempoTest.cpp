@@ -96,7 +96,7 @@ double centerOf(const FloatBuffer& samples, size_t from, size_t to)
 TEST(PitchAndTempo, ClicksStandInTimeInAllPiecesAndTracksStayTogether)
 {
     // Long enough for two pieces, over soft noise.
-    const size_t count = 13 * 44100;
+    const size_t count = 17 * 44100;
     FloatBuffer left = kit::noise(count, 1);
     for (float& sample : left)
         sample *= 0.001F;
@@ -135,7 +135,7 @@ std::vector<double> levelsOf(const FloatBuffer& samples)
 
 TEST(PitchAndTempo, NoSeamIsHeardInNoiseOrInAHeldTone)
 {
-    const size_t count = 13 * 44100;
+    const size_t count = 17 * 44100;
     for (const FloatBuffer& sound : {kit::noise(count, 3), sine(count, 330.0)}) {
         const std::vector<double> levels =
             levelsOf(changed({sound}, {{QStringLiteral("Semitones"), 2.0}}).front());
