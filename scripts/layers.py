@@ -34,6 +34,7 @@ ORDER = [
     "Classes/CoreAudio",
     "document",
     "effects/frame",
+    "effects/presets",
     "effects/gain",
     "effects/fades",
     "effects/order",

@@ -3,6 +3,7 @@
 #include "app/effects/EffectMeters.h"
 #include "app/effects/EnvelopeEditor.h"
 #include "app/effects/ParameterRow.h"
+#include "app/effects/PresetButton.h"
 #include "app/effects/PreviewControls.h"
 #include "app/effects/ResponseEditor.h"
 #include "effects/frame/Filter.h"
@@ -10,6 +11,7 @@
 #include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -65,7 +67,11 @@ void EffectDialog::addHeader(QVBoxLayout& layout, const QString& summary)
     title->setFont(font);
     auto* const header = new QVBoxLayout;
     header->setSpacing(4);
-    header->addWidget(title);
+    auto* const first = new QHBoxLayout;
+    first->addWidget(title);
+    first->addStretch(1);
+    addPresets(*first);
+    header->addLayout(first);
     if (!summary.isEmpty()) {
         auto* const text = new QLabel(summary, this);
         text->setWordWrap(true);
@@ -79,9 +85,22 @@ void EffectDialog::addHeader(QVBoxLayout& layout, const QString& summary)
 void EffectDialog::addResponse(QVBoxLayout& layout)
 {
     mResponse = ResponseEditor::create(
-        *mFilter, [this](const std::function<void()>& setParameters) { change(setParameters); }, this);
+        *mFilter, [this](const std::function<void()>& setParameters) { edit(setParameters); }, this);
     if (mResponse)
         layout.addWidget(mResponse);
+}
+
+void EffectDialog::addPresets(QHBoxLayout& layout)
+{
+    if (!mFilter->presetFormat())
+        return;
+    mPresets = new PresetButton(
+        *mFilter, [this](const std::function<void()>& setParameters) { change(setParameters); }, this);
+    //% "Pre&set:"
+    auto* const label = new QLabel(qtTrId("preset-label"), this);
+    label->setBuddy(mPresets);
+    layout.addWidget(label);
+    layout.addWidget(mPresets);
 }
 
 void EffectDialog::addParameters(QVBoxLayout& layout)
@@ -105,7 +124,7 @@ void EffectDialog::addParameters(QVBoxLayout& layout)
         mRows.back() = row;
         row->showValue(parameters.value(i));
         connect(row, &ParameterRow::edited, this,
-                [this, i](double value) { change([this, i, value] { mFilter->editParameter(i, value); }); });
+                [this, i](double value) { edit([this, i, value] { mFilter->editParameter(i, value); }); });
     }
     showWhatIsUsed();
 }
@@ -116,7 +135,7 @@ void EffectDialog::addEnvelope(QVBoxLayout& layout, size_t index)
     mEnvelope->showNumbers(mFilter->parameters().list(index));
     layout.addWidget(mEnvelope);
     connect(mEnvelope, &EnvelopeEditor::edited, this, [this, index](const std::vector<double>& numbers) {
-        change([this, index, &numbers] { mFilter->parameters().setList(index, numbers); });
+        edit([this, index, &numbers] { mFilter->parameters().setList(index, numbers); });
     });
 }
 
@@ -126,6 +145,13 @@ void EffectDialog::change(const std::function<void()>& setParameters)
         mPreview->change(setParameters);
     else
         setParameters();
+}
+
+void EffectDialog::edit(const std::function<void()>& setParameters)
+{
+    change(setParameters);
+    if (mPresets)
+        mPresets->userDidChangeParameters();
 }
 
 void EffectDialog::parameterDidChange(size_t index)
@@ -162,7 +188,7 @@ void EffectDialog::addButtons(QVBoxLayout& layout)
     connect(buttons, &QDialogButtonBox::accepted, this, &EffectDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &EffectDialog::reject);
     connect(buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this,
-            [this] { change([this] { mFilter->parameters().reset(); }); });
+            [this] { edit([this] { mFilter->parameters().reset(); }); });
 }
 
 void EffectDialog::addPreview(QVBoxLayout& layout)
@@ -187,6 +213,8 @@ void EffectDialog::done(int result)
     EffectParameters& parameters = mFilter->parameters();
     if (result == QDialog::Accepted) {
         parameters.saveSettings();
+        if (mPresets)
+            mPresets->preset().saveDefaults();
     } else {
         for (size_t i = 0; i < mValuesBefore.size(); ++i) {
             parameters.setValue(i, mValuesBefore[i]);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+class QHBoxLayout;
 class QVBoxLayout;
 
 namespace velloria
@@ -13,6 +14,7 @@ namespace velloria
 class EnvelopeEditor;
 class Filter;
 class ParameterRow;
+class PresetButton;
 class PreviewControls;
 class ResponseEditor;
 
@@ -31,6 +33,8 @@ public:
     const std::vector<ParameterRow*>& rows() const { return mRows; }
     /// Null for an effect without a source.
     PreviewControls* preview() const { return mPreview; }
+    /// Null for an effect without presets.
+    PresetButton* presets() const { return mPresets; }
     void done(int result) override;
 
 Q_SIGNALS:
@@ -44,8 +48,11 @@ private:
     void addEnvelope(QVBoxLayout& layout, size_t index);
     void addPreview(QVBoxLayout& layout);
     void addButtons(QVBoxLayout& layout);
+    void addPresets(QHBoxLayout& layout);
     /// Changes the effect between two blocks of what is heard.
     void change(const std::function<void()>& setParameters);
+    /// The same, as a person does it by hand.
+    void edit(const std::function<void()>& setParameters);
     void parameterDidChange(size_t index);
     void showWhatIsUsed();
 
@@ -54,6 +61,7 @@ private:
     EnvelopeEditor* mEnvelope = nullptr;
     ResponseEditor* mResponse = nullptr;
     PreviewControls* mPreview = nullptr;
+    PresetButton* mPresets = nullptr;
     std::vector<double> mValuesBefore;
     std::vector<std::vector<double>> mListsBefore;
     int mObserver = 0;

@@ -1,6 +1,7 @@
 #include "app/effects/ParameterRow.h"
 
 #include "app/effects/ValueField.h"
+#include "app/look/EffectWords.h"
 #include "app/look/ThemedIcon.h"
 
 #include <QCheckBox>
@@ -70,7 +71,7 @@ double ParameterRow::valueOfPosition(const ParameterDescription& description, do
 ParameterRow::ParameterRow(const ParameterDescription& description, QGridLayout& grid, int row,
                            QWidget* parent)
     : QObject(parent)
-    , mDescription(description)
+    , mDescription(EffectWords::translated(description))
 {
     switch (description.kind) {
     case ParameterDescription::Kind::toggle:
@@ -84,8 +85,8 @@ ParameterRow::ParameterRow(const ParameterDescription& description, QGridLayout&
         addNumber(grid, row, parent);
         break;
     }
-    editor()->setAccessibleName(description.name);
-    editor()->setAccessibleDescription(description.summary);
+    editor()->setAccessibleName(mDescription.name);
+    editor()->setAccessibleDescription(mDescription.summary);
     addReset(grid, row, parent);
     showValue(description.defaultValue);
 }

@@ -1,6 +1,7 @@
 #include "app/menus/EffectActions.h"
 
 #include "app/effects/EffectDialog.h"
+#include "app/look/EffectWords.h"
 #include "app/menus/Commands.h"
 #include "app/menus/MenuHost.h"
 #include "app/progress/WindowAlerts.h"
@@ -36,15 +37,6 @@ QList<QKeySequence> keysOf(const QString& scriptName)
     return key == keys.end() ? QList<QKeySequence>() : Commands::letter(*key);
 }
 
-/// A menu shows an ellipsis where the registry has three points.
-QString titleOf(const EffectEntry& entry)
-{
-    QString title = entry.menuTitle;
-    if (title.endsWith(QLatin1String("...")))
-        title.replace(title.size() - 3, 3, QChar(0x2026));
-    return title.replace(u'&', QLatin1String("&&"));
-}
-
 } // namespace
 
 EffectActions::EffectActions(MenuHost& window, QMenuBar& menuBar)
@@ -60,10 +52,10 @@ EffectActions::EffectActions(MenuHost& window, QMenuBar& menuBar)
     for (const EffectEntry& entry : EffectRegistry::effects()) {
         QMenu*& group = groups[entry.menuGroup];
         if (!group)
-            group = menu.addMenu(entry.menuGroup);
-        QAction* const action = Commands::add(*group, titleOf(entry), keysOf(entry.scriptName),
-                                              [this, &entry] { perform(entry); });
-        action->setToolTip(entry.summary);
+            group = menu.addMenu(EffectWords::word(entry.menuGroup));
+        QAction* const action = Commands::add(*group, EffectWords::menuTitle(entry.menuTitle),
+                                              keysOf(entry.scriptName), [this, &entry] { perform(entry); });
+        action->setToolTip(EffectWords::word(entry.summary));
         group->setToolTipsVisible(true);
         mEffects.push_back(action);
     }
@@ -100,14 +92,14 @@ void EffectActions::update()
 
 void EffectActions::perform(const EffectEntry& entry)
 {
-    const std::shared_ptr<Filter> filter = entry.make(entry.menuTitle);
+    const std::shared_ptr<Filter> filter = entry.make(EffectWords::title(entry.menuTitle));
     mWindow.controller().effects().setUpFilter(*filter);
     if (!filter->hasOptionsDialog()) {
         apply(filter);
         return;
     }
     filter->loadDefaults();
-    auto* const dialog = new EffectDialog(filter, entry.summary, &mWindow.widget());
+    auto* const dialog = new EffectDialog(filter, EffectWords::word(entry.summary), &mWindow.widget());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(dialog, &EffectDialog::previewWillStart, this,
             [this] { mWindow.controller().transport().stopAudio(); });

@@ -1,7 +1,7 @@
 #include "app/recovery/RecoveryWindow.h"
 
+#include "app/desktop/FileManager.h"
 #include "app/progress/WindowAlerts.h"
-#include "app/recovery/FileManager.h"
 #include "app/recovery/LeftOverList.h"
 #include "app/recovery/LeftOverTitle.h"
 #include "app/recovery/LengthText.h"

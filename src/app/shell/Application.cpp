@@ -1,5 +1,6 @@
 #include "app/shell/Application.h"
 
+#include "app/effects/PresetInstaller.h"
 #include "app/look/ItemNames.h"
 #include "app/preferences/PreferencesDialog.h"
 #include "app/preferences/RecentFiles.h"
@@ -110,8 +111,12 @@ void Application::newDocument()
 
 void Application::openFiles(const std::vector<std::filesystem::path>& paths)
 {
-    for (const std::filesystem::path& path : paths)
-        openFile(path);
+    for (const std::filesystem::path& path : paths) {
+        if (PresetInstaller::isPreset(path))
+            installPreset(path);
+        else
+            openFile(path);
+    }
 }
 
 DocumentWindow* Application::windowOf(const std::filesystem::path& path) const
@@ -139,6 +144,20 @@ void Application::openFile(const std::filesystem::path& path)
     job->start([this, job](std::shared_ptr<SoundDocument> document, const MaybeError& error) {
         didOpen(job, std::move(document), error);
     });
+}
+
+void Application::installPreset(const std::filesystem::path& path)
+{
+    if (mWindows.empty() && mJobs.empty())
+        newDocument();
+    // Later: it asks, while who opened the files, a drop say, is not done yet.
+    QMetaObject::invokeMethod(
+        this,
+        [this, path] {
+            const QPointer<DocumentWindow> window(frontWindow());
+            PresetInstaller::install(path, window);
+        },
+        Qt::QueuedConnection);
 }
 
 void Application::takeJobOff(OpenJob* job)

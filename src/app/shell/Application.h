@@ -58,6 +58,7 @@ Q_SIGNALS:
 private:
     DocumentWindow* addWindow(std::shared_ptr<SoundDocument> document);
     void openFile(const std::filesystem::path& path);
+    void installPreset(const std::filesystem::path& path);
     void showDecoding(OpenJob& job, const DecodingStart& start);
     void didOpen(OpenJob* job, std::shared_ptr<SoundDocument> document, const MaybeError& error);
     DocumentWindow* windowShowing(const OpenJob& job) const;

@@ -99,20 +99,41 @@ std::optional<Values> valuesOf(const PresetLayout& layout, BigEndianInputStream&
     return values;
 }
 
-std::optional<Values> valuesOf(const PresetFormat& format, const QByteArray& record,
-                               const EffectParameters& parameters, const PresetLayout*& found)
+/// A record, and the layout that it has.
+struct ReadRecord {
+    const PresetLayout* layout;
+    Values values;
+};
+
+Error corrupt(const QString& message, const PresetFormat& format)
 {
-    if (record.size() < kHeaderBytes)
-        return std::nullopt;
+    return Error{Error::Code::corruptFile, message.arg(format.folderName)};
+}
+
+std::optional<ReadRecord> readRecord(const PresetFormat& format, const QByteArray& record,
+                                     const EffectParameters& parameters, MaybeError* error)
+{
     BigEndianInputStream stream(record);
     const auto code = static_cast<FourCharCode>(stream.readSInt32());
     const int32_t version = stream.readSInt32();
+    bool isCodeKnown = false;
+    bool isNewer = true;
     for (const PresetLayout& layout : format.layouts) {
-        if (layout.code != code || layout.version != version)
+        if (record.size() < kHeaderBytes || layout.code != code)
             continue;
-        found = &layout;
-        return valuesOf(layout, stream, parameters);
+        isCodeKnown = true;
+        isNewer = isNewer && version > layout.version;
+        if (layout.version != version)
+            continue;
+        if (std::optional<Values> values = valuesOf(layout, stream, parameters))
+            return ReadRecord{&layout, std::move(*values)};
     }
+    if (!isCodeKnown)
+        *error = corrupt(QStringLiteral("This is no preset of “%1”."), format);
+    else if (isNewer)
+        *error = corrupt(QStringLiteral("This preset of “%1” is of a newer version of Velloria."), format);
+    else
+        *error = corrupt(QStringLiteral("This preset of “%1” is damaged."), format);
     return std::nullopt;
 }
 
@@ -132,22 +153,29 @@ QByteArray PresetRecord::write(const PresetFormat& format, const EffectParameter
 MaybeError PresetRecord::read(const PresetFormat& format, const QByteArray& record,
                               EffectParameters& parameters)
 {
-    const PresetLayout* layout = nullptr;
-    const std::optional<Values> values = valuesOf(format, record, parameters, layout);
-    if (!values) {
+    MaybeError error;
+    const std::optional<ReadRecord> found = readRecord(format, record, parameters, &error);
+    if (!found) {
         if (!format.mismatchMessage.isEmpty())
             logLine(format.mismatchMessage);
-        return Error{Error::Code::corruptFile,
-                     QStringLiteral("This is no preset of “%1”, or it is damaged.").arg(format.folderName)};
+        return error;
     }
-    for (size_t i = 0; i < values->size(); ++i) {
-        const size_t parameter = layout->fields[i].parameter;
-        if (layout->fields[i].type == Type::rest)
-            parameters.setList(parameter, (*values)[i]);
-        else if (const auto value = parameters[parameter].valueOfStored((*values)[i].front()))
-            parameters.setValue(parameter, *value);
+    for (size_t i = 0; i < found->values.size(); ++i) {
+        const PresetField& field = found->layout->fields[i];
+        if (field.type == Type::rest)
+            parameters.setList(field.parameter, found->values[i]);
+        else if (const auto value = parameters[field.parameter].valueOfStored(found->values[i].front()))
+            parameters.setValue(field.parameter, *value);
     }
     return std::nullopt;
+}
+
+MaybeError PresetRecord::refusal(const PresetFormat& format, const QByteArray& record,
+                                 const EffectParameters& parameters)
+{
+    MaybeError error;
+    readRecord(format, record, parameters, &error);
+    return error;
 }
 
 } // namespace velloria

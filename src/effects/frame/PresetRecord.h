@@ -41,6 +41,8 @@ QByteArray write(const PresetFormat& format, const EffectParameters& parameters)
 /// Sets the parameters; a record with another code or version, one that is cut short or one with a value
 /// that is no number is an error and changes nothing. Bytes after the last field do not matter.
 MaybeError read(const PresetFormat& format, const QByteArray& record, EffectParameters& parameters);
+/// Why read() would refuse the record; nothing when it would not.
+MaybeError refusal(const PresetFormat& format, const QByteArray& record, const EffectParameters& parameters);
 } // namespace PresetRecord
 
 } // namespace velloria

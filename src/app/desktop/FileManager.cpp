@@ -1,4 +1,4 @@
-#include "app/recovery/FileManager.h"
+#include "app/desktop/FileManager.h"
 
 #include "platform/FileHandle.h"
 

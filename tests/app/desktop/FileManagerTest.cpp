@@ -1,4 +1,4 @@
-#include "app/recovery/FileManager.h"
+#include "app/desktop/FileManager.h"
 
 #include "app/kit/AppTestKit.h"
 #include "app/kit/PrivateBus.h"
