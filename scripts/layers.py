@@ -44,6 +44,7 @@ ORDER = [
     "effects/reverb",
     "effects/stretch",
     "effects/generators",
+    "effects/added",
     "effects",
     "display",
     "controllers",

@@ -1,5 +1,7 @@
 #include "effects/EffectRegistry.h"
 
+#include "effects/added/AddMoreCowbell.h"
+#include "effects/added/AddNoise.h"
 #include "effects/delay/Chorus.h"
 #include "effects/delay/DelayEcho.h"
 #include "effects/dynamics/Compressor.h"
@@ -44,6 +46,7 @@ std::vector<EffectEntry> makeEntries()
     const QString filters = QStringLiteral("Equalizers");
     const QString delay = QStringLiteral("Delay");
     const QString time = QStringLiteral("Time");
+    const QString added = QStringLiteral("Mix In");
     const QString channels = QStringLiteral("Channels");
     return {
         {QStringLiteral("Amplify..."), gain, QStringLiteral("amplify"),
@@ -90,6 +93,10 @@ std::vector<EffectEntry> makeEntries()
          QStringLiteral("Makes one voice sound like several."), make<Chorus>},
         {QStringLiteral("Reverb..."), delay, QStringLiteral("reverb"),
          QStringLiteral("Puts the sound into a room."), make<Reverb>},
+        {QStringLiteral("Add Noise..."), added, QStringLiteral("add noise"),
+         QStringLiteral("Mixes white noise in."), make<AddNoise>},
+        {QStringLiteral("Add More Cowbell..."), added, QStringLiteral("add more cowbell"),
+         QStringLiteral("Mixes a cowbell in, struck twice a second."), make<AddMoreCowbell>},
         {QStringLiteral("Pitch and Tempo..."), time, QStringLiteral("change pitch"),
          QStringLiteral("Changes how high a sound is, or how long, each without the other."),
          make<PitchAndTempo>},

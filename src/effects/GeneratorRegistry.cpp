@@ -2,6 +2,7 @@
 
 #include "effects/generators/FMGenerator.h"
 #include "effects/generators/NoiseGenerator.h"
+#include "effects/generators/NoteGenerator.h"
 #include "effects/generators/ToneGenerator.h"
 
 #include <algorithm>
@@ -32,6 +33,9 @@ const std::vector<GeneratorEntry>& generators()
          QStringLiteral("Inserts a tone with a sweeping frequency at the selection's start, on its tracks, "
                         "and selects it."),
          make<FMGenerator>},
+        {QStringLiteral("Insert Notes..."), QStringLiteral("insert note"),
+         QStringLiteral("Inserts a note at the selection's start, on its tracks, and selects it."),
+         make<NoteGenerator>},
     };
     return entries;
 }

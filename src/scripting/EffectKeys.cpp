@@ -12,6 +12,8 @@ namespace
 using Type = CommandParameter::Type;
 using Kind = ParameterDescription::Kind;
 
+constexpr qsizetype kMostExplained = 12;
+
 CommandParameter numberParameter(const ParameterDescription& description)
 {
     constexpr double none = std::numeric_limits<double>::max();
@@ -38,7 +40,9 @@ CommandParameter choiceParameter(const ParameterDescription& description)
     parameter.minimum = 0;
     parameter.maximum = isToggle ? 1 : static_cast<int>(description.choices.size()) - 1;
     parameter.defaultValue = static_cast<int>(description.scriptDefaultValue);
-    for (qsizetype i = 0; i < parameter.choices.size(); ++i)
+    // Of many, notes say, the first and the last tell enough.
+    const qsizetype step = parameter.choices.size() > kMostExplained ? parameter.choices.size() - 1 : 1;
+    for (qsizetype i = 0; i < parameter.choices.size(); i += step)
         parameter.summary += QStringLiteral(" %1 is %2.").arg(i).arg(parameter.choices[i]);
     return parameter;
 }

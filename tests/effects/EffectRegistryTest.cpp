@@ -22,6 +22,8 @@ TEST(EffectRegistry, NamesItsEffects)
                                                             {"DC Offset...", "dc offset"},
                                                             {"Fade Special...", "fade special"},
                                                             {"Interpolate", "interpolate"},
+                                                            {"Add Noise...", "add noise"},
+                                                            {"Add More Cowbell...", "add more cowbell"},
                                                             {"Graphic Equalizer...", "equalize"},
                                                             {"Graphic EQ - 10 Band...", "equalize 10"},
                                                             {"Graphic EQ - 3 Band...", "equalize 3"},

@@ -1,6 +1,7 @@
 #include "app/menus/SoundActions.h"
 
 #include "app/menus/Commands.h"
+#include "app/menus/GeneratorActions.h"
 #include "app/menus/MenuHost.h"
 #include "app/progress/WindowAlerts.h"
 #include "app/sheets/EditSheets.h"
@@ -20,6 +21,7 @@ SoundActions::SoundActions(MenuHost& window, QMenuBar& menuBar)
     //% "Insert &Silence…"
     Commands::add(menu, qtTrId("sound-silence"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_I)},
                   [this] { EditSheets::insertSilence(mWindow.controller(), mWindow.widget()); });
+    mGenerators = new GeneratorActions(window, menu);
     menu.addSeparator();
     //% "&Add Track"
     QAction* const add = menu.addAction(qtTrId("sound-add-track"));

@@ -9,9 +9,10 @@ class QMenuBar;
 namespace velloria
 {
 
+class GeneratorActions;
 class MenuHost;
 
-/// The Sound menu: silence, tracks, mixdowns, rate and format.
+/// The Sound menu: inserted sound, tracks, mixdowns, rate and format.
 class SoundActions : public QObject
 {
     Q_OBJECT
@@ -20,11 +21,13 @@ public:
     SoundActions(MenuHost& window, QMenuBar& menuBar);
 
     void update();
+    GeneratorActions& generators() { return *mGenerators; }
 
 private:
     void mixdown(int numChannels, const QAction& action);
 
     MenuHost& mWindow;
+    GeneratorActions* mGenerators = nullptr; ///< of the menu
     QAction* mRemoveTracks = nullptr;
     QAction* mMono = nullptr;
     QAction* mStereo = nullptr;

@@ -56,6 +56,7 @@ ParameterDescription Generator::frequency(const QString& name, const QString& su
 void Generator::begin(double sampleRate)
 {
     mSampleRate = sampleRate;
+    mLength.reset();
     mFrame = 0;
 }
 
@@ -79,6 +80,7 @@ std::shared_ptr<MutableAudioClip> Generator::makeClip(double sampleRate, int64_t
     std::shared_ptr<MutableAudioClip> clip = MutableAudioClip::clipWithSampleRate(sampleRate);
     FloatBuffer block;
     begin(sampleRate);
+    mLength = numFrames;
     for (int64_t numDone = 0; numDone < numFrames && !*error;) {
         block.resize(static_cast<size_t>(std::min(kBlockNumFrames, numFrames - numDone)));
         render(block);

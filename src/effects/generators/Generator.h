@@ -6,6 +6,7 @@
 #include "platform/Progress.h"
 
 #include <memory>
+#include <optional>
 #include <span>
 
 namespace velloria
@@ -29,7 +30,7 @@ public:
     EffectParameters& parameters() { return mParameters; }
     const EffectParameters& parameters() const { return mParameters; }
 
-    /// Starts from the first frame.
+    /// Starts from the first frame. There is no end.
     virtual void begin(double sampleRate);
     /// The next frames. A parameter that was changed counts from here on.
     virtual void render(std::span<float> samples) = 0;
@@ -46,6 +47,8 @@ protected:
     static ParameterDescription frequency(const QString& name, const QString& summary, double defaultHz,
                                           const QString& word, const QString& scriptKey);
     double sampleRate() const { return mSampleRate; }
+    /// Frames that are asked for in all; nothing for a preview, which goes on until it is stopped.
+    std::optional<int64_t> length() const { return mLength; }
     /// As a factor.
     double amplitude() const;
     /// The number of the next frame, and on by so many.
@@ -55,6 +58,7 @@ private:
     const QString mName;
     EffectParameters mParameters;
     double mSampleRate = 44100.0;
+    std::optional<int64_t> mLength;
     int64_t mFrame = 0;
 };
 

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "effects/generators/Generator.h"
-
-#include <random>
+#include "effects/generators/TriangularNoise.h"
 
 namespace velloria
 {
@@ -20,7 +19,7 @@ public:
 private:
     static const std::vector<ParameterDescription>& describeParameters();
 
-    std::mt19937 mRandom;
+    TriangularNoise mNoise;
 };
 
 } // namespace velloria

@@ -6,10 +6,7 @@
 namespace velloria
 {
 
-namespace
-{
-
-double valueAt(ToneGenerator::Shape shape, double cycles)
+double ToneGenerator::valueAt(Shape shape, double cycles)
 {
     switch (shape) {
     case ToneGenerator::square:
@@ -24,7 +21,17 @@ double valueAt(ToneGenerator::Shape shape, double cycles)
     return std::sin(2.0 * std::numbers::pi * cycles);
 }
 
-} // namespace
+ParameterDescription ToneGenerator::waveShape()
+{
+    ParameterDescription shape;
+    shape.kind = ParameterDescription::Kind::choice;
+    shape.name = QStringLiteral("Waveform");
+    shape.summary = QStringLiteral("Shape of the tone.");
+    shape.choices = {QStringLiteral("Sine"), QStringLiteral("Square"), QStringLiteral("Triangle")};
+    shape.settingsKey = QStringLiteral("insert.waveShape");
+    shape.scriptKey = QStringLiteral("WaveShape");
+    return shape;
+}
 
 const std::vector<ParameterDescription>& ToneGenerator::describeParameters()
 {
@@ -32,13 +39,7 @@ const std::vector<ParameterDescription>& ToneGenerator::describeParameters()
         std::vector<ParameterDescription> made = commonDescriptions();
         made.push_back(frequency(QStringLiteral("Frequency"), QStringLiteral("Pitch of the tone."), 440.0,
                                  QStringLiteral("frequency"), QStringLiteral("Frequency")));
-        ParameterDescription& shape = made.emplace_back();
-        shape.kind = ParameterDescription::Kind::choice;
-        shape.name = QStringLiteral("Waveform");
-        shape.summary = QStringLiteral("Shape of the tone.");
-        shape.choices = {QStringLiteral("Sine"), QStringLiteral("Square"), QStringLiteral("Triangle")};
-        shape.settingsKey = QStringLiteral("insert.waveShape");
-        shape.scriptKey = QStringLiteral("WaveShape");
+        made.push_back(waveShape());
         return made;
     }();
     return list;

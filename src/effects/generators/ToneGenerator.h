@@ -15,7 +15,12 @@ public:
 
     explicit ToneGenerator(const QString& name);
 
+    /// From -1 to 1, a number of cycles after the start.
+    static double valueAt(Shape shape, double cycles);
+
     void render(std::span<float> samples) override;
+
+    static ParameterDescription waveShape();
 
 private:
     static const std::vector<ParameterDescription>& describeParameters();

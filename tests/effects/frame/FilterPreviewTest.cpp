@@ -141,6 +141,36 @@ TEST_F(FilterPreviewTest, HasNoHoleAtAnyRate)
     }
 }
 
+TEST_F(FilterPreviewTest, AChangeIsHeardWithin150MillisecondsWhereTheDeviceGrants50)
+{
+    for (const double rate : {44100.0, 48000.0, 192000.0}) {
+        SCOPED_TRACE(rate);
+        HardwareState state = hardware->state();
+        state.devices[0] = SimulatedHardware::outputDevice(2, QStringLiteral("out"), rate);
+        hardware->setState(state);
+        makeDocument(rate, 200000, 190000);
+        const auto granted = static_cast<uint32_t>(rate / 20);
+        hardware->setOutputTiming(granted, granted);
+        start();
+        VLRTAudioPlayerCore& core = preview->audioPlayback()->core();
+        const int64_t numHeard = std::ssize(pullLeft(*hardware, core, 10 * granted, {granted}));
+        // The worst moment: the ring is full, and the device has only just taken what it asks for at once.
+        preview->change([this] { setGain(-12); });
+        const std::vector<float> after = pullLeft(*hardware, core, 4 * granted, {granted});
+        int64_t numBefore = 0;
+        while (numBefore < std::ssize(after) && std::abs(after[static_cast<size_t>(numBefore)] -
+                                                         sampleAt(kStart + numHeard + numBefore, -6)) < 1e-5F)
+            ++numBefore;
+        ASSERT_LT(numBefore, std::ssize(after));
+        EXPECT_NEAR(after[static_cast<size_t>(numBefore)], sampleAt(kStart + numHeard + numBefore, -12),
+                    1e-5);
+        const double milliseconds = static_cast<double>(granted + numBefore) / rate * 1000.0;
+        RecordProperty("milliseconds", std::to_string(milliseconds));
+        EXPECT_LE(milliseconds, 150.0);
+        preview.reset();
+    }
+}
+
 TEST_F(FilterPreviewTest, LoopsWithoutAGapUntilLoopingIsSwitchedOff)
 {
     loops = true;

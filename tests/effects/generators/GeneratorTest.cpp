@@ -80,6 +80,31 @@ TEST(Generators, NoiseIsTriangularAndTheSameEachTime)
     EXPECT_EQ(samplesOf(*noise, 44100.0, 400000), out);
 }
 
+TEST(Notes, AreTunedInEqualStepsAndBeginAndEndSoftly)
+{
+    const std::pair<const char*, double> notes[] = {{"A4", 440.0},       {"a5", 880.0},
+                                                    {"C4", 261.6255653}, {"F#3", 184.9972114},
+                                                    {"C-1", 8.1757989},  {"G9", 12543.8539514}};
+    for (const auto& [name, hertz] : notes) {
+        for (const double tuning : {440.0, 415.0}) {
+            const auto note =
+                generatorNamed("insert note", {{QStringLiteral("Note"), QString::fromLatin1(name)},
+                                               {QStringLiteral("Tuning"), tuning},
+                                               {QStringLiteral("Duration"), 0.5}});
+            constexpr double rate = 48000.0;
+            const FloatBuffer out = samplesOf(*note, rate, 24000);
+            ASSERT_EQ(out.size(), 24000U);
+            constexpr double ramp = 0.005 * rate;
+            for (size_t n = 0; n < out.size(); ++n) {
+                const auto frame = static_cast<double>(n);
+                const double level = std::min({1.0, frame / ramp, (23999.0 - frame) / ramp});
+                const double value = std::sin(2.0 * std::numbers::pi * hertz * tuning / 440.0 * frame / rate);
+                ASSERT_NEAR(out[n], value * level, 2e-4) << name << " " << n;
+            }
+        }
+    }
+}
+
 TEST(Generators, ACancelledOneMakesNoClip)
 {
     class Cancelled : public Progress
