@@ -1875,35 +1875,1351 @@ What the window shows: %3</source>
         <source>&amp;Gain:</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="effect-input-meter-left">
-        <source>Level before the effect, left</source>
+    <message id="preset-label">
+        <source>Pre&amp;set:</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="effect-input-meter-right">
-        <source>Level before the effect, right</source>
+    <message id="generator-preview-tip">
+        <source>Hear the sound until it is stopped (Ctrl+Space)</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="effect-output-meter-left">
-        <source>Level behind the effect, left</source>
+    <message id="keyboard-name">
+        <source>Piano keyboard</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="effect-output-meter-right">
-        <source>Level behind the effect, right</source>
+    <message id="keyboard-tip">
+        <source>Click a key, or play with the letters: A to L are white keys, the row above black ones; Z and X change the octave.</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="effect-meter-input">
-        <source>Input</source>
-        <extracomment>Caption of a level meter in the dialog of an effect</extracomment>
+    <message id="notes-remove">
+        <source>Remove &amp;Last</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="effect-meter-output">
-        <source>Output</source>
-        <extracomment>Caption of a level meter in the dialog of an effect</extracomment>
+    <message id="notes-none">
+        <source>Play the notes to insert: with the mouse, or with the letters A to L.</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="effect-meter-gain-reduction">
-        <source>Gain reduction</source>
-        <extracomment>Caption of a meter that shows by how many dB an effect lowers the gain</extracomment>
+    <message id="preset-accessible">
+        <source>Preset</source>
+        <extracomment>What the pop-up is for, to a screen reader</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-none">
+        <source>None</source>
+        <extracomment>No preset</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-manage">
+        <source>Manage Presets…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-make">
+        <source>Make Preset…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-delete">
+        <source>Delete Preset…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-factory">
+        <source>Factory Presets</source>
+        <extracomment>The presets that come with the program</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-make-title">
+        <source>Make Preset</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-save">
+        <source>Save</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-name">
+        <source>&amp;Name:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-replaces">
+        <source>Replaces the preset of that name.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-installed">
+        <source>“%1” was added to the presets of “%2”.</source>
+        <extracomment>%1 is the name of a preset, %2 that of a folder of presets (&quot;Delay&quot;)</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-elsewhere">
+        <source>The effect’s own menu shows the folder “%1”, which has another name.</source>
+        <extracomment>%1 is the name of a folder of presets</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-elsewhere-add">
+        <source>Add to That Menu</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-filter">
+        <source>Presets (%1)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-list-title">
+        <source>Presets</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-rename">
+        <source>&amp;Rename</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-list-delete">
+        <source>&amp;Delete…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-reveal">
+        <source>&amp;Show File</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-import">
+        <source>&amp;Import…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-export">
+        <source>&amp;Export…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="DELETE_PRESET_TITLE">
+        <source>Delete the preset “%1”?</source>
+        <extracomment>%1 is the name of a preset</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="DELETE_PRESET_TEXT">
+        <source>Its file is removed, which cannot be undone.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="DELETE_PRESET_OK">
+        <source>Delete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="DELETE_PRESET_CANCEL">
+        <source>Cancel</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-replace-title">
+        <source>Replace existing preset?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-replace-text">
+        <source>The preset “%1” already exists.</source>
+        <extracomment>%1 is the name of a preset</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-replace-ok">
+        <source>Replace</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-import-title">
+        <source>Import Presets</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preset-export-title">
+        <source>Export Preset</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Amplify">
+        <source>Amplify</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain">
+        <source>Gain</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Makes the sound louder or softer.">
+        <source>Makes the sound louder or softer.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How much louder (or softer, below 0) the sound becomes.">
+        <source>How much louder (or softer, below 0) the sound becomes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="dB">
+        <source>dB</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Normalize">
+        <source>Normalize</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Brings the loudest part to a target level.">
+        <source>Brings the loudest part to a target level.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Target level">
+        <source>Target level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level that the loudest part is brought to.">
+        <source>Level that the loudest part is brought to.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Channels independently">
+        <source>Channels independently</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gives each channel a gain of its own instead of one for all.">
+        <source>Gives each channel a gain of its own instead of one for all.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Use RMS level">
+        <source>Use RMS level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Measures the loudest fifth of a second instead of the highest peak.">
+        <source>Measures the loudest fifth of a second instead of the highest peak.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Normalize Loudness">
+        <source>Normalize Loudness</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Brings the loudness of the whole to a target, and keeps the true peak below a ceiling.">
+        <source>Brings the loudness of the whole to a target, and keeps the true peak below a ceiling.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Target loudness">
+        <source>Target loudness</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Integrated loudness that the whole is brought to.">
+        <source>Integrated loudness that the whole is brought to.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="LUFS">
+        <source>LUFS</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="True-peak ceiling">
+        <source>True-peak ceiling</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The sound is made no louder than lets its true peak stay below this.">
+        <source>The sound is made no louder than lets its true peak stay below this.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="dBTP">
+        <source>dBTP</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="DC Offset">
+        <source>DC Offset</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Removes a constant offset of the waveform, or adds one.">
+        <source>Removes a constant offset of the waveform, or adds one.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Remove the offset">
+        <source>Remove the offset</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Measures the offset all along and takes it away.">
+        <source>Measures the offset all along and takes it away.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Offset to add">
+        <source>Offset to add</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="What is added to every sample; left out, the offset is removed.">
+        <source>What is added to every sample; left out, the offset is removed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="%">
+        <source>%</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Compressor">
+        <source>Compressor</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Dynamics">
+        <source>Dynamics</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Lowers what is too loud, and raises the rest.">
+        <source>Lowers what is too loud, and raises the rest.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Threshold">
+        <source>Threshold</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="What is louder becomes softer.">
+        <source>What is louder becomes softer.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Ratio">
+        <source>Ratio</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How many dB above the threshold become one; many make it a limiter.">
+        <source>How many dB above the threshold become one; many make it a limiter.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Attack">
+        <source>Attack</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the gain takes to fall when the sound becomes too loud.">
+        <source>How long the gain takes to fall when the sound becomes too loud.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="s">
+        <source>s</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Release">
+        <source>Release</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the gain takes to recover.">
+        <source>How long the gain takes to recover.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Automatic post gain">
+        <source>Automatic post gain</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Lets the post gain follow threshold and ratio whenever one of them is moved.">
+        <source>Lets the post gain follow threshold and ratio whenever one of them is moved.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Post gain">
+        <source>Post gain</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How much louder everything becomes after that; left out, it makes up for the loss.">
+        <source>How much louder everything becomes after that; left out, it makes up for the loss.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Follow the mean level (RMS)">
+        <source>Follow the mean level (RMS)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Goes by the mean power instead of the peaks.">
+        <source>Goes by the mean power instead of the peaks.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Audiobook">
+        <source>Audiobook</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Drums with Punch">
+        <source>Drums with Punch</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gentle Levelling">
+        <source>Gentle Levelling</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Interview of Loud and Soft Voices">
+        <source>Interview of Loud and Soft Voices</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Lecture from the Back Row">
+        <source>Lecture from the Back Row</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Peaks Only">
+        <source>Peaks Only</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Expander">
+        <source>Expander</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Lowers what is soft, so that it differs more from what is loud.">
+        <source>Lowers what is soft, so that it differs more from what is loud.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="What is softer becomes softer still.">
+        <source>What is softer becomes softer still.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="By how many dB the gain falls for each that the level falls.">
+        <source>By how many dB the gain falls for each that the level falls.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the gain takes to rise when the sound comes back.">
+        <source>How long the gain takes to rise when the sound comes back.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the gain takes to fall when the sound has ended.">
+        <source>How long the gain takes to fall when the sound has ended.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Damp the Room">
+        <source>Damp the Room</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Drum Bleed">
+        <source>Drum Bleed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Soften Breaths">
+        <source>Soften Breaths</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Tape Hiss">
+        <source>Tape Hiss</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Traffic under Speech">
+        <source>Traffic under Speech</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Noise Gate">
+        <source>Noise Gate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Shuts out what is soft: noise between the words.">
+        <source>Shuts out what is soft: noise between the words.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="What is softer is shut out.">
+        <source>What is softer is shut out.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Drum Microphone">
+        <source>Drum Microphone</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Guitar Amplifier">
+        <source>Guitar Amplifier</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Hum between Words">
+        <source>Hum between Words</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Quiet Room">
+        <source>Quiet Room</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Telephone Line">
+        <source>Telephone Line</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fade In">
+        <source>Fade In</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fades">
+        <source>Fades</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fades linearly from silence.">
+        <source>Fades linearly from silence.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fade Out">
+        <source>Fade Out</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fades linearly to silence.">
+        <source>Fades linearly to silence.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fade Special">
+        <source>Fade Special</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fades along an envelope.">
+        <source>Fades along an envelope.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Envelope">
+        <source>Envelope</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Envelope as x0,y0,x1,y1,...: x from 0 to 1 over the selection, y the gain as a factor.">
+        <source>Envelope as x0,y0,x1,y1,...: x from 0 to 1 over the selection, y the gain as a factor.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Duck in the Middle">
+        <source>Duck in the Middle</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fade In and Out">
+        <source>Fade In and Out</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fade Out Late">
+        <source>Fade Out Late</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fade Out like an Echo">
+        <source>Fade Out like an Echo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Slow Swell">
+        <source>Slow Swell</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Two Pulses">
+        <source>Two Pulses</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Interpolate">
+        <source>Interpolate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Bridges the selection with a smooth curve between its ends, which hides clicks.">
+        <source>Bridges the selection with a smooth curve between its ends, which hides clicks.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Graphic Equalizer">
+        <source>Graphic Equalizer</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Equalizers">
+        <source>Equalizers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Makes frequencies louder or softer along a curve through points anywhere.">
+        <source>Makes frequencies louder or softer along a curve through points anywhere.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Curve">
+        <source>Curve</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Points of the curve: frequency in Hz and level in dB, and so on.">
+        <source>Points of the curve: frequency in Hz and level in dB, and so on.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Dictation">
+        <source>Dictation</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Hum of 50 Hz">
+        <source>Hum of 50 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Hum of 60 Hz">
+        <source>Hum of 60 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Rumble">
+        <source>Rumble</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Small Loudspeaker">
+        <source>Small Loudspeaker</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Tilt to the Bass">
+        <source>Tilt to the Bass</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Tilt to the Treble">
+        <source>Tilt to the Treble</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Graphic EQ - 10 Band">
+        <source>Graphic EQ - 10 Band</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Makes each of ten octaves louder or softer.">
+        <source>Makes each of ten octaves louder or softer.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="31 Hz">
+        <source>31 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 31 Hz.">
+        <source>Gain of the octave around 31 Hz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="63 Hz">
+        <source>63 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 63 Hz.">
+        <source>Gain of the octave around 63 Hz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="125 Hz">
+        <source>125 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 125 Hz.">
+        <source>Gain of the octave around 125 Hz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="250 Hz">
+        <source>250 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 250 Hz.">
+        <source>Gain of the octave around 250 Hz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="500 Hz">
+        <source>500 Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 500 Hz.">
+        <source>Gain of the octave around 500 Hz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="1 kHz">
+        <source>1 kHz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 1 kHz.">
+        <source>Gain of the octave around 1 kHz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="2 kHz">
+        <source>2 kHz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 2 kHz.">
+        <source>Gain of the octave around 2 kHz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="4 kHz">
+        <source>4 kHz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 4 kHz.">
+        <source>Gain of the octave around 4 kHz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="8 kHz">
+        <source>8 kHz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 8 kHz.">
+        <source>Gain of the octave around 8 kHz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="16 kHz">
+        <source>16 kHz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of the octave around 16 kHz.">
+        <source>Gain of the octave around 16 kHz.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Clear Speech">
+        <source>Clear Speech</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Laptop Loudspeakers">
+        <source>Laptop Loudspeakers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Late at Night">
+        <source>Late at Night</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="More Air">
+        <source>More Air</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Old Radio">
+        <source>Old Radio</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Soften Sibilants">
+        <source>Soften Sibilants</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Warmth">
+        <source>Warmth</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Graphic EQ - 3 Band">
+        <source>Graphic EQ - 3 Band</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Makes low, middle and high frequencies louder or softer.">
+        <source>Makes low, middle and high frequencies louder or softer.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Low">
+        <source>Low</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of what lies below.">
+        <source>Gain of what lies below.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Low frequency">
+        <source>Low frequency</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Where the low gain has fallen to its half.">
+        <source>Where the low gain has fallen to its half.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Hz">
+        <source>Hz</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Middle">
+        <source>Middle</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain around the middle frequency.">
+        <source>Gain around the middle frequency.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Middle frequency">
+        <source>Middle frequency</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Centre of the middle band.">
+        <source>Centre of the middle band.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Middle Q">
+        <source>Middle Q</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The higher, the narrower is the middle band.">
+        <source>The higher, the narrower is the middle band.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="High">
+        <source>High</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gain of what lies above.">
+        <source>Gain of what lies above.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="High frequency">
+        <source>High frequency</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Where the high gain has fallen to its half.">
+        <source>Where the high gain has fallen to its half.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Boomy Microphone">
+        <source>Boomy Microphone</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Boxy Room">
+        <source>Boxy Room</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Dull Tape">
+        <source>Dull Tape</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Nasal Voice">
+        <source>Nasal Voice</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Smile">
+        <source>Smile</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Telephone">
+        <source>Telephone</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="High Pass Filter">
+        <source>High Pass Filter</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Takes low frequencies away, rumble and hum say.">
+        <source>Takes low frequencies away, rumble and hum say.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Frequency">
+        <source>Frequency</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="What lies below it is taken away; there it is 3 dB softer.">
+        <source>What lies below it is taken away; there it is 3 dB softer.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Slope">
+        <source>Slope</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How fast the sound falls off beyond it, in dB an octave.">
+        <source>How fast the sound falls off beyond it, in dB an octave.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="dB/octave">
+        <source>dB/octave</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="12">
+        <source>12</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="24">
+        <source>24</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="36">
+        <source>36</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="48">
+        <source>48</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Low Pass Filter">
+        <source>Low Pass Filter</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Takes high frequencies away, hiss say.">
+        <source>Takes high frequencies away, hiss say.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="What lies above it is taken away; there it is 3 dB softer.">
+        <source>What lies above it is taken away; there it is 3 dB softer.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Delay">
+        <source>Delay</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Adds an echo, once or again and again.">
+        <source>Adds an echo, once or again and again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Dry level">
+        <source>Dry level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level of the sound itself.">
+        <source>Level of the sound itself.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Echo level">
+        <source>Echo level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level of the echo; of each repeat, below the one before.">
+        <source>Level of the echo; of each repeat, below the one before.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Time until the echo.">
+        <source>Time until the echo.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Repeat the echo">
+        <source>Repeat the echo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Feeds the echo back, so that it comes again and again.">
+        <source>Feeds the echo back, so that it comes again and again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Let it ring">
+        <source>Let it ring</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Keeps what sounds on after the selection, and adds it to what follows there.">
+        <source>Keeps what sounds on after the selection, and adds it to what follows there.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Canyon">
+        <source>Canyon</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Dotted Eighths at 120">
+        <source>Dotted Eighths at 120</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Doubling">
+        <source>Doubling</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Slapback">
+        <source>Slapback</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Station Loudspeaker">
+        <source>Station Loudspeaker</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Tape Echo">
+        <source>Tape Echo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Flanger">
+        <source>Flanger</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Mixes in a copy with a short delay that sweeps to and fro.">
+        <source>Mixes in a copy with a short delay that sweeps to and fro.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Wet level">
+        <source>Wet level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level of the delayed sound.">
+        <source>Level of the delayed sound.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Speed">
+        <source>Speed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the delay takes to sweep to and fro.">
+        <source>How long the delay takes to sweep to and fro.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Shortest delay.">
+        <source>Shortest delay.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="ms">
+        <source>ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Sweep depth">
+        <source>Sweep depth</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How much longer the delay becomes.">
+        <source>How much longer the delay becomes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Sweep">
+        <source>Sweep</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Shape of the sweep.">
+        <source>Shape of the sweep.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Triangle">
+        <source>Triangle</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Sine">
+        <source>Sine</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fast Warble">
+        <source>Fast Warble</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Hollow">
+        <source>Hollow</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Jet">
+        <source>Jet</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Metal Pipe">
+        <source>Metal Pipe</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Shimmering Guitar">
+        <source>Shimmering Guitar</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Chorus">
+        <source>Chorus</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Makes one voice sound like several.">
+        <source>Makes one voice sound like several.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Choir">
+        <source>Choir</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Detuned Octet">
+        <source>Detuned Octet</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Doubled Voice">
+        <source>Doubled Voice</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Gentle Guitar">
+        <source>Gentle Guitar</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Seasick">
+        <source>Seasick</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Wide Strings">
+        <source>Wide Strings</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Reverb">
+        <source>Reverb</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Puts the sound into a room.">
+        <source>Puts the sound into a room.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Room size">
+        <source>Room size</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the sound takes from wall to wall.">
+        <source>How long the sound takes from wall to wall.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Decay">
+        <source>Decay</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the room takes to fall silent.">
+        <source>How long the room takes to fall silent.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Color">
+        <source>Color</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Walls that swallow what is higher make the room dull.">
+        <source>Walls that swallow what is higher make the room dull.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Room level">
+        <source>Room level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level of the room under the sound.">
+        <source>Level of the room under the sound.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Bathroom">
+        <source>Bathroom</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Cathedral">
+        <source>Cathedral</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Chamber Music Hall">
+        <source>Chamber Music Hall</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Concert Hall">
+        <source>Concert Hall</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Living Room">
+        <source>Living Room</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Plate">
+        <source>Plate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Underground Garage">
+        <source>Underground Garage</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Add Noise">
+        <source>Add Noise</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Mix In">
+        <source>Mix In</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Mixes white noise in.">
+        <source>Mixes white noise in.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Noise level">
+        <source>Noise level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level of the noise; 0 dB is full scale.">
+        <source>Level of the noise; 0 dB is full scale.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Add More Cowbell">
+        <source>Add More Cowbell</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Mixes a cowbell in, struck twice a second.">
+        <source>Mixes a cowbell in, struck twice a second.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Cowbell level">
+        <source>Cowbell level</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level of the cowbell; 0 dB is as recorded.">
+        <source>Level of the cowbell; 0 dB is as recorded.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Reverse">
+        <source>Reverse</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Time">
+        <source>Time</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Turns the sound around in time.">
+        <source>Turns the sound around in time.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Invert">
+        <source>Invert</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Channels">
+        <source>Channels</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Turns the polarity around.">
+        <source>Turns the polarity around.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Swap Channels">
+        <source>Swap Channels</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Exchanges left and right.">
+        <source>Exchanges left and right.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Insert Tone">
+        <source>Insert Tone</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Inserts a tone at the selection's start, on its tracks, and selects it.">
+        <source>Inserts a tone at the selection&apos;s start, on its tracks, and selects it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Duration">
+        <source>Duration</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long it lasts; left out, as long as the selection.">
+        <source>How long it lasts; left out, as long as the selection.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Amplitude">
+        <source>Amplitude</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Level of its peaks; 0 dB is full scale.">
+        <source>Level of its peaks; 0 dB is full scale.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Pitch of the tone.">
+        <source>Pitch of the tone.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Waveform">
+        <source>Waveform</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Shape of the tone.">
+        <source>Shape of the tone.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Square">
+        <source>Square</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Insert Noise">
+        <source>Insert Noise</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Inserts noise at the selection's start, on its tracks, and selects it.">
+        <source>Inserts noise at the selection&apos;s start, on its tracks, and selects it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Insert FM Tone">
+        <source>Insert FM Tone</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Inserts a tone with a sweeping frequency at the selection's start, on its tracks, and selects it.">
+        <source>Inserts a tone with a sweeping frequency at the selection&apos;s start, on its tracks, and selects it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Carrier">
+        <source>Carrier</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Frequency in the middle.">
+        <source>Frequency in the middle.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Modulation">
+        <source>Modulation</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How often a second the frequency sweeps.">
+        <source>How often a second the frequency sweeps.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Deviation">
+        <source>Deviation</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How far the frequency sweeps to each side.">
+        <source>How far the frequency sweeps to each side.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Insert Notes">
+        <source>Insert Notes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Inserts a note at the selection's start, on its tracks, and selects it.">
+        <source>Inserts a note at the selection&apos;s start, on its tracks, and selects it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Note">
+        <source>Note</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Note and octave, A4 say.">
+        <source>Note and octave, A4 say.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Tuning">
+        <source>Tuning</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Frequency of the note A4.">
+        <source>Frequency of the note A4.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Pitch">
+        <source>Pitch</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Semitones by which the sound becomes higher.">
+        <source>Semitones by which the sound becomes higher.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Fine">
+        <source>Fine</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Hundredths of a semitone that are added.">
+        <source>Hundredths of a semitone that are added.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Tempo by">
+        <source>Tempo by</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How the new tempo is given.">
+        <source>How the new tempo is given.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Percent">
+        <source>Percent</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Beats per minute">
+        <source>Beats per minute</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="200 % is twice as fast, half as long.">
+        <source>200 % is twice as fast, half as long.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="How long the selection becomes; 0 leaves it as it is.">
+        <source>How long the selection becomes; 0 leaves it as it is.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Beats afterwards">
+        <source>Beats afterwards</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Beats before">
+        <source>Beats before</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Beats per minute that the sound should have.">
+        <source>Beats per minute that the sound should have.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Beats per minute that the sound has.">
+        <source>Beats per minute that the sound has.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="bpm">
+        <source>bpm</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Keep formants">
+        <source>Keep formants</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="A voice keeps its character when its pitch changes.">
+        <source>A voice keeps its character when its pitch changes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Pitch and Tempo">
+        <source>Pitch and Tempo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Changes how high a sound is, or how long, each without the other.">
+        <source>Changes how high a sound is, or how long, each without the other.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Child's Voice">
+        <source>Child&apos;s Voice</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Deep Voice">
+        <source>Deep Voice</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="From A 432 to 440">
+        <source>From A 432 to 440</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="From A 440 to 415">
+        <source>From A 440 to 415</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Lecture in Less Time">
+        <source>Lecture in Less Time</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Octave Down">
+        <source>Octave Down</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Transcribe">
+        <source>Transcribe</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Length">
+        <source>Length</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="Tempo">
+        <source>Tempo</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="semitones">
+        <source>semitones</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="cents">
+        <source>cents</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -50,6 +50,13 @@ NoteSheet::NoteSheet(const std::shared_ptr<NoteGenerator>& generator, const QStr
     showNotes();
 }
 
+NoteSheet::~NoteSheet()
+{
+    // A keyboard that goes away loses the focus and lets its key go, when there is nothing to be heard any
+    // more.
+    mKeyboard->disconnect(this);
+}
+
 void NoteSheet::play(int note)
 {
     mNotes.push_back(note);

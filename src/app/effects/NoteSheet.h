@@ -16,6 +16,7 @@ class NoteSheet : public GeneratorDialog
 public:
     NoteSheet(const std::shared_ptr<NoteGenerator>& generator, const QString& title, const QString& summary,
               double sampleRate, QWidget* parent);
+    ~NoteSheet() override;
 
     const std::vector<int>& notes() const { return mNotes; }
     KeyboardView& keyboard() { return *mKeyboard; }

@@ -140,6 +140,10 @@ void PresetList::rename(QListWidgetItem& item)
     const bool isChanged = !name.isEmpty() && name != PresetManager::nameOfPreset(file);
     const MaybeError error = isChanged ? mPreset.renamePreset(file, name) : std::nullopt;
     const std::filesystem::path renamed = mPreset.fileForName(name);
+    if (isChanged && !error) {
+        const QSignalBlocker blocker(mList);
+        item.setData(kFileRole, QFile::decodeName(renamed.c_str()));
+    }
     // Not now: the list is still at its edit.
     QMetaObject::invokeMethod(
         this,

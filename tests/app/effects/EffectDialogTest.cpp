@@ -5,6 +5,7 @@
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
 #include "app/kit/AppTestKit.h"
+#include "app/look/EffectWords.h"
 #include "app/look/Theme.h"
 #include "app/menus/DocumentMenus.h"
 #include "app/menus/EffectActions.h"
@@ -16,6 +17,7 @@
 #include "platform/Log.h"
 #include "platform/hardware/SimulatedStreams.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
@@ -134,6 +136,38 @@ TEST(EffectDialogRows, AreGreyWhileAnotherMakesThemMeaningless)
     window.reject();
     EXPECT_EQ(offset->parameterValue(0), 1.0);
     EXPECT_EQ(offset->parameterValue(1), 0.0);
+}
+
+TEST(EffectDialogs, AllFitASmallScreenLightAndDarkAndNameTheirControls)
+{
+    const QPalette before = QApplication::palette();
+    for (const bool isDark : {false, true}) {
+        QApplication::setPalette(isDark ? ThemePalettes::dark() : ThemePalettes::light());
+        for (const EffectEntry& entry : EffectRegistry::effects()) {
+            SCOPED_TRACE(entry.scriptName.toStdString());
+            const std::shared_ptr<Filter> filter = entry.make(EffectWords::title(entry.menuTitle));
+            if (!filter->hasOptionsDialog())
+                continue;
+            const auto document = std::make_shared<SoundDocument>();
+            filter->setSource(std::make_shared<DocumentSource>(document, SoundSelection{}));
+            EffectDialog dialog(filter, entry.summary, nullptr);
+            dialog.show();
+            ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+            EXPECT_LE(dialog.width(), 1024);
+            EXPECT_LE(dialog.height(), 720);
+            for (QWidget* const control : dialog.findChildren<QWidget*>()) {
+                const bool isControl = control->inherits("QSlider") || control->inherits("QDoubleSpinBox") ||
+                                       control->inherits("QComboBox");
+                const QAccessibleInterface* const spoken = QAccessible::queryAccessibleInterface(control);
+                EXPECT_FALSE(isControl && control->isVisible() && spoken->text(QAccessible::Name).isEmpty());
+            }
+            keepPicture(dialog, QStringLiteral("dialog-%1-%2")
+                                    .arg(QString(entry.scriptName).replace(u' ', u'-'),
+                                         isDark ? QStringLiteral("dark") : QStringLiteral("light")));
+            dialog.reject();
+        }
+    }
+    QApplication::setPalette(before);
 }
 
 TEST(ParameterRowTest, PositionsAndValuesAreInverseOnLinearAndLogarithmicSliders)

@@ -26,7 +26,7 @@ TEST(EffectWords, AreAllInTheCatalogue)
     QTranslator english;
     ASSERT_TRUE(english.load(QStringLiteral(":/i18n/velloria_en.qm")));
     for (const QString& text : EffectTexts::all())
-        EXPECT_EQ(english.translate("", text.toUtf8().constData()), text)
+        EXPECT_EQ(english.translate("", text.toUtf8().constData()).toStdString(), text.toStdString())
             << "build velloria_app_look_lupdate, which adds it to the catalogues";
 }
 
