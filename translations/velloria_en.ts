@@ -3222,5 +3222,36 @@ What the window shows: %3</source>
         <source>cents</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="effect-input-meter-left">
+        <source>Level before the effect, left</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-input-meter-right">
+        <source>Level before the effect, right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-output-meter-left">
+        <source>Level behind the effect, left</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-output-meter-right">
+        <source>Level behind the effect, right</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-meter-input">
+        <source>Input</source>
+        <extracomment>Caption of a level meter in the dialog of an effect</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-meter-output">
+        <source>Output</source>
+        <extracomment>Caption of a level meter in the dialog of an effect</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="effect-meter-gain-reduction">
+        <source>Gain reduction</source>
+        <extracomment>Caption of a meter that shows by how many dB an effect lowers the gain</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>
