@@ -21,7 +21,7 @@ constexpr double kReach = 11.0;
 constexpr int kLeftMargin = 40;
 constexpr int kMargin = 10;
 constexpr int kBottomMargin = 22;
-constexpr QSize kSize(520, 240);
+constexpr QSize kSize(520, 220);
 constexpr double kOctaveStep = 1.0 / 12.0;
 constexpr double kDecibelStep = 0.5;
 constexpr double kFinePart = 0.2;
