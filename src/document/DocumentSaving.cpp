@@ -43,6 +43,14 @@ MaybeError flushWithProgress(FileReplacer& replacer, Progress& progress)
     return isCancelled ? Error::cancelled() : error;
 }
 
+/// Through whatever links. Two names of a hard link lead to two files as soon as one is saved.
+bool leadToOneFile(const std::filesystem::path& a, const std::filesystem::path& b)
+{
+    std::error_code failure;
+    const std::filesystem::path plain = std::filesystem::weakly_canonical(a, failure);
+    return !failure && plain == std::filesystem::weakly_canonical(b, failure) && !failure;
+}
+
 } // namespace
 
 std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& request) const
@@ -110,12 +118,20 @@ MaybeError SoundDocument::writeToPath(const SaveRequest& request, Progress& prog
     mSaveWarnings.clear();
     if (MaybeError error = refusalToSave(request))
         return error;
+    const bool replacesOwnFile = !request.selection && !request.metadata && request.uti == mFileTypeUTI &&
+                                 leadToOneFile(request.path, mFilePath);
     if (MaybeError error = writeWithWriter(writer, request, progress))
         return error;
     if (const QString loss = lossesWhileComputing(*writer); !loss.isEmpty())
         mSaveWarnings += loss;
-    if (request.operation != SaveOperation::saveTo)
+    if (request.operation != SaveOperation::saveTo) {
         adoptWriter(writer, request);
+    } else if (replacesOwnFile) {
+        // The document's own file is another one now, which the next save must not take for somebody else's.
+        SaveRequest own = request;
+        own.path = mFilePath;
+        adoptWriter(writer, own);
+    }
     return std::nullopt;
 }
 
@@ -203,9 +219,7 @@ std::optional<QString> SoundDocument::changeOfOwnFile(const SaveRequest& request
             .arg(name);
     if (!isOwnFile && plain(request.path) == plain(mFilePath) &&
         std::filesystem::exists(request.path, failure))
-        return QStringLiteral(
-                   "“%1” was replaced by another program since it was opened; a save would overwrite "
-                   "that.")
+        return QStringLiteral("“%1” was replaced since it was opened; a save would overwrite that.")
             .arg(name);
     return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #include "document/MarkerSplitter.h"
 
 #include "formats/AudioFileRegistry.h"
+#include "formats/tags/ValueChanges.h"
 
 #include <algorithm>
 
@@ -36,6 +37,31 @@ QString titleOf(const SoundDocument& document)
     const QString extension = displayName(path.extension()).mid(1);
     return AudioFileRegistry::typeWithExtension(extension) ? displayName(path.stem())
                                                            : document.displayName();
+}
+
+/// What the sound has and its pieces do not get. Title and number are each piece's own.
+QStringList notHandedOn(const AudioMetadata& whole, const AudioMetadata& piece)
+{
+    AudioMetadata untitled = whole;
+    untitled.setTitle(QString());
+    MetadataDictionary tags = untitled.dictionary();
+    for (const QString& key : {MetadataKey::trackNumber, MetadataKey::encodingApplication})
+        tags.remove(key);
+    QStringList losses;
+    const QStringList missing = ValueChanges::differences(tags, piece.dictionary()).missing;
+    if (!missing.isEmpty())
+        losses +=
+            QStringLiteral("The pieces do not get all tags: %1.").arg(missing.join(QStringLiteral(", ")));
+    if (!whole.artwork().isEmpty() && piece.artwork().isEmpty())
+        losses += QStringLiteral("The pieces do not get the pictures.");
+    const auto hasOwnChunks = [](const AudioMetadata& metadata) {
+        return !metadata.waveBWFChunks().isEmpty() || !metadata.aiffInstrumentChunk().isEmpty() ||
+               !metadata.aiffMIDIChunk().isEmpty() || !metadata.aiffAudioRecordingChunk().isEmpty() ||
+               !metadata.aiffCommentChunk().isEmpty();
+    };
+    if (hasOwnChunks(whole) && !hasOwnChunks(piece))
+        losses += QStringLiteral("The pieces do not get the broadcast, instrument, MIDI and comment data.");
+    return losses;
 }
 
 bool isTaken(const std::filesystem::path& path)
@@ -145,16 +171,19 @@ SaveRequest MarkerSplitter::requestFor(int64_t start, int64_t end) const
 
 QStringList MarkerSplitter::losses() const
 {
-    return mDocument.lossesWhenSaving(requestFor(0, mDocument.numberOfFrames()));
+    return mDocument.lossesWhenSaving(requestFor(0, mDocument.numberOfFrames())) +
+           notHandedOn(mDocument.audioMetadata(), mRequest.metadata);
 }
 
 MaybeError MarkerSplitter::savePiece(const Piece& piece, Progress& progress,
                                      std::vector<std::filesystem::path>& paths)
 {
     QString name = filesystemFriendlyFilename(piece.title);
-    // Nothing but an extension would be a hidden file.
+    // Nothing but an extension would be a hidden file, as would be a name that begins with a point.
     if (name.isEmpty())
         name = QStringLiteral("Untitled");
+    else if (name.startsWith(u'.'))
+        name[0] = u'_';
     if (mRequest.addPrefix)
         name = QString::number(mRequest.metadata.trackNumber()).rightJustified(2, u'0') + u' ' + name;
     SaveRequest request = requestFor(piece.start, piece.end);

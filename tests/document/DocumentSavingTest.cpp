@@ -151,6 +151,31 @@ TEST_F(DocumentSaving, TheDocumentMovesToTheNewFileUnlessItIsACopy)
               6);
 }
 
+TEST_F(DocumentSaving, ACopyOverTheOwnFileIsASave)
+{
+    makeWave("a.wav", 1000, 16);
+    std::filesystem::create_symlink("a.wav", path("link.wav"));
+    for (const char* const opened : {"a.wav", "link.wav"}) {
+        for (const char* const copied : {"a.wav", "link.wav"}) {
+            const auto document = open(opened);
+            document->addMarker(kit::markerAt(5));
+            EXPECT_EQ(messageOfSaving(*document, requestFor(copied)), "");
+            EXPECT_FALSE(document->isDocumentEdited());
+            EXPECT_EQ(document->filePath(), path(opened));
+            EXPECT_EQ(messageOfSaving(*document, requestFor(opened, SaveOperation::save)), "");
+            EXPECT_EQ(messageOfSaving(*document, requestFor(copied)), "");
+        }
+    }
+    EXPECT_EQ(open("a.wav")->audioMarkers()->size(), 6U);
+    // A part in the place of the whole is not what the document shows.
+    const auto document = open("a.wav");
+    SaveRequest part = requestFor("a.wav");
+    part.selection = SoundSelection{0.0, 0.01, 0, 1};
+    EXPECT_EQ(messageOfSaving(*document, part), "");
+    EXPECT_THAT(messageOfSaving(*document, requestFor("a.wav", SaveOperation::save)),
+                testing::HasSubstr("was replaced since"));
+}
+
 TEST_F(DocumentSaving, RemembersTheEncodingItWasOpenedWithOrSavedAsLast)
 {
     struct Case {

@@ -118,6 +118,26 @@ TEST_F(MarkerSplitterTest, TitlesTheFirstPieceWithTheFilesNameButNotItsExtension
     }
 }
 
+TEST_F(MarkerSplitterTest, TellsWhatThePiecesDoNotGet)
+{
+    const auto document = documentWithMarkers({{0, QStringLiteral(".hidden")}});
+    AudioMetadata metadata = document->audioMetadata();
+    metadata.setTitle(QStringLiteral("Whole"));
+    metadata.setArtist(QStringLiteral("Somebody"));
+    metadata.setTrackNumber(7);
+    document->undoableSetAudioMetadata(metadata);
+    MarkerSplitter::Request made = request();
+    EXPECT_EQ(MarkerSplitter(*document, made).losses(), QStringList());
+    metadata.setGenre(QStringLiteral("Interview"));
+    metadata.setAiffInstrumentChunk(QByteArray(20, '\1'));
+    document->undoableSetAudioMetadata(metadata);
+    const QString told = MarkerSplitter(*document, made).losses().join(u'\n');
+    EXPECT_TRUE(told.contains(QStringLiteral("do not get all tags: genre “Interview”")))
+        << told.toStdString();
+    EXPECT_TRUE(told.contains(QStringLiteral("instrument"))) << told.toStdString();
+    EXPECT_EQ(namesOf(MarkerSplitter(*document, made).run(mProgress)), QStringList("_hidden.aif"));
+}
+
 TEST_F(MarkerSplitterTest, NumbersNamesThatAreTaken)
 {
     const auto document = documentWithMarkers({{0, QStringLiteral("Intro")}});

@@ -214,8 +214,7 @@ TEST_F(MovingGround, ASaveOverTheOwnFileDoesNotLoseWhatOthersDidToIt)
     }
     // Chosen anew in a dialog, the name is meant.
     request.operation = SaveOperation::saveAs;
-    EXPECT_EQ(
-        document->lossesWhenSaving(request).filter(QStringLiteral("replaced by another program")).size(), 1);
+    EXPECT_EQ(document->lossesWhenSaving(request).filter(QStringLiteral("was replaced since")).size(), 1);
     EXPECT_FALSE(document->writeToPath(request, progress));
     EXPECT_EQ(document->lossesWhenSaving(request), QStringList());
     fs::remove(path("a.wav"));
