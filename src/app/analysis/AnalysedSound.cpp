@@ -1,5 +1,6 @@
 #include "app/analysis/AnalysedSound.h"
 
+#include "app/look/ItemNames.h"
 #include "app/look/TrackNames.h"
 #include "controllers/SelectionModel.h"
 #include "display/TimeFormatter.h"
@@ -33,7 +34,7 @@ AnalysedSound AnalysedSound::selectionOf(SoundController& controller)
 QString AnalysedSound::description() const
 {
     if (isWhole)
-        return documentName;
+        return ItemNames::shown(documentName);
     TimeFormatter formatter;
     formatter.setSampleRate(sampleRate);
     formatter.setPrecision(0.001);
@@ -43,7 +44,7 @@ QString AnalysedSound::description() const
     //: Which part of a sound is looked at: %1 is the file, %2 and %3 are times, %4 names tracks
     //% "%1, %2 to %3, %4"
     return qtTrId("analysis-part")
-        .arg(documentName, time(offset), time(offset + numFrames), trackNames.join(QStringLiteral(" + ")));
+        .arg(ItemNames::shown(documentName), time(offset), time(offset + numFrames), trackNames.join(QStringLiteral(" + ")));
 }
 
 } // namespace velloria

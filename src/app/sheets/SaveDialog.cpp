@@ -12,6 +12,7 @@
 #include <QLineEdit>
 #include <QLocale>
 #include <QStandardItemModel>
+#include <algorithm>
 
 namespace velloria
 {
@@ -44,8 +45,8 @@ SaveDialog::SaveDialog(const SoundDocument& document, SaveRequest request, QWidg
         setWindowTitle(qtTrId("save-as-title"));
     setDirectory(FolderMemory::folderFor(document.filePath()));
     // The title of a document that was never saved may hold a time of day; other systems' file names must
-    // not.
-    selectFile(document.displayName().replace(u'/', u'-').replace(u':', u'.'));
+    // not. With points it would end in what looks like an extension.
+    selectFile(document.displayName().replace(u'/', u'-').replace(u':', u'-'));
     addAccessory();
     fillTypes();
     connect(mType, &QComboBox::currentIndexChanged, this, &SaveDialog::takeType);
@@ -60,6 +61,8 @@ void SaveDialog::addAccessory()
     typeLabel->setBuddy(mType);
     mOptionLabel->setBuddy(mOption);
     mType->setAccessibleName(typeLabel->text());
+    // The entries change with the type; none of them is to be cut.
+    mOption->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     mSize->setForegroundRole(QPalette::PlaceholderText);
     auto* const row = new QHBoxLayout;
     row->setContentsMargins(0, 8, 0, 4);
@@ -117,8 +120,10 @@ void SaveDialog::takeType()
     mOption->blockSignals(false);
     mOptionLabel->setText(options.label);
     mOption->setAccessibleName(options.label);
-    mOptionLabel->setVisible(!options.items.empty());
-    mOption->setVisible(!options.items.empty());
+    const bool hasChoice = std::any_of(options.items.begin(), options.items.end(),
+                                       [](const FileOption& item) { return item.isEnabled; });
+    mOptionLabel->setVisible(hasChoice);
+    mOption->setVisible(hasChoice);
     takeOption();
 }
 
