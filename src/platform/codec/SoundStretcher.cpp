@@ -97,6 +97,7 @@ size_t SoundStretcher::numFramesWanted() const
 void SoundStretcher::put(const std::vector<Channel>& channels, bool isLast)
 {
     std::vector<const float*> starts;
+    starts.reserve(channels.size());
     for (const Channel& channel : channels)
         starts.push_back(channel.data());
     library().rubberband_process(mState.get(), starts.data(), static_cast<unsigned>(channels.front().size()),
