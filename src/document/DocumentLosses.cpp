@@ -1,8 +1,10 @@
 #include "document/SoundDocument.h"
 
+#include "document/BroadcastChunks.h"
 #include "document/clips/ComputedClip.h"
 #include "document/clips/ComputedSound.h"
 #include "document/clips/MutableAudioClip.h"
+#include "formats/aiff/AiffFile.h"
 #include "formats/saving/SaveLoop.h"
 #include "formats/tags/ValueChanges.h"
 #include "platform/FileReplacer.h"
@@ -18,6 +20,7 @@ namespace
 
 // Integers of more bits do not fit into a 32-bit float.
 constexpr int64_t bitsOfFloats = 24;
+constexpr QLatin1String waveType("com.microsoft.waveform-audio");
 // Digits that tell a rate from the whole number beside it.
 constexpr int ratePrecision = 12;
 
@@ -140,7 +143,7 @@ QStringList tagLosses(const AudioFile& writer, const QString& type)
         !metadata.aiffAudioRecordingChunk().isEmpty() || !metadata.aiffCommentChunk().isEmpty();
     if (hasAiffChunks && !isAiff)
         losses += QStringLiteral("AIFF instrument, MIDI, recording or comment data are left out.");
-    const bool isWave = writer.fileFormatUTI() == QLatin1String("com.microsoft.waveform-audio");
+    const bool isWave = writer.fileFormatUTI() == waveType;
     if (!metadata.waveBWFChunks().isEmpty() && !isWave)
         losses += QStringLiteral("Broadcast Wave data are left out.");
     return losses;
@@ -235,6 +238,20 @@ QStringList itemsNotWritten(const FileLedger& ledger, const AudioFile& writer)
     return losses;
 }
 
+/// What is written back as it was read, but tells of markers or sound that were changed since. `metadata` is
+/// what the document has of it.
+QStringList staleChunks(const SoundDocument& document, const SaveRequest& request,
+                        const AudioMetadata& metadata, const AudioFile& opened, const AudioFile& writer)
+{
+    QStringList losses;
+    if (AiffFile::movesReferences(opened, writer))
+        losses += QStringLiteral("Loops or comments of the opened file point at other markers, or at none.");
+    if (writer.fileFormatUTI() == waveType)
+        losses +=
+            BroadcastChunks::forSaving(document, request.selection, metadata.waveBWFChunks(), opened).losses;
+    return losses;
+}
+
 bool anyComputedClip(const std::vector<AudioTrackPtr>& tracks, bool (ComputedClip::*isSo)() const)
 {
     bool isAny = false;
@@ -292,8 +309,11 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
         losses += QStringLiteral("A part of a sound is saved without its markers.");
     losses += tagLosses(*writer, type);
     losses += tagChanges(*writer, mAudioFile.get(), type);
-    if (mAudioFile)
+    if (mAudioFile) {
         losses += itemsNotWritten(mAudioFile->ledger(), *writer);
+        losses +=
+            staleChunks(*this, request, request.metadata.value_or(mAudioMetadata), *mAudioFile, *writer);
+    }
     if (request.operation == SaveOperation::saveAs)
         if (const std::optional<QString> change = changeOfOwnFile(request))
             losses += *change;

@@ -1,5 +1,6 @@
 #include "document/SoundDocument.h"
 
+#include "document/BroadcastChunks.h"
 #include "document/clips/SourceWatch.h"
 #include "formats/AudioFileRegistry.h"
 #include "formats/saving/SaveLoop.h"
@@ -68,7 +69,12 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
     }
     writer->setNumberOfFrames(request.selection ? frameAtTime(request.selection->duration(), sampleRate())
                                                 : numberOfFrames());
-    writer->setMetadata(request.metadata.value_or(mAudioMetadata));
+    AudioMetadata metadata = request.metadata.value_or(mAudioMetadata);
+    if (mAudioFile && !metadata.waveBWFChunks().isEmpty())
+        metadata.setWaveBWFChunks(
+            BroadcastChunks::forSaving(*this, request.selection, metadata.waveBWFChunks(), *mAudioFile)
+                .chunks);
+    writer->setMetadata(metadata);
     writer->setBitRate(mBitRate);
     writer->setBitsPerSample(static_cast<uint32_t>(mSampleSize));
     writer->setDataFormat(mAudioDataFormat);

@@ -390,6 +390,39 @@ TEST_F(DocumentLosses, NameWhatAPartOfASoundDoesNotTakeAlong)
     EXPECT_FALSE(mention(document->lossesWhenSaving(request), "without its markers"));
 }
 
+TEST_F(DocumentLosses, NameLoopsThatPointAtOtherMarkers)
+{
+    makeWave("a.wav", 1000, 16);
+    const auto wave = open("a.wav");
+    AudioMetadata metadata = wave->audioMetadata();
+    // A sustain loop from marker 0 to marker 1, and no release loop.
+    metadata.setAiffInstrumentChunk(QByteArray::fromHex("3c00007f017f0000"
+                                                        "000100000001"
+                                                        "000000000000"));
+    wave->undoableSetAudioMetadata(metadata);
+    SaveRequest request = requestFor("a.aif", SaveOperation::save);
+    request.uti = QStringLiteral("public.aiff-audio");
+    ASSERT_EQ(messageOfSaving(*wave, request), "");
+    const auto document = open("a.aif");
+    const auto isTold = [&] {
+        return mention(document->lossesWhenSaving(request), "point at other markers");
+    };
+    EXPECT_FALSE(isTold());
+    document->addMarker(kit::markerAt(500, QStringLiteral("last")));
+    EXPECT_FALSE(isTold());
+    ASSERT_EQ(messageOfSaving(*document, request), "");
+    document->replaceDataAtOffset(0, 5, 0, ClipList());
+    document->setName(QStringLiteral("another"), document->audioMarkers()->front());
+    EXPECT_FALSE(isTold());
+    document->removeAudioMarker(document->audioMarkers()->front());
+    EXPECT_TRUE(isTold());
+    document->undoManager().undo();
+    EXPECT_FALSE(isTold());
+    // A part is written with its loops and without markers.
+    request.selection = SoundSelection{0.0, 0.01, 0, 2};
+    EXPECT_TRUE(isTold());
+}
+
 TEST_F(DocumentLosses, NameOtherHandsOnTheFiles)
 {
     makeWave("a.wav", 1000, 16);

@@ -1,7 +1,6 @@
 #include "formats/aiff/AiffFile.h"
 
 #include "formats/aiff/AiffChunkNames.h"
-#include "formats/aiff/AiffMarkers.h"
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/streams/EndianSwap.h"
@@ -97,6 +96,11 @@ QByteArray textPayload(const QString& text)
     return bytes;
 }
 
+MarkerList listOf(AiffMarkers::Result result)
+{
+    return std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
+}
+
 QByteArray withoutTrailingZeros(QByteArray bytes)
 {
     while (bytes.endsWith('\0'))
@@ -176,7 +180,6 @@ MaybeError AiffFile::readHeader()
     readSound(mFormat, *sound);
     readMarkerChunk();
     readMetadata();
-    tellOfNumberedMarkers();
     declareFormat();
     declareChunks();
     return std::nullopt;
@@ -271,8 +274,10 @@ void AiffFile::readMarkerChunk()
     const QByteArray payload = payloadOf(*chunk);
     if (hasArchive) {
         // Those that another program changed since are not taken, so they are left to be told.
-        if (payload == AiffMarkers::payloadOfMarkers(*mMarkers))
+        const bool isOurs = payload == AiffMarkers::payloadOfMarkers(*mMarkers);
+        if (isOurs)
             takeChunk(markerIdent);
+        mNumbering = {isOurs ? mMarkers : listOf(AiffMarkers::markersOfPayload(payload)), isOurs};
         return;
     }
     AiffMarkers::Result result = AiffMarkers::markersOfPayload(payload);
@@ -280,16 +285,22 @@ void AiffFile::readMarkerChunk()
     markDeclared(*chunk);
     if (!result.isComplete)
         tellOfDamagedMarkers(*chunk, "AiffFile");
-    mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
+    mMarkers = listOf(std::move(result));
+    mNumbering = {mMarkers, false};
 }
 
-/// Markers are numbered anew by a save, while the chunks that name them by number stay as they are.
-void AiffFile::tellOfNumberedMarkers()
+bool AiffFile::movesReferences(const AudioFile& opened, const AudioFile& writer)
 {
-    if (mMarkers && AiffMarkers::losesReferences(*mMarkers, mMetadata.aiffInstrumentChunk(),
-                                                 mMetadata.aiffCommentChunk()))
-        mLedger.addNotKept(ItemKind::value,
-                           QStringLiteral("the numbers of markers, to which loops or comments refer"));
+    if (!dynamic_cast<const AiffFile*>(&writer))
+        return false;
+    // In a file of another type the markers have only the numbers that they were read with.
+    AiffMarkers::Numbering numbering = {opened.markers(), false};
+    if (const auto* const file = dynamic_cast<const AiffFile*>(&opened)) {
+        const bool wasWritten = file->chunks().chunks().empty();
+        numbering = wasWritten ? AiffMarkers::Numbering{file->markers(), true} : file->mNumbering;
+    }
+    return AiffMarkers::movesReferences(writer.metadata().aiffInstrumentChunk(),
+                                        writer.metadata().aiffCommentChunk(), numbering, writer.markers());
 }
 
 QString AiffFile::textOfChunk(FourCharCode ident) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/aiff/AiffFormat.h"
+#include "formats/aiff/AiffMarkers.h"
 #include "formats/chunks/ChunkedFile.h"
 
 namespace velloria
@@ -35,6 +36,11 @@ public:
     /// Bytes of sound, as they are being written; beyond 4 GB any number above that.
     virtual int64_t soundDataLength() const;
 
+    /// True when `writer` writes an AIFF file in which loops or comments that name markers by number, and
+    /// stay as they are, would name others than in the file that is open now, or none: a save numbers markers
+    /// from 0 on.
+    static bool movesReferences(const AudioFile& opened, const AudioFile& writer);
+
     /// Logs every chunk's name and size, for looking into a file.
     void debugAllChunks() const;
 
@@ -65,8 +71,6 @@ private:
     MaybeError readFormat();
     bool readMarkerArchive();
     void readMarkerChunk();
-    void declareMarkers(const RiffChunk& chunk);
-    void tellOfNumberedMarkers();
     void readMetadata();
     QString textOfChunk(FourCharCode ident) const;
     bool isTextInMetadata(const RiffChunk& chunk) const;
@@ -77,6 +81,8 @@ private:
     int64_t lengthWithFooter() const;
 
     AiffFormat mFormat;
+    /// Of a file that was read.
+    AiffMarkers::Numbering mNumbering;
 };
 
 } // namespace velloria

@@ -19,39 +19,72 @@ constexpr qsizetype longestName = 255;
 // ID, position and the name's length byte.
 constexpr int64_t entryHeaderLength = 7;
 
-bool isNumberedFromZero(const std::vector<AudioMarkerPtr>& markers)
-{
-    for (size_t i = 0; i < markers.size(); ++i) {
-        if (markers[i]->ident() != static_cast<int64_t>(i))
-            return false;
-    }
-    return true;
-}
+using Markers = std::vector<AudioMarkerPtr>;
 
-/// Two loops of play mode, begin and end (16 bits each) follow notes, velocities and gain.
-bool hasLoop(const QByteArray& instrument)
+/// Two loops of play mode (0 for none), begin and end (16 bits each) follow notes, velocities and gain.
+void addLoops(const QByteArray& instrument, std::vector<uint16_t>& idents)
 {
     constexpr qsizetype instrumentLength = 20;
     constexpr qsizetype loopLength = 6;
-    return instrument.size() >= instrumentLength &&
-           (qFromBigEndian<quint16>(instrument.constData() + instrumentLength - 2 * loopLength) != 0 ||
-            qFromBigEndian<quint16>(instrument.constData() + instrumentLength - loopLength) != 0);
+    if (instrument.size() < instrumentLength)
+        return;
+    for (const qsizetype offset : {instrumentLength - 2 * loopLength, instrumentLength - loopLength}) {
+        const char* const loop = instrument.constData() + offset;
+        if (qFromBigEndian<quint16>(loop) == 0)
+            continue;
+        idents.push_back(qFromBigEndian<quint16>(loop + 2));
+        idents.push_back(qFromBigEndian<quint16>(loop + 4));
+    }
 }
 
-/// A count (16 bits), then time (32), marker, length of the text (16 each) and the text padded to be even.
-bool namesMarker(const QByteArray& comments)
+/// A count (16 bits), then time (32), marker (0 for none), length of the text (16 each) and the text padded
+/// to be even.
+void addComments(const QByteArray& comments, std::vector<uint16_t>& idents)
 {
     BigEndianInputStream stream(comments);
     const auto count = static_cast<uint16_t>(stream.readSInt16());
     for (int i = 0; i < count && stream.remaining() > 0; ++i) {
         stream.readSInt32();
-        if (stream.readSInt16() != 0)
-            return true;
+        if (const auto ident = static_cast<uint16_t>(stream.readSInt16()); ident != 0)
+            idents.push_back(ident);
         const auto length = static_cast<uint16_t>(stream.readSInt16());
         std::vector<std::byte> text(size_t{length} + length % 2);
         stream.read(text);
     }
-    return false;
+}
+
+/// Null for none.
+AudioMarkerPtr markerNamed(uint16_t ident, const Markers& markers, bool isByIndex)
+{
+    if (isByIndex)
+        return ident < std::min<size_t>(markers.size(), mostMarkers) ? markers[ident] : nullptr;
+    const auto found = std::find_if(markers.begin(), markers.end(), [ident](const AudioMarkerPtr& marker) {
+        return static_cast<uint16_t>(marker->ident()) == ident;
+    });
+    return found == markers.end() ? nullptr : *found;
+}
+
+/// Where edits of the sound move markers, copies take their places, so that only number and name tell which
+/// is which. Markers made here have the number 0, and those of a pasted passage that of their originals: of
+/// several that are alike the copy is known by its place among them.
+bool isCopyOf(const AudioMarkerPtr& marker, const Markers& before, const AudioMarkerPtr& copy,
+              const Markers& after)
+{
+    if (marker->ident() != copy->ident() || std::find(before.begin(), before.end(), copy) != before.end())
+        return false;
+    const auto hasNumber = [&marker](const AudioMarkerPtr& each) { return each->ident() == marker->ident(); };
+    if (marker->ident() != 0 && std::count_if(before.begin(), before.end(), hasNumber) == 1 &&
+        std::count_if(after.begin(), after.end(), hasNumber) == 1)
+        return true;
+    const auto isAlike = [&](const AudioMarkerPtr& each) {
+        return hasNumber(each) && each->name() == marker->name();
+    };
+    const auto placeOf = [&isAlike](const AudioMarkerPtr& wanted, const Markers& markers) {
+        return std::count_if(markers.begin(), std::find(markers.begin(), markers.end(), wanted), isAlike);
+    };
+    return isAlike(copy) && placeOf(marker, before) == placeOf(copy, after) &&
+           std::count_if(before.begin(), before.end(), isAlike) ==
+               std::count_if(after.begin(), after.end(), isAlike);
 }
 
 } // namespace
@@ -98,10 +131,20 @@ Result markersOfPayload(const QByteArray& payload)
     return result;
 }
 
-bool losesReferences(const std::vector<AudioMarkerPtr>& markers, const QByteArray& instrument,
-                     const QByteArray& comments)
+bool movesReferences(const QByteArray& instrument, const QByteArray& comments, const Numbering& opened,
+                     const MarkerList& written)
 {
-    return !isNumberedFromZero(markers) && (hasLoop(instrument) || namesMarker(comments));
+    std::vector<uint16_t> idents;
+    addLoops(instrument, idents);
+    addComments(comments, idents);
+    const Markers none;
+    const Markers& before = opened.markers ? *opened.markers : none;
+    const Markers& after = written ? *written : none;
+    return std::any_of(idents.begin(), idents.end(), [&](uint16_t ident) {
+        const AudioMarkerPtr meant = markerNamed(ident, before, opened.isByIndex);
+        const AudioMarkerPtr named = markerNamed(ident, after, true);
+        return meant != named && (!meant || !named || !isCopyOf(meant, before, named, after));
+    });
 }
 
 } // namespace velloria::AiffMarkers

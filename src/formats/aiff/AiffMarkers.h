@@ -24,10 +24,18 @@ struct Result {
 };
 Result markersOfPayload(const QByteArray& payload);
 
-/// True when the loops of an "INST" chunk or the comments of a "COMT" chunk name markers by their IDs, and
-/// these are others than a save will give them.
-bool losesReferences(const std::vector<AudioMarkerPtr>& markers, const QByteArray& instrument,
-                     const QByteArray& comments);
+/// The markers of a file and what its IDs mean.
+struct Numbering {
+    /// Null for none.
+    MarkerList markers;
+    /// IDs are the markers' indices, as a save writes them; otherwise the numbers that they have.
+    bool isByIndex = false;
+};
+
+/// True when a loop of an "INST" chunk or a comment of a "COMT" chunk names an ID that means another marker,
+/// or none, once `written` are the file's markers. Markers are the same when they were only moved or renamed.
+bool movesReferences(const QByteArray& instrument, const QByteArray& comments, const Numbering& opened,
+                     const MarkerList& written);
 
 } // namespace AiffMarkers
 
