@@ -3,6 +3,7 @@
 #include "formats/decoding/FileDamage.h"
 #include "formats/decoding/SectionRing.h"
 #include "formats/flac/FlacSectionDecoder.h"
+#include "formats/ogg/OggPageCheck.h"
 
 #include <algorithm>
 
@@ -65,12 +66,25 @@ MaybeError FlacConversion::run(Progress& progress)
     }
     if (error)
         return error;
-    if (mNumFrames == 0 && mDescription.numFrames > 0)
+    if (mDescription.container.isOgg)
+        checkPages();
+    if (mNumFrames == 0 && (mDescription.numFrames > 0 || mIsSoundPromised))
         return FileDamage::unreadable(displayName(mHandle->path()),
                                       QStringLiteral("none of its sound can be decoded"));
     if (!mWriter)
         begin();
     return mWriter->finish();
+}
+
+/// The page that is lost may have held tags: where the sum of the samples is right, none of these is missing.
+void FlacConversion::checkPages()
+{
+    const auto serialNumber = static_cast<uint32_t>(mDescription.container.serialNumber);
+    const OggPageCheck check = OggPageCheck::ofFile(*mHandle, {serialNumber}, mDescription.container.end);
+    const bool isProvedWhole = !mDescription.md5.isEmpty() && !isChecksumWrong() &&
+                               mDescription.numFrames > 0 && mNumFrames == mDescription.numFrames;
+    mIsDamaged = mIsDamaged || (check.isPageLost && !isProvedWhole);
+    mIsSoundPromised = check.isSoundPromised;
 }
 
 /// False when the file cannot be decoded that way: it is short, does not know its length, or is damaged.

@@ -46,6 +46,7 @@ private:
     MaybeError takeInOrder(FlacDecoder& decoder, Progress& progress);
     MaybeError take(const FlacBlock& block);
     void begin();
+    void checkPages();
     void tellProgress(const FlacDecoder& decoder, Progress& progress) const;
     bool isChecksumWrong() const;
 
@@ -58,6 +59,8 @@ private:
     /// Those that come again when the file turns out to be damaged and is decoded anew.
     int64_t mNumFramesToDrop = 0;
     bool mIsDamaged = false;
+    /// By the pages of Ogg.
+    bool mIsSoundPromised = false;
     bool mHasChangedFormat = false;
     std::unique_ptr<ClipWriter> mWriter;
     /// One is filled while the checksum of the other is computed.

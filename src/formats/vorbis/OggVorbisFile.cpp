@@ -2,6 +2,7 @@
 
 #include "formats/decoding/FileDamage.h"
 #include "formats/ogg/OggLedger.h"
+#include "formats/ogg/OggPageCheck.h"
 #include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/FrameFeed.h"
@@ -32,6 +33,8 @@ constexpr int highestBitRateTag = 1024000;
 constexpr float recommendedQuality = 1.7F;
 constexpr float lowestQuality = 0.9F;
 constexpr double highestRate = 2147483647.0;
+// Of the transform: positions may be off by as many frames where streams were cut.
+constexpr int64_t longestBlock = 8192;
 
 /// What the file holds instead of Vorbis, as far as that is known.
 QString reasonToRefuse(const std::vector<OggStreams::Start>& starts)
@@ -46,6 +49,14 @@ QString reasonToRefuse(const std::vector<OggStreams::Start>& starts)
         return QStringLiteral("it holds %1, not Vorbis").arg(QLatin1String(name));
     }
     return QStringLiteral("it holds no Vorbis sound");
+}
+
+std::set<uint32_t> serialNumbersOf(VorbisStream& stream)
+{
+    std::set<uint32_t> serialNumbers;
+    for (int link = 0; link < stream.numLinks(); ++link)
+        serialNumbers.insert(stream.serialNumber(link));
+    return serialNumbers;
 }
 
 } // namespace
@@ -101,10 +112,7 @@ void OggVorbisFile::readStream()
     const VorbisComments comments = mStream->comments();
     if (!comments.isEmpty())
         mMetadata.setValuesWithDictionary(comments.dictionary());
-    std::set<uint32_t> serialNumbers;
-    for (int link = 0; link < mStream->numLinks(); ++link)
-        serialNumbers.insert(mStream->serialNumber(link));
-    mLedger = oggLedger(*mFileHandle, serialNumbers);
+    mLedger = oggLedger(*mFileHandle, serialNumbersOf(*mStream));
     comments.declare(mMetadata, mLedger);
     for (int link = 1; link < mStream->numLinks(); ++link)
         mStream->comments(link).declareBeside(comments, mLedger);
@@ -134,16 +142,8 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
         tellDecodingDidBegin(conversion.clips(), stream->numFrames());
         failure = conversion.run(progress);
         mNumberOfFrames = conversion.numFrames();
-        const QString name = displayName(filePath());
-        mWarnings.clear();
-        // Pages of sound that hold none that could be decoded.
-        const bool isLost = mNumberOfFrames == 0 && stream->numFrames() == 0 && stream->hasSoundPages();
-        if (conversion.isDamaged() || isLost)
-            tellOfDamagedSound();
-        if (stream->changesFormat())
-            mWarnings.append(FileDamage::soundChangesFormat(name));
-        else if (!OggStreams::isComplete(*mFileHandle))
-            mWarnings.append(FileDamage::soundCutShort(name));
+        if (!failure)
+            failure = tellWhatDecodingFound(*stream, conversion.isDamaged());
         if (!failure)
             clips = conversion.clips();
     } else {
@@ -152,6 +152,23 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
     if (failure && error)
         *error = failure;
     return clips;
+}
+
+/// An error when nothing came of what the file promises.
+MaybeError OggVorbisFile::tellWhatDecodingFound(VorbisStream& stream, bool isDamaged)
+{
+    const OggPageCheck check = OggPageCheck::ofFile(*mFileHandle, serialNumbersOf(stream));
+    const QString name = displayName(filePath());
+    if (mNumberOfFrames == 0 && check.isSoundPromised)
+        return FileDamage::unreadable(name, QStringLiteral("none of its sound can be decoded"));
+    mWarnings.clear();
+    if (isDamaged || check.isPageLost || mNumberOfFrames + longestBlock < stream.numFrames())
+        tellOfDamagedSound();
+    if (stream.changesFormat())
+        mWarnings.append(FileDamage::soundChangesFormat(name));
+    else if (!OggStreams::isComplete(*mFileHandle))
+        mWarnings.append(FileDamage::soundCutShort(name));
+    return std::nullopt;
 }
 
 std::vector<int> OggVorbisFile::applicableBitRates() const

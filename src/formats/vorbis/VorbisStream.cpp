@@ -152,11 +152,6 @@ int64_t VorbisStream::read(float*** channels)
     }
 }
 
-bool VorbisStream::hasSoundPages()
-{
-    return mFile.dataoffsets && mFile.dataoffsets[0] >= 0 && mFile.dataoffsets[0] < mHandle->length();
-}
-
 bool VorbisStream::seek(int64_t frame)
 {
     return ov_pcm_seek(&mFile, frame) == 0;

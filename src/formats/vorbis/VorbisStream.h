@@ -51,9 +51,6 @@ public:
     /// True when damaged pages were skipped so far.
     bool isDamaged() const { return mIsDamaged; }
 
-    /// True when something stands behind the headers of the first stream.
-    bool hasSoundPages();
-
     /// Goes to a frame. False when it is not found.
     bool seek(int64_t frame);
 

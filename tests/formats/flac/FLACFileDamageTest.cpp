@@ -155,6 +155,49 @@ TEST_F(FLACFileDamageTest, PagesOfOggThatAreLostAreTold)
     }
 }
 
+TEST_F(FLACFileDamageTest, OneFlippedByteIsToldWhicheverPageOfOggItHits)
+{
+    // One knows its length and its sum, the other was streamed and knows neither.
+    run("flac", {"-s", "--ogg", argument("whole.flac"), "-o", argument("told.oga")});
+    run("ffmpeg", {"-v", "error", "-i", argument("whole.flac"), "-c:a", "flac", argument("streamed.oga")});
+    for (const std::string name : {"told.oga", "streamed.oga"}) {
+        const QByteArray whole = bytesOf(name);
+        const std::vector<qsizetype> pages = pageOffsets(whole);
+        ASSERT_GT(pages.size(), 5U);
+        const auto undamaged = opened(name);
+        channelsOf(*undamaged);
+        EXPECT_EQ(undamaged->warnings(), QStringList());
+        // Pages of metadata end at position 0.
+        size_t firstOfSound = 0;
+        while (whole.mid(pages[firstOfSound] + 6, 8) == QByteArray(8, '\0'))
+            ++firstOfSound;
+        for (const qsizetype where : {0, 18, 22, 27, 400}) {
+            for (const size_t page : {firstOfSound, pages.size() / 2, pages.size() - 1}) {
+                SCOPED_TRACE(QStringLiteral("page %1, byte %2").arg(page).arg(where).toStdString() + name);
+                QByteArray bytes = whole;
+                bytes[pages[page] + where] = static_cast<char>(~bytes[pages[page] + where]);
+                const auto file = openFlac(bytes);
+                ASSERT_TRUE(file);
+                channelsOf(*file);
+                EXPECT_TRUE(file->warnings().contains(damaged));
+                EXPECT_TRUE(file->chunksNotKept().contains("damaged sound"));
+            }
+        }
+    }
+    run("ffmpeg",
+        {"-v", "error", "-i", argument("whole.flac"), "-t", "0.02", "-c:a", "flac", argument("brief.oga")});
+    QByteArray brief = bytesOf("brief.oga");
+    ASSERT_EQ(pageOffsets(brief).size(), 3U);
+    brief[brief.size() / 2] = static_cast<char>(~brief[brief.size() / 2]);
+    const auto file = openFlac(brief);
+    ASSERT_TRUE(file);
+    SilentProgress progress;
+    MaybeError error;
+    EXPECT_TRUE(file->convertedAudioClips(progress, &error).empty());
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->message, "“in.flac” cannot be read: none of its sound can be decoded.");
+}
+
 TEST_F(FLACFileDamageTest, RefusesWhatHoldsNoSoundWithOneSentence)
 {
     QByteArray fourBits = mWhole;

@@ -80,6 +80,15 @@ protected:
         return file ? channelsOf(*file) : Channels();
     }
 
+    /// Where the pages of an Ogg file begin, unless its sound holds their name by chance.
+    static std::vector<qsizetype> pageOffsets(const QByteArray& bytes)
+    {
+        std::vector<qsizetype> offsets;
+        for (qsizetype at = bytes.indexOf("OggS"); at >= 0; at = bytes.indexOf("OggS", at + 4))
+            offsets.push_back(at);
+        return offsets;
+    }
+
     /// Interleaved floats as another program (or we) would print them.
     static Channels channelsOfFloats(const QByteArray& interleaved, size_t numChannels)
     {

@@ -87,6 +87,57 @@ TEST_F(OggVorbisFileDamageTest, OpensAsFarAsTheSoundGoes)
     EXPECT_TRUE(std::equal(holed[0].begin(), holed[0].begin() + 60000, mChannels[0].begin()));
 }
 
+TEST_F(OggVorbisFileDamageTest, OneFlippedByteIsToldWhicheverPageItHits)
+{
+    const std::vector<qsizetype> pages = pageOffsets(mWhole);
+    ASSERT_GT(pages.size(), 5U);
+    const size_t firstOfSound = 2;
+    // In the name of the page, its number, its checksum, the lengths and the sound.
+    for (const qsizetype where : {0, 18, 22, 27, 400}) {
+        for (const size_t page : {firstOfSound, pages.size() / 2, pages.size() - 1}) {
+            SCOPED_TRACE(QStringLiteral("page %1, byte %2").arg(page).arg(where).toStdString());
+            QByteArray bytes = mWhole;
+            bytes[pages[page] + where] = static_cast<char>(~bytes[pages[page] + where]);
+            const auto file = openOgg(bytes);
+            ASSERT_TRUE(file);
+            channelsOf(*file);
+            EXPECT_TRUE(file->warnings().contains(damaged));
+            EXPECT_TRUE(file->chunksNotKept().contains("damaged sound"));
+        }
+    }
+    // What was recorded from a broadcast begins anywhere.
+    const auto later = openOgg(mWhole.left(pages[2]) + mWhole.mid(pages[4]));
+    ASSERT_TRUE(later);
+    EXPECT_FALSE(channelsOf(*later)[0].empty());
+    EXPECT_EQ(later->warnings(), QStringList());
+    const auto without = openOgg(mWhole.left(pages[4]) + mWhole.mid(pages[5]));
+    ASSERT_TRUE(without);
+    channelsOf(*without);
+    EXPECT_EQ(without->warnings(), QStringList(damaged));
+}
+
+TEST_F(OggVorbisFileDamageTest, RefusesWhatPromisesSoundAndHasNone)
+{
+    const QByteArray brief = encoded(1, 3000);
+    const std::vector<qsizetype> pages = pageOffsets(brief);
+    ASSERT_EQ(pages.size(), 3U);
+    QByteArray flipped = brief;
+    flipped[pages[2] + 100] = static_cast<char>(~flipped[pages[2] + 100]);
+    for (const QByteArray& bytes : {flipped, QByteArray(brief.left(pages[2] + 100))}) {
+        const auto file = openOgg(bytes);
+        ASSERT_TRUE(file);
+        SilentProgress progress;
+        MaybeError error;
+        EXPECT_TRUE(file->convertedAudioClips(progress, &error).empty());
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->message, "“in.ogg” cannot be read: none of its sound can be decoded.");
+    }
+    const auto empty = openOgg(encoded(1, 0));
+    ASSERT_TRUE(empty);
+    EXPECT_EQ(channelsOf(*empty).size(), 1U);
+    EXPECT_EQ(empty->warnings(), QStringList());
+}
+
 TEST_F(OggVorbisFileDamageTest, RefusesWhatHoldsNoVorbisWithOneSentence)
 {
     run("ffmpeg",
@@ -133,8 +184,9 @@ TEST_F(OggVorbisFileDamageTest, OpensOrRefusesWhateverIsCutOffOrFlipped)
     const QByteArray small = encoded(2, 20000);
     for (qsizetype length = 0; length < small.size(); length += length < 200 ? 1 : 997) {
         const auto file = openOgg(small.left(length));
-        if (file)
-            channelsOf(*file);
+        SilentProgress progress;
+        MaybeError error;
+        ASSERT_TRUE(!file || !file->convertedAudioClips(progress, &error).empty() || error) << length;
     }
     std::mt19937 generator(7);
     for (int i = 0; i < 100; ++i) {
@@ -142,7 +194,11 @@ TEST_F(OggVorbisFileDamageTest, OpensOrRefusesWhateverIsCutOffOrFlipped)
         for (int flips = 0; flips < 3; ++flips)
             bytes[generator() % static_cast<unsigned>(bytes.size())] = static_cast<char>(generator());
         const auto file = openOgg(bytes);
-        ASSERT_TRUE(!file || channelsOf(*file).size() == file->numberOfChannels()) << i;
+        SilentProgress progress;
+        MaybeError error;
+        ASSERT_TRUE(!file || file->convertedAudioClips(progress, &error).size() == file->numberOfChannels() ||
+                    error)
+            << i;
     }
 }
 
