@@ -5,7 +5,6 @@
 
 #include <QThread>
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <numbers>
 
@@ -23,7 +22,9 @@ constexpr double kLongestSeconds = 60.0;
 constexpr double kContextSeconds = 0.15;
 constexpr double kHalfFadeSeconds = 0.01;
 constexpr uint64_t kReadNumFrames = 65536;
-constexpr size_t kPutNumFrames = 4096;
+/// More silence than pushes the end of a sound out of the engine: some of its windows.
+constexpr double kSilenceSeconds = 2.0;
+constexpr double kSilenceNumFrames = 65536.0;
 
 void append(SampleBlock& to, const SampleBlock& from)
 {
@@ -68,6 +69,32 @@ double correlation(const SampleBlock& a, const SampleBlock& b, size_t count)
     }
     const double divisor = std::sqrt(squares[0] * squares[1]);
     return divisor > 0.0 ? std::clamp(product / divisor, 0.0, 1.0) : 1.0;
+}
+
+/// The first `numNeeded` frames of what a sound becomes; fewer when so much silence behind it does not push
+/// them out.
+SampleBlock startOfResult(SoundStretcher& stretcher, const SampleBlock& sound, size_t numNeeded,
+                          size_t mostSilence)
+{
+    SampleBlock all(sound.size());
+    for (FloatBuffer& track : all)
+        track.reserve(numNeeded);
+    const FloatBuffer silence(SoundStretcher::kMostPutFrames, 0.0F);
+    const size_t length = sound.front().size();
+    std::vector<SoundStretcher::Channel> channels(sound.size());
+    for (size_t start = 0; all.front().size() < numNeeded && start < length + mostSilence;) {
+        size_t count = stretcher.numFramesWanted();
+        if (start < length)
+            count = std::min(count, length - start);
+        for (size_t track = 0; track < sound.size(); ++track)
+            channels[track] = start < length ? std::span(sound[track]).subspan(start, count)
+                                             : std::span(silence).first(count);
+        stretcher.put(channels);
+        start += count;
+        while (all.front().size() < numNeeded && stretcher.numFramesReady() > 0)
+            stretcher.take(all, numNeeded - all.front().size());
+    }
+    return all;
 }
 
 } // namespace
@@ -142,36 +169,30 @@ PieceStretcher::Piece PieceStretcher::nextPiece(const Read& read)
     return piece;
 }
 
-bool PieceStretcher::stretch(Piece& piece) const
+MaybeError PieceStretcher::stretch(Piece& piece) const
 {
-    const auto stretcher =
-        SoundStretcher::forWhole(mSampleRate, piece.sound.size(), lengthOf(piece.sound), mSettings);
+    const auto stretcher = SoundStretcher::forWhole(mSampleRate, piece.sound.size(), mSettings);
     if (!stretcher)
-        return false;
+        return Error{
+            Error::Code::failed,
+            QStringLiteral("The library Rubber Band, which changes pitch and tempo, is not installed.")};
     // From one half of a crossfade before its start to one after its end.
     const int64_t offset = placeInResult(piece.contextStart);
     const int64_t from = piece.start > 0 ? placeInResult(piece.start) - mHalfFade : 0;
     const int64_t to = placeInResult(piece.end) + (piece.isLast ? 0 : mHalfFade);
-    SampleBlock all(piece.sound.size());
-    for (FloatBuffer& track : all)
-        track.reserve(static_cast<size_t>(
-            std::ceil(static_cast<double>(piece.sound.front().size()) * mSettings.timeRatio) + 1.0));
-    const size_t length = piece.sound.front().size();
-    // Little at once: what is not taken before more comes would be lost.
-    for (size_t start = 0; start < length; start += kPutNumFrames) {
-        std::vector<SoundStretcher::Channel> channels;
-        for (const FloatBuffer& track : piece.sound)
-            channels.push_back(std::span(track).subspan(start, std::min(kPutNumFrames, length - start)));
-        stretcher->put(channels, start + kPutNumFrames >= length);
-        while (const size_t numReady = stretcher->numFramesReady())
-            stretcher->take(all, numReady);
-    }
+    // A window that becomes shorter takes more of it.
+    const double shortening = std::min(1.0, mSettings.timeRatio * mSettings.pitchScale);
+    const auto mostSilence =
+        static_cast<size_t>(std::max(kSilenceNumFrames, kSilenceSeconds * mSampleRate) / shortening);
+    SampleBlock all = startOfResult(*stretcher, piece.sound, static_cast<size_t>(to - offset), mostSilence);
     piece.sound = SampleBlock();
-    for (FloatBuffer& track : all)
-        track.resize(static_cast<size_t>(to - offset), 0.0F);
+    if (lengthOf(all) < to - offset)
+        return Error{
+            Error::Code::failed,
+            QStringLiteral("The library Rubber Band did not give the whole of the stretched sound.")};
     dropFront(all, from - offset);
     piece.result = std::move(all);
-    return true;
+    return std::nullopt;
 }
 
 /// Fades from the end of the piece before to the start of this one, at the same loudness.
@@ -216,15 +237,14 @@ MaybeError PieceStretcher::processNext(const Read& read, const Write& write)
         if (lengthOf(pieces.back().sound) == 0)
             pieces.pop_back();
     }
-    std::atomic<bool> isComplete = true;
+    std::vector<MaybeError> errors(pieces.size());
     runConcurrently(static_cast<int>(pieces.size()), [&](int i) {
-        if (!stretch(pieces[static_cast<size_t>(i)]))
-            isComplete = false;
+        const auto index = static_cast<size_t>(i);
+        errors[index] = stretch(pieces[index]);
     });
-    if (!isComplete)
-        return Error{
-            Error::Code::failed,
-            QStringLiteral("The library Rubber Band, which changes pitch and tempo, is not installed.")};
+    for (const MaybeError& error : errors)
+        if (error)
+            return error;
     for (Piece& piece : pieces)
         if (MaybeError error = append(piece, write))
             return error;

@@ -26,7 +26,7 @@ public:
     PieceStretcher(double sampleRate, int64_t numFrames, int64_t numWanted, const StretchSettings& settings);
 
     /// Reads what some pieces need, stretches them and writes what is complete; `isDone` then tells whether
-    /// that was all. An error when the library is missing.
+    /// that was all. An error when the library is missing or does not give all frames.
     MaybeError processNext(const Read& read, const Write& write);
     bool isDone() const { return mIsDone; }
     int64_t numWritten() const { return mNumWritten; }
@@ -46,7 +46,7 @@ private:
     bool fill(const Read& read, int64_t end);
     int64_t endOfPiece(const Read& read);
     Piece nextPiece(const Read& read);
-    bool stretch(Piece& piece) const;
+    MaybeError stretch(Piece& piece) const;
     MaybeError append(Piece& piece, const Write& write);
     void join(SampleBlock& result);
 

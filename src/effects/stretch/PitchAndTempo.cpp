@@ -196,7 +196,7 @@ void PitchAndTempo::feedStream()
     mInput.resize(static_cast<size_t>(numTracks()));
     for (FloatBuffer& track : mInput)
         track.resize(count, 0.0F);
-    mStream->put({mInput.begin(), mInput.end()}, false);
+    mStream->put({mInput.begin(), mInput.end()});
 }
 
 bool PitchAndTempo::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)

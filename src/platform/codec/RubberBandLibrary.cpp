@@ -10,6 +10,9 @@ namespace velloria
 namespace
 {
 
+/// Below the level of warnings, which is 0.
+constexpr int kSilent = -1;
+
 template <typename Function> bool find(void* library, const char* name, Function& function)
 {
     function = reinterpret_cast<Function>(::dlsym(library, name));
@@ -27,6 +30,9 @@ bool RubberBandLibrary::open()
 #define VELLORIA_FIND(name) isComplete &= find(library, #name, name);
     VELLORIA_RUBBERBAND_FUNCTIONS(VELLORIA_FIND)
 #undef VELLORIA_FIND
+    // Else it tells on standard error what it is about to do.
+    if (isComplete)
+        rubberband_set_default_debug_level(kSilent);
     return isComplete;
 }
 

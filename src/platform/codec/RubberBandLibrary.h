@@ -11,7 +11,7 @@
     F(rubberband_new)                                                                                        \
     F(rubberband_process)                                                                                    \
     F(rubberband_retrieve)                                                                                   \
-    F(rubberband_set_expected_input_duration)                                                                \
+    F(rubberband_set_default_debug_level)                                                                    \
     F(rubberband_set_formant_option)                                                                         \
     F(rubberband_set_max_process_size)                                                                       \
     F(rubberband_set_pitch_scale)                                                                            \

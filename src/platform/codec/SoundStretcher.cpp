@@ -12,8 +12,6 @@ namespace velloria
 namespace
 {
 
-constexpr unsigned kMostAtOnce = 16384;
-
 /// Where there is a stretcher, there is the library.
 const RubberBandLibrary& library()
 {
@@ -46,7 +44,7 @@ SoundStretcher::SoundStretcher(double sampleRate, size_t numChannels, const Stre
     mState.reset(library().rubberband_new(static_cast<unsigned>(std::lround(sampleRate)),
                                           static_cast<unsigned>(numChannels), options, settings.timeRatio,
                                           settings.pitchScale));
-    library().rubberband_set_max_process_size(mState.get(), kMostAtOnce);
+    library().rubberband_set_max_process_size(mState.get(), kMostPutFrames);
 }
 
 std::unique_ptr<SoundStretcher> SoundStretcher::create(double sampleRate, size_t numChannels,
@@ -58,13 +56,9 @@ std::unique_ptr<SoundStretcher> SoundStretcher::create(double sampleRate, size_t
 }
 
 std::unique_ptr<SoundStretcher> SoundStretcher::forWhole(double sampleRate, size_t numChannels,
-                                                         int64_t numFrames, const StretchSettings& settings)
+                                                         const StretchSettings& settings)
 {
-    std::unique_ptr<SoundStretcher> stretcher = create(sampleRate, numChannels, settings, false);
-    if (stretcher)
-        library().rubberband_set_expected_input_duration(stretcher->mState.get(),
-                                                         static_cast<unsigned>(numFrames));
-    return stretcher;
+    return create(sampleRate, numChannels, settings, false);
 }
 
 std::unique_ptr<SoundStretcher> SoundStretcher::forStream(double sampleRate, size_t numChannels,
@@ -75,10 +69,12 @@ std::unique_ptr<SoundStretcher> SoundStretcher::forStream(double sampleRate, siz
         return nullptr;
     const size_t pad = library().rubberband_get_preferred_start_pad(stretcher->mState.get());
     stretcher->mNumToDrop = library().rubberband_get_start_delay(stretcher->mState.get());
-    const std::vector<float> silence(pad);
-    const std::vector<Channel> channels(numChannels, silence);
-    if (pad > 0)
-        stretcher->put(channels, false);
+    const std::vector<float> silence(kMostPutFrames);
+    for (size_t left = pad; left > 0;) {
+        const size_t count = std::min(left, silence.size());
+        stretcher->put(std::vector<Channel>(numChannels, Channel(silence).first(count)));
+        left -= count;
+    }
     return stretcher;
 }
 
@@ -91,17 +87,19 @@ void SoundStretcher::setSettings(const StretchSettings& settings)
 
 size_t SoundStretcher::numFramesWanted() const
 {
-    return std::clamp(library().rubberband_get_samples_required(mState.get()), 1U, kMostAtOnce);
+    return std::clamp<size_t>(library().rubberband_get_samples_required(mState.get()), 1, kMostPutFrames);
 }
 
-void SoundStretcher::put(const std::vector<Channel>& channels, bool isLast)
+void SoundStretcher::put(const std::vector<Channel>& channels)
 {
     std::vector<const float*> starts;
     starts.reserve(channels.size());
     for (const Channel& channel : channels)
         starts.push_back(channel.data());
+    // Told that the sound ends, the library would put out all the rest at once, and lose what is more than
+    // its buffer holds.
     library().rubberband_process(mState.get(), starts.data(), static_cast<unsigned>(channels.front().size()),
-                                 isLast ? 1 : 0);
+                                 0);
     dropDelay();
 }
 

@@ -27,10 +27,12 @@ class SoundStretcher
 public:
     /// Of one track.
     using Channel = std::span<const float>;
+    /// So few that what they become has room in the library, whose buffer does not grow with the ratio.
+    static constexpr size_t kMostPutFrames = 512;
 
-    /// For sound that is there as a whole: the result begins with its first frame and has numFrames times
-    /// timeRatio frames. Null, with a log line, when the library is missing.
-    static std::unique_ptr<SoundStretcher> forWhole(double sampleRate, size_t numChannels, int64_t numFrames,
+    /// For sound whose settings stay as they are: the result begins with its first frame. Null, with a log
+    /// line, when the library is missing.
+    static std::unique_ptr<SoundStretcher> forWhole(double sampleRate, size_t numChannels,
                                                     const StretchSettings& settings);
     /// For sound that comes bit by bit while the settings change. The result begins with the first frame of
     /// the input, too. Null as above.
@@ -39,11 +41,11 @@ public:
 
     /// Of a stream.
     void setSettings(const StretchSettings& settings);
-    /// How many frames should be put in next; at least one.
+    /// How many frames should be put in next: from one to kMostPutFrames.
     size_t numFramesWanted() const;
-    /// All of one length, some thousand frames at most. What is ready is to be taken before the next ones are
-    /// put in. After the last ones everything comes out that is still within.
-    void put(const std::vector<Channel>& channels, bool isLast);
+    /// All of one length, kMostPutFrames at most. All that is ready is to be taken before the next ones are
+    /// put in: what finds no room within is lost. After the sound's last frame silence pushes out the rest.
+    void put(const std::vector<Channel>& channels);
     size_t numFramesReady() const;
     /// Adds at most so many frames that are ready to the end of each channel.
     void take(std::vector<std::vector<float>>& channels, size_t mostFrames);

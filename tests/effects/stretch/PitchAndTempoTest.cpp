@@ -147,6 +147,43 @@ TEST(PitchAndTempo, NoSeamIsHeardInNoiseOrInAHeldTone)
     }
 }
 
+// What becomes far longer at once does not find room in the library, which loses the rest and tells so on
+// standard error, if anything.
+TEST(PitchAndTempo, FarSlowerAndLowerSoundKeepsItsEndAndTheLibraryIsSilent)
+{
+    struct Case {
+        QVariantMap arguments;
+        size_t numTracks;
+        size_t numFrames;
+        size_t numWanted;
+    };
+    const QString tempo = QStringLiteral("Tempo");
+    const QString semitones = QStringLiteral("Semitones");
+    const Case cases[] = {
+        {{{semitones, -36.0}, {tempo, 6.0}}, 1, 44100, 735000},
+        {{{tempo, 5.0}}, 2, 13230, 264600},
+        {{{tempo, 5.0}}, 8, 9600, 192000},
+        {{{semitones, 36.0}, {tempo, 5.0}}, 1, 22050, 441000},
+        {{{semitones, -36.0}, {tempo, 2000.0}}, 1, 88200, 4410},
+        {{{tempo, 5.0}}, 1, 1, 20},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.numFrames << " frames to " << c.numWanted);
+        testing::internal::CaptureStderr();
+        const kit::TrackSamples out =
+            changed(kit::TrackSamples(c.numTracks, sine(c.numFrames, 1000.0)), c.arguments);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        ASSERT_EQ(out.size(), c.numTracks);
+        for (const FloatBuffer& track : out) {
+            ASSERT_EQ(track.size(), c.numWanted);
+            // The last window is half past the end.
+            const std::vector<double> levels = levelsOf(track);
+            for (size_t i = 1; i + 1 < levels.size(); ++i)
+                EXPECT_GT(levels[i], 0.1) << "after " << 0.1 * static_cast<double>(i) << " s";
+        }
+    }
+}
+
 TEST(CutFinder, TakesQuietPlacesThenAttacksThenNoiseAndNoTone)
 {
     const SampleBlock tone = {sine(200000, 200.0)};
