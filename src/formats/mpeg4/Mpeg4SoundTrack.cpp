@@ -252,15 +252,22 @@ QByteArray Mpeg4SoundTrack::sampleTable(std::span<const int64_t> offsets, bool i
 {
     const size_t count = numChunkPackets();
     std::vector<std::pair<uint32_t, uint32_t>> runs;
+    // Packets of one size have no table. A single packet of one frame must have none: readers take a sound
+    // whose packets all last one frame for plain samples, whose size stands there.
+    const uint32_t size = count > 0 ? mPackets.front().size : 0;
+    const bool hasOneSize =
+        size > 0 && std::all_of(mPackets.begin(), mPackets.begin() + static_cast<std::ptrdiff_t>(count),
+                                [size](const auto& packet) { return packet.size == size; });
     BigEndianOutputStream sizes;
     sizes.writeUInt32(0);
-    sizes.writeUInt32(0);
+    sizes.writeUInt32(hasOneSize ? size : 0);
     sizes.writeUInt32(static_cast<uint32_t>(count));
     for (size_t i = 0; i < count; ++i) {
         if (runs.empty() || runs.back().second != mPackets[i].duration)
             runs.emplace_back(0, mPackets[i].duration);
         ++runs.back().first;
-        sizes.writeUInt32(mPackets[i].size);
+        if (!hasOneSize)
+            sizes.writeUInt32(mPackets[i].size);
     }
     BigEndianOutputStream times;
     times.writeUInt32(0);

@@ -33,6 +33,36 @@ TEST_F(Mpeg4FileTest, KeepsIntegersOfAppleLosslessExactly)
     }
 }
 
+TEST_F(Mpeg4FileTest, KeepsAppleLosslessSoundOfAFewFramesWhenItIsSavedAgain)
+{
+    for (const char* const extension : {"m4a", "mov"}) {
+        for (const int64_t numFrames : {1, 2, 4097}) {
+            // Of this one even ffmpeg cannot read what it writes.
+            if (numFrames == 1 && std::string(extension) == "mov")
+                continue;
+            SCOPED_TRACE(testing::Message() << extension << " " << numFrames);
+            Sound source = testSound(numFrames, 2, 44100.0);
+            for (float& sample : source.samples)
+                sample = std::round(sample * 32768.0F) / 32768.0F;
+            source.samples[0] = 0.25F;
+            writeSource("a.wav", source);
+            const std::string name = std::string("a.") + extension;
+            ffmpeg(QStringLiteral("-i a.wav -c:a alac -sample_fmt s16p a.%1").arg(extension));
+            for (float& sample : source.samples)
+                sample = -sample;
+            const auto opened = open(name);
+            ASSERT_TRUE(opened);
+            Mpeg4AppleLosslessFile writer(44100.0, 16, 2);
+            writer.setOpenedFile(opened);
+            writer.setNumberOfFrames(numFrames);
+            const std::string saved = std::string("b.") + extension;
+            save(saved, source, writer);
+            EXPECT_EQ(floatsFromFfmpeg(QString::fromStdString(saved)), source.samples);
+            EXPECT_EQ(decoded(*open(saved)).samples, source.samples);
+        }
+    }
+}
+
 TEST_F(Mpeg4FileTest, GivesAacBackAtItsLengthPlaceAndLevel)
 {
     const struct {
