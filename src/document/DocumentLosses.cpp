@@ -110,16 +110,41 @@ QStringList lossesToFloats(const Sources& sources)
     return losses;
 }
 
-/// Who chooses a lossy format knows that it loses something; that sound which has lost some already loses
-/// more is another matter.
-QStringList precisionLosses(const AudioFile& writer, int64_t sampleSize, const Sources& sources)
+/// The encoding without what holds it.
+QString encodingOf(const AudioFile& file)
 {
-    if (writer.encodesWithLoss()) {
-        return sources.hasLossySound ? QStringList(QStringLiteral(
-                                           "Sound that was decoded from a lossy encoding is encoded once "
-                                           "more, which loses some more of it."))
-                                     : QStringList();
-    }
+    const QString extensible = QStringLiteral("extensible (");
+    const QString encoding = file.encodingDescription();
+    return encoding.startsWith(extensible) ? encoding.sliced(extensible.size()).chopped(1) : encoding;
+}
+
+/// Types that hold plain samples, too: their names do not say that an encoding loses something.
+bool hasPlainEncodings(const AudioFile& writer)
+{
+    constexpr std::array types = {QLatin1String("public.aifc-audio"), QLatin1String("public.ulaw-audio"),
+                                  QLatin1String("com.apple.coreaudio-format"),
+                                  QLatin1String("com.microsoft.waveform-audio")};
+    return std::find(types.begin(), types.end(), writer.fileFormatUTI()) != types.end();
+}
+
+/// Who chooses a type that is always lossy, or opened a file of the same encoding, knows that it loses
+/// something; that sound which has lost some already loses more is another matter.
+QStringList lossesToLossy(const AudioFile& writer, const AudioFile* opened, const Sources& sources)
+{
+    if (sources.hasLossySound)
+        return {QStringLiteral("Sound that was decoded from a lossy encoding is encoded once more, which "
+                               "loses some more of it.")};
+    const QString encoding = encodingOf(writer);
+    if (!hasPlainEncodings(writer) || (opened && encodingOf(*opened) == encoding))
+        return {};
+    return {QStringLiteral("The encoding %1 loses some of the sound.").arg(encoding)};
+}
+
+QStringList precisionLosses(const AudioFile& writer, const AudioFile* opened, int64_t sampleSize,
+                            const Sources& sources)
+{
+    if (writer.encodesWithLoss())
+        return lossesToLossy(writer, opened, sources);
     if (writer.storesIntegers())
         return lossesToIntegers(writer.bitsPerSample(), sampleSize, sources);
     return writer.isFloat() ? lossesToFloats(sources) : QStringList();
@@ -157,14 +182,6 @@ bool hasLongMarkerName(const AudioFile& writer)
                // A letter takes three bytes at most.
                return marker->name().size() > largest / 3 && marker->name().toUtf8().size() > largest;
            });
-}
-
-/// The encoding without what holds it.
-QString encodingOf(const AudioFile& file)
-{
-    const QString extensible = QStringLiteral("extensible (");
-    const QString encoding = file.encodingDescription();
-    return encoding.startsWith(extensible) ? encoding.sliced(extensible.size()).chopped(1) : encoding;
 }
 
 /// A file that is saved as its own type should stay what it is: what the type cannot write, or a writer does
@@ -283,7 +300,7 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
         return {};
     const QString type = writer->displayTypeName();
     const Sources sources = sourcesOfTracks(*audioTracks());
-    QStringList losses = precisionLosses(*writer, mSampleSize, sources);
+    QStringList losses = precisionLosses(*writer, mAudioFile.get(), mSampleSize, sources);
 
     const uint32_t maximum = writer->maximumNumberOfChannels();
     if (writer->numberOfChannels() > maximum)

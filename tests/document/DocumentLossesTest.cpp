@@ -70,6 +70,7 @@ TEST_F(DocumentLosses, NamePrecisionByWhatTheSamplesWere)
     constexpr auto fl32 = static_cast<int>(fourCharCode("fl32"));
     constexpr auto in32 = static_cast<int>(fourCharCode("in32"));
     constexpr auto ima4 = static_cast<int>(fourCharCode("ima4"));
+    constexpr auto ulaw = static_cast<int>(fourCharCode("ulaw"));
     const Case cases[] = {
         {computed, caf, fl32, ""},
         {computed, flac, 16, ""},
@@ -95,6 +96,9 @@ TEST_F(DocumentLosses, NamePrecisionByWhatTheSamplesWere)
         {adaptive, caf, ima4,
          "Sound that was decoded from a lossy encoding is encoded once more, which loses some more of it."},
         {floats, mp3, 0, ""},
+        {computed, "public.aifc-audio", ulaw, "The encoding mu-law loses some of the sound."},
+        {floats, caf, ima4, "The encoding IMA 4:1 loses some of the sound."},
+        {wide, "public.mpeg-4-audio.aac", 0, ""},
     };
     for (const Case& each : cases) {
         const auto clip = MutableAudioClip::clipWithSampleRate(44100.0);
@@ -263,6 +267,25 @@ TEST_F(DocumentLosses, NameAnEncodingThatAPlainSaveDoesNotKeep)
                   c.encoding == 6 ? "The encoding changes from 32-bit floating point to 32-bit integer."
                                   : c.loss);
     }
+}
+
+TEST_F(DocumentLosses, NameALossyEncodingThatTheOpenedFileDidNotHave)
+{
+    SaveRequest request = requestFor("a.aifc", SaveOperation::saveAs);
+    request.uti = QStringLiteral("public.aifc-audio");
+    // Whole packets, so that nothing else is lost.
+    const auto document = kit::documentOf({kit::noise(1024, 1)});
+    const QString loss = QStringLiteral("The encoding IMA 4:1 loses some of the sound.");
+    EXPECT_EQ(document->lossesWhenSaving(request), QStringList(loss));
+    EXPECT_EQ(messageOfSaving(*document, request), "");
+    // Computed sound in its place came lossless, but whoever opened the file knows what it is.
+    const auto opened = open("a.aifc");
+    opened->replaceDataAtOffset(0, opened->numberOfFrames(), 0,
+                                ClipList(AudioClipPtr(kit::clipOf(kit::noise(1024, 3)))));
+    request.operation = SaveOperation::save;
+    EXPECT_EQ(opened->lossesWhenSaving(request), QStringList());
+    request.optionTag = static_cast<int>(fourCharCode("ulaw"));
+    EXPECT_TRUE(mention(opened->lossesWhenSaving(request), "The encoding mu-law loses some of the sound."));
 }
 
 TEST_F(DocumentLosses, NameCommentsThatOtherProgramsDoNotShow)
