@@ -120,7 +120,7 @@ void SpectrogramTiles::startJob()
         });
 }
 
-void SpectrogramTiles::didCompute(std::vector<TilePtr> tiles)
+void SpectrogramTiles::didCompute(const std::vector<TilePtr>& tiles)
 {
     mIsComputing = false;
     for (const TilePtr& tile : tiles)

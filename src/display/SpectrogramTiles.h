@@ -7,7 +7,7 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <tuple>
 
 namespace velloria
 {
@@ -27,7 +27,12 @@ public:
         double framesPerColumn = 1;
         int64_t index = 0; ///< of the run of numColumns columns from time 0 on
 
-        auto operator<=>(const Key&) const = default;
+        bool operator==(const Key&) const = default;
+        bool operator<(const Key& other) const
+        {
+            return std::tie(track, framesPerColumn, index) <
+                   std::tie(other.track, other.framesPerColumn, other.index);
+        }
     };
     struct Tile {
         Key key;
@@ -58,7 +63,7 @@ public:
 
 private:
     void startJob();
-    void didCompute(std::vector<TilePtr> tiles);
+    void didCompute(const std::vector<TilePtr>& tiles);
     void keep(const TilePtr& tile);
     static bool isKnown(const TrackList& tracks, const Key& key);
 

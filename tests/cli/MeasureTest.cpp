@@ -23,9 +23,10 @@ protected:
 
 TEST_F(MeasureTest, AgreesWithAnotherMeter)
 {
-    ASSERT_EQ(shell("sox -n -r 48000 -c 2 -b 24 sound.wav synth 12 pinknoise synth 12 sine amod 0.2 vol 0.6")
-                  .status,
-              0);
+    ASSERT_EQ(
+        shell("sox -R -n -r 48000 -c 2 -b 24 sound.wav synth 12 pinknoise synth 12 sine amod 0.2 vol 0.6")
+            .status,
+        0);
     const Outcome judge =
         shell("ffmpeg -nostats -i sound.wav -af ebur128=peak=true:framelog=verbose -f null - 2>&1 | "
               "sed -n '/Summary/,$p' | tr -s ' ' | grep -E '^ (I|LRA|Peak):' | cut -d' ' -f3");
@@ -34,7 +35,8 @@ TEST_F(MeasureTest, AgreesWithAnotherMeter)
     const QJsonObject object = measured({"sound.wav"});
     EXPECT_NEAR(object[QStringLiteral("integratedLoudness")].toDouble(), figures[0].toDouble(), 0.11);
     EXPECT_NEAR(object[QStringLiteral("loudnessRange")].toDouble(), figures[1].toDouble(), 0.3);
-    EXPECT_NEAR(object[QStringLiteral("truePeak")].toDouble(), figures[2].toDouble(), 0.2);
+    // Meters of true peak may differ by so much (EBU Tech 3341); the judge interpolates with a longer filter.
+    EXPECT_NEAR(object[QStringLiteral("truePeak")].toDouble(), figures[2].toDouble(), 0.4);
     EXPECT_EQ(object[QStringLiteral("frames")].toInteger(), 576000);
     EXPECT_EQ(object[QStringLiteral("channels")].toArray().size(), 2);
     EXPECT_EQ(measured({"--start", "1", "--end", "3", "sound.wav"})[QStringLiteral("frames")].toInteger(),

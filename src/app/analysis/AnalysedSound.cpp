@@ -44,7 +44,8 @@ QString AnalysedSound::description() const
     //: Which part of a sound is looked at: %1 is the file, %2 and %3 are times, %4 names tracks
     //% "%1, %2 to %3, %4"
     return qtTrId("analysis-part")
-        .arg(ItemNames::shown(documentName), time(offset), time(offset + numFrames), trackNames.join(QStringLiteral(" + ")));
+        .arg(ItemNames::shown(documentName), time(offset), time(offset + numFrames),
+             trackNames.join(QStringLiteral(" + ")));
 }
 
 } // namespace velloria

@@ -85,7 +85,8 @@ const QImage& SpectrogramRaster::imageOf(const SpectrogramTiles::TilePtr& tile, 
     for (int row = 0; row < rows; ++row) {
         auto* const line = reinterpret_cast<QRgb*>(image.scanLine(rows - 1 - row));
         for (int column = 0; column < columns; ++column)
-            line[column] = mColors[tile->levels[static_cast<size_t>(column * rows + row)]];
+            line[column] = mColors[tile->levels[static_cast<size_t>(column) * SpectrogramColumns::numRows +
+                                                static_cast<size_t>(row)]];
     }
     drawn.image = image.scaled(columns, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
                       .convertToFormat(QImage::Format_RGB32);

@@ -310,7 +310,8 @@ std::vector<ClipList> Filter::selectedClips() const
         return {};
     std::vector<ClipList> selected;
     for (int32_t i = 0; i < numTracks(); ++i) {
-        const AudioTrackPtr& track = (*tracks)[static_cast<size_t>(first + i)];
+        const int32_t index = first + i;
+        const AudioTrackPtr& track = (*tracks)[static_cast<size_t>(index)];
         selected.push_back(track->clipsAtOffset(mSource->loopStart(), numFrames()));
         if (selected.back().length() != numFrames())
             return {};
