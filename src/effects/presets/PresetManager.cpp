@@ -87,7 +87,7 @@ std::vector<std::filesystem::path> PresetManager::listOfPresetsInPath(const std:
 std::filesystem::path PresetManager::pathCreatingPresetFolderWithName(const QString& folderName,
                                                                       MaybeError* error) const
 {
-    const std::filesystem::path folder = pathForFolderNamed(folderName);
+    std::filesystem::path folder = pathForFolderNamed(folderName);
     if (folder.empty()) {
         *error = Error{Error::Code::failed, QStringLiteral("This system names no folder for presets.")};
         return folder;

@@ -143,7 +143,7 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
         failure = conversion.run(progress);
         mNumberOfFrames = conversion.numFrames();
         if (!failure)
-            failure = tellWhatDecodingFound(*stream, conversion.isDamaged());
+            tellWhatDecodingFound(*stream, conversion.isDamaged());
         if (!failure)
             clips = conversion.clips();
     } else {
@@ -154,21 +154,19 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
     return clips;
 }
 
-/// An error when nothing came of what the file promises.
-MaybeError OggVorbisFile::tellWhatDecodingFound(VorbisStream& stream, bool isDamaged)
+/// A file that promises sound and gives none is opened, empty: its tags may be all that a person is after.
+void OggVorbisFile::tellWhatDecodingFound(VorbisStream& stream, bool isDamaged)
 {
     const OggPageCheck check = OggPageCheck::ofFile(*mFileHandle, serialNumbersOf(stream));
     const QString name = displayName(filePath());
-    if (mNumberOfFrames == 0 && check.isSoundPromised)
-        return FileDamage::unreadable(name, QStringLiteral("none of its sound can be decoded"));
     mWarnings.clear();
-    if (isDamaged || check.isPageLost || mNumberOfFrames + longestBlock < stream.numFrames())
+    const bool isLost = mNumberOfFrames == 0 && check.isSoundPromised;
+    if (isDamaged || isLost || check.isPageLost || mNumberOfFrames + longestBlock < stream.numFrames())
         tellOfDamagedSound();
     if (stream.changesFormat())
         mWarnings.append(FileDamage::soundChangesFormat(name));
     else if (!OggStreams::isComplete(*mFileHandle))
         mWarnings.append(FileDamage::soundCutShort(name));
-    return std::nullopt;
 }
 
 std::vector<int> OggVorbisFile::applicableBitRates() const
