@@ -222,10 +222,13 @@ std::vector<double> SpectrumChart::frequencyLines() const
     std::vector<double> lines;
     const double high = highestFrequency();
     if (mIsLogarithmic) {
-        for (double decade = 1.0; decade < high; decade *= 10.0)
+        const int numDecades = static_cast<int>(std::ceil(std::log10(high)));
+        for (int i = 0; i < numDecades; ++i) {
+            const double decade = std::pow(10.0, i);
             for (int factor = 1; factor < 10; ++factor)
                 if (decade * factor >= lowestFrequency() && decade * factor <= high)
                     lines.push_back(decade * factor);
+        }
     } else {
         const double step = roundedUp(high / std::max(1.0, area().width() / kLabelSpacing));
         for (int i = 0; i * step <= high; ++i)

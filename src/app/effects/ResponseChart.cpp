@@ -113,8 +113,9 @@ void ResponseChart::setRange()
     double most = 0.0;
     for (const ResponseBand& handle : mHandles)
         most = std::max(most, std::abs(handle.gainDB));
-    for (double frequency = kLowest; frequency <= kHighest; frequency *= 1.1)
-        most = std::max(most, std::abs(mCurve(frequency)));
+    const int numSteps = static_cast<int>(std::log(kHighest / kLowest) / std::log(1.1));
+    for (int i = 0; i <= numSteps; ++i)
+        most = std::max(most, std::abs(mCurve(kLowest * std::pow(1.1, i))));
     const auto* const range = std::find_if(std::begin(kRanges), std::end(kRanges) - 1,
                                            [most](double each) { return each >= most; });
     mTopDB = *range;
@@ -394,7 +395,9 @@ void ResponseChart::paintGrid(QPainter& painter) const
         }
     }
     const double step = mTopDB - mBottomDB > 80.0 ? 20.0 : mTopDB - mBottomDB > 40.0 ? 12.0 : 6.0;
-    for (double level = std::ceil(mBottomDB / step) * step; level <= mTopDB; level += step) {
+    const double lowest = std::ceil(mBottomDB / step) * step;
+    for (int i = 0; lowest + i * step <= mTopDB; ++i) {
+        const double level = lowest + i * step;
         const double y = placeOf({kLowest, level}).y();
         painter.setPen(QPen(level == 0.0 ? theme.axis : theme.grid, 1));
         painter.drawLine(QPointF(inner.left(), y), QPointF(inner.right(), y));
@@ -410,7 +413,8 @@ void ResponseChart::paintCurve(QPainter& painter) const
     const Theme theme = Theme::fromPalette(palette());
     const QRectF inner = area();
     QPolygonF line;
-    for (double x = inner.left(); x <= inner.right() + 0.5; x += 1.0) {
+    for (int i = 0; i <= inner.width() + 0.5; ++i) {
+        const double x = inner.left() + i;
         const double frequency = pointAt({x, inner.top()}).x();
         // Far below the chart is as good as where it really lies.
         line << QPointF(x, placeOf({frequency, std::max(mCurve(frequency), 3.0 * mBottomDB)}).y());

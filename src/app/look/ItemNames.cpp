@@ -50,7 +50,7 @@ QString inOneLine(const QString& name)
 
 QString ItemNames::shown(const QString& name, qsizetype mostCharacters)
 {
-    const QString line = inOneLine(name);
+    QString line = inOneLine(name);
     if (line.size() <= mostCharacters)
         return line;
     // More of the beginning, but enough of the end for a number and an extension.

@@ -113,7 +113,7 @@ void CascadeFilter::processRun(BiquadCascade& cascade, SampleBlock& block, size_
         return;
     const size_t numTracks = std::min(block.size(), 2 * cascade.numPairs());
     const auto processPair = [&](int pair) {
-        const auto track = static_cast<size_t>(2 * pair);
+        const auto track = 2 * static_cast<size_t>(pair);
         const std::span<float> second =
             track + 1 < numTracks ? std::span(block[track + 1]).subspan(start, count) : std::span<float>();
         cascade.processPair(static_cast<size_t>(pair), std::span(block[track]).subspan(start, count), second);

@@ -92,6 +92,7 @@ Root placeOf(Root x)
 std::vector<Root> placesOf(const std::vector<Root>& roots)
 {
     std::vector<Root> places;
+    places.reserve(roots.size());
     for (const Root root : roots)
         places.push_back(placeOf(root));
     return places;
