@@ -33,9 +33,23 @@ std::optional<AttachedPicture> pictureWithRest(uint8_t encoding, QByteArrayView 
     return picture;
 }
 
-/// Of the formats beside JPEG and PNG that other tags name; empty for all else.
+bool isPng(const QByteArray& picture)
+{
+    return picture.startsWith("\x89PNG");
+}
+
+bool isJpeg(const QByteArray& picture)
+{
+    return picture.startsWith("\xFF\xD8\xFF");
+}
+
+/// The format of a picture whose tag names none; empty where the contents do not tell it either.
 QString formatByContents(const QByteArray& picture)
 {
+    if (isPng(picture))
+        return pngFormat;
+    if (isJpeg(picture))
+        return jpegFormat;
     if (picture.startsWith("GIF8"))
         return QStringLiteral("image/gif");
     return picture.startsWith("BM") ? QStringLiteral("image/bmp") : QString();
@@ -162,9 +176,9 @@ AttachedPicture::Kind AttachedPicture::kind() const
         return Kind::png;
     if (!name.isEmpty())
         return Kind::other;
-    if (mPictureData.startsWith("\x89PNG"))
+    if (isPng(mPictureData))
         return Kind::png;
-    return mPictureData.startsWith("\xFF\xD8\xFF") ? Kind::jpeg : Kind::other;
+    return isJpeg(mPictureData) ? Kind::jpeg : Kind::other;
 }
 
 QList<AttachedPicture> attachedPictures(const MetadataDictionary& dictionary)

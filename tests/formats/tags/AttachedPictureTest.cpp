@@ -129,6 +129,28 @@ TEST(AttachedPicture, KnowsFormatsUnderTheNamesThatOthersUse)
     }
 }
 
+/// What is written once must not change when it is written again.
+TEST(AttachedPicture, ANamelessPictureIsNamedByItsContents)
+{
+    const struct {
+        QByteArray data;
+        const char* format;
+    } cases[] = {
+        {"\x89PNG....", "image/png"},
+        {"\xFF\xD8\xFF....", "image/jpeg"},
+        {"GIF89a..", "image/gif"},
+        {"BM......", "image/bmp"},
+        {"RIFF....", ""},
+    };
+    for (const auto& c : cases) {
+        const auto read =
+            AttachedPicture::withID3v220Data(picture("image/unheard", "", c.data).id3v220Data());
+        ASSERT_TRUE(read) << c.format;
+        EXPECT_EQ(read->imageFormat(), c.format);
+        EXPECT_EQ(AttachedPicture::withID3v220Data(read->id3v220Data()), read) << c.format;
+    }
+}
+
 TEST(AttachedPicture, DecodesItsImage)
 {
     QImage drawn(3, 2, QImage::Format_RGB32);
