@@ -55,12 +55,10 @@ TEST_F(AnalysisTest, StatisticsOfTheSelectionAreShownAndCopied)
     window.controller().selection().setSelection({0.5, 1.5, 0, 1});
     QString text;
     QString part;
-    QTimer::singleShot(0, &window, [&] {
-        auto* const sheet = qobject_cast<StatisticsSheet*>(QApplication::activeModalWidget());
-        ASSERT_TRUE(sheet);
-        text = sheet->text();
-        keepPicture(*sheet, QStringLiteral("statistics"));
-        sheet->reject();
+    whenShown<StatisticsSheet>([&](StatisticsSheet& sheet) {
+        text = sheet.text();
+        keepPicture(sheet, QStringLiteral("statistics"));
+        sheet.reject();
     });
     window.menus().analysis().statisticsAction()->trigger();
     const QStringList lines = text.split(u'\n');
