@@ -174,7 +174,7 @@ private:
         }
         const auto head =
             mHeadOf(reinterpret_cast<const uint8_t*>(mWindow.constData()) + (offset - mWindowStart));
-        return head && (!mKind || head->kind == *mKind) ? head : std::nullopt;
+        return head && head->kind == mKind.value_or(head->kind) ? head : std::nullopt;
     }
 
     /// Where a packet begins that another one follows, or the end.
