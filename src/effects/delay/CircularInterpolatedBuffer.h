@@ -3,6 +3,8 @@
 #include "effects/delay/CircularBuffer.h"
 #include "effects/delay/InterpolationTaps.h"
 
+#include <optional>
+
 namespace velloria
 {
 
@@ -20,7 +22,19 @@ public:
     void process(const InterpolationTaps& taps, std::span<float> samples, double wetFactor, double dryFactor);
 
 private:
+    /// What some reads take, in the order in which it is put in: from `start` on, counted from the mark
+    /// before the first of them.
+    struct Stretch {
+        int32_t start;
+        int32_t end;
+    };
+
+    std::optional<Stretch> stretchOf(const InterpolationTaps& taps) const;
+    void copyStretch(const Stretch& stretch, std::span<const float> samples);
+    void put(std::span<const float> samples);
     float read(const InterpolationTaps& taps, size_t index) const;
+
+    std::vector<float> mStretch;
 };
 
 } // namespace velloria

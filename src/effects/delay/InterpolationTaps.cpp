@@ -87,12 +87,43 @@ struct EntryKernel {
     }
 };
 
+/// One row of weights for each tap.
+struct MixKernel {
+    VELLORIA_KERNEL static void run(const float* weights, const float* values, float* __restrict samples,
+                                    size_t count, double wetFactor, double dryFactor)
+    {
+        for (size_t i = 0; i < count; ++i) {
+            float sum = 0.0F;
+            for (size_t tap = 0; tap < InterpolationTaps::kMostTaps; ++tap)
+                sum += weights[tap * InterpolationTaps::kMostReads + i] * values[i + tap];
+            samples[i] = static_cast<float>(static_cast<double>(sum) * wetFactor +
+                                            static_cast<double>(samples[i]) * dryFactor);
+        }
+    }
+};
+
 } // namespace
+
+size_t InterpolationTaps::numReadsAlike(size_t read) const
+{
+    size_t end = read + 1;
+    while (end < mNumReads && mFirsts[end] == mFirsts[read])
+        ++end;
+    return end - read;
+}
+
+void InterpolationTaps::mix(size_t read, const float* values, std::span<float> samples, double wetFactor,
+                            double dryFactor) const
+{
+    runKernel<MixKernel>(mWeights.front().data() + read, values, samples.data(), samples.size(), wetFactor,
+                         dryFactor);
+}
 
 void InterpolationTaps::set(std::span<const float> positions)
 {
     static const Products products = makeProducts();
     const size_t count = positions.size();
+    mNumReads = count;
     std::array<int32_t, kMostReads> entries;
     runKernel<FirstKernel>(positions.data(), count, mFirsts.data());
     for (size_t tap = 0; tap < kMostTaps; ++tap) {

@@ -27,6 +27,14 @@ public:
         return mFirsts[read] + 1;
     }
 
+    /// The number of reads from `read` on whose first slots are the same.
+    size_t numReadsAlike(size_t read) const;
+    /// For `samples.size()` of these reads, each of which takes kMostTaps values from one further than that
+    /// of the one before, mixes what is read with the sample in whose place the mix goes.
+    void mix(size_t read, const float* values, std::span<float> samples, double wetFactor,
+             double dryFactor) const;
+    size_t numReads() const { return mNumReads; }
+
     /// Of kMostTaps values.
     float weightedSum(size_t read, const float* values) const
     {
@@ -37,6 +45,7 @@ public:
     }
 
 private:
+    size_t mNumReads = 0;
     std::array<int32_t, kMostReads> mFirsts;
     /// The last tap has none where five are used.
     std::array<std::array<float, kMostReads>, kMostTaps> mWeights;

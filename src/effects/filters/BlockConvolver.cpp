@@ -13,20 +13,35 @@ namespace velloria
 namespace
 {
 
-/// sum += a b, of complex numbers whose parts lie apart.
-struct MultiplyAdd {
-    VELLORIA_KERNEL static void run(const HalfSpectrum* a, const HalfSpectrum* b, HalfSpectrum* sum)
+/// Two rows of complex numbers whose parts lie apart.
+struct Factors {
+    const HalfSpectrum* a;
+    const HalfSpectrum* b;
+};
+
+/// The sum of products of rows, in tiles of which the sum stays in the innermost cache.
+struct SumOfProducts {
+    static constexpr size_t kTileSize = 512;
+
+    VELLORIA_KERNEL static void run(const Factors* factors, size_t numFactors, HalfSpectrum* sum)
     {
-        const float* __restrict const aReal = a->real.data();
-        const float* __restrict const aImaginary = a->imaginary.data();
-        const float* __restrict const bReal = b->real.data();
-        const float* __restrict const bImaginary = b->imaginary.data();
-        float* __restrict const sumReal = sum->real.data();
-        float* __restrict const sumImaginary = sum->imaginary.data();
         const size_t size = sum->real.size();
-        for (size_t i = 0; i < size; ++i) {
-            sumReal[i] += aReal[i] * bReal[i] - aImaginary[i] * bImaginary[i];
-            sumImaginary[i] += aReal[i] * bImaginary[i] + aImaginary[i] * bReal[i];
+        for (size_t start = 0; start < size; start += kTileSize) {
+            const size_t count = size - start < kTileSize ? size - start : kTileSize;
+            float* __restrict const sumReal = sum->real.data() + start;
+            float* __restrict const sumImaginary = sum->imaginary.data() + start;
+            for (size_t i = 0; i < count; ++i)
+                sumReal[i] = sumImaginary[i] = 0.0F;
+            for (size_t part = 0; part < numFactors; ++part) {
+                const float* __restrict const aReal = factors[part].a->real.data() + start;
+                const float* __restrict const aImaginary = factors[part].a->imaginary.data() + start;
+                const float* __restrict const bReal = factors[part].b->real.data() + start;
+                const float* __restrict const bImaginary = factors[part].b->imaginary.data() + start;
+                for (size_t i = 0; i < count; ++i) {
+                    sumReal[i] += aReal[i] * bReal[i] - aImaginary[i] * bImaginary[i];
+                    sumImaginary[i] += aReal[i] * bImaginary[i] + aImaginary[i] * bReal[i];
+                }
+            }
         }
     }
 };
@@ -110,12 +125,12 @@ void BlockConvolver::convolve(const Kernel& kernel, std::span<float> output)
                     output.begin());
         return;
     }
-    std::fill(mSum.real.begin(), mSum.real.end(), 0.0F);
-    std::fill(mSum.imaginary.begin(), mSum.imaginary.end(), 0.0F);
+    std::vector<Factors> factors;
     for (size_t part = 0; part < kernel->size(); ++part) {
         const size_t age = (mNewest + mSpectra.size() - part) % mSpectra.size();
-        runKernel<MultiplyAdd>(&kernel->part(part), &std::as_const(mSpectra[age]), &mSum);
+        factors.push_back({&kernel->part(part), &mSpectra[age]});
     }
+    runKernel<SumOfProducts>(static_cast<const Factors*>(factors.data()), factors.size(), &mSum);
     mTransform.inverse(mSum, mConvolved);
     std::copy_n(mConvolved.values().begin() + static_cast<std::ptrdiff_t>(blockSize), blockSize,
                 output.begin());
