@@ -15,6 +15,14 @@ namespace velloria
 namespace
 {
 
+/// With the factor of the highest power first.
+template <typename... Factors> VELLORIA_KERNEL double polynomial(double x, double highest, Factors... others)
+{
+    double sum = highest;
+    ((sum = sum * x + others), ...);
+    return sum;
+}
+
 /// log10 of a positive value that is no denormal.
 VELLORIA_KERNEL double decadesOf(float value)
 {
@@ -26,14 +34,8 @@ VELLORIA_KERNEL double decadesOf(float value)
     // ln(rest) = 2 artanh((rest - 1) / (rest + 1)), by its series: the next term is below 1e-13.
     const double ratio = (rest - 1.0) / (rest + 1.0);
     const double square = ratio * ratio;
-    double sum = 1.0 / 15.0;
-    sum = sum * square + 1.0 / 13.0;
-    sum = sum * square + 1.0 / 11.0;
-    sum = sum * square + 1.0 / 9.0;
-    sum = sum * square + 1.0 / 7.0;
-    sum = sum * square + 1.0 / 5.0;
-    sum = sum * square + 1.0 / 3.0;
-    sum = sum * square + 1.0;
+    const double sum = polynomial(square, 1.0 / 15.0, 1.0 / 13.0, 1.0 / 11.0, 1.0 / 9.0, 1.0 / 7.0, 1.0 / 5.0,
+                                  1.0 / 3.0, 1.0);
     constexpr double kDecadesPerOctave = 0.30102999566398119521;
     return static_cast<double>(exponent) * kDecadesPerOctave + (2.0 / std::numbers::ln10) * ratio * sum;
 }
@@ -50,16 +52,8 @@ VELLORIA_KERNEL float factorOf(double decibels)
     const double shifted = kept + kRounder;
     const double x = (kept - (shifted - kRounder)) * std::numbers::ln2;
     // The exponential's series: the next term is below 1e-11.
-    double sum = 1.0 / 362880.0;
-    sum = sum * x + 1.0 / 40320.0;
-    sum = sum * x + 1.0 / 5040.0;
-    sum = sum * x + 1.0 / 720.0;
-    sum = sum * x + 1.0 / 120.0;
-    sum = sum * x + 1.0 / 24.0;
-    sum = sum * x + 1.0 / 6.0;
-    sum = sum * x + 0.5;
-    sum = sum * x + 1.0;
-    sum = sum * x + 1.0;
+    const double sum = polynomial(x, 1.0 / 362880.0, 1.0 / 40320.0, 1.0 / 5040.0, 1.0 / 720.0, 1.0 / 120.0,
+                                  1.0 / 24.0, 1.0 / 6.0, 0.5, 1.0, 1.0);
     const double power = std::bit_cast<double>((std::bit_cast<uint64_t>(shifted) + 1023U) << 52U);
     return octaves > kFewestOctaves ? static_cast<float>(sum * power) : 0.0F;
 }

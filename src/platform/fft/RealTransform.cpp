@@ -46,9 +46,9 @@ void RealTransform::Deleter::operator()(fftwf_plan_s* plan) const
 
 HalfSpectrum::HalfSpectrum(size_t numFrames)
     : mData(2 * alignedSize(numFrames / 2 + 1))
-    , real(mData.values().first(numFrames / 2 + 1))
-    , imaginary(mData.values().subspan(alignedSize(numFrames / 2 + 1), numFrames / 2 + 1))
 {
+    real = mData.values().first(numFrames / 2 + 1);
+    imaginary = mData.values().subspan(alignedSize(numFrames / 2 + 1), numFrames / 2 + 1);
 }
 
 RealTransform::RealTransform(size_t size)

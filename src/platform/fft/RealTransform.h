@@ -36,12 +36,11 @@ class HalfSpectrum
 public:
     explicit HalfSpectrum(size_t numFrames);
 
-private:
-    TransformBuffer mData;
-
-public:
     std::span<float> real;
     std::span<float> imaginary;
+
+private:
+    TransformBuffer mData;
 };
 
 /// The Fourier transform of real numbers in single precision, by FFTW. Neither direction is scaled: there and
