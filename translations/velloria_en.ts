@@ -2562,6 +2562,10 @@ What the window shows: %3</source>
         <source>Where the low gain has fallen to its half.</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id=": 1">
+        <source>: 1</source>
+        <translation type="unfinished"></translation>
+    </message>
     <message id="Hz">
         <source>Hz</source>
         <translation type="unfinished"></translation>
@@ -2874,8 +2878,8 @@ What the window shows: %3</source>
         <source>Room size</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="How long the sound takes from wall to wall.">
-        <source>How long the sound takes from wall to wall.</source>
+    <message id="How long the sound takes from wall to wall: 1 is 5 to 8 ms.">
+        <source>How long the sound takes from wall to wall: 1 is 5 to 8 ms.</source>
         <translation type="unfinished"></translation>
     </message>
     <message id="Decay">
@@ -3090,8 +3094,8 @@ What the window shows: %3</source>
         <source>Note</source>
         <translation type="unfinished"></translation>
     </message>
-    <message id="Note and octave, A4 say.">
-        <source>Note and octave, A4 say.</source>
+    <message id="Note and octave: A4, C#5 or Bb3.">
+        <source>Note and octave: A4, C#5 or Bb3.</source>
         <translation type="unfinished"></translation>
     </message>
     <message id="Tuning">

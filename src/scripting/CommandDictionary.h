@@ -26,6 +26,8 @@ struct CommandParameter {
     QString summary;
     QStringList
         choices; ///< words for the values 0, 1, ...; for an integer or a string these are all it may be
+    /// See ParameterDescription.
+    QString (*listedName)(const QString& text) = nullptr;
 };
 
 /// One scripting command: the table that the command line, D-Bus and menus share.

@@ -11,6 +11,8 @@ namespace velloria
 namespace
 {
 
+constexpr qsizetype kMostNamed = 24;
+
 using Type = CommandParameter::Type;
 
 /// Keys match in any case and with or without the spaces between their words.
@@ -74,8 +76,9 @@ std::optional<QVariant> listValue(const QString& text)
 std::optional<QVariant> choiceValue(const CommandParameter& parameter, const QString& text)
 {
     const QStringList& choices = parameter.choices;
+    const QString name = parameter.listedName ? parameter.listedName(text) : text;
     for (qsizetype i = 0; i < choices.size(); ++i)
-        if (choices[i].compare(text, Qt::CaseInsensitive) == 0)
+        if (choices[i].compare(name, Qt::CaseInsensitive) == 0)
             return parameter.type == Type::integer ? QVariant(i) : QVariant(choices[i]);
     const std::optional<qlonglong> number = wholeNumber(text);
     if (parameter.type == Type::integer && number && *number >= 0 && *number < choices.size())
@@ -113,6 +116,9 @@ std::optional<QVariant> typedValue(const CommandParameter& parameter, const QStr
 
 QString wantedKind(const CommandParameter& parameter)
 {
+    // Of many, notes say, the first and the last tell enough.
+    if (parameter.choices.size() > kMostNamed)
+        return QStringLiteral("one of %1 ... %2").arg(parameter.choices.front(), parameter.choices.back());
     if (!parameter.choices.isEmpty())
         return QStringLiteral("one of ") + parameter.choices.join(QStringLiteral(", "));
     switch (parameter.type) {

@@ -37,6 +37,7 @@ CommandParameter choiceParameter(const ParameterDescription& description)
     const bool isToggle = description.kind == Kind::toggle;
     parameter.type = isToggle ? Type::boolean : Type::integer;
     parameter.choices = isToggle ? QStringList() : description.choices;
+    parameter.listedName = description.listedName;
     parameter.minimum = 0;
     parameter.maximum = isToggle ? 1 : static_cast<int>(description.choices.size()) - 1;
     parameter.defaultValue = static_cast<int>(description.scriptDefaultValue);

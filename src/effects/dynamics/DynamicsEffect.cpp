@@ -37,8 +37,8 @@ ParameterDescription DynamicsEffect::makeThreshold(const Kind& kind)
 
 ParameterDescription DynamicsEffect::makeRatio(const Kind& kind, double defaultValue, const QString& summary)
 {
-    ParameterDescription ratio =
-        CommonParameters::number(QStringLiteral("Ratio"), summary, QString(), 1.0, 50.0, defaultValue);
+    ParameterDescription ratio = CommonParameters::number(QStringLiteral("Ratio"), summary,
+                                                          QStringLiteral(": 1"), 1.0, 50.0, defaultValue);
     ratio.hardMaximum = 1000.0;
     CommonParameters::setKeys(ratio, kind.keyWord, QStringLiteral("ratio"), QStringLiteral("Ratio"));
     return ratio;

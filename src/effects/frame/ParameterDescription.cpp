@@ -30,8 +30,9 @@ std::optional<double> ParameterDescription::valueOfStored(double stored) const
 
 std::optional<double> ParameterDescription::valueOfVariant(const QVariant& variant) const
 {
+    const QString wanted = listedName ? listedName(variant.toString()) : variant.toString();
     for (qsizetype i = 0; i < choices.size(); ++i)
-        if (choices[i].compare(variant.toString(), Qt::CaseInsensitive) == 0)
+        if (choices[i].compare(wanted, Qt::CaseInsensitive) == 0)
             return static_cast<double>(i);
     bool isNumber = false;
     const double value = variant.toDouble(&isNumber);

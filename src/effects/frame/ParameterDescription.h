@@ -43,6 +43,9 @@ struct ParameterDescription {
     double scriptDefaultValue = 0; ///< of a scripting command that leaves the key out
     int decimals = 1;              ///< of what is shown
     QStringList choices;           ///< for Kind::choice: the value is the index
+    /// Brings what scripts may also call a choice to its name in the list, and leaves everything else; null
+    /// where choices have one name.
+    QString (*listedName)(const QString& text) = nullptr;
     std::vector<double> defaultList;
     size_t fewestInList = 0;                                  ///< shorter settings and presets are not taken
     QString settingsKey;                                      ///< "filter.amplifyVolume.gain"

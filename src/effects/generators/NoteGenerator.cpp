@@ -2,6 +2,7 @@
 
 #include "effects/generators/ToneGenerator.h"
 
+#include <QRegularExpression>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -27,9 +28,10 @@ const std::vector<ParameterDescription>& NoteGenerator::describeParameters()
         ParameterDescription& note = made.emplace_back();
         note.kind = ParameterDescription::Kind::choice;
         note.name = QStringLiteral("Note");
-        note.summary = QStringLiteral("Note and octave, A4 say.");
+        note.summary = QStringLiteral("Note and octave: A4, C#5 or Bb3.");
         for (int i = 0; i < kNumNotes; ++i)
             note.choices.append(nameOfNote(i));
+        note.listedName = &NoteGenerator::listedName;
         note.defaultValue = kTunedNote;
         note.scriptDefaultValue = kTunedNote;
         note.settingsKey = QStringLiteral("insert.note");
@@ -65,6 +67,22 @@ QString NoteGenerator::nameOfNote(int note)
                                                                         "F#", "G",  "G#", "A",  "A#", "B"};
     const char* const name = kNames[static_cast<size_t>(note % kNotesPerOctave)];
     return QLatin1String(name) + QString::number(note / kNotesPerOctave - 1);
+}
+
+QString NoteGenerator::listedName(const QString& text)
+{
+    static const QRegularExpression pattern(QStringLiteral("^([A-Ga-g])([#b\u266f\u266d]?)(-?\\d)$"));
+    static constexpr std::array<int, 7> kSemitonesOfLetters = {9, 11, 0, 2, 4, 5, 7};
+    const QRegularExpressionMatch match = pattern.match(text);
+    if (!match.hasMatch())
+        return text;
+    const int letter = match.captured(1).at(0).toUpper().unicode() - u'A';
+    const QString sign = match.captured(2);
+    const int shift = sign.isEmpty() ? 0 : sign == u"#" || sign == u"\u266f" ? 1 : -1;
+    const int octave = match.captured(3).toInt();
+    const int note =
+        (octave + 1) * kNotesPerOctave + kSemitonesOfLetters[static_cast<size_t>(letter)] + shift;
+    return note >= 0 && note < kNumNotes ? nameOfNote(note) : text;
 }
 
 double NoteGenerator::levelAt(int64_t frame) const

@@ -23,6 +23,9 @@ public:
     static double frequencyOfNote(int note, double tuningHz);
     /// "A4", "C#5".
     static QString nameOfNote(int note);
+    /// Of a note that is spelled otherwise, with a flat ("Bb3" is "A#3") or with the signs of music; any
+    /// other text is left as it is.
+    static QString listedName(const QString& text);
 
 private:
     static const std::vector<ParameterDescription>& describeParameters();

@@ -25,9 +25,10 @@ std::vector<ParameterDescription> makeDescriptions()
 {
     namespace Common = CommonParameters;
     const QString keyWord = QStringLiteral("reverb");
-    ParameterDescription size = Common::number(QStringLiteral("Room size"),
-                                               QStringLiteral("How long the sound takes from wall to wall."),
-                                               QString(), 1.0, 40.0, 10.0);
+    ParameterDescription size =
+        Common::number(QStringLiteral("Room size"),
+                       QStringLiteral("How long the sound takes from wall to wall: 1 is 5 to 8 ms."),
+                       QString(), 1.0, 40.0, 10.0);
     size.hardMinimum = 0.1;
     size.hardMaximum = 1000.0;
     Common::setKeys(size, keyWord, QStringLiteral("roomSize"), QStringLiteral("RoomSize"));

@@ -1,5 +1,6 @@
 #include "document/DocumentKit.h"
 #include "effects/GeneratorRegistry.h"
+#include "effects/generators/NoteGenerator.h"
 
 #include <cmath>
 #include <numbers>
@@ -103,6 +104,31 @@ TEST(Notes, AreTunedInEqualStepsAndBeginAndEndSoftly)
             }
         }
     }
+}
+
+TEST(Notes, MayBeSpelledWithFlatsAndTheSignsOfMusic)
+{
+    const std::pair<const char*, const char*> spellings[] = {{"Bb3", "A#3"},
+                                                             {"bb3", "A#3"},
+                                                             {"b3", "B3"},
+                                                             {"Db-1", "C#-1"},
+                                                             {"Cb4", "B3"},
+                                                             {"B#3", "C4"},
+                                                             {"E#2", "F2"},
+                                                             {"G9", "G9"},
+                                                             {"E♭5", "D#5"},
+                                                             {"f♯3", "F#3"},
+                                                             // None of these is a note of the list.
+                                                             {"H4", "H4"},
+                                                             {"A", "A"},
+                                                             {"Abb3", "Abb3"},
+                                                             {"Cb-1", "Cb-1"},
+                                                             {"60", "60"},
+                                                             {"", ""}};
+    for (const auto& [given, name] : spellings)
+        EXPECT_EQ(NoteGenerator::listedName(QString::fromUtf8(given)), QString::fromUtf8(name)) << given;
+    const auto note = generatorNamed("insert note", {{QStringLiteral("Note"), QStringLiteral("Bb3")}});
+    EXPECT_EQ(note->parameters().value(NoteGenerator::kNote), 58);
 }
 
 TEST(Generators, ACancelledOneMakesNoClip)
