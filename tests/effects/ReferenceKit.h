@@ -41,7 +41,7 @@ inline void expectLike(const QString& scriptName, const QVariantMap& arguments, 
                        double tolerance, size_t numFrames = 9001)
 {
     for (const auto& [rate, numTracks] :
-         {std::pair{44100.0, 8UL}, {22050.0, 1UL}, {192000.0, 2UL}, {48000.0, 3UL}}) {
+         {std::pair{44100.0, 8UL}, {22050.0, 1UL}, {192000.0, 2UL}, {48000.0, 3UL}, {96000.0, 2UL}}) {
         SCOPED_TRACE(scriptName.toStdString() + " at " + std::to_string(rate));
         TrackSamples in = eightSignals(numFrames);
         in.resize(numTracks);

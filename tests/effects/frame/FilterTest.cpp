@@ -268,19 +268,102 @@ TEST(Filter, ResultsOfLossySoundAreKnownAsSuch)
     }
 }
 
+ptrdiff_t numScratchFiles()
+{
+    const std::filesystem::directory_iterator files(ScratchFolder::path());
+    return std::distance(begin(files), end(files));
+}
+
+TEST(Filter, EveryEffectCanBeCancelledAtEachBlock)
+{
+    for (const EffectEntry& entry : EffectRegistry::effects()) {
+        SCOPED_TRACE(entry.scriptName.toStdString());
+        kit::TrackSamples tracks = kit::differentTracks(40000);
+        tracks.pop_back(); // What is not finite ends an effect by itself.
+        const auto document = documentOf(tracks);
+        const TrackList before = document->audioTracks();
+        const auto numFiles = numScratchFiles();
+        bool wasCancelled = true;
+        int numBlocks = 0;
+        while (wasCancelled) {
+            const std::shared_ptr<Filter> filter = entry.make(entry.menuTitle);
+            // Without a change this one does nothing that could be cancelled.
+            filter->setParameters({{QStringLiteral("Semitones"), 2.0}});
+            kit::FilterRecorder recorder(++numBlocks);
+            EXPECT_FALSE(
+                kit::applyTo(document, *filter, kit::framesOf(*document, 1000, 39000, 1, 2), &recorder));
+            wasCancelled = filter->wasCancelled();
+            EXPECT_LE(recorder.numFinished, 1);
+            if (!wasCancelled)
+                continue;
+            EXPECT_EQ(document->audioTracks(), before);
+            EXPECT_EQ(kit::samplesOf(*document), tracks);
+            EXPECT_EQ(document->undoManager().count(), 0);
+            EXPECT_TRUE(recorder.inserted.empty());
+            EXPECT_EQ(numScratchFiles(), numFiles);
+        }
+        EXPECT_EQ(document->undoManager().count(), 1) << "after " << numBlocks << " cancelled runs";
+    }
+}
+
+/// The effect's first pass over a part of a document, as a preview pulls it.
+kit::TrackSamples previewed(const EffectEntry& entry, const std::shared_ptr<SoundDocument>& document,
+                            const SoundSelection& selection, uint64_t blockNumFrames)
+{
+    const std::shared_ptr<Filter> filter = entry.make(entry.menuTitle);
+    filter->setSource(std::make_shared<DocumentSource>(document, selection));
+    EXPECT_FALSE(filter->measureForPreview());
+    filter->begin();
+    kit::TrackSamples heard;
+    SampleBlock block;
+    int64_t remaining = filter->numFrames();
+    while (remaining > 0) {
+        const uint64_t count = std::min(blockNumFrames, static_cast<uint64_t>(remaining));
+        if (!filter->requestDataWithNumFrames(count, block))
+            break;
+        heard.resize(block.size());
+        for (size_t track = 0; track < block.size(); ++track)
+            heard[track].insert(heard[track].end(), block[track].begin(), block[track].end());
+        remaining -= static_cast<int64_t>(count);
+    }
+    filter->processingFinished();
+    return heard;
+}
+
+TEST(Filter, AnEffectThatIsHeardFirstIsThatWhichIsApplied)
+{
+    for (const EffectEntry& entry : EffectRegistry::effects()) {
+        const std::shared_ptr<Filter> filter = entry.make(entry.menuTitle);
+        // Noise is another each time, and the engine for what is heard at once is not that for results.
+        if (!filter->hasOptionsDialog() || entry.scriptName == u"add noise" ||
+            entry.scriptName == u"change pitch")
+            continue;
+        for (const uint64_t blockNumFrames : {512U, 2205U}) {
+            SCOPED_TRACE(entry.scriptName.toStdString());
+            kit::TrackSamples tracks = kit::differentTracks(60000);
+            tracks.pop_back();
+            const auto document = documentOf(tracks);
+            const SoundSelection selection = kit::framesOf(*document, 21000, 50000, 0, 3);
+            const kit::TrackSamples heard = previewed(entry, document, selection, blockNumFrames);
+            EXPECT_FALSE(kit::applyTo(document, *filter, selection));
+            kit::TrackSamples applied = kit::samplesOf(*document);
+            for (FloatBuffer& track : applied)
+                track = FloatBuffer(track.begin() + 21000, track.begin() + 50000);
+            EXPECT_EQ(heard, applied);
+            document->undoManager().undo();
+        }
+    }
+}
+
 TEST(Filter, CancelledRunsLeaveNoScratchFiles)
 {
-    const auto count = [] {
-        const std::filesystem::directory_iterator files(ScratchFolder::path());
-        return std::distance(begin(files), end(files));
-    };
     const auto document = documentOf({kit::noise(200000, 1)});
-    const auto numBefore = count();
+    const auto numBefore = numScratchFiles();
     for (const int cancelAfter : {1, 95}) {
         TestFilter filter;
         kit::FilterRecorder recorder(cancelAfter);
         kit::applyTo(document, filter, kit::everythingOf(*document), &recorder);
-        EXPECT_EQ(count(), numBefore);
+        EXPECT_EQ(numScratchFiles(), numBefore);
     }
 }
 

@@ -147,6 +147,30 @@ TEST(PitchAndTempo, NoSeamIsHeardInNoiseOrInAHeldTone)
     }
 }
 
+// A tone that is held for more than a minute is cut all the same, at a place that is as bad as any.
+TEST(PitchAndTempo, AForcedCutInAHeldToneIsNeitherASilenceNorAClick)
+{
+    constexpr double rate = 8000.0;
+    FloatBuffer tone(static_cast<size_t>(70 * rate));
+    for (size_t i = 0; i < tone.size(); ++i)
+        tone[i] = static_cast<float>(
+            0.5 * std::sin(2.0 * std::numbers::pi * 330.0 * static_cast<double>(i) / rate));
+    const auto document = kit::documentOf({tone});
+    document->undoableSetSampleRate(rate);
+    const auto filter = kit::effectNamed(QStringLiteral("change pitch"));
+    filter->setParameters({{QStringLiteral("Semitones"), 2.0}});
+    EXPECT_FALSE(kit::applyTo(document, *filter, kit::everythingOf(*document)));
+    const FloatBuffer out = kit::samplesOf(*document).front();
+    ASSERT_EQ(out.size(), tone.size());
+    const std::vector<double> levels = levelsOf(out);
+    for (size_t i = 5; i + 5 < levels.size(); ++i)
+        EXPECT_NEAR(levels[i], levels[5], levels[5] * 0.2) << "window " << i;
+    // A sine bends nowhere more than at its peaks; a click would.
+    const double most = 0.5 * std::pow(2.0 * std::numbers::pi * 330.0 * std::exp2(1.0 / 6.0) / rate, 2.0);
+    for (size_t i = 4410; i + 4410 < out.size(); ++i)
+        ASSERT_LT(std::abs(out[i - 1] - 2.0F * out[i] + out[i + 1]), 1.5 * most) << i;
+}
+
 // What becomes far longer at once does not find room in the library, which loses the rest and tells so on
 // standard error, if anything.
 TEST(PitchAndTempo, FarSlowerAndLowerSoundKeepsItsEndAndTheLibraryIsSilent)
