@@ -124,7 +124,10 @@ void VLAudioFileDecompressor::setExactSampleRate(double rate)
 bool VLAudioFileDecompressor::hasMetDamage() const
 {
     // A packet that the end of the file cuts is no damage beside that.
-    return mDecoder->numDamagedPackets() > (isCutShort() ? 1 : 0);
+    if (mDecoder->numDamagedPackets() > (isCutShort() ? 1 : 0))
+        return true;
+    const bool isShort = mIsAtEnd && mNumberOfFrames - mConvertedFrameCount > mReader->countTolerance();
+    return !isCutShort() && (isShort || mReader->hasLostPackets());
 }
 
 bool VLAudioFileDecompressor::isFloat() const
@@ -160,6 +163,7 @@ int64_t VLAudioFileDecompressor::convertOneBuffer(std::vector<std::vector<float>
     for (std::vector<float>& channel : planar)
         channel.resize(static_cast<size_t>(numFrames));
     mConvertedFrameCount += numFrames;
+    mIsAtEnd = numFrames < wanted;
     return numFrames;
 }
 

@@ -49,7 +49,8 @@ public:
     uint32_t trackID() const { return mReader->trackID(); }
     /// True when the file ends before the sound that it announces does.
     bool isCutShort() const { return mReader->isCutShort(); }
-    /// True when some of the sound handed out so far could not be decoded, and silence stands for it.
+    /// True when some of the sound handed out so far could not be decoded, and silence stands for it, or when
+    /// the file holds less of it than its tables tell.
     bool hasMetDamage() const;
     /// Frames handed out so far.
     int64_t convertedFrameCount() const { return mConvertedFrameCount; }
@@ -74,6 +75,7 @@ private:
     int64_t mNumberOfFrames = 0;
     int64_t mNumPrimingFrames = 0;
     int64_t mConvertedFrameCount = 0;
+    bool mIsAtEnd = false;
     std::vector<std::vector<float>> mPlanar;
     std::vector<float*> mChannels;
 };

@@ -227,6 +227,8 @@ QByteArray Demuxer::tag(const char* key) const
 bool Demuxer::readPacket(AVPacket& packet)
 {
     const FFmpegLibraries& av = FFmpegLibraries::loaded();
+    // Where a table counts the packets, one with a damaged head stands for its time.
+    const bool hasTable = isContainer("mov") || isContainer("caf");
     while (true) {
         av.av_packet_unref(&packet);
         if (av.av_read_frame(mFormat, &packet) < 0)
@@ -235,7 +237,7 @@ bool Demuxer::readPacket(AVPacket& packet)
         if (packet.stream_index != mStream->index)
             continue;
         mHasMetCutPacket |= !isWhole;
-        if (isWhole && !isJunk(parameters().codec_id, packet))
+        if (isWhole && (hasTable || !isJunk(parameters().codec_id, packet)))
             return true;
     }
 }

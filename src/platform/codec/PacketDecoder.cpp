@@ -111,6 +111,9 @@ std::unique_ptr<PacketDecoder> PacketDecoder::open(const AVCodecParameters& para
         context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
         context->thread_count = 1;
         context->max_samples = kMaxFramesPerPacket;
+        // Else what a damaged packet decodes to would be handed out as sound.
+        if (parameters.codec_id == AV_CODEC_ID_FLAC)
+            context->err_recognition |= AV_EF_CRCCHECK | AV_EF_EXPLODE;
         isOpen = av.avcodec_open2(context, codec, nullptr) >= 0;
     }
     if (isOpen)

@@ -214,6 +214,8 @@ int64_t PacketReader::endOfLinearPcm(int64_t offset, int64_t numBytesAtMost, int
 
 MaybeError PacketReader::readPackets(FourCharCode typeHint)
 {
+    // Before FFmpeg reckons what the file does not tell.
+    const int64_t durationTold = mDemuxer->stream().duration;
     Walk found;
     MaybeError error = walk(found);
     if (error)
@@ -223,6 +225,7 @@ MaybeError PacketReader::readPackets(FourCharCode typeHint)
     mMaximumPacketSize = static_cast<uint32_t>(found.largest);
     mIsCutShort = found.isCutShort || mDemuxer->hasMetCutPacket() || areElementaryPacketsCutShort(found);
     countFrames(found);
+    mHasLostPackets = !mIsCutShort && isToldMoreThanCounted(durationTold);
     readPacketTable(found);
     if (mNumFramesInPackets > 0) {
         const double seconds = static_cast<double>(mNumFramesInPackets) / mDescription.sampleRate();
@@ -370,6 +373,19 @@ void PacketReader::countFrames(const Walk& walk)
     } else {
         mNumFramesInPackets = walk.numPackets * mFramesPerPacket;
     }
+}
+
+/// By the `fact` of WAVE and the packet table of CAF. A packet may be missing where a program counted the
+/// encoder's delay or not; some write samples of all channels where frames are meant. The durations of MPEG-4
+/// are none of this: they may leave gaps between packets.
+bool PacketReader::isToldMoreThanCounted(int64_t durationTold) const
+{
+    const int64_t tolerance = std::max<int64_t>(mFramesPerPacket, 1);
+    const int64_t numTold = framesOf(durationTold);
+    if (!isOneOf(*mDemuxer, {"wav", "w64", "caf"}) || numTold <= mNumFramesInPackets + tolerance)
+        return false;
+    const int64_t numSamples = mNumFramesInPackets * mDescription.channelsPerFrame();
+    return mDescription.channelsPerFrame() < 2 || std::abs(numTold - numSamples) > tolerance;
 }
 
 void PacketReader::readPacketTable(const Walk& walk)

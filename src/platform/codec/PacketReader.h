@@ -54,6 +54,11 @@ public:
     int64_t numFramesInPackets() const { return mNumFramesInPackets; }
     /// True when the file ends before the sound that it announces does.
     bool isCutShort() const { return mIsCutShort; }
+    /// True when the container announces more sound than all of its packets hold, though it is whole.
+    bool hasLostPackets() const { return mHasLostPackets; }
+    /// Frames by which the count of those in all packets may be too high: 0 where packets are equal, else
+    /// those of one.
+    int64_t countTolerance() const { return mDescription.framesPerPacket() > 0 ? 0 : mFramesPerPacket; }
     /// 0 for linear PCM that is read as one run.
     int64_t numPackets() const { return mNumPackets; }
     /// No packet is larger.
@@ -89,6 +94,7 @@ private:
     bool areElementaryPacketsCutShort(const Walk& walk) const;
     void fillDescription(const PacketDecoder& decoder);
     void countFrames(const Walk& walk);
+    bool isToldMoreThanCounted(int64_t durationTold) const;
     void readPacketTable(const Walk& walk);
     PacketTable mpeg4PacketTable(const Mpeg4Timing& timing) const;
     int64_t framesOf(int64_t duration) const;
@@ -105,6 +111,7 @@ private:
     int64_t mNumPacketsRead = 0;
     uint32_t mMaximumPacketSize = 0;
     bool mIsCutShort = false;
+    bool mHasLostPackets = false;
     /// Of each packet where they are equal, else of the first.
     int64_t mFramesPerPacket = 0;
     std::optional<PacketPreroll> mPreroll;

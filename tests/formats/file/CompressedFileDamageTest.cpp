@@ -1,6 +1,8 @@
 #include "formats/decoding/FileDamage.h"
 #include "formats/kit/CompressedFileKit.h"
 
+#include <QtEndian>
+
 namespace velloria::test
 {
 
@@ -100,6 +102,69 @@ TEST_F(CompressedFileDamageTest, DamageInTheMiddleIsToldAndWhatFollowsKeepsItsPl
         // The decoder of AAC invents noise where the encoder left it out, another one behind the damage.
         for (size_t i = found.size() - 20000; i < found.size(); ++i)
             ASSERT_NEAR(found[i], expected[i], 0.01) << i;
+    }
+}
+
+TEST_F(CompressedFileDamageTest, PacketsThatFailInAnyContainerAreTold)
+{
+    writeSource("source.wav", testSound(100000, 2));
+    const struct {
+        const char* name;
+        const char* options;
+        int numDamagedBytes;
+        /// Where a packet that fails is silent, for its length is known.
+        bool keepsLength;
+    } files[] = {
+        {"mp3.caf", "-c:a libmp3lame -b:a 128k", 1000, true},
+        {"mp3.mov", "-c:a libmp3lame -b:a 128k", 1000, false},
+        {"flac.wav", "-c:a flac", 1, false},
+        {"flac.mp4", "-c:a flac -strict -2", 1, true},
+    };
+    for (const auto& each : files) {
+        SCOPED_TRACE(each.name);
+        ffmpeg(QStringLiteral("-i source.wav %1 %2").arg(each.options, each.name));
+        const Opened whole = opened(each.name);
+        EXPECT_FALSE(whole.notKept.contains("damaged sound"));
+        const QString warning = FileDamage::soundDamaged(QString::fromStdString(prefixed("bad-", each.name)));
+        QByteArray bytes = readBytes(each.name);
+        bytes.replace(bytes.size() / 2, each.numDamagedBytes, QByteArray(each.numDamagedBytes, '\xFF'));
+        writeBytes(prefixed("bad-", each.name), bytes);
+        const Opened damaged = opened(prefixed("bad-", each.name));
+        EXPECT_TRUE(damaged.warnings.contains(warning));
+        EXPECT_TRUE(damaged.notKept.contains("damaged sound"));
+        if (each.keepsLength) {
+            EXPECT_EQ(damaged.sound.numFrames(), whole.sound.numFrames());
+        }
+    }
+}
+
+TEST_F(CompressedFileDamageTest, AContainerThatTellsMoreSoundThanItsPacketsHoldIsDamaged)
+{
+    writeSource("source.wav", testSound(40000, 2));
+    ffmpeg("-i source.wav -c:a adpcm_ima_wav told.wav");
+    const QByteArray bytes = readBytes("told.wav");
+    const qsizetype fact = bytes.indexOf("fact") + 8;
+    // The encoder leaves out what does not fill a block.
+    const auto numFrames = qFromLittleEndian<uint32_t>(bytes.constData() + fact);
+    const struct {
+        const char* name;
+        uint32_t numFramesTold;
+        bool isDamaged;
+    } files[] = {
+        {"exact.wav", numFrames, false},
+        // Less than a block.
+        {"with-delay.wav", numFrames + 1000, false},
+        // Of both channels.
+        {"samples.wav", 2 * numFrames, false},
+        {"more.wav", numFrames + 20000, true},
+        {"far-more.wav", 3 * numFrames, true},
+    };
+    for (const auto& each : files) {
+        SCOPED_TRACE(each.name);
+        QByteArray changed = bytes;
+        qToLittleEndian(each.numFramesTold, changed.data() + fact);
+        writeBytes(each.name, changed);
+        EXPECT_EQ(opened(each.name).notKept.contains("damaged sound"), each.isDamaged);
     }
 }
 
