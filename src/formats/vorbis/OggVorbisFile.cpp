@@ -10,6 +10,7 @@
 #include "formats/vorbis/VorbisEncoder.h"
 #include "platform/Log.h"
 
+#include <QLocale>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -51,7 +52,7 @@ QString reasonToRefuse(const std::vector<OggStreams::Start>& starts)
     return QStringLiteral("it holds no Vorbis sound");
 }
 
-std::set<uint32_t> serialNumbersOf(VorbisStream& stream)
+std::set<uint32_t> serialNumbersOf(const VorbisStream& stream)
 {
     std::set<uint32_t> serialNumbers;
     for (int link = 0; link < stream.numLinks(); ++link)
@@ -109,11 +110,14 @@ void OggVorbisFile::readStream()
     mNominalBitRate = mStream->nominalBitRate();
     mHasManagedBitRate = mStream->hasManagedBitRate();
     mNumberOfFrames = mStream->numFrames();
-    const VorbisComments comments = mStream->comments();
+    const VorbisComments& comments = mStream->comments();
     if (!comments.isEmpty())
         mMetadata.setValuesWithDictionary(comments.dictionary());
     mLedger = oggLedger(*mFileHandle, serialNumbersOf(*mStream));
     comments.declare(mMetadata, mLedger);
+    if (mStream->startSeconds() > 0.0)
+        mLedger.addNotKept(ItemKind::value, QStringLiteral("the start of the sound at %1 s becomes 0")
+                                                .arg(QLocale::c().toString(mStream->startSeconds(), 'f', 3)));
     for (int link = 1; link < mStream->numLinks(); ++link)
         mStream->comments(link).declareBeside(comments, mLedger);
 }
@@ -138,7 +142,7 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
     MaybeError failure;
     std::vector<std::shared_ptr<MutableAudioClip>> clips;
     if (stream) {
-        VorbisConversion conversion(mFileHandle, *stream);
+        VorbisConversion conversion(*stream);
         tellDecodingDidBegin(conversion.clips(), stream->numFrames());
         failure = conversion.run(progress);
         mNumberOfFrames = conversion.numFrames();
@@ -155,13 +159,14 @@ std::vector<std::shared_ptr<MutableAudioClip>> OggVorbisFile::convertedAudioClip
 }
 
 /// A file that promises sound and gives none is opened, empty: its tags may be all that a person is after.
-void OggVorbisFile::tellWhatDecodingFound(VorbisStream& stream, bool isDamaged)
+void OggVorbisFile::tellWhatDecodingFound(const VorbisStream& stream, bool isDamaged)
 {
     const OggPageCheck check = OggPageCheck::ofFile(*mFileHandle, serialNumbersOf(stream));
     const QString name = displayName(filePath());
     mWarnings.clear();
     const bool isLost = mNumberOfFrames == 0 && check.isSoundPromised;
-    if (isDamaged || isLost || check.isPageLost || mNumberOfFrames + longestBlock < stream.numFrames())
+    if (isDamaged || stream.isBroken() || isLost || check.isPageLost ||
+        mNumberOfFrames + longestBlock < stream.numFrames())
         tellOfDamagedSound();
     if (stream.changesFormat())
         mWarnings.append(FileDamage::soundChangesFormat(name));

@@ -51,7 +51,7 @@ protected:
 private:
     explicit OggVorbisFile(std::shared_ptr<FileHandle> handle);
     void readStream();
-    void tellWhatDecodingFound(VorbisStream& stream, bool isDamaged);
+    void tellWhatDecodingFound(const VorbisStream& stream, bool isDamaged);
     VorbisSettings settings() const;
     VorbisSettings settingsOfQuality(int tag) const;
     int tagOfEncoding() const;

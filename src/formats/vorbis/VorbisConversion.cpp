@@ -49,9 +49,8 @@ struct VorbisConversion::Section {
     }
 };
 
-VorbisConversion::VorbisConversion(std::shared_ptr<const FileHandle> handle, VorbisStream& stream)
-    : mHandle(std::move(handle))
-    , mStream(stream)
+VorbisConversion::VorbisConversion(VorbisStream& stream)
+    : mStream(stream)
     , mWriter(static_cast<int32_t>(stream.numChannels()), stream.sampleRate())
 {
     for (const auto& clip : mWriter.clips())
@@ -81,13 +80,12 @@ bool VorbisConversion::decodeSections(Progress& progress, MaybeError* error)
     std::vector<std::unique_ptr<VorbisStream>> streams(numLanes);
     std::vector<Section> sections(SectionRing::numSlots(numLanes));
     SectionRing ring(numLanes, numSections, [&](size_t lane, size_t slot, int64_t index) {
-        int status = 0;
         if (!streams[lane])
-            streams[lane] = VorbisStream::open(mHandle, &status);
+            streams[lane] = mStream.another();
         Section& section = sections[slot];
         section.firstFrame = index * sectionFrames;
         section.numFrames = std::min(sectionFrames, total - section.firstFrame);
-        section.isSound = streams[lane] && decodeSection(*streams[lane], section);
+        section.isSound = decodeSection(*streams[lane], section);
     });
     std::optional<Section::Frames> tail;
     while (const auto slot = ring.next()) {

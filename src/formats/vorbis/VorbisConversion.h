@@ -16,7 +16,7 @@ public:
     using Clips = std::vector<std::shared_ptr<MutableAudioClip>>;
 
     /// `stream` has not been read from.
-    VorbisConversion(std::shared_ptr<const FileHandle> handle, VorbisStream& stream);
+    explicit VorbisConversion(VorbisStream& stream);
 
     /// An error when it cannot go on (no room for scratch files) or is cancelled. Damage is no error: where
     /// pages are lost there is silence, as far as the positions in the file tell of it.
@@ -38,7 +38,6 @@ private:
     MaybeError take(std::span<const float* const> channels, int64_t numFrames);
     MaybeError tellProgress(Progress& progress) const;
 
-    const std::shared_ptr<const FileHandle> mHandle;
     VorbisStream& mStream;
     int64_t mNumFrames = 0;
     /// Those that come again when the file turns out to be damaged and is decoded anew.

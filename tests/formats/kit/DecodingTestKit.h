@@ -2,6 +2,7 @@
 
 #include "formats/kit/SavingTestKit.h"
 
+#include <cmath>
 #include <csignal>
 #include <cstring>
 #include <sys/resource.h>
@@ -97,6 +98,15 @@ protected:
         for (size_t i = 0; i < numFrames * numChannels; ++i)
             std::memcpy(&channels[i % numChannels][i / numChannels], interleaved.data() + 4 * i, 4);
         return channels;
+    }
+
+    /// Root mean square over the frames that both have: not every program cuts the end exactly.
+    static double difference(const FloatBuffer& left, const FloatBuffer& right)
+    {
+        double sum = 0.0;
+        for (size_t i = 0; i < std::min(left.size(), right.size()); ++i)
+            sum += std::pow(static_cast<double>(left[i]) - static_cast<double>(right[i]), 2);
+        return std::sqrt(sum / static_cast<double>(std::max<size_t>(1, std::min(left.size(), right.size()))));
     }
 
     static TrackDocument documentOfChannels(const Channels& channels, double sampleRate = 44100.0)

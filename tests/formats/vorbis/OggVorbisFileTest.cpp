@@ -35,15 +35,6 @@ protected:
         run("oggenc", QStringList{"-Q", "-o", argument(name)} + options + QStringList(argument("in.wav")));
     }
 
-    /// Root mean square over the frames that both have: not every program cuts the end exactly.
-    static double difference(const FloatBuffer& left, const FloatBuffer& right)
-    {
-        double sum = 0.0;
-        for (size_t i = 0; i < std::min(left.size(), right.size()); ++i)
-            sum += std::pow(static_cast<double>(left[i]) - static_cast<double>(right[i]), 2);
-        return std::sqrt(sum / static_cast<double>(std::max<size_t>(1, std::min(left.size(), right.size()))));
-    }
-
     Channels decodedByFFmpeg(const std::string& name, size_t numChannels) const
     {
         return channelsOfFloats(run("ffmpeg", {"-v", "error", "-i", argument(name), "-f", "f32le", "-"}),
