@@ -175,9 +175,11 @@ MaybeError AiffFile::readHeader()
     if (auto failure = readFormat())
         return failure;
     const RiffChunk* const sound = chunks().find(soundIdent);
-    if (!sound)
+    if (!sound && mFormat.numFrames > 0)
         return FileDamage::unreadable(name(), QStringLiteral("it has no sound data"));
-    readSound(mFormat, *sound);
+    // A file of no frame need not have the chunk; it is as if an empty one stood at the end.
+    const RiffChunk none = {soundIdent, lengthOfFile(), 0, true};
+    readSound(mFormat, sound ? *sound : none);
     readMarkerChunk();
     readMetadata();
     declareFormat();

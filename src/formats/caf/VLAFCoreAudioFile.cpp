@@ -89,6 +89,11 @@ MaybeError VLAFCoreAudioFile::readHeader()
     if (!data)
         return FileDamage::unreadable(name(), QStringLiteral("it has no sound data"));
     readSound(*data);
+    if (!mHoldsNoSound && lacksPacketTable())
+        return FileDamage::unreadable(
+            name(), QStringLiteral("its table of packets is missing or damaged, without which its sound (%1) "
+                                   "cannot be taken apart")
+                        .arg(encodingDescription()));
     readMarkerChunk();
     readMetadata();
     mLedger.addStructure({0, CafChunkList::fileHeaderLength});
@@ -122,6 +127,28 @@ MaybeError VLAFCoreAudioFile::readFormat()
     if (mFormat.isLinearPcm() && !mIsFloat)
         declareSampleWidth(mFormat.bitsPerChannel, mBitsPerSample, mLedger);
     return std::nullopt;
+}
+
+/// Packets of many sizes or lengths are told apart by the table: for each its bytes, its frames, or both, in
+/// numbers of seven bits a byte, all but the last of which have the highest bit set.
+bool VLAFCoreAudioFile::lacksPacketTable() const
+{
+    const int numbersPerPacket =
+        (mFormat.bytesPerPacket == 0 ? 1 : 0) + (mFormat.framesPerPacket == 0 ? 1 : 0);
+    if (mFormat.isLinearPcm() || numbersPerPacket == 0)
+        return false;
+    constexpr int64_t headLength = 24;
+    constexpr int64_t longestTable = int64_t{1} << 30;
+    const CafChunk* const table = mChunks.find(CafChunkType::packetTable);
+    if (!table || table->size < headLength)
+        return true;
+    const QByteArray payload =
+        readRawDataAtOffset(table->payloadOffset(), std::min(table->size, longestTable));
+    if (payload.size() < headLength)
+        return true;
+    const int64_t numNumbers = std::count_if(payload.begin() + headLength, payload.end(),
+                                             [](char each) { return (each & 0x80) == 0; });
+    return numNumbers / numbersPerPacket < qFromBigEndian<int64_t>(payload.constData());
 }
 
 void VLAFCoreAudioFile::readSound(const CafChunk& data)

@@ -53,6 +53,7 @@ private:
 
     MaybeError readHeader();
     MaybeError readFormat();
+    bool lacksPacketTable() const;
     void readSound(const CafChunk& data);
     void readMarkerChunk();
     void readMetadata();

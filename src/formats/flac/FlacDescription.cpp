@@ -115,10 +115,10 @@ std::optional<FlacStreamDecoder::Container> FlacDescription::containerOf(const F
     const auto tags = TagsAround::inFront(handle);
     const int64_t start = tags.empty() ? 0 : tags.back().bytes.end();
     if (handle.readAt(start, 4) == "fLaC")
-        return FlacStreamDecoder::Container();
+        return FlacStreamDecoder::Container{false, 0, false, start};
     // The head of AAC packets can begin with the same bits, and its checksum be right by chance.
     if (FlacLedger::isFrameAt(handle, start) && !ElementaryStreams::isAdts(handle))
-        return FlacStreamDecoder::Container{false, 0, true};
+        return FlacStreamDecoder::Container{false, 0, true, start};
     const auto stream = OggStreams::startWith(OggStreams::startsIn(handle), OggStreams::flacStart);
     if (stream)
         return FlacStreamDecoder::Container{true, static_cast<int32_t>(stream->serialNumber), false};

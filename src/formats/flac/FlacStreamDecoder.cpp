@@ -15,7 +15,7 @@ struct FlacStreamDecoder::Callbacks {
                                               size_t* numBytes, void* client)
     {
         FlacStreamDecoder& decoder = self(client);
-        const int64_t numLeft = std::max<int64_t>(0, decoder.mLength - decoder.mPosition);
+        const int64_t numLeft = std::max<int64_t>(0, decoder.mEnd - decoder.mPosition);
         const std::span<FLAC__byte> out(buffer, std::min(*numBytes, static_cast<size_t>(numLeft)));
         *numBytes =
             static_cast<size_t>(decoder.mHandle->readAt(decoder.mPosition, std::as_writable_bytes(out)));
@@ -26,26 +26,26 @@ struct FlacStreamDecoder::Callbacks {
 
     static FLAC__StreamDecoderSeekStatus seek(const FLAC__StreamDecoder*, FLAC__uint64 offset, void* client)
     {
-        self(client).mPosition = static_cast<int64_t>(offset);
+        self(client).mPosition = self(client).mStart + static_cast<int64_t>(offset);
         return FLAC__STREAM_DECODER_SEEK_STATUS_OK;
     }
 
     static FLAC__StreamDecoderTellStatus tell(const FLAC__StreamDecoder*, FLAC__uint64* offset, void* client)
     {
-        *offset = static_cast<FLAC__uint64>(self(client).mPosition);
+        *offset = static_cast<FLAC__uint64>(self(client).mPosition - self(client).mStart);
         return FLAC__STREAM_DECODER_TELL_STATUS_OK;
     }
 
     static FLAC__StreamDecoderLengthStatus length(const FLAC__StreamDecoder*, FLAC__uint64* length,
                                                   void* client)
     {
-        *length = static_cast<FLAC__uint64>(self(client).mLength);
+        *length = static_cast<FLAC__uint64>(self(client).mEnd - self(client).mStart);
         return FLAC__STREAM_DECODER_LENGTH_STATUS_OK;
     }
 
     static FLAC__bool isAtEnd(const FLAC__StreamDecoder*, void* client)
     {
-        return self(client).mPosition >= self(client).mLength;
+        return self(client).mPosition >= self(client).mEnd;
     }
 
     static FLAC__StreamDecoderWriteStatus write(const FLAC__StreamDecoder*, const FLAC__Frame* frame,
@@ -74,7 +74,9 @@ FlacStreamDecoder::FlacStreamDecoder(std::shared_ptr<const FileHandle> handle, C
     : mHandle(std::move(handle))
     , mIsOgg(container.isOgg)
     , mClient(client)
-    , mLength(container.end > 0 ? container.end : mHandle->length())
+    , mStart(container.start)
+    , mPosition(mStart)
+    , mEnd(std::max(mStart, container.end > 0 ? container.end : mHandle->length()))
     , mDecoder(FLAC__stream_decoder_new())
 {
 }
@@ -129,7 +131,7 @@ void FlacStreamDecoder::noteEnd()
 {
     FLAC__uint64 position = 0;
     if (!mIsOgg && FLAC__stream_decoder_get_decode_position(mDecoder.get(), &position))
-        mEndOfFrame = static_cast<int64_t>(position);
+        mEndOfFrame = mStart + static_cast<int64_t>(position);
 }
 
 bool FlacStreamDecoder::decodeNext()

@@ -8,7 +8,7 @@
 namespace velloria
 {
 
-/// libFLAC's decoder over an open file: FLAC, also behind an ID3v2 tag, or FLAC in Ogg. Several may read one
+/// libFLAC's decoder over an open file: FLAC, also behind tags, or FLAC in Ogg. Several may read one
 /// handle at once. One thread at a time; what the library finds is told to the client from within the calls.
 class FlacStreamDecoder
 {
@@ -30,6 +30,8 @@ public:
         long serialNumber = 0;
         /// Neither a name nor metadata stand in front of the first frame.
         bool isBare = false;
+        /// Where the stream begins. The library knows of one ID3v2 tag in front of it, not of several.
+        int64_t start = 0;
         /// Where an Ogg file goes on with other streams, which the library would take for damage; 0 when it
         /// does not.
         int64_t end = 0;
@@ -68,9 +70,11 @@ private:
     bool mIsOgg;
     int mNumFramesInStep = 0;
     Client& mClient;
+    /// In the file, as all that is told; the library counts from the start.
+    int64_t mStart = 0;
     int64_t mPosition = 0;
     int64_t mEndOfFrame = 0;
-    int64_t mLength = 0;
+    int64_t mEnd = 0;
     /// Last, so that the library is gone before anything that it may call.
     std::unique_ptr<FLAC__StreamDecoder, Deleter> mDecoder;
 };

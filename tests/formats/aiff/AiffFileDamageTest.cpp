@@ -44,7 +44,7 @@ TEST_F(AiffFileDamageTest, RefusesWhatCannotBeReadWithOneSentence)
          "“in.aif” cannot be read: its format chunk is missing."},
         {form("AIFF", iffChunk("COMM", QByteArray(17, '\0')) + sound),
          "“in.aif” cannot be read: its format chunk is cut short."},
-        {form("AIFF", iffChunk("COMM", commonPayload({})) + iffChunk("NAME", "")),
+        {form("AIFF", iffChunk("COMM", commonPayload({2, 1})) + iffChunk("NAME", "")),
          "“in.aif” cannot be read: it has no sound data."},
         {withFormat({0, 1, 16}), "“in.aif” cannot be read: its header says that it has no channels."},
         {withFormat({1, 1, 0}), "“in.aif” cannot be read: its header gives 0 bits to a sample."},
@@ -170,6 +170,31 @@ TEST_F(AiffFileDamageTest, OpensDamagedFilesAsFarAsTheyGo)
         EXPECT_EQ(signedSamples(*file), reversedSamples(samples, 2).left(c.numFrames * 4)) << c.what;
         EXPECT_EQ(markersOf(*file).size(), c.numMarkers) << c.what;
         EXPECT_EQ(file->warnings(), c.warnings) << c.what;
+    }
+}
+
+TEST_F(AiffFileDamageTest, AFileWithoutAFrameNeedsNoSoundChunk)
+{
+    const QByteArray format = commonPayload({2, 0, 24});
+    const QByteArray compressed = format + "sowt" + QByteArray(2, '\0');
+    const QByteArray ima = format + "ima4" + QByteArray(2, '\0');
+    const QByteArray name = iffChunk("NAME", "Title");
+    for (const QByteArray& bytes :
+         {form("AIFF", iffChunk("COMM", format) + name), form("AIFC", iffChunk("COMM", compressed) + name),
+          form("AIFC", iffChunk("COMM", ima) + name)}) {
+        const auto file = openAiff(bytes);
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->numberOfFrames(), 0);
+        EXPECT_EQ(file->numberOfChannels(), 2U);
+        EXPECT_EQ(file->metadata().title(), "Title");
+        EXPECT_EQ(file->warnings(), QStringList());
+        EXPECT_EQ(file->chunksNotKept(), QStringList());
+        SilentProgress progress;
+        MaybeError error;
+        const size_t numClips = file->requiresConversion()
+                                    ? file->convertedAudioClips(progress, &error).size()
+                                    : AudioFile::pcmAudioClips(file).size();
+        EXPECT_EQ(numClips, 2U);
     }
 }
 

@@ -41,6 +41,23 @@ TEST_F(FLACFileLedgerTest, NamesWhatStandsAroundTheStream)
     EXPECT_EQ(mNumFrames, 50000);
 }
 
+TEST_F(FLACFileLedgerTest, OpensAStreamBehindSeveralTags)
+{
+    FLACFile file(44100.0, 16, 2);
+    // Long enough to be decoded in sections.
+    save(file, "in.flac", noiseDocument(1500000, 2));
+    const QByteArray title = tag(3, version3Frame("TIT2", bytes("\0T")));
+    // A picture can hold what looks like a frame.
+    const QByteArray second = tag(2, bytes("PIC\0\0\x0E\0PNG\3\0\xFF\xF8\xC9\x18\0\xFF\xF8\xC9"));
+    makeFile("tags.flac", title + second + title + bytesOf("in.flac"));
+    const auto tagged = opened("tags.flac");
+    ASSERT_TRUE(tagged);
+    EXPECT_EQ(tagged->numberOfFrames(), 1500000);
+    EXPECT_EQ(framesOf(SavingTest::decoded(*tagged)), framesOf(SavingTest::decoded(*opened("in.flac"))));
+    EXPECT_EQ(tagged->warnings(), QStringList());
+    EXPECT_EQ(tagged->chunksNotKept(), QStringList("ID3 tag (3 times)"));
+}
+
 TEST_F(FLACFileLedgerTest, OpensAStreamThatBeginsWithAFrame)
 {
     FLACFile file(44100.0, 16, 2);
