@@ -171,6 +171,16 @@ TEST_F(FilesTest, SaysWhatASaveLoses)
     // Of a save that fails only the reason is of interest.
     makeFile("nine.wav", test::wave({1, 9, 44100, 24}, test::noiseBytes(2700, 1)));
     expectFailure({"convert", "nine.wav", "out.flac", "--option", "16"}, 1, "at most 8");
+    expectFailure({"convert", "in.wav", "gone/out.wav", "--option", "16"}, 1, "gone");
+    expectFailure({"run", "in.wav", "save Path=gone/out.wav Option=16"}, 1, "gone");
+    expectFailure({"run", "in.wav", "amplify Gain=-1", "-o", "gone/out.mp3"}, 1, "gone");
+    // What one that went well lost is said, whatever comes behind it.
+    const test::Outcome partly =
+        cli({"run", "in.wav", "save Path=out.wav Option=16", "save Path=gone/out.wav Option=16"});
+    EXPECT_EQ(partly.status, 1);
+    ASSERT_EQ(partly.errorLines().size(), 2);
+    EXPECT_TRUE(partly.errorLines()[0].contains("24 bits are rounded to 16 bits"));
+    EXPECT_TRUE(partly.errorLines()[1].contains("gone"));
 }
 
 TEST_F(FilesTest, TakesNamesOfAnyBytes)

@@ -27,15 +27,16 @@ std::shared_ptr<SoundDocument> open(const std::filesystem::path& path)
 bool save(SoundDocument& document, const SaveRequest& request)
 {
     MaybeError error = document.refusalToSave(request);
+    QStringList losses;
     if (!error) {
-        Terminal::sayAll(document.lossesWhenSaving(request), request.path);
+        losses = document.lossesWhenSaving(request);
         TerminalProgress progress(displayName(request.path));
         error = document.writeToPath(request, progress);
     }
     if (error)
         Terminal::sayError(*error, request.path);
     else
-        Terminal::sayAll(document.saveWarnings(), request.path);
+        Terminal::sayAll(losses + document.saveWarnings(), request.path);
     return !error;
 }
 

@@ -115,19 +115,22 @@ public:
 /// Where it cannot be saved the take stays where it is.
 bool save(SoundDocument& document, const SaveRequest& request)
 {
-    Terminal::sayAll(document.lossesWhenSaving(request), request.path);
+    const QStringList losses = document.lossesWhenSaving(request);
     SavingProgress progress(displayName(request.path));
     const MaybeError error = document.writeToPath(request, progress);
-    if (!error)
+    if (!error) {
+        Terminal::sayAll(losses + document.saveWarnings(), request.path);
         return true;
+    }
     QStringList kept;
     for (const std::shared_ptr<MutableAudioClip>& clip : document.recording().audioRecordingClips())
         if (const std::shared_ptr<TempFile>& file = clip->tempFile()) {
             file->leaveBehind();
             kept += displayPath(file->path());
         }
-    Terminal::sayError(*error, request.path);
-    Terminal::say(QStringLiteral("What was recorded is kept in %1").arg(kept.join(QStringLiteral(" and "))));
+    const QString where =
+        QStringLiteral("What was recorded is kept in %1").arg(kept.join(QStringLiteral(" and ")));
+    Terminal::sayError({error->code, QStringLiteral("%1 %2").arg(error->message, where)}, request.path);
     return false;
 }
 

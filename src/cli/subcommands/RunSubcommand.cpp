@@ -49,7 +49,8 @@ ptrdiff_t lastBeforeSaving(const std::vector<ParsedCommand>& commands, bool save
     return endsWithSave ? std::ssize(commands) - 2 : -1;
 }
 
-bool runAll(const std::vector<ParsedCommand>& commands, SoundController& controller, bool savesAtEnd)
+bool runAll(const std::vector<ParsedCommand>& commands, SoundController& controller, CliHost& host,
+            bool savesAtEnd)
 {
     const ptrdiff_t last = lastBeforeSaving(commands, savesAtEnd);
     for (size_t i = 0; i < commands.size(); ++i) {
@@ -60,6 +61,7 @@ bool runAll(const std::vector<ParsedCommand>& commands, SoundController& control
             error = Error::cancelled();
         else
             error = CommandDictionary::run(commands[i], controller);
+        host.commandDidEnd(!error);
         if (!error)
             continue;
         const QString reason = error->isUserCancelled() ? QStringLiteral("cancelled") : error->message;
@@ -69,13 +71,15 @@ bool runAll(const std::vector<ParsedCommand>& commands, SoundController& control
     return true;
 }
 
-bool saveAtEnd(SoundController& controller, const std::filesystem::path& path, const QString& uti)
+bool saveAtEnd(SoundController& controller, CliHost& host, const std::filesystem::path& path,
+               const QString& uti)
 {
     SaveRequest request;
     request.path = path;
     request.uti = uti;
     request.operation = SaveOperation::saveTo;
     const MaybeError error = controller.save(request);
+    host.commandDidEnd(!error);
     if (error)
         Terminal::sayError(*error, path);
     return !error;
@@ -107,8 +111,8 @@ ExitStatus runCommands(const Arguments& arguments)
     SoundController controller(document, host);
     controller.selection().selectAll();
     const bool isDone =
-        runAll(*commands, controller, outputType.has_value()) &&
-        (!outputType || saveAtEnd(controller, output, SaveArguments::utiOf(*outputType, *document, 0)));
+        runAll(*commands, controller, host, outputType.has_value()) &&
+        (!outputType || saveAtEnd(controller, host, output, SaveArguments::utiOf(*outputType, *document, 0)));
     // What was copied may hold scratch files, which must go before the program's own objects do.
     AudioClipboard::clipboard().setContents(nullptr);
     return isDone ? ExitStatus::done : ExitStatus::failed;

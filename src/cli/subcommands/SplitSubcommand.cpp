@@ -62,8 +62,11 @@ ExitStatus split(const Arguments& arguments)
         Terminal::sayError(*error, document->filePath());
         return ExitStatus::failed;
     }
-    Terminal::sayAll(splitter.losses(), document->filePath());
+    const QStringList losses = splitter.losses();
     const MarkerSplitter::Outcome outcome = splitter.run(progress);
+    // Those of the pieces that were written, whatever became of the others.
+    if (!outcome.paths.empty())
+        Terminal::sayAll(losses, document->filePath());
     QByteArray list;
     for (const std::filesystem::path& path : outcome.paths)
         list += QByteArray::fromStdString(path.native()) + '\n';

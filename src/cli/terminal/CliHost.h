@@ -3,10 +3,14 @@
 #include "cli/terminal/Terminal.h"
 #include "controllers/SoundControllerHost.h"
 
+#include <utility>
+
 namespace velloria
 {
 
-/// Lends a controller the terminal: messages on standard error, questions answered with yes.
+/// Lends a controller the terminal: messages on standard error, questions answered with yes. What a save
+/// loses is no question here, and nothing is lost by one that fails, which has a line of its own: so it is
+/// said once the command went well.
 class CliHost : public SoundControllerHost, private Alerts
 {
 public:
@@ -25,16 +29,34 @@ public:
             Terminal::say(QStringLiteral("More tracks were copied than there are from the selection on; the "
                                          "last ones were left out."));
     }
+    /// After every command, with how it went.
+    void commandDidEnd(bool isDone)
+    {
+        if (isDone)
+            sayLosses();
+        mLosses.clear();
+    }
 
 private:
     void showError(const QString& message) override { Terminal::say(message); }
-    void showWarning(const QString& message) override { Terminal::say(message); }
+    void showWarning(const QString& message) override
+    {
+        // Of a save that went well, otherwise.
+        sayLosses();
+        Terminal::say(message);
+    }
     bool confirmLoss(const QString&, const QStringList& losses) override
     {
-        for (const QString& loss : losses)
-            Terminal::say(loss);
+        mLosses += losses;
         return true;
     }
+    void sayLosses()
+    {
+        for (const QString& loss : std::exchange(mLosses, {}))
+            Terminal::say(loss);
+    }
+
+    QStringList mLosses;
 };
 
 } // namespace velloria
