@@ -137,14 +137,19 @@ QString wantedKind(const CommandParameter& parameter)
     return QStringLiteral("a text in UTF-8");
 }
 
-/// What is wrong with a value that lies outside the range that the dictionary tells, or nothing.
+/// What is wrong with a value, or one of a list, that lies outside the range that the dictionary tells, or
+/// nothing.
 QString rangeProblem(const CommandParameter& parameter, const QVariant& value)
 {
     const bool hasMinimum = parameter.minimum.isValid();
     const bool hasMaximum = parameter.maximum.isValid();
-    const double number = value.toDouble();
-    if ((!hasMinimum || number >= parameter.minimum.toDouble()) &&
-        (!hasMaximum || number <= parameter.maximum.toDouble()))
+    const auto isWithin = [&](const QVariant& each) {
+        return (!hasMinimum || each.toDouble() >= parameter.minimum.toDouble()) &&
+               (!hasMaximum || each.toDouble() <= parameter.maximum.toDouble());
+    };
+    const bool isList = parameter.type == Type::numberList;
+    const QVariantList numbers = isList ? value.toList() : QVariantList{value};
+    if (std::all_of(numbers.begin(), numbers.end(), isWithin))
         return {};
     const QString lowest = parameter.minimum.toString();
     const QString highest = parameter.maximum.toString();

@@ -4,6 +4,8 @@
 #include "scripting/SaveArguments.h"
 #include "scripting/ScriptText.h"
 
+#include <algorithm>
+
 namespace velloria
 {
 
@@ -54,6 +56,27 @@ CommandParameter metadataParameter(const QString& key)
     return makeParameter(key, Type::string, {}, {}, {}, {}, QStringLiteral("An empty text takes it out."));
 }
 
+/// A total is kept beside a number only, and neither with other characters.
+bool isPosition(const QString& text)
+{
+    const QStringList parts = text.split(u'/');
+    const auto isNumber = [](const QString& part) {
+        bool isWhole = false;
+        return part.isEmpty() || (part.toLongLong(&isWhole) >= 0 && isWhole);
+    };
+    const bool areNumbers = parts.size() <= 2 && std::all_of(parts.begin(), parts.end(), isNumber);
+    return areNumbers && (parts.size() < 2 || parts[0].toLongLong() > 0 || parts[1].toLongLong() == 0);
+}
+
+QString checkMetadata(const QVariantMap& arguments)
+{
+    for (const QString& key : {MetadataKey::trackNumber, MetadataKey::discNumber}) {
+        if (!isPosition(arguments.value(key).toString()))
+            return QStringLiteral("%1= must be a number, or a number and a total as in 3/12").arg(key);
+    }
+    return arguments.isEmpty() ? QStringLiteral("no tag is named") : QString();
+}
+
 CommandDescription setMetadataCommand()
 {
     CommandDescription command;
@@ -62,9 +85,7 @@ CommandDescription setMetadataCommand()
     for (const QString& key : AudioMetadata::dictionaryKeys())
         if (key != MetadataKey::attachedPictures)
             command.parameters.push_back(metadataParameter(key));
-    command.check = [](const QVariantMap& arguments) {
-        return arguments.isEmpty() ? QStringLiteral("no tag is named") : QString();
-    };
+    command.check = checkMetadata;
     command.run = [](SoundController& controller, const QVariantMap& arguments) {
         AudioMetadata metadata = controller.document().audioMetadata();
         MetadataDictionary dictionary = metadata.dictionary();

@@ -2,9 +2,12 @@
 #include "controllers/SelectionModel.h"
 #include "controllers/SoundController.h"
 #include "effects/EffectRegistry.h"
+#include "effects/filters/FreeCurve.h"
 #include "scripting/CommandGroups.h"
 #include "scripting/EffectKeys.h"
 #include "scripting/SelectionArguments.h"
+
+#include <cmath>
 
 namespace velloria
 {
@@ -18,6 +21,7 @@ const QString kDirection = QStringLiteral("Direction");
 const QString kStart = QStringLiteral("Start");
 const QString kEnd = QStringLiteral("End");
 const QString kDataPoints = QStringLiteral("DataPoints");
+const QString kEqualize = QStringLiteral("equalize");
 const QString kFadeSpecial = QStringLiteral("fade special");
 
 MaybeError runEffect(const EffectEntry& entry, SoundController& controller, const QVariantMap& arguments)
@@ -36,12 +40,37 @@ std::vector<CommandParameter> parametersOf(const EffectEntry& entry)
     return EffectKeys::keysOf(entry.make(entry.scriptName)->parameters());
 }
 
+/// All lists are points of a curve. One that is too short would be left out of account, a level beyond the
+/// largest one taken back to that.
+QString pointsProblem(const EffectEntry& entry, const QVariantMap& arguments)
+{
+    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
+    for (const ParameterDescription& description : filter->parameters().descriptions()) {
+        if (!description.isList() || !arguments.contains(description.scriptKey))
+            continue;
+        const QVariantList numbers = arguments.value(description.scriptKey).toList();
+        if (numbers.size() % 2 != 0 || numbers.size() < static_cast<qsizetype>(description.fewestInList))
+            return QStringLiteral("%1= needs pairs of numbers, at least %2")
+                .arg(description.scriptKey)
+                .arg(description.fewestInList / 2);
+        for (qsizetype i = 0; entry.scriptName == kEqualize && i < numbers.size(); i += 2) {
+            if (numbers[i].toDouble() <= 0.0 || std::abs(numbers[i + 1].toDouble()) > FreeCurve::kMostDB)
+                return QStringLiteral("%1= needs frequencies above 0 and levels from %2 to %3")
+                    .arg(description.scriptKey)
+                    .arg(-FreeCurve::kMostDB)
+                    .arg(FreeCurve::kMostDB);
+        }
+    }
+    return {};
+}
+
 CommandDescription effectCommand(const EffectEntry& entry)
 {
     CommandDescription command;
     command.name = entry.scriptName;
     command.summary = entry.summary;
     command.parameters = parametersOf(entry);
+    command.check = [&entry](const QVariantMap& arguments) { return pointsProblem(entry, arguments); };
     command.run = [&entry](SoundController& controller, const QVariantMap& arguments) {
         return runEffect(entry, controller, arguments);
     };
@@ -90,7 +119,7 @@ CommandDescription fadeCommand()
         command.parameters.push_back(parameter);
     command.check = [](const QVariantMap& arguments) {
         return arguments.contains(kDirection) || arguments.contains(kDataPoints)
-                   ? QString()
+                   ? pointsProblem(*EffectRegistry::effectWithScriptName(kFadeSpecial), arguments)
                    : QStringLiteral("Direction=in or Direction=out is missing");
     };
     command.run = fade;

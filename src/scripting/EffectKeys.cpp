@@ -14,15 +14,20 @@ using Kind = ParameterDescription::Kind;
 
 constexpr qsizetype kMostExplained = 12;
 
-CommandParameter numberParameter(const ParameterDescription& description)
+/// What a script may give, which is more than the dialog offers.
+void setBounds(const ParameterDescription& description, CommandParameter& parameter)
 {
     constexpr double none = std::numeric_limits<double>::max();
-    CommandParameter parameter;
-    // What a script may give, which is more than the dialog offers.
     if (description.hardMinimum > -none)
         parameter.minimum = description.hardMinimum * description.scriptFactor;
     if (description.hardMaximum < none)
         parameter.maximum = description.hardMaximum * description.scriptFactor;
+}
+
+CommandParameter numberParameter(const ParameterDescription& description)
+{
+    CommandParameter parameter;
+    setBounds(description, parameter);
     const std::optional<ScriptSwitch>& other = description.scriptSwitch;
     if (other && std::isfinite(other->leftOutUpTo))
         parameter.minimum = QVariant();
@@ -51,12 +56,14 @@ CommandParameter choiceParameter(const ParameterDescription& description)
 CommandParameter keyOf(const ParameterDescription& description)
 {
     CommandParameter parameter;
-    if (description.isList())
+    if (description.isList()) {
         parameter.type = Type::numberList;
-    else if (description.kind == Kind::number)
+        setBounds(description, parameter);
+    } else if (description.kind == Kind::number) {
         parameter = numberParameter(description);
-    else
+    } else {
         parameter = choiceParameter(description);
+    }
     parameter.key = description.scriptKey;
     parameter.unit = description.scriptUnit.isEmpty() ? description.unit : description.scriptUnit;
     parameter.summary.prepend(description.summary);

@@ -56,6 +56,12 @@ TEST(EffectCommands, RunEffectsWithOneKeyForTwoParameters)
     EXPECT_EQ(kit::samplesOf(*window.document, 0)[500], 1.0F);
     EXPECT_TRUE(run(window, "dc offset By=101").startsWith(QStringLiteral("parse: ")));
     EXPECT_TRUE(run(window, "fade DataPoints=0,nan").startsWith(QStringLiteral("parse: ")));
+    EXPECT_EQ(run(window, "equalize DataPoints=100,48,2000,-48"), QString());
+    for (const char* const wrong :
+         {"equalize DataPoints=100,1e300", "equalize DataPoints=1e300,3", "equalize DataPoints=100,48.1",
+          "equalize DataPoints=0,3", "equalize DataPoints=100,3,200", "fade DataPoints=0,1e300,1,1",
+          "fade DataPoints=0,1", "fade special DataPoints=0,1,1"})
+        EXPECT_TRUE(run(window, wrong).startsWith(QStringLiteral("parse: "))) << wrong;
 }
 
 TEST(GeneratorCommands, InsertAtTheSelectionAndReplaceNothing)
