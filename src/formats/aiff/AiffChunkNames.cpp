@@ -28,6 +28,7 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
     {fourCharCode("SAXL"), "sound accelerator"},
     {fourCharCode("APPL"), "data of another program"},
     {fourCharCode("CHAN"), "channel layout"},
+    {fourCharCode("PEAK"), "peak levels"},
     {fourCharCode("basc"), "loop information"},
     {fourCharCode("trns"), "loop transients"},
     {fourCharCode("cate"), "loop category"},
@@ -35,8 +36,8 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
     {fourCharCode("COMM"), "another format"},
 });
 
-constexpr std::array fillerChunks = {fourCharCode("FVER"), fourCharCode("PEAK"), fourCharCode("FLLR"),
-                                     fourCharCode("JUNK"), fourCharCode("PAD ")};
+constexpr std::array fillerChunks = {fourCharCode("FVER"), fourCharCode("FLLR"), fourCharCode("JUNK"),
+                                     fourCharCode("PAD ")};
 
 bool isFiller(FourCharCode ident)
 {

@@ -12,9 +12,8 @@ namespace velloria
 namespace
 {
 
-// What follows from the format, the samples or their order, and filler.
-constexpr std::array fillerChunks = {CafChunkType::packetTable, fourCharCode("kuki"), fourCharCode("free"),
-                                     fourCharCode("peak"), fourCharCode("ovvw")};
+// What follows from the format or the order of packets, and filler.
+constexpr std::array fillerChunks = {CafChunkType::packetTable, fourCharCode("kuki"), fourCharCode("free")};
 
 constexpr auto chunkNames = std::to_array<ChunkName>({
     {fourCharCode("data"), "more sound data"},
@@ -27,6 +26,8 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
     {fourCharCode("midi"), "MIDI data"},
     {fourCharCode("chan"), "channel layout"},
     {fourCharCode("edct"), "edit comments"},
+    {fourCharCode("peak"), "peak levels"},
+    {fourCharCode("ovvw"), "overview of the sound"},
     {fourCharCode("umid"), "material identifier"},
     {fourCharCode("uuid"), "data of another program"},
 });

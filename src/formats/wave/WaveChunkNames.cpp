@@ -33,6 +33,7 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
     {fourCharCode("iXML"), "recording notes"},
     {fourCharCode("axml"), "broadcast metadata"},
     {fourCharCode("qlty"), "quality report"},
+    {fourCharCode("PEAK"), "peak levels"},
     {fourCharCode("levl"), "peak envelope"},
     {fourCharCode("mext"), "MPEG extension"},
     {fourCharCode("link"), "file links"},
@@ -68,9 +69,9 @@ constexpr auto infoNames = std::to_array<ChunkName>({
 });
 
 constexpr std::array fillerChunks = {
-    fourCharCode("fact"), fourCharCode("PEAK"), fourCharCode("JUNK"), fourCharCode("junk"),
-    fourCharCode("PAD "), fourCharCode("pad "), fourCharCode("FLLR"), fourCharCode("fllr"),
-    fourCharCode("Fake"), fourCharCode("ds64"),
+    fourCharCode("fact"), fourCharCode("JUNK"), fourCharCode("junk"),
+    fourCharCode("PAD "), fourCharCode("pad "), fourCharCode("FLLR"),
+    fourCharCode("fllr"), fourCharCode("Fake"), fourCharCode("ds64"),
 };
 
 constexpr size_t mostEntriesLookedAt = 1000;

@@ -218,13 +218,14 @@ TEST_F(AiffFileDamageTest, NamesTheChunksAndTagsThatASaveWouldDrop)
         QStringList notKept;
         QStringList tags;
     } cases[] = {
-        {iffChunk("FLLR", "1234") + iffChunk("PEAK", "1") + iffChunk("APPL", ""), {}, {}},
+        {iffChunk("FLLR", "1234") + iffChunk("APPL", ""), {}, {}},
         {iffChunk("INST", "1") + iffChunk("MIDI", "1") + iffChunk("AESD", "1") + iffChunk("COMT", "1") +
              iffChunk("NAME", "1"),
          {},
          {}},
-        {iffChunk("MIDI", "1") + iffChunk("MIDI", "2") + iffChunk("APPL", "stoc") + iffChunk("LGWV", "x"),
-         {"MIDI data (MIDI)", "data of another program (APPL)", "LGWV"},
+        {iffChunk("MIDI", "1") + iffChunk("MIDI", "2") + iffChunk("APPL", "stoc") + iffChunk("PEAK", "1") +
+             iffChunk("LGWV", "x"),
+         {"MIDI data (MIDI)", "data of another program (APPL)", "peak levels (PEAK)", "LGWV"},
          {}},
         {iffChunk("ID3 ", tags), {}, {"lyricist"}},
         {iffChunk("CHAN", bigEndian32(101U << 16 | 2) + QByteArray(8, '\0')), {}, {}},

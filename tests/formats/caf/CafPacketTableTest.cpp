@@ -48,4 +48,14 @@ TEST_F(CafPacketTableTest, PacketsThatCannotBeToldApartAreRefusedForThatReason)
     EXPECT_EQ(numFrames(empty), 0);
 }
 
+TEST_F(CafPacketTableTest, WhatAnotherProgramMeasuredIsTold)
+{
+    writeSource("source.wav", testSound(2000, 1));
+    ffmpeg("-i source.wav -c:a pcm_s16be plain.caf");
+    const QByteArray chunk = bytes("\0\0\0\0\0\0\0\1x");
+    writeBytes("in.caf", readBytes("plain.caf") + "peak" + chunk + "ovvw" + chunk);
+    EXPECT_EQ(open("in.caf")->chunksNotKept(),
+              QStringList({"peak levels (peak)", "overview of the sound (ovvw)"}));
+}
+
 } // namespace velloria::test

@@ -284,7 +284,7 @@ TEST_F(VLAFCoreAudioFileTest, NamesWhatASaveWouldDrop)
         QStringList parts;
         QStringList tags;
     } cases[] = {
-        {chunkBytes("kuki", "x") + chunkBytes("free", "x") + chunkBytes("peak", "x") +
+        {chunkBytes("kuki", "x") + chunkBytes("free", "x") +
              chunkBytes("chan", bigEndian32(100U << 16 | 1) + QByteArray(8, '\0')) + mark(0, -1, 0),
          {},
          {}},

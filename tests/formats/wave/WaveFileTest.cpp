@@ -198,13 +198,14 @@ TEST_F(WaveFileTest, NamesTheChunksAndTagsThatASaveWouldDrop)
         QStringList chunks;
         QStringList tags;
     } cases[] = {
-        {chunk("fact", "1234") + chunk("PEAK", "1234") + chunk("JUNK", "1234") + chunk("PAD ", "x") +
-             chunk("FLLR", "x") + chunk("cue ", "") + software + QByteArray(5, '\0'),
+        {chunk("fact", "1234") + chunk("JUNK", "1234") + chunk("PAD ", "x") + chunk("FLLR", "x") +
+             chunk("cue ", "") + software + QByteArray(5, '\0'),
          {},
          {}},
-        {chunk("cue ", "1234") + chunk("smpl", "1234") + info + labels + chunk("LIST", "abcd1234"),
-         {"cue points (cue )", "sampler loops (smpl)", "cue labels (labl) (2 times)", "cue notes (note)",
-          "LIST (abcd)"},
+        {chunk("PEAK", "1234") + chunk("cue ", "1234") + chunk("smpl", "1234") + info + labels +
+             chunk("LIST", "abcd1234"),
+         {"peak levels (PEAK)", "cue points (cue )", "sampler loops (smpl)", "cue labels (labl) (2 times)",
+          "cue notes (note)", "LIST (abcd)"},
          {"artist (IART)", "IXYZ"}},
         {chunk("bext", "1") + chunk("bext", "2") + chunk("data", "more") + chunk("fmt ", "more") +
              chunk("LGWV", "x") + chunk("LGWV", "y") + chunk("a\1\xFF\x62", "x"),
