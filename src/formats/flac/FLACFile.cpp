@@ -1,6 +1,7 @@
 #include "formats/flac/FLACFile.h"
 
 #include "formats/decoding/FileDamage.h"
+#include "formats/file/StartTime.h"
 #include "formats/flac/FlacConversion.h"
 #include "formats/flac/FlacEncoder.h"
 #include "formats/flac/FlacLedger.h"
@@ -83,6 +84,7 @@ void FLACFile::takeDescription(FlacDescription description)
     mDataFormat = description.container.isOgg ? flacInOgg : flacFormat;
     mLedger = description.ledger;
     description.comments.declare(mMetadata, mLedger);
+    mExtras = description.extras;
     mDescription = std::make_unique<const FlacDescription>(std::move(description));
 }
 
@@ -126,6 +128,8 @@ void FLACFile::declareWhatDecodingFound(const FlacConversion& conversion)
 {
     if (auto rest = FlacLedger::behindSound(*mFileHandle, conversion.endOfSound()))
         mLedger.add(*std::move(rest));
+    if (mSampleRate > 0.0)
+        declareStartTime(static_cast<double>(conversion.firstFrame()) / mSampleRate, mLedger);
     if (conversion.isDamaged())
         mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged sound"));
 }
@@ -181,6 +185,13 @@ void FLACFile::validateAndCorrectParameters()
     setInOgg(isInOgg());
 }
 
+/// What the opened file has of them it gets again.
+FlacExtras FLACFile::extrasOfOpened() const
+{
+    const auto* const opened = dynamic_cast<const FLACFile*>(openedFile().get());
+    return opened ? opened->mExtras : FlacExtras();
+}
+
 MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
     const FlacFormat format = {static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, highestRate)),
@@ -191,7 +202,8 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
     if (isInOgg())
         serialNumber = oggSerialNumber(document, range, VorbisComments::textOf(comments));
     FlacEncoder encoder(mFileHandle, format, range.numFrames, serialNumber);
-    if (MaybeError error = encoder.start(comments))
+    mExtras = extrasOfOpened();
+    if (MaybeError error = encoder.start(comments, mExtras))
         return error;
     IntegerFeed feed(document.audioTracks(), range, framesPerPass, static_cast<int>(mBitsPerSample));
     MaybeError error;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/file/AudioFile.h"
+#include "formats/flac/FlacExtras.h"
 
 namespace velloria
 {
@@ -45,9 +46,12 @@ private:
     void takeDescription(FlacDescription description);
     bool shouldBeInOgg() const;
     void declareWhatDecodingFound(const FlacConversion& conversion);
+    FlacExtras extrasOfOpened() const;
 
     /// Of a file that was opened.
     std::unique_ptr<const FlacDescription> mDescription;
+    /// Of the file that was opened or written.
+    FlacExtras mExtras;
 };
 
 } // namespace velloria

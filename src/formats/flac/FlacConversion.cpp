@@ -132,6 +132,7 @@ MaybeError FlacConversion::decodeInOrder(Progress& progress)
     MaybeError error = takeInOrder(*decoder, progress);
     mChecksumGroup->wait();
     mEndOfSound = decoder->endOfFrame();
+    mFirstFrame = decoder->firstFrame();
     mIsDamaged = decoder->isDamaged();
     mHasChangedFormat = decoder->hasChangedFormat();
     return error;

@@ -33,6 +33,8 @@ public:
     int64_t numFrames() const { return mNumFrames; }
     /// Where the last frame ends in the file; 0 when that is not known.
     int64_t endOfSound() const { return mEndOfSound; }
+    /// The number of the first frame in its stream.
+    int64_t firstFrame() const { return mFirstFrame; }
     /// True when some of the sound could not be decoded.
     bool isDamaged() const { return mIsDamaged || mHasChangedFormat; }
     /// What a person should know of the file, called `name` there.
@@ -56,6 +58,7 @@ private:
     FlacFormat mFormat;
     int64_t mNumFrames = 0;
     int64_t mEndOfSound = 0;
+    int64_t mFirstFrame = 0;
     /// Those that come again when the file turns out to be damaged and is decoded anew.
     int64_t mNumFramesToDrop = 0;
     bool mIsDamaged = false;

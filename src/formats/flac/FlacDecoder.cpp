@@ -88,6 +88,8 @@ bool FlacDecoder::didDecode(const FLAC__Frame& frame, const FLAC__int32* const c
     if (!takeFormat({frame.header.sample_rate, frame.header.channels, frame.header.bits_per_sample}))
         return false;
     const auto first = static_cast<int64_t>(frame.header.number.sample_number);
+    if (!mFirstFrame)
+        mFirstFrame = mHasFailed ? 0 : first;
     const int64_t numMissing = numFramesMissingBefore(first, numFrames);
     mIsDamaged = mIsDamaged || mHasFailed;
     mHasFailed = false;

@@ -2,6 +2,8 @@
 
 #include "formats/flac/FlacBlock.h"
 
+#include <optional>
+
 namespace velloria
 {
 
@@ -20,6 +22,9 @@ public:
 
     /// What the frames say, which counts more than the metadata; as these say before the first frame.
     const FlacFormat& format() const { return mFormat; }
+    /// The number that the stream gives its first frame; 0 before that, and where damage stands in front of
+    /// it.
+    int64_t firstFrame() const { return mFirstFrame.value_or(0); }
     /// True when some sound could not be decoded.
     bool isDamaged() const { return mIsDamaged; }
     /// True when the stream changed its format, and decoding ended there.
@@ -42,6 +47,7 @@ private:
     const int64_t mMostFramesMissing;
     FlacFormat mFormat;
     bool mHasFormat = false;
+    std::optional<int64_t> mFirstFrame;
     /// The number of the frame that should come next.
     int64_t mNextFrame = 0;
     /// Since the last sound frame.

@@ -48,6 +48,12 @@ public:
             return takeComments(block.data.vorbis_comment);
         case FLAC__METADATA_TYPE_PICTURE:
             return takePicture(block.data.picture);
+        case FLAC__METADATA_TYPE_SEEKTABLE:
+            mDescription.extras.hasSeekTable = true;
+            return;
+        case FLAC__METADATA_TYPE_PADDING:
+            mDescription.extras.paddingLength += block.length;
+            return;
         default:
             return noteBlock(block);
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/flac/FlacExtras.h"
 #include "formats/flac/FlacStreamDecoder.h"
 #include "formats/ledger/FileLedger.h"
 #include "formats/tags/VorbisComments.h"
@@ -27,6 +28,7 @@ struct FlacDescription {
     /// Of the samples; empty when there is none.
     QByteArray md5;
     VorbisComments comments;
+    FlacExtras extras;
     /// Of everything in the file but the tags' contents.
     FileLedger ledger;
     /// False when some of the metadata could not be read.

@@ -3,6 +3,8 @@
 #include "platform/Log.h"
 
 #include <FLAC/metadata.h>
+#include <algorithm>
+#include <limits>
 
 namespace velloria
 {
@@ -85,13 +87,41 @@ FlacEncoder::Metadata FlacEncoder::encoderMetadata(const QList<VorbisComments::E
     return block;
 }
 
-MaybeError FlacEncoder::start(const QList<VorbisComments::Entry>& comments)
+/// The encoder fills in where the frames are. Null when there is no frame to find.
+FlacEncoder::Metadata FlacEncoder::seekTable() const
+{
+    constexpr uint32_t secondsPerPoint = 10;
+    constexpr uint32_t longestStep = std::numeric_limits<uint32_t>::max() / secondsPerPoint;
+    Metadata block(mNumFrames > 0 ? FLAC__metadata_object_new(FLAC__METADATA_TYPE_SEEKTABLE) : nullptr);
+    const uint32_t step = secondsPerPoint * std::clamp(mFormat.sampleRate, 1U, longestStep);
+    const bool isFilled = block &&
+                          FLAC__metadata_object_seektable_template_append_spaced_points_by_samples(
+                              block.get(), step, static_cast<FLAC__uint64>(mNumFrames)) &&
+                          FLAC__metadata_object_seektable_template_sort(block.get(), true);
+    return isFilled ? std::move(block) : nullptr;
+}
+
+FlacEncoder::Metadata FlacEncoder::padding(int64_t length)
+{
+    constexpr int64_t longestBlock = (int64_t{1} << 24) - 1;
+    Metadata block(FLAC__metadata_object_new(FLAC__METADATA_TYPE_PADDING));
+    if (block)
+        block->length = static_cast<uint32_t>(std::min(length, longestBlock));
+    return block;
+}
+
+MaybeError FlacEncoder::start(const QList<VorbisComments::Entry>& comments, const FlacExtras& extras)
 {
     if (!mEncoder) {
         logLine(QStringLiteral("FLAC__stream_encoder_new() could not create a decoder instance."));
         return Error{Error::Code::failed, QStringLiteral("The FLAC encoder could not be started.")};
     }
-    mMetadata = encoderMetadata(comments);
+    // Pages of Ogg have their positions; and tags there are no block that could grow into another.
+    mMetadata.push_back(extras.hasSeekTable && !mOggSerialNumber ? seekTable() : nullptr);
+    mMetadata.push_back(encoderMetadata(comments));
+    mMetadata.push_back(extras.paddingLength > 0 && !mOggSerialNumber ? padding(extras.paddingLength)
+                                                                      : nullptr);
+    std::erase(mMetadata, nullptr);
     FLAC__StreamEncoderInitStatus status = initialise(true);
     // Rates and sizes that are out of the ordinary are only told in the file's header then, not in every
     // frame; every decoder of files can do with that.
@@ -111,9 +141,11 @@ FLAC__StreamEncoderInitStatus FlacEncoder::initialise(bool isStreamable)
     FLAC__stream_encoder_set_bits_per_sample(encoder, mFormat.bitsPerSample);
     FLAC__stream_encoder_set_sample_rate(encoder, mFormat.sampleRate);
     FLAC__stream_encoder_set_total_samples_estimate(encoder, static_cast<FLAC__uint64>(mNumFrames));
-    FLAC__StreamMetadata* block = mMetadata.get();
-    if (block)
-        FLAC__stream_encoder_set_metadata(encoder, &block, 1);
+    std::vector<FLAC__StreamMetadata*> blocks;
+    for (const Metadata& block : mMetadata)
+        blocks.push_back(block.get());
+    if (!blocks.empty())
+        FLAC__stream_encoder_set_metadata(encoder, blocks.data(), static_cast<uint32_t>(blocks.size()));
     if (mOggSerialNumber) {
         FLAC__stream_encoder_set_ogg_serial_number(encoder, *mOggSerialNumber);
         return FLAC__stream_encoder_init_ogg_stream(encoder, Callbacks::read, Callbacks::write,

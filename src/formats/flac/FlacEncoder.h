@@ -6,6 +6,7 @@
 #include <FLAC/stream_encoder.h>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace velloria
 {
@@ -18,8 +19,8 @@ public:
     FlacEncoder(std::shared_ptr<FileHandle> handle, const FlacFormat& format, int64_t numFrames,
                 std::optional<int> oggSerialNumber = std::nullopt);
 
-    /// Writes the metadata.
-    MaybeError start(const QList<VorbisComments::Entry>& comments);
+    /// Writes the metadata. A seek table has a point for every ten seconds.
+    MaybeError start(const QList<VorbisComments::Entry>& comments, const FlacExtras& extras = {});
     /// channels[c] holds integers of the format's size.
     MaybeError encode(std::span<const int32_t* const> channels, int64_t numFrames);
     /// Writes what is left, and the final numbers into the header. Also after an error, to end decently.
@@ -36,6 +37,8 @@ private:
     using Metadata = std::unique_ptr<FLAC__StreamMetadata, MetadataDeleter>;
 
     static Metadata encoderMetadata(const QList<VorbisComments::Entry>& comments);
+    Metadata seekTable() const;
+    static Metadata padding(int64_t length);
     FLAC__StreamEncoderInitStatus initialise(bool isStreamable);
     Error failure() const;
 
@@ -43,8 +46,8 @@ private:
     const FlacFormat mFormat;
     const int64_t mNumFrames;
     const std::optional<int> mOggSerialNumber;
-    /// Outlives the encoder, which refers to it.
-    Metadata mMetadata;
+    /// They outlive the encoder, which refers to them.
+    std::vector<Metadata> mMetadata;
     std::unique_ptr<FLAC__StreamEncoder, EncoderDeleter> mEncoder;
 };
 

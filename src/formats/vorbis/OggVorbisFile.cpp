@@ -1,6 +1,7 @@
 #include "formats/vorbis/OggVorbisFile.h"
 
 #include "formats/decoding/FileDamage.h"
+#include "formats/file/StartTime.h"
 #include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggPageCheck.h"
 #include "formats/ogg/OggSerialNumber.h"
@@ -10,7 +11,6 @@
 #include "formats/vorbis/VorbisEncoder.h"
 #include "platform/Log.h"
 
-#include <QLocale>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -115,9 +115,7 @@ void OggVorbisFile::readStream()
         mMetadata.setValuesWithDictionary(comments.dictionary());
     mLedger = oggLedger(*mFileHandle, serialNumbersOf(*mStream));
     comments.declare(mMetadata, mLedger);
-    if (mStream->startSeconds() > 0.0)
-        mLedger.addNotKept(ItemKind::value, QStringLiteral("the start of the sound at %1 s becomes 0")
-                                                .arg(QLocale::c().toString(mStream->startSeconds(), 'f', 3)));
+    declareStartTime(mStream->startSeconds(), mLedger);
     for (int link = 1; link < mStream->numLinks(); ++link)
         mStream->comments(link).declareBeside(comments, mLedger);
 }

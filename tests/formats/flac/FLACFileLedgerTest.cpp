@@ -1,6 +1,7 @@
 #include "formats/flac/FLACFile.h"
 
 #include "formats/kit/DecodingTestKit.h"
+#include "formats/wave/WaveFile.h"
 
 namespace velloria::test
 {
@@ -39,6 +40,52 @@ TEST_F(FLACFileLedgerTest, NamesWhatStandsAroundTheStream)
     EXPECT_EQ(told("a.flac", stream + QByteArray(100, 'r') + id3v1),
               QStringList({"ID3v1 tag", "100 bytes behind the sound"}));
     EXPECT_EQ(mNumFrames, 50000);
+}
+
+TEST_F(FLACFileLedgerTest, WhatWasThereForOtherProgramsIsMadeAnew)
+{
+    WaveFile wave(44100.0, 16, 2);
+    save(wave, "in.wav", noiseDocument(1000000, 2));
+    run("flac", {"-s", "-P", "5000", "-o", argument("in.flac"), argument("in.wav")});
+    run("flac", {"-s", "--no-padding", "--no-seektable", "-o", argument("plain.flac"), argument("in.wav")});
+    const auto blocks = [this](const std::string& name) {
+        QStringList lines;
+        for (const QByteArray& line : run("metaflac", {"--list", argument(name)}).split('\n')) {
+            const QByteArray text = line.trimmed();
+            // Places hang on the frames.
+            if (text.startsWith("type:") || text.startsWith("length: 5000") ||
+                text.startsWith("seek points:") || text.startsWith("point "))
+                lines += QString::fromLatin1(text.split(',').first());
+        }
+        lines.sort();
+        return lines;
+    };
+    for (const std::string name : {"in.flac", "plain.flac"}) {
+        const auto file = opened(name);
+        FLACFile writer(44100.0, 16, 2);
+        writer.setOpenedFile(file);
+        save(writer, "out.flac", noiseDocument(1000000, 2));
+        EXPECT_EQ(blocks("out.flac"), blocks(name)) << name;
+        EXPECT_EQ(file->chunksNotKept(), QStringList());
+        run("flac", {"-t", "-s", argument("out.flac")});
+    }
+    EXPECT_EQ(blocks("in.flac").filter("type: 3").size(), 1);
+}
+
+TEST_F(FLACFileLedgerTest, WhatWasCutOutOfALongerStreamTellsThatItWillStartAtZero)
+{
+    FLACFile file(44100.0, 16, 2);
+    save(file, "in.flac", noiseDocument(20 * 4096, 2));
+    const QByteArray stream = bytesOf("in.flac");
+    // The head of frame 10, whose number is one byte.
+    const qsizetype tenth = stream.indexOf(bytes("\xFF\xF8\xC9\x18\x0A"));
+    ASSERT_GT(tenth, 0);
+    makeFile("late.flac", stream.mid(tenth));
+    const auto late = opened("late.flac");
+    ASSERT_TRUE(late);
+    EXPECT_EQ(SavingTest::decoded(*late).numberOfFrames(), 10 * 4096);
+    EXPECT_EQ(late->ledger().namesNotKept(ItemKind::value),
+              QStringList("the start of the sound at 0.929 s becomes 0"));
 }
 
 TEST_F(FLACFileLedgerTest, OpensAStreamBehindSeveralTags)

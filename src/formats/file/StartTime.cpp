@@ -1,0 +1,15 @@
+#include "formats/file/StartTime.h"
+
+#include <QLocale>
+
+namespace velloria
+{
+
+void declareStartTime(double seconds, FileLedger& ledger)
+{
+    if (seconds > 0.0)
+        ledger.addNotKept(ItemKind::value, QStringLiteral("the start of the sound at %1 s becomes 0")
+                                               .arg(QLocale::c().toString(seconds, 'f', 3)));
+}
+
+} // namespace velloria
