@@ -10,12 +10,12 @@ class FadeOut : public LinearFade
 {
 public:
     explicit FadeOut(const QString& name)
-        : LinearFade(name)
+        : LinearFade(name, &applyRamp)
     {
     }
 
-protected:
-    void applyRamp(std::span<float> samples, float mark, float length) const override;
+private:
+    static void applyRamp(std::span<float> samples, float mark, size_t first, float length);
 };
 
 } // namespace velloria

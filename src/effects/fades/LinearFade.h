@@ -15,12 +15,19 @@ public:
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
 
 protected:
-    using Filter::Filter;
+    /// Multiplies the samples by their gain: sample i is frame mark + first + i of a ramp of `length`.
+    using Ramp = void (*)(std::span<float> samples, float mark, size_t first, float length);
 
-    /// Multiplies the samples by their gain; `mark` frames were processed before, the ramp has `length`.
-    virtual void applyRamp(std::span<float> samples, float mark, float length) const = 0;
+    LinearFade(const QString& name, Ramp ramp)
+        : Filter(name)
+        , mRamp(ramp)
+    {
+    }
+
+    ComputedClip::Function outputOfTrack(const AudioTrackPtr& track, size_t index) const override;
 
 private:
+    const Ramp mRamp;
     float mMark = 0.0F;
 };
 
