@@ -2,6 +2,8 @@
 
 #include "document/UndoGroup.h"
 
+#include <utility>
+
 namespace velloria
 {
 
@@ -36,8 +38,11 @@ EffectController::~EffectController()
 
 void EffectController::setUpFilter(Filter& filter)
 {
-    if (mSelection.isEmpty())
+    mSelectionBefore.reset();
+    if (mSelection.isEmpty()) {
+        mSelectionBefore = mSelection.value();
         mSelection.selectAll();
+    }
     // In whole frames: the source rounds start, end and duration each by itself, and where they disagree the
     // effect would replace one frame more than it read.
     const double rate = mDocument->sampleRate();
@@ -48,19 +53,30 @@ void EffectController::setUpFilter(Filter& filter)
     filter.setDelegate(this);
 }
 
+void EffectController::filterWasCancelled()
+{
+    if (const std::optional<SoundSelection> before = std::exchange(mSelectionBefore, std::nullopt))
+        mSelection.setSelection(*before);
+}
+
 MaybeError EffectController::runFilter(Filter& filter)
 {
     const UndoGroup group(*mDocument, filter.name());
     filter.setMostScratchBytes(mMostScratchBytes);
     MaybeError error = filter.apply();
     mFilterProgress.reset();
+    if (error || filter.wasCancelled())
+        filterWasCancelled();
     return error;
 }
 
 MaybeError EffectController::applyFilter(const std::shared_ptr<Filter>& filter)
 {
-    rememberFilter(filter);
-    return runFilter(*filter);
+    MaybeError error = runFilter(*filter);
+    // What somebody thought better of is not offered as the thing to do again.
+    if (!filter->wasCancelled())
+        rememberFilter(filter);
+    return error;
 }
 
 std::shared_ptr<Filter> EffectController::lastFilter()

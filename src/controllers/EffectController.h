@@ -4,6 +4,7 @@
 #include "effects/frame/Filter.h"
 
 #include <memory>
+#include <optional>
 
 namespace velloria
 {
@@ -27,8 +28,12 @@ public:
     /// Gives the effect a source over the selection (everything, when it is empty; the selection then
     /// follows) and this controller as delegate.
     void setUpFilter(Filter& filter);
+    /// The effect that was set up is not to be applied after all: what setUpFilter() selected is not selected
+    /// any more.
+    void filterWasCancelled();
     /// Applies an effect that was set up, as one step named after it, and keeps it as the last filter.
-    /// Nothing is answered when the person cancelled it, as Filter::apply() does.
+    /// Nothing is answered when the person cancelled it, as Filter::apply() does; then the selection is what
+    /// it was, and the last filter, too.
     MaybeError applyFilter(const std::shared_ptr<Filter>& filter);
     /// The same without keeping it.
     MaybeError runFilter(Filter& filter);
@@ -49,6 +54,7 @@ private:
     SelectionModel& mSelection;
     CommandHost& mHost;
     std::unique_ptr<Progress> mFilterProgress;
+    std::optional<SoundSelection> mSelectionBefore; ///< where everything was selected for an effect
     int64_t mMostScratchBytes = INT64_MAX;
 };
 

@@ -130,6 +130,33 @@ TEST(SoundControllerTest, AppliesTheLastFilterAgainToAnotherDocument)
     EXPECT_EQ(filter->delegate(), nullptr);
 }
 
+TEST(SoundControllerTest, ACancelledEffectIsAsIfItHadNeverBeenChosen)
+{
+    Window window({kit::noise(100'000, 1)});
+    window.select(300, 300);
+    const std::shared_ptr<Filter> kept = amplifier(1.0);
+    window.controller.effects().setUpFilter(*kept);
+    window.controller.effects().applyFilter(kept);
+    window.select(300, 300);
+    const std::shared_ptr<Filter> filter = amplifier(2.0);
+    window.controller.effects().setUpFilter(*filter);
+    EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{0}, int64_t{100'000}));
+    // In its dialog,
+    window.controller.effects().filterWasCancelled();
+    EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{300}, int64_t{300}));
+    // or while it runs.
+    window.controller.effects().setUpFilter(*filter);
+    window.host.cancelAfter = 3;
+    EXPECT_FALSE(window.controller.effects().applyFilter(filter));
+    EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{300}, int64_t{300}));
+    EXPECT_EQ(EffectController::lastFilter(), kept);
+    // What was selected before stays selected.
+    window.select(100, 200);
+    window.controller.effects().setUpFilter(*filter);
+    window.controller.effects().filterWasCancelled();
+    EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{100}, int64_t{200}));
+}
+
 TEST(SoundControllerTest, LeavesTheDocumentWhenAnEffectIsCancelledOrFails)
 {
     Window window({kit::noise(100'000, 1)});

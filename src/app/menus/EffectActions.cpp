@@ -106,6 +106,8 @@ void EffectActions::perform(const EffectEntry& entry)
     // The dialog is gone before the work begins, so that its progress stands alone.
     connect(
         dialog, &QDialog::accepted, this, [this, filter] { apply(filter); }, Qt::QueuedConnection);
+    connect(dialog, &QDialog::rejected, this,
+            [this] { mWindow.controller().effects().filterWasCancelled(); });
     connect(dialog, &QDialog::finished, this, [this] { mWindow.view().setFocus(); });
     dialog->open();
 }
