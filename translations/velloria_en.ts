@@ -775,6 +775,10 @@
         <source>Show &amp;Markers</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="view-show-loudness">
+        <source>Show &amp;Loudness</source>
+        <translation type="unfinished"></translation>
+    </message>
     <message id="view-full-screen">
         <source>F&amp;ull Screen</source>
         <translation type="unfinished"></translation>
@@ -1100,6 +1104,38 @@
     </message>
     <message id="message-close">
         <source>Close this message</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="loudness-name">
+        <source>Loudness of what plays</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="loudness-tip">
+        <source>Loudness of what plays: of 0.4 s, of 3 s, and since playing began. Click to begin anew.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="loudness-values">
+        <source>Momentary %1, short-term %2, integrated %3 LUFS</source>
+        <extracomment>%1, %2 and %3 are numbers, or dashes</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="loudness-unit">
+        <source>LUFS</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="loudness-momentary">
+        <source>M</source>
+        <extracomment>The momentary loudness; a letter</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="loudness-short">
+        <source>S</source>
+        <extracomment>The short-term loudness; a letter</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="loudness-integrated">
+        <source>I</source>
+        <extracomment>The integrated loudness; a letter</extracomment>
         <translation type="unfinished"></translation>
     </message>
     <message id="output-level">

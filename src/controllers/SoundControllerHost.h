@@ -12,6 +12,7 @@ namespace velloria
 {
 
 class WaveformViewGeometry;
+struct LoudnessReading;
 
 /// What makes the result of a command less than its person may think.
 enum class PartialResult {
@@ -71,6 +72,8 @@ public:
     virtual void transportDidChange() {}
     /// In dB, -100 where nothing plays.
     virtual void outputLevelsDidChange(double /*leftDB*/, double /*rightDB*/) {}
+    /// Ten times a second while something plays and its loudness is wanted, and when it begins and ends.
+    virtual void outputLoudnessDidChange(const LoudnessReading&) {}
     virtual void playbackVolumeDidChange() {}
     /// Playing could not begin. Said without a question: the person may be at work elsewhere.
     virtual void playbackFailed(const QString& /*message*/) {}

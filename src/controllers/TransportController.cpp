@@ -133,6 +133,8 @@ void TransportController::playFromTime(double time)
     if (!isPlaying())
         mPlayedEnd = played.endTime;
     mWasStopped = false;
+    if (!isPlaying())
+        mLoudness.begin(mDocument.sampleRate(), played.numTracks == 1);
     if (const MaybeError error = mDocument.transport().playSelection(played, time))
         mHost.playbackFailed(error->message);
 }
@@ -291,6 +293,32 @@ void TransportController::updateOutputLevelMeters()
     // steady tone would flicker.
     if (const std::optional<PeakHolder::Peaks> peaks = player->takePeaks())
         mHost.outputLevelsDidChange(decibels(peaks->leftPeak), decibels(peaks->rightPeak));
+    updateLoudness();
+}
+
+void TransportController::updateLoudness()
+{
+    VLRTAudioPlayer* const player = mDocument.transport().audioPlayback();
+    if (mMeasuresLoudness && player && mLoudness.addFrames(player->takeRendered()))
+        mHost.outputLoudnessDidChange(mLoudness.reading());
+}
+
+void TransportController::measureLoudness(bool isWanted)
+{
+    if (isWanted == mMeasuresLoudness)
+        return;
+    mMeasuresLoudness = isWanted;
+    mDocument.transport().keepRendered(isWanted);
+    resetLoudness();
+}
+
+void TransportController::resetLoudness()
+{
+    // What was rendered until now belongs to what is forgotten.
+    if (VLRTAudioPlayer* const player = mDocument.transport().audioPlayback())
+        player->takeRendered();
+    mLoudness.reset();
+    mHost.outputLoudnessDidChange(mLoudness.reading());
 }
 
 void TransportController::recordingWillStart()
@@ -303,6 +331,8 @@ void TransportController::playbackDidStop()
 {
     updateTransportButtons();
     mHost.outputLevelsDidChange(kNoLevelDB, kNoLevelDB);
+    mLoudness.end();
+    mHost.outputLoudnessDidChange(mLoudness.reading());
     const StopReason reason = mDocument.transport().stopReason();
     const bool wasInterrupted = reason != StopReason::requested;
     if (mDocument.transport().hasReachedEnd() && !mWasStopped)

@@ -2,6 +2,7 @@
 
 #include "controllers/CueTimer.h"
 #include "controllers/OutputDeviceWatch.h"
+#include "controllers/PlaybackLoudness.h"
 #include "controllers/SelectionModel.h"
 
 #include <memory>
@@ -59,6 +60,12 @@ public:
 
     void updateTransportButtons();
     void updateOutputLevelMeters();
+    /// Whether the loudness of what plays is measured. Switched on while something plays, it counts from
+    /// then.
+    void measureLoudness(bool isWanted);
+    /// The measurement begins anew; each start of playing does that, too.
+    void resetLoudness();
+    const LoudnessReading& loudness() const { return mLoudness.reading(); }
     /// A person scrolled: the view does not follow the cue any more.
     void didScrollHorizontally() { mCueTimer.didScrollHorizontally(); }
     CueTimer& cueTimer() { return mCueTimer; }
@@ -74,11 +81,14 @@ private:
     void skip(double seconds);
     void scrollView(double seconds);
     void outputDeviceDidChange();
+    void updateLoudness();
 
     SoundDocument& mDocument;
     SelectionModel& mSelection;
     SoundControllerHost& mHost;
     CueTimer mCueTimer;
+    PlaybackLoudness mLoudness;
+    bool mMeasuresLoudness = false;
     std::unique_ptr<OutputDeviceWatch> mDeviceWatch; ///< while something plays
     NotificationCenter::Token mVolumeToken = 0;
     bool mCueReturnsToStart = false;

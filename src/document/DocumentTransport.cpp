@@ -65,6 +65,7 @@ MaybeError DocumentTransport::startPlayer()
     mPlayer = std::make_unique<VLRTAudioPlayer>(rate, VLRTAudioPlayer::numberOfFramesForPlaying(rate), this,
                                                 mDocument.displayName());
     mPlayer->setPlaybackRate(mSpeed);
+    mPlayer->keepRendered(mKeepsRendered);
     MaybeError error = mPlayer->start();
     if (error) {
         mPlayer.reset();
@@ -158,6 +159,13 @@ void DocumentTransport::setPlaybackSpeed(double speed)
     mSpeed = speed;
     if (mPlayer)
         mPlayer->setPlaybackRate(speed);
+}
+
+void DocumentTransport::keepRendered(bool isWanted)
+{
+    mKeepsRendered = isWanted;
+    if (mPlayer)
+        mPlayer->keepRendered(isWanted);
 }
 
 PlaybackBlock DocumentTransport::audioDataForAudioPlayback(VLRTAudioPlayer&, int64_t numFrames)

@@ -52,6 +52,9 @@ public:
     double audioPlaybackSpeed() const { return mSpeed; }
     void setPlaybackSpeed(double speed);
 
+    /// Whether each player keeps what it renders, from its first frame on (see VLRTAudioPlayer).
+    void keepRendered(bool isWanted);
+
     /// What plays goes on, on the device that is selected now.
     MaybeError moveToSelectedDevice();
     /// What plays goes on with the tracks as they are now, from the frame being heard; it ends when the rate
@@ -82,6 +85,7 @@ private:
     int64_t mCueStart = 0;
     bool mLoops = false;
     double mSpeed = 1.0;
+    bool mKeepsRendered = false;
     bool mHasReachedEnd = false;
     StopReason mStopReason = StopReason::requested;
 };

@@ -4,6 +4,7 @@
 #include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "controllers/ControllerKit.h"
 #include "controllers/CueFollower.h"
+#include "controllers/PlaybackLoudness.h"
 #include "controllers/SelectionModel.h"
 #include "display/WaveformViewGeometry.h"
 #include "document/DocumentTransport.h"
@@ -23,11 +24,13 @@ class TransportHost : public HostRecorder
 public:
     WaveformViewGeometry* mainView() override { return &view; }
     void outputLevelsDidChange(double leftDB, double rightDB) override { levels = {leftDB, rightDB}; }
+    void outputLoudnessDidChange(const LoudnessReading& reading) override { loudness = reading; }
     void playbackFailed(const QString& message) override { failure = message; }
     void playbackWasInterrupted(StopReason reason) override { interruption = reason; }
 
     WaveformViewGeometry view;
     std::pair<double, double> levels = {0.0, 0.0};
+    LoudnessReading loudness;
     QString failure;
     StopReason interruption = StopReason::requested;
 };

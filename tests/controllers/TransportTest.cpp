@@ -5,6 +5,8 @@
 #include "controllers/TransportKit.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numbers>
 
 namespace velloria::kit
 {
@@ -217,6 +219,52 @@ TEST_F(TransportTest, ShowsASteadyLevelHoweverSeldomTheDeviceAsks)
         }
         if (tick % 4 == 3)
             pull(kLatency);
+    }
+}
+
+TEST_F(TransportTest, MeasuresTheLoudnessOfWhatPlaysFromItsFirstFrame)
+{
+    // EBU Tech 3341, signal 1: 20 s of 1 kHz at -23 dBFS in both channels are -23 LUFS by all three measures;
+    // in a sound of one track they are what Statistics says of it.
+    FloatBuffer tone(static_cast<size_t>(kNumFrames));
+    for (size_t i = 0; i < tone.size(); ++i)
+        tone[i] = static_cast<float>(std::pow(10.0, -23.0 / 20.0) * std::sin(2.0 * std::numbers::pi * 1000.0 *
+                                                                             static_cast<double>(i) / kRate));
+    for (const size_t numTracks : {2U, 1U}) {
+        SCOPED_TRACE(numTracks);
+        document = documentOf(std::vector<FloatBuffer>(numTracks, tone));
+        controller = std::make_unique<SoundController>(document, host);
+        TransportController& transport = controller->transport();
+        const auto hear = [&](double seconds) {
+            for (; seconds > 0; seconds -= 0.1) {
+                pull(4410);
+                transport.updateOutputLevelMeters();
+            }
+        };
+        transport.measureLoudness(true);
+        transport.playFromTime(0);
+        hear(0.3);
+        EXPECT_EQ(host.loudness.momentary, LoudnessReading::kNothing) << "not yet 400 ms";
+        hear(0.3);
+        const double expected = numTracks == 2 ? -23.0 : -23.0 - 10.0 * std::log10(2.0);
+        EXPECT_NEAR(host.loudness.momentary, expected, 0.1);
+        EXPECT_EQ(host.loudness.shortTerm, LoudnessReading::kNothing);
+        hear(4);
+        EXPECT_NEAR(host.loudness.shortTerm, expected, 0.1);
+        EXPECT_NEAR(host.loudness.integrated, expected, 0.1);
+        transport.resetLoudness();
+        EXPECT_EQ(host.loudness.integrated, LoudnessReading::kNothing);
+        hear(1);
+        EXPECT_NEAR(host.loudness.integrated, expected, 0.1);
+        transport.stopAudio();
+        ASSERT_TRUE(waitForStop());
+        EXPECT_EQ(host.loudness.momentary, LoudnessReading::kNothing);
+        EXPECT_NEAR(host.loudness.integrated, expected, 0.1) << "what was measured can still be read";
+        transport.playFromTime(0);
+        EXPECT_EQ(transport.loudness().integrated, LoudnessReading::kNothing) << "each start counts anew";
+        transport.measureLoudness(false);
+        hear(1);
+        EXPECT_EQ(host.loudness.momentary, LoudnessReading::kNothing) << "nobody wants it";
     }
 }
 

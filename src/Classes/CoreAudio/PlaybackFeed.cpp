@@ -22,6 +22,7 @@ PlaybackFeed::PlaybackFeed(int32_t numFramesInRing, uint32_t maxFramesPerSlice)
     : ring(numFramesInRing, RingMessages::When::later)
     , mScratch(maxFramesPerSlice * kBytesPerFrame)
     , mScratchFrames(static_cast<int32_t>(mScratch.size() / kBytesPerFrame))
+    , mRendered(numFramesInRing)
 {
 }
 
@@ -66,6 +67,7 @@ int32_t PlaybackFeed::render(float* left, float* right, uint32_t numFrames) noex
         right[i] = b * factor;
     }
     mPeaks.raise({leftPeak, rightPeak});
+    mRendered.append(pairs, static_cast<int32_t>(count));
     mNumSilent = numFrames - count + (count > 0 ? 0 : mNumSilent);
     mIsPastGrace = false;
     if (!sourceExhausted.load(std::memory_order_relaxed))

@@ -2,6 +2,7 @@
 
 #include "Classes/CoreAudio/PeakHolder.h"
 #include "Classes/CoreAudio/PlaybackClock.h"
+#include "Classes/CoreAudio/RenderedFrames.h"
 #include "Classes/CoreAudio/VLRTTimestampingRingBuffer.h"
 #include "platform/LockedMemory.h"
 #include "platform/hardware/AudioStreams.h"
@@ -41,6 +42,8 @@ public:
 
     const PlaybackClock& clock() const { return mClock; }
     PeakHolder& peaks() { return mPeaks; }
+    /// What was taken from the ring, before the gain.
+    RenderedFrames& rendered() { return mRendered; }
     /// Whether it happened since it was last asked.
     bool takeFillWanted() { return mFillWanted.exchange(false, std::memory_order_relaxed); }
     bool takeStopWanted() { return mStopWanted.exchange(false, std::memory_order_relaxed); }
@@ -71,6 +74,7 @@ private:
     std::atomic<bool> mHasConsumer{false};
     PlaybackClock mClock;
     PeakHolder mPeaks;
+    RenderedFrames mRendered;
     // The device's thread's.
     int64_t mNumSilent = 0; ///< frames of silence that were given since the last one from the ring
     bool mIsPastGrace = false;

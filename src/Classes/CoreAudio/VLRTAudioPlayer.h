@@ -58,6 +58,10 @@ public:
     /// Largest absolute samples before the gain since they were last asked for; nothing when the device asked
     /// for nothing since then.
     std::optional<PeakHolder::Peaks> takePeaks() { return mCore.feed().peaks().take(); }
+    /// Whether the frames that the device takes are kept, about two seconds of them, for takeRendered().
+    void keepRendered(bool isWanted) { mCore.feed().rendered().setWanted(isWanted); }
+    /// Interleaved pairs before the gain since they were last asked for; good until the next call.
+    std::span<const float> takeRendered() { return mCore.feed().rendered().take(); }
 
     /// Tempo at constant pitch; speed with pitch. Live.
     void setPlaybackRate(double tempo) { mCore.setPlaybackRate(tempo); }

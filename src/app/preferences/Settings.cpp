@@ -29,6 +29,7 @@ void Settings::registerDefaults()
     defaults.registerDefault(showsOverview, true);
     defaults.registerDefault(showsSpectrogram, false);
     defaults.registerDefault(spectrogramIsLinear, false);
+    defaults.registerDefault(showsLoudness, false);
     defaults.registerDefault(previewLoops, 0);
     defaults.registerDefault(showsMarkers, true);
     defaults.registerDefault(locksMarkers, false);

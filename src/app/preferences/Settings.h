@@ -19,6 +19,7 @@ inline const QString levelScaleInDecibels = QStringLiteral("view.levelScale.deci
 inline const QString showsSpectrogram = QStringLiteral("view.spectrogram.show");
 inline const QString spectrogramIsLinear = QStringLiteral("view.spectrogram.linear");
 inline const QString showsOverview = QStringLiteral("view.overview.show");
+inline const QString showsLoudness = QStringLiteral("view.loudness.show");
 inline const QString showsMarkers = QStringLiteral("view.markers.show");
 inline const QString locksMarkers = QStringLiteral("view.markers.lock");
 inline const QString showsGrid = QStringLiteral("view.grid.show");

@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr int kGap = 3;
-constexpr int kScaleHeight = 13;
+constexpr int kScaleHeight = StereoMeter::kHeight - 2 * VLLevelMeterView::kHeight - kGap;
 constexpr int kTickHeight = 3;
 constexpr int kWidth = 190;
 constexpr double kScaleFontPixels = 9;
@@ -31,7 +31,7 @@ StereoMeter::StereoMeter(const QString& leftName, const QString& rightName, QWid
     layout->setSpacing(kGap);
     layout->addWidget(mLeft);
     layout->addWidget(mRight);
-    setFixedSize(kWidth, 2 * VLLevelMeterView::kHeight + kGap + kScaleHeight);
+    setFixedSize(kWidth, kHeight);
     for (VLLevelMeterView* const meter : {mLeft, mRight})
         connect(meter, &VLLevelMeterView::clipIndicatorClicked, this, &StereoMeter::resetClipIndicators);
 }

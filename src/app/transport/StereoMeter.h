@@ -13,6 +13,8 @@ class StereoMeter : public QWidget
     Q_OBJECT
 
 public:
+    static constexpr int kHeight = 32; ///< of both bars and their scale
+
     explicit StereoMeter(const QString& leftName, const QString& rightName, QWidget* parent = nullptr);
 
     VLLevelMeterView& left() { return *mLeft; }

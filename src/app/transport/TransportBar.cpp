@@ -1,6 +1,7 @@
 #include "app/transport/TransportBar.h"
 
 #include "app/look/ThemedIcon.h"
+#include "app/transport/LoudnessView.h"
 #include "app/transport/OutputLevelSlider.h"
 #include "app/transport/StereoMeter.h"
 #include "app/transport/TimeReadout.h"
@@ -57,6 +58,7 @@ TransportBar::TransportBar(const QList<QAction*>& buttons, QMenu& speeds, Wavefo
     , mMeters(new StereoMeter(qtTrId("output-meter-left"),
                               //% "Output level, right"
                               qtTrId("output-meter-right"), this))
+    , mLoudness(new LoudnessView(this))
     , mSlider(new OutputLevelSlider(this))
     , mLevelText(new QLabel(this))
     , mSpeed(new QToolButton(this))
@@ -117,6 +119,8 @@ void TransportBar::addLevel()
     mLayout->addWidget(mSlider);
     mLayout->addWidget(mLevelText);
     mLayout->addWidget(mMeters);
+    mLayout->addWidget(mLoudness);
+    mLoudness->hide();
 }
 
 void TransportBar::showSpeed(double speed)

@@ -12,6 +12,7 @@ class QToolButton;
 namespace velloria
 {
 
+class LoudnessView;
 class OutputLevelSlider;
 class StereoMeter;
 class TimeReadout;
@@ -38,6 +39,8 @@ public:
 
     TimeReadout& readout() { return *mReadout; }
     StereoMeter& outputMeters() { return *mMeters; }
+    /// Hidden until it is wanted.
+    LoudnessView& loudness() { return *mLoudness; }
     OutputLevelSlider& levelSlider() { return *mSlider; }
     QString outputLevelText() const;
     QString speedText() const;
@@ -51,6 +54,7 @@ private:
     QHBoxLayout* mButtons;
     TimeReadout* mReadout;
     StereoMeter* mMeters;
+    LoudnessView* mLoudness;
     OutputLevelSlider* mSlider;
     QLabel* mLevelText;
     QToolButton* mSpeed;

@@ -113,6 +113,7 @@ void DocumentWindow::replaceDocument(std::shared_ptr<SoundDocument> document)
     adopt(std::move(document));
     mHistory->setStack(&this->document().undoManager());
     mMarkerList->setDocument(mController->sharedDocument());
+    showOrHideLoudness();
     if (mMessageBar->offersUndo())
         mMessageBar->hide();
     mView->context().documentDidReload();
@@ -247,6 +248,7 @@ void DocumentWindow::settingsDidChange()
 {
     mView->context().reloadSettings();
     mMarkerList->model().refresh();
+    showOrHideLoudness();
     updateState();
 }
 

@@ -79,6 +79,7 @@ public:
     WaveformViewGeometry* mainView() override;
     void transportDidChange() override;
     void outputLevelsDidChange(double leftDB, double rightDB) override;
+    void outputLoudnessDidChange(const LoudnessReading& reading) override;
     void playbackVolumeDidChange() override;
     void playbackFailed(const QString& message) override;
     void playbackWasInterrupted(StopReason reason) override;
@@ -112,6 +113,7 @@ private:
     /// Says, once, that another program changed the file that the document lives in or reads.
     void tellOfChangedFile();
     void settingsDidChange();
+    void showOrHideLoudness();
     void cancelOpening();
     void updateEditing();
     bool finishTake();

@@ -4,14 +4,17 @@
 
 #include "app/menus/DocumentMenus.h"
 #include "app/menus/MarkerActions.h"
+#include "app/preferences/Settings.h"
 #include "app/progress/MessageBar.h"
 #include "app/progress/ProgressSheet.h"
+#include "app/transport/LoudnessView.h"
 #include "app/transport/StereoMeter.h"
 #include "app/transport/TransportBar.h"
 #include "app/waveform/WaveformView.h"
 #include "app/window/MarkerListDock.h"
 #include "controllers/RecordingController.h"
 #include "controllers/TransportController.h"
+#include "platform/UserDefaults.h"
 
 namespace velloria
 {
@@ -102,6 +105,7 @@ void DocumentWindow::transportDidChange()
     const bool isRecording = mController->recording().isRecording();
     if (isRecording != mWasRecording) {
         mWasRecording = isRecording;
+        showOrHideLoudness();
         updateEditing();
         mMenus->update();
     }
@@ -114,6 +118,20 @@ void DocumentWindow::outputLevelsDidChange(double leftDB, double rightDB)
 {
     if (mTransportBar)
         mTransportBar->outputMeters().setLevels(leftDB, rightDB);
+}
+
+void DocumentWindow::outputLoudnessDidChange(const LoudnessReading& reading)
+{
+    if (mTransportBar)
+        mTransportBar->loudness().setReading(reading);
+}
+
+void DocumentWindow::showOrHideLoudness()
+{
+    const bool isShown = UserDefaults::standard().boolValue(Settings::showsLoudness);
+    // A recording has its own meters in that place.
+    mTransportBar->loudness().setVisible(isShown && !mController->recording().isRecording());
+    mController->transport().measureLoudness(isShown);
 }
 
 void DocumentWindow::playbackVolumeDidChange()

@@ -9,6 +9,7 @@
 #include "app/menus/TransportActions.h"
 #include "app/menus/ViewActions.h"
 #include "app/progress/MessageBar.h"
+#include "app/transport/LoudnessView.h"
 #include "app/transport/OutputLevelSlider.h"
 #include "app/transport/TransportBar.h"
 #include "app/waveform/LevelScale.h"
@@ -123,10 +124,13 @@ void DocumentWindow::buildTransportBar()
     layout->insertWidget(layout->indexOf(mStatusLine), mTransportBar);
     connect(&mTransportBar->levelSlider(), &OutputLevelSlider::decibelsAsked, this,
             [this](double decibels) { mController->transport().takeOutputGainValueFrom(decibels); });
+    connect(&mTransportBar->loudness(), &LoudnessView::clicked, this,
+            [this] { mController->transport().resetLoudness(); });
     connect(&mView->context(), &WaveformContext::viewChanged, this,
             [this] { mController->transport().didScrollHorizontally(); });
     mMenus->recording().addToBar(*mTransportBar);
     playbackVolumeDidChange();
+    showOrHideLoudness();
 }
 
 } // namespace velloria

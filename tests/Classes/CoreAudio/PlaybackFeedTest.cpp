@@ -93,6 +93,42 @@ TEST(PlaybackClockTest, IsReadWhileItIsWritten)
     device.join();
 }
 
+TEST_F(PlaybackFeedTest, KeepsWhatItRenderedForWhoWantsIt)
+{
+    std::vector<float> pairs;
+    for (int frame = 0; frame < 2048; ++frame)
+        pairs.insert(pairs.end(), {static_cast<float>(frame), static_cast<float>(-frame)});
+    feed.gain = 0.5F;
+    const auto play = [&] {
+        feed.ring.appendFloats(pairs.data(), 2048, 2, 0);
+        for (int call = 0; call < 5; ++call)
+            render(512);
+    };
+    const auto taken = [this] {
+        const std::span<const float> frames = feed.rendered().take();
+        return std::vector<float>(frames.begin(), frames.end());
+    };
+    play();
+    EXPECT_EQ(taken(), std::vector<float>()) << "nobody wanted it";
+    feed.rendered().setWanted(true);
+    play();
+    EXPECT_EQ(taken(), pairs) << "before the gain, without the silence behind it";
+    EXPECT_EQ(taken(), std::vector<float>());
+    play();
+    feed.rendered().setWanted(false);
+    play();
+    feed.rendered().setWanted(true);
+    EXPECT_EQ(taken(), std::vector<float>()) << "what came before the pause is of no use";
+    // Nobody fetches it: the memory is full at some time, and what does not fit is lost.
+    for (int i = 0; i < 6; ++i)
+        play();
+    const std::vector<float> kept = taken();
+    EXPECT_EQ(kept.size(), size_t{2} * 8191);
+    EXPECT_TRUE(std::equal(pairs.begin(), pairs.end(), kept.begin() + 2 * std::ssize(pairs)));
+    play();
+    EXPECT_EQ(taken(), pairs);
+}
+
 TEST(PeakHolderTest, TellsSilenceFromNothing)
 {
     PeakHolder peaks;

@@ -223,6 +223,8 @@ TEST_F(PlayingSpeedTest, DoesNothingInACallbackThatMightWait)
     for (const double deviceRate : {44100.0, 48000.0}) {
         setDevice(SimulatedHardware::outputDevice(2, QStringLiteral("out"), deviceRate));
         makeSine(900000);
+        // Nobody fetches it, so that its memory fills up, too.
+        transport().keepRendered(true);
         transport().setPlaybackSpeed(1.0);
         transport().setAudioPlaybackLoops(true);
         transport().playSelection(range(1000, 700000), 0);

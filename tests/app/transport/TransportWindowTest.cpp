@@ -3,6 +3,7 @@
 #include "app/menus/TransportActions.h"
 #include "app/preferences/Settings.h"
 #include "app/progress/MessageBar.h"
+#include "app/transport/LoudnessView.h"
 #include "app/transport/OutputLevelSlider.h"
 #include "app/transport/StereoMeter.h"
 #include "app/transport/TimeReadout.h"
@@ -121,6 +122,50 @@ TEST_F(TransportWindowTest, IsPlayedWithTheKeyboardAlone)
     for (const Qt::Key key : {Qt::Key_5, Qt::Key_6, Qt::Key_7, Qt::Key_8})
         press(key);
     EXPECT_EQ(controller().transport().cueTime(), 0);
+}
+
+TEST_F(TransportWindowTest, ShowsTheLoudnessWhereItIsWanted)
+{
+    LoudnessView& view = part<TransportBar>(*window).loudness();
+    EXPECT_FALSE(view.isVisible());
+    const QList<QAction*> actions = window->findChildren<QAction*>();
+    const auto found = std::find_if(actions.begin(), actions.end(), [](const QAction* action) {
+        return action->data().toString() == Settings::showsLoudness;
+    });
+    ASSERT_NE(found, actions.end());
+    QAction* const toggle = *found;
+    toggle->trigger();
+    EXPECT_TRUE(view.isVisible());
+    EXPECT_TRUE(UserDefaults::standard().boolValue(Settings::showsLoudness)) << "remembered";
+    keepPicture(*window, QStringLiteral("loudness-idle"));
+    press(Qt::Key_Space);
+    hear(35280);
+    ASSERT_TRUE(waitUntil([&] { return view.reading().momentary > -10; }));
+    EXPECT_TRUE(view.accessibleDescription().startsWith(QStringLiteral("Momentary -"))) << "told, too";
+    for (const bool isDark : {false, true}) {
+        QApplication::setPalette(isDark ? ThemePalettes::dark() : ThemePalettes::light());
+        LoudnessReading reading = view.reading();
+        reading.shortTerm = -14.2;
+        view.setReading(reading);
+        QCoreApplication::processEvents();
+        keepPicture(*window, isDark ? QStringLiteral("loudness-dark") : QStringLiteral("loudness-light"));
+    }
+    QApplication::setPalette(ThemePalettes::light());
+    QTest::mouseClick(&view, Qt::LeftButton);
+    EXPECT_EQ(view.reading().integrated, LoudnessReading::kNothing);
+    toggle->trigger();
+    EXPECT_FALSE(view.isVisible());
+    UserDefaults::standard().removeValue(Settings::showsLoudness);
+}
+
+TEST(LoudnessViewTest, ShowsNumbersOrDashes)
+{
+    EXPECT_EQ(LoudnessView::textOf(-23.04), QStringLiteral("-23.0"));
+    EXPECT_EQ(LoudnessView::textOf(-70.1), QStringLiteral("–")) << "below the absolute gate is silence";
+    EXPECT_EQ(LoudnessView::textOf(LoudnessReading::kNothing), QStringLiteral("–"));
+    LoudnessView view;
+    EXPECT_EQ(view.xPositionForValue(LoudnessReading::kNothing), 0);
+    EXPECT_EQ(view.xPositionForValue(0), view.width());
 }
 
 TEST_F(TransportWindowTest, TypingANameIsNoCommand)
