@@ -1924,7 +1924,7 @@ What the window shows: %3</source>
         <translation type="unfinished"></translation>
     </message>
     <message id="keyboard-tip">
-        <source>Click a key, or play with the letters: A to L are white keys, the row above black ones; Z and X change the octave.</source>
+        <source>Click a key, or play with the letters: A to L are white keys, the row above black ones; Z and X change the octave. The arrow keys choose a key, and the space bar plays it.</source>
         <translation type="unfinished"></translation>
     </message>
     <message id="notes-remove">

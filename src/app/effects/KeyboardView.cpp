@@ -20,6 +20,8 @@ constexpr int kNotesPerOctave = 12;
 constexpr int kWhitePerOctave = 7;
 constexpr int kNumOctaves = 3;
 constexpr int kNumNotes = kNumOctaves * kNotesPerOctave + 1;
+constexpr int kHighestFirstNote = (NoteGenerator::kNumNotes - kNumNotes) / kNotesPerOctave * kNotesPerOctave;
+constexpr int kHighestNote = kHighestFirstNote + kNumNotes - 1;
 constexpr int kNumWhite = kNumOctaves * kWhitePerOctave + 1;
 /// Where the letters begin: the second C.
 constexpr int kLettersFrom = kNotesPerOctave;
@@ -53,8 +55,9 @@ KeyboardView::KeyboardView(QWidget* parent)
     //% "Piano keyboard"
     setAccessibleName(qtTrId("keyboard-name"));
     //% "Click a key, or play with the letters: A to L are white keys, the row above black ones; Z and X change the "
-    //% "octave."
+    //% "octave. The arrow keys choose a key, and the space bar plays it."
     setToolTip(qtTrId("keyboard-tip"));
+    mark(mMarked);
 }
 
 QSize KeyboardView::sizeHint() const
@@ -64,10 +67,58 @@ QSize KeyboardView::sizeHint() const
 
 void KeyboardView::moveByOctaves(int count)
 {
-    const int lowest = 0;
-    const int highest = (NoteGenerator::kNumNotes - kNumNotes) / kNotesPerOctave * kNotesPerOctave;
-    mFirstNote = std::clamp(mFirstNote + count * kNotesPerOctave, lowest, highest);
+    const int moved = std::clamp(mFirstNote + count * kNotesPerOctave, 0, kHighestFirstNote) - mFirstNote;
+    mFirstNote += moved;
+    mark(mMarked + moved);
+}
+
+void KeyboardView::mark(int note)
+{
+    mMarked = std::clamp(note, 0, kHighestNote);
+    while (mMarked < mFirstNote)
+        mFirstNote -= kNotesPerOctave;
+    while (mMarked >= mFirstNote + kNumNotes)
+        mFirstNote += kNotesPerOctave;
+    setAccessibleDescription(NoteGenerator::nameOfNote(mMarked));
     update();
+}
+
+/// False for a key that moves nothing.
+bool KeyboardView::moveMark(int key)
+{
+    switch (key) {
+    case Qt::Key_Left:
+        mark(mMarked - 1);
+        return true;
+    case Qt::Key_Right:
+        mark(mMarked + 1);
+        return true;
+    case Qt::Key_Down:
+        mark(mMarked - kNotesPerOctave);
+        return true;
+    case Qt::Key_Up:
+        mark(mMarked + kNotesPerOctave);
+        return true;
+    case Qt::Key_Home:
+        mark(mFirstNote);
+        return true;
+    case Qt::Key_End:
+        mark(mFirstNote + kNumNotes - 1);
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// What a key of the computer's keyboard plays.
+std::optional<int> KeyboardView::noteOfKey(int key) const
+{
+    if (key == Qt::Key_Space)
+        return mMarked;
+    const auto* const letter = std::find(kLetters.begin(), kLetters.end(), key);
+    if (letter == kLetters.end())
+        return std::nullopt;
+    return mFirstNote + kLettersFrom + static_cast<int>(letter - kLetters.begin());
 }
 
 QRectF KeyboardView::rectOfNote(int note) const
@@ -124,20 +175,23 @@ void KeyboardView::mouseReleaseEvent(QMouseEvent* event)
 
 void KeyboardView::keyPressEvent(QKeyEvent* event)
 {
-    const auto* const letter = std::find(kLetters.begin(), kLetters.end(), event->key());
-    const bool isPlain = !(event->modifiers() & ~Qt::ShiftModifier);
-    if (!isPlain || (letter == kLetters.end() && event->key() != Qt::Key_Z && event->key() != Qt::Key_X)) {
+    const int key = event->key();
+    const bool isPlain = !(event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier));
+    if (isPlain && moveMark(key))
+        return;
+    const std::optional<int> note = noteOfKey(key);
+    if (!isPlain || (!note && key != Qt::Key_Z && key != Qt::Key_X)) {
         QWidget::keyPressEvent(event);
         return;
     }
     if (event->isAutoRepeat())
         return;
-    if (letter == kLetters.end()) {
-        moveByOctaves(event->key() == Qt::Key_Z ? -1 : 1);
+    if (!note) {
+        moveByOctaves(key == Qt::Key_Z ? -1 : 1);
         return;
     }
-    mHeldKey = event->key();
-    press(mFirstNote + kLettersFrom + static_cast<int>(letter - kLetters.begin()));
+    mHeldKey = key;
+    press(note);
 }
 
 void KeyboardView::keyReleaseEvent(QKeyEvent* event)
@@ -178,6 +232,16 @@ void KeyboardView::drawKey(QPainter& painter, int note) const
                      NoteGenerator::nameOfNote(note));
 }
 
+void KeyboardView::drawMark(QPainter& painter) const
+{
+    const QRectF key = rectOfNote(mMarked);
+    const double radius = key.width() * (isBlack(mMarked) ? 0.3 : 0.2);
+    const double below = isBlack(mMarked) ? 10.0 : 28.0;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(palette().color(mHeld == mMarked ? QPalette::HighlightedText : QPalette::Highlight));
+    painter.drawEllipse(QPointF(key.center().x() + 0.5, key.bottom() - below), radius, radius);
+}
+
 void KeyboardView::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -187,6 +251,7 @@ void KeyboardView::paintEvent(QPaintEvent*)
             if (isBlack(note) == black)
                 drawKey(painter, note);
     if (hasFocus()) {
+        drawMark(painter);
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
         painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 3, 3);

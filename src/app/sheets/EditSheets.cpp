@@ -26,6 +26,8 @@ namespace velloria
 namespace
 {
 
+/// The sheets of generators offer and keep the same one.
+const QString kDurationKey = QStringLiteral("insert.duration");
 constexpr double kLowestLevelDB = -96;
 constexpr double kHighestLevelDB = 24;
 
@@ -82,18 +84,25 @@ TimeField* addTime(FormSheet& sheet, const QString& label, double sampleRate, do
 void EditSheets::insertSilence(SoundController& controller, QWidget& window)
 {
     const double selected = controller.selection().normalizedSelection().duration();
+    const double kept = UserDefaults::standard().doubleValue(kDurationKey);
     //% "Insert Silence"
     const QString title = qtTrId("sheet-silence");
     //% "Insert"
     FormSheet sheet(title, qtTrId("sheet-insert"), &window);
     //% "Length:"
     const TimeField* const length = addTime(sheet, qtTrId("sheet-length"), controller.document().sampleRate(),
-                                            selected > 0 ? selected : 1.0);
+                                            selected > 0 ? selected
+                                            : kept > 0   ? kept
+                                                         : 1.0);
     //% "At the start of the selection, on its tracks. What follows moves back."
     sheet.addNote(qtTrId("sheet-silence-note"));
     sheet.setCondition([length] { return length->time().value_or(0) > 0; });
-    if (sheet.ask())
-        report(window, controller.editing().insertSilence(*length->time(), title));
+    if (!sheet.ask())
+        return;
+    // The selection's length, left as it was, is none to be offered elsewhere.
+    if (*length->time() != selected)
+        UserDefaults::standard().setValue(kDurationKey, *length->time());
+    report(window, controller.editing().insertSilence(*length->time(), title));
 }
 
 void EditSheets::mixPaste(SoundController& controller, QWidget& window)

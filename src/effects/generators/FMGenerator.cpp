@@ -20,6 +20,8 @@ const std::vector<ParameterDescription>& FMGenerator::describeParameters()
                                  QStringLiteral("deviation"), QStringLiteral("Deviation")));
         made[kModulation].minimum = 0.1;
         made[kDeviation].minimum = 0.0;
+        // Beyond lies what is typed: a slider up to the highest frequency would have no room for a vibrato.
+        made[kDeviation].maximum = 200.0;
         made[kDeviation].hardMinimum = 0.0;
         return made;
     }();

@@ -112,6 +112,61 @@ TEST_F(GeneratorDialogTest, NotesArePlayedWithKeysAndMouseAndInsertedInTheirOrde
     }
 }
 
+TEST_F(GeneratorDialogTest, TheOtherSheetsHaveTheirRowsAndNames)
+{
+    const std::pair<const char*, QStringList> sheets[] = {
+        {"Insert Noise…", {QStringLiteral("Duration"), QStringLiteral("Amplitude")}},
+        {"Insert FM Tone…",
+         {QStringLiteral("Duration"), QStringLiteral("Amplitude"), QStringLiteral("Carrier"),
+          QStringLiteral("Modulation"), QStringLiteral("Deviation")}}};
+    for (const bool isDark : {false, true}) {
+        QApplication::setPalette(isDark ? ThemePalettes::dark() : ThemePalettes::light());
+        for (const auto& [title, names] : sheets) {
+            GeneratorDialog& sheet = openSheet(title);
+            ASSERT_EQ(static_cast<qsizetype>(sheet.rows().size()), names.size());
+            for (qsizetype i = 0; i < names.size(); ++i)
+                EXPECT_EQ(sheet.rows()[static_cast<size_t>(i)]->description().name, names[i]);
+            keepPicture(sheet, QStringLiteral("insert-%1-%2")
+                                   .arg(names.size())
+                                   .arg(isDark ? QStringLiteral("dark") : QStringLiteral("light")));
+            sheet.reject();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        }
+    }
+    QApplication::setPalette(ThemePalettes::light());
+}
+
+TEST_F(GeneratorDialogTest, ArrowKeysChooseAPianoKeyAndTheSpaceBarPlaysIt)
+{
+    auto& sheet = dynamic_cast<NoteSheet&>(openSheet("Insert Notes…"));
+    sheet.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&sheet)) << "or the space bar is the editor's";
+    KeyboardView& keyboard = sheet.keyboard();
+    keyboard.setFocus();
+    std::vector<int> played;
+    QObject::connect(&keyboard, &KeyboardView::notePressed, [&played](int note) { played.push_back(note); });
+    const std::pair<Qt::Key, int> moves[] = {{Qt::Key_Right, 61}, {Qt::Key_Left, 60},  {Qt::Key_Up, 72},
+                                             {Qt::Key_Up, 84},    {Qt::Key_Right, 85}, {Qt::Key_Home, 60},
+                                             {Qt::Key_Down, 48},  {Qt::Key_End, 84},   {Qt::Key_Z, 72}};
+    for (const auto& [key, note] : moves) {
+        QTest::keyClick(&keyboard, key);
+        EXPECT_EQ(keyboard.markedNote(), note);
+        EXPECT_TRUE(note >= keyboard.firstNote() && note <= keyboard.firstNote() + 36) << "in view";
+        QTest::keyPress(&keyboard, Qt::Key_Space);
+        EXPECT_EQ(keyboard.heldNote(), note);
+        QTest::keyRelease(&keyboard, Qt::Key_Space);
+        EXPECT_FALSE(keyboard.heldNote());
+    }
+    EXPECT_EQ(played.size(), std::size(moves));
+    EXPECT_EQ(keyboard.accessibleDescription(), QStringLiteral("C5"));
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Up})
+        for (int i = 0; i < 20; ++i) {
+            QTest::keyClick(&keyboard, key);
+            EXPECT_TRUE(keyboard.markedNote() >= 0 && keyboard.markedNote() < 128);
+            EXPECT_TRUE(keyboard.markedNote() >= keyboard.firstNote() && keyboard.firstNote() >= 0);
+        }
+}
+
 TEST_F(GeneratorDialogTest, KeysLieWhereTheyAreDrawn)
 {
     KeyboardView keyboard;

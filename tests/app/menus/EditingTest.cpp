@@ -87,6 +87,13 @@ TEST_F(EditingTest, SilenceOfATypedLengthInAnyUnit)
         window->controller().editing().undo();
         EXPECT_EQ(window->document().numberOfFrames(), 44'100);
     }
+    window->controller().selection().selectNone();
+    whenShown<FormSheet>([](FormSheet& sheet) {
+        EXPECT_EQ(sheet.findChild<TimeField*>()->time(), 0.5) << "offered again";
+        sheet.reject();
+    });
+    EditSheets::insertSilence(window->controller(), *window);
+    UserDefaults::standard().removeValue(QStringLiteral("insert.duration"));
 }
 
 TEST_F(EditingTest, SheetsDoWhatTheyAreAskedFor)
