@@ -25,6 +25,7 @@ constexpr double kLabelSpacing = 52.0;
 /// Within so many pixels of the pointer the highest bin is what is meant.
 constexpr double kReach = 6.0;
 constexpr QSize kSize(780, 400);
+constexpr QSize kSmallestSize(360, 200);
 
 QString frequencyLabel(double frequency)
 {
@@ -52,19 +53,12 @@ double roundedUp(double step)
 } // namespace
 
 SpectrumChart::SpectrumChart(QWidget* parent)
-    : QWidget(parent)
+    : Chart({kLeftMargin, kBottomMargin, kMargin}, kSize, parent)
 {
     setMouseTracking(true);
-    setFocusPolicy(Qt::StrongFocus);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    setMinimumSize(360, 200);
+    setMinimumSize(kSmallestSize);
     //% "Spectrum"
     setAccessibleName(qtTrId("spectrum-title"));
-}
-
-QSize SpectrumChart::sizeHint() const
-{
-    return kSize;
 }
 
 void SpectrumChart::showSpectrum(AverageSpectrum spectrum, const QStringList& trackNames)
@@ -85,11 +79,6 @@ void SpectrumChart::setLowestLevelDB(double levelDB)
 {
     mLowestLevelDB = levelDB;
     update();
-}
-
-QRectF SpectrumChart::area() const
-{
-    return QRectF(rect()).adjusted(kLeftMargin, kMargin, -kMargin, -kBottomMargin);
 }
 
 double SpectrumChart::highestFrequency() const
@@ -195,18 +184,6 @@ void SpectrumChart::keyPressEvent(QKeyEvent* event)
     }
 }
 
-void SpectrumChart::focusInEvent(QFocusEvent* event)
-{
-    QWidget::focusInEvent(event);
-    update();
-}
-
-void SpectrumChart::focusOutEvent(QFocusEvent* event)
-{
-    QWidget::focusOutEvent(event);
-    update();
-}
-
 QColor SpectrumChart::colorOfTrack(size_t track) const
 {
     const Theme theme = Theme::fromPalette(palette());
@@ -258,39 +235,23 @@ void SpectrumChart::paintEvent(QPaintEvent*)
 void SpectrumChart::paintGrid(QPainter& painter) const
 {
     const Theme theme = Theme::fromPalette(palette());
-    const QRectF inner = area();
-    painter.fillRect(inner, theme.lane);
+    paintBackground(painter);
     const double highest = highestLevelDB();
     const double step = kLevelStepDB * std::ceil((highest - mLowestLevelDB) / kLevelStepDB * 22.0 /
-                                                 std::max(inner.height(), 44.0));
+                                                 std::max(area().height(), 44.0));
     for (int i = 0; highest - i * step >= mLowestLevelDB; ++i) {
         const double level = highest - i * step;
-        const double y = std::round(yOfLevel(level)) + 0.5;
-        painter.setPen(QPen(theme.grid, 1));
-        painter.drawLine(QPointF(inner.left(), y), QPointF(inner.right(), y));
-        painter.setPen(theme.secondaryText);
-        painter.drawText(QRectF(0, y - 10, kLeftMargin - 6, 20), Qt::AlignRight | Qt::AlignVCenter,
-                         QLocale().toString(level, 'f', 0));
+        paintLevelLine(painter, std::round(yOfLevel(level)) + 0.5, theme.grid,
+                       QLocale().toString(level, 'f', 0));
     }
-    double labelEnd = 0;
+    double nameEnd = 0;
     for (const double frequency : frequencyLines()) {
         const double x = std::round(xOfFrequency(frequency)) + 0.5;
-        painter.setPen(QPen(theme.grid, 1));
-        painter.drawLine(QPointF(x, inner.top()), QPointF(x, inner.bottom()));
-        if (mIsLogarithmic && !hasLabel(frequency))
-            continue;
-        const QString label = frequencyLabel(frequency);
-        const double labelWidth = painter.fontMetrics().horizontalAdvance(label);
-        const double left = std::min(x - labelWidth / 2, width() - labelWidth - 2);
-        if (left < labelEnd + 8)
-            continue;
-        labelEnd = left + labelWidth;
-        painter.setPen(theme.secondaryText);
-        painter.drawText(QRectF(left, inner.bottom() + 4, labelWidth + 1, 18),
-                         Qt::AlignLeft | Qt::AlignVCenter, label);
+        paintPlaceLine(painter, x, theme.grid);
+        if (!mIsLogarithmic || hasLabel(frequency))
+            nameEnd = paintPlaceName(painter, x, frequencyLabel(frequency), nameEnd);
     }
-    painter.setPen(QPen(hasFocus() ? palette().color(QPalette::Highlight) : theme.separator, 1));
-    painter.drawRect(inner);
+    paintFrame(painter);
 }
 
 void SpectrumChart::paintTrack(QPainter& painter, size_t track) const

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "app/look/Chart.h"
 #include "measurement/AverageSpectrum.h"
 
 #include <QColor>
 #include <QStringList>
-#include <QWidget>
 #include <optional>
 
 namespace velloria
@@ -12,7 +12,7 @@ namespace velloria
 
 /// Draws a spectrum, one line a track, and reads out the peak near the pointer or, with the arrow keys, near
 /// the place chosen before.
-class SpectrumChart : public QWidget
+class SpectrumChart : public Chart
 {
     Q_OBJECT
 
@@ -30,7 +30,6 @@ public:
     /// "1,000.3 Hz  B5 +21  −20.1 dB"; empty without a read-out.
     QString readout() const;
 
-    QSize sizeHint() const override;
     double xOfFrequency(double frequency) const;
     double frequencyAtX(double x) const;
 
@@ -42,11 +41,8 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    QRectF area() const;
     double lowestFrequency() const;
     double highestFrequency() const;
     double yOfLevel(double levelDB) const;

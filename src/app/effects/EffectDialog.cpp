@@ -9,11 +9,8 @@
 #include "effects/frame/Filter.h"
 
 #include <QCoreApplication>
-#include <QDialogButtonBox>
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
@@ -21,30 +18,18 @@
 namespace velloria
 {
 
-namespace
-{
-
-constexpr int kSummaryWidth = 420;
-
-} // namespace
-
 EffectDialog::EffectDialog(std::shared_ptr<Filter> filter, const QString& summary, QWidget* parent)
-    : QDialog(parent, Qt::Sheet)
+    : ParameterSheet(filter->name(), parent)
     , mFilter(std::move(filter))
 {
-    setWindowModality(Qt::WindowModal);
-    setWindowTitle(mFilter->name());
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(22, 18, 22, 16);
-    layout->setSpacing(14);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    addHeader(*layout, summary);
-    addResponse(*layout);
-    addParameters(*layout);
-    addPreview(*layout);
-    addButtons(*layout);
-    const auto first = std::find_if(mRows.begin(), mRows.end(), [](ParameterRow* row) { return row; });
-    if (first != mRows.end())
+    addPresets(addHeader(summary));
+    addResponse();
+    addParameters();
+    addPreview();
+    //% "OK"
+    addButtons(qtTrId("ok"));
+    const auto first = std::find_if(rows().begin(), rows().end(), [](ParameterRow* row) { return row; });
+    if (first != rows().end())
         (*first)->editor()->setFocus();
     else if (mEnvelope)
         mEnvelope->setFocus();
@@ -58,36 +43,12 @@ EffectDialog::~EffectDialog()
     mFilter->parameters().removeObserver(mObserver);
 }
 
-void EffectDialog::addHeader(QVBoxLayout& layout, const QString& summary)
-{
-    auto* const title = new QLabel(mFilter->name(), this);
-    QFont font = title->font();
-    font.setBold(true);
-    font.setPointSizeF(font.pointSizeF() * 1.25);
-    title->setFont(font);
-    auto* const header = new QVBoxLayout;
-    header->setSpacing(4);
-    auto* const first = new QHBoxLayout;
-    first->addWidget(title);
-    first->addStretch(1);
-    addPresets(*first);
-    header->addLayout(first);
-    if (!summary.isEmpty()) {
-        auto* const text = new QLabel(summary, this);
-        text->setWordWrap(true);
-        text->setMinimumWidth(kSummaryWidth);
-        text->setForegroundRole(QPalette::PlaceholderText);
-        header->addWidget(text);
-    }
-    layout.addLayout(header);
-}
-
-void EffectDialog::addResponse(QVBoxLayout& layout)
+void EffectDialog::addResponse()
 {
     mResponse = ResponseEditor::create(
         *mFilter, [this](const std::function<void()>& setParameters) { edit(setParameters); }, this);
     if (mResponse)
-        layout.addWidget(mResponse);
+        column().addWidget(mResponse);
 }
 
 void EffectDialog::addPresets(QHBoxLayout& layout)
@@ -103,37 +64,34 @@ void EffectDialog::addPresets(QHBoxLayout& layout)
     layout.addWidget(mPresets);
 }
 
-void EffectDialog::addParameters(QVBoxLayout& layout)
+void EffectDialog::addParameters()
 {
-    auto* const grid = new QGridLayout;
-    grid->setHorizontalSpacing(12);
-    grid->setVerticalSpacing(10);
-    grid->setColumnStretch(1, 1);
-    layout.addLayout(grid);
     const EffectParameters& parameters = mFilter->parameters();
+    addRows(parameters, [&parameters](size_t index) { return !parameters[index].isList(); });
     for (size_t i = 0; i < parameters.size(); ++i) {
         mValuesBefore.push_back(parameters.value(i));
         mListsBefore.push_back(parameters.list(i));
-        mRows.push_back(nullptr);
-        if (parameters[i].isList()) {
-            if (!mResponse)
-                addEnvelope(layout, i);
-            continue;
-        }
-        auto* const row = new ParameterRow(parameters[i], *grid, static_cast<int>(i), this);
-        mRows.back() = row;
-        row->showValue(parameters.value(i));
-        connect(row, &ParameterRow::edited, this,
-                [this, i](double value) { edit([this, i, value] { mFilter->editParameter(i, value); }); });
+        if (parameters[i].isList() && !mResponse)
+            addEnvelope(i);
     }
     showWhatIsUsed();
 }
 
-void EffectDialog::addEnvelope(QVBoxLayout& layout, size_t index)
+void EffectDialog::setParameter(size_t index, double value)
+{
+    edit([this, index, value] { mFilter->editParameter(index, value); });
+}
+
+void EffectDialog::resetParameters()
+{
+    edit([this] { mFilter->parameters().reset(); });
+}
+
+void EffectDialog::addEnvelope(size_t index)
 {
     mEnvelope = new EnvelopeEditor(this);
     mEnvelope->showNumbers(mFilter->parameters().list(index));
-    layout.addWidget(mEnvelope);
+    column().addWidget(mEnvelope);
     connect(mEnvelope, &EnvelopeEditor::edited, this, [this, index](const std::vector<double>& numbers) {
         edit([this, index, &numbers] { mFilter->parameters().setList(index, numbers); });
     });
@@ -157,9 +115,7 @@ void EffectDialog::edit(const std::function<void()>& setParameters)
 void EffectDialog::parameterDidChange(size_t index)
 {
     const EffectParameters& parameters = mFilter->parameters();
-    // What a person is typing is not touched: it is what the effect has taken.
-    if (ParameterRow* const row = mRows[index]; row && row->value() != parameters.value(index))
-        row->showValue(parameters.value(index));
+    followParameter(parameters, index);
     if (mEnvelope && parameters[index].isList())
         mEnvelope->showNumbers(parameters.list(index));
     if (mResponse)
@@ -169,40 +125,23 @@ void EffectDialog::parameterDidChange(size_t index)
 
 void EffectDialog::showWhatIsUsed()
 {
-    for (size_t i = 0; i < mRows.size(); ++i)
-        if (mRows[i])
-            mRows[i]->setEnabled(mFilter->parameters().isUsed(i) && (!mResponse || mResponse->hasEffect(i)));
+    for (size_t i = 0; i < rows().size(); ++i)
+        if (rows()[i])
+            rows()[i]->setEnabled(mFilter->parameters().isUsed(i) && (!mResponse || mResponse->hasEffect(i)));
 }
 
-void EffectDialog::addButtons(QVBoxLayout& layout)
-{
-    auto* const buttons = new QDialogButtonBox(
-        QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::RestoreDefaults, this);
-    //% "Defaults"
-    buttons->button(QDialogButtonBox::RestoreDefaults)->setText(qtTrId("effect-defaults"));
-    //% "OK"
-    buttons->button(QDialogButtonBox::Ok)->setText(qtTrId("ok"));
-    buttons->button(QDialogButtonBox::Cancel)->setText(qtTrId("cancel"));
-    buttons->button(QDialogButtonBox::Ok)->setDefault(true);
-    layout.addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &EffectDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &EffectDialog::reject);
-    connect(buttons->button(QDialogButtonBox::RestoreDefaults), &QPushButton::clicked, this,
-            [this] { edit([this] { mFilter->parameters().reset(); }); });
-}
-
-void EffectDialog::addPreview(QVBoxLayout& layout)
+void EffectDialog::addPreview()
 {
     if (!mFilter->source())
         return;
     mPreview = new PreviewControls(*mFilter, this);
-    layout.addWidget(mPreview);
+    column().addWidget(mPreview);
     connect(mPreview, &PreviewControls::willPlay, this, &EffectDialog::previewWillStart);
     if (!mFilter->lowersGain())
         return;
     auto* const meters =
         new EffectMeters([this] { return mPreview ? mPreview->takeHeardLevels() : std::nullopt; }, this);
-    layout.addWidget(meters);
+    column().addWidget(meters);
     connect(mPreview, &PreviewControls::playingChanged, meters, &EffectMeters::setRunning);
 }
 
@@ -221,7 +160,7 @@ void EffectDialog::done(int result)
             parameters.setList(i, mListsBefore[i]);
         }
     }
-    QDialog::done(result);
+    ParameterSheet::done(result);
 }
 
 } // namespace velloria

@@ -1,19 +1,14 @@
 #pragma once
 
-#include <QDialog>
-#include <functional>
-#include <memory>
-#include <vector>
+#include "app/effects/ParameterSheet.h"
 
-class QHBoxLayout;
-class QVBoxLayout;
+#include <memory>
 
 namespace velloria
 {
 
 class EnvelopeEditor;
 class Filter;
-class ParameterRow;
 class PresetButton;
 class PreviewControls;
 class ResponseEditor;
@@ -21,7 +16,7 @@ class ResponseEditor;
 /// The dialog of any effect, made from the effect's own description of its parameters. What a person changes
 /// is the effect's at once, and the rows follow whatever the effect changes itself. OK keeps the values for
 /// the next time; Cancel brings back those before. An effect that has its source can be heard meanwhile.
-class EffectDialog : public QDialog
+class EffectDialog : public ParameterSheet
 {
     Q_OBJECT
 
@@ -29,8 +24,6 @@ public:
     EffectDialog(std::shared_ptr<Filter> filter, const QString& summary, QWidget* parent);
     ~EffectDialog() override;
 
-    /// One a parameter, in their order; null for an envelope.
-    const std::vector<ParameterRow*>& rows() const { return mRows; }
     /// Null for an effect without a source.
     PreviewControls* preview() const { return mPreview; }
     /// Null for an effect without presets.
@@ -42,12 +35,12 @@ Q_SIGNALS:
     void previewWillStart();
 
 private:
-    void addHeader(QVBoxLayout& layout, const QString& summary);
-    void addResponse(QVBoxLayout& layout);
-    void addParameters(QVBoxLayout& layout);
-    void addEnvelope(QVBoxLayout& layout, size_t index);
-    void addPreview(QVBoxLayout& layout);
-    void addButtons(QVBoxLayout& layout);
+    void setParameter(size_t index, double value) override;
+    void resetParameters() override;
+    void addResponse();
+    void addParameters();
+    void addEnvelope(size_t index);
+    void addPreview();
     void addPresets(QHBoxLayout& layout);
     /// Changes the effect between two blocks of what is heard.
     void change(const std::function<void()>& setParameters);
@@ -57,7 +50,6 @@ private:
     void showWhatIsUsed();
 
     std::shared_ptr<Filter> mFilter;
-    std::vector<ParameterRow*> mRows;
     EnvelopeEditor* mEnvelope = nullptr;
     ResponseEditor* mResponse = nullptr;
     PreviewControls* mPreview = nullptr;

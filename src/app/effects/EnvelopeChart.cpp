@@ -44,19 +44,11 @@ QPointF rounded(QPointF point)
 } // namespace
 
 EnvelopeChart::EnvelopeChart(QWidget* parent)
-    : QWidget(parent)
+    : Chart({kLeftMargin, kBottomMargin, kMargin}, kSize, parent)
 {
-    setFocusPolicy(Qt::StrongFocus);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    setMinimumSize(kSize);
     //% "Click to add a point, drag it to move it. Page Up and Page Down choose a point, the arrow keys move it, "
     //% "Insert adds one behind it, Delete removes it."
     setToolTip(qtTrId("envelope-tip"));
-}
-
-QSize EnvelopeChart::sizeHint() const
-{
-    return kSize;
 }
 
 std::vector<double> EnvelopeChart::numbers() const
@@ -146,11 +138,6 @@ void EnvelopeChart::removeChosen()
     mIsDragging = false;
     choose(std::min(mChosen, static_cast<int>(mPoints.size()) - 1));
     Q_EMIT edited();
-}
-
-QRectF EnvelopeChart::area() const
-{
-    return QRectF(rect()).adjusted(kLeftMargin, kMargin, -kMargin, -kBottomMargin);
 }
 
 double EnvelopeChart::top() const
@@ -265,18 +252,6 @@ void EnvelopeChart::contextMenuEvent(QContextMenuEvent* event)
     menu.exec(event->globalPos());
 }
 
-void EnvelopeChart::focusInEvent(QFocusEvent* event)
-{
-    QWidget::focusInEvent(event);
-    update();
-}
-
-void EnvelopeChart::focusOutEvent(QFocusEvent* event)
-{
-    QWidget::focusOutEvent(event);
-    update();
-}
-
 void EnvelopeChart::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -289,32 +264,21 @@ void EnvelopeChart::paintEvent(QPaintEvent*)
 void EnvelopeChart::paintGrid(QPainter& painter) const
 {
     const Theme theme = Theme::fromPalette(palette());
-    const QRectF inner = area();
-    painter.fillRect(inner, theme.lane);
+    paintBackground(painter);
     const double highest = top();
     const double gainStep = highest <= 4 ? 0.5 : std::ceil(highest / 4);
     for (int i = 0; i * gainStep <= highest; ++i) {
         const double gain = i * gainStep;
-        const double y = placeOf({0, gain}).y();
-        painter.setPen(QPen(gain == 1.0 ? theme.axis : theme.grid, 1));
-        painter.drawLine(QPointF(inner.left(), y), QPointF(inner.right(), y));
-        painter.setPen(theme.secondaryText);
-        painter.drawText(QRectF(0, y - 10, kLeftMargin - 6, 20), Qt::AlignRight | Qt::AlignVCenter,
-                         percentText(gain));
+        paintLevelLine(painter, placeOf({0, gain}).y(), gain == 1.0 ? theme.axis : theme.grid,
+                       percentText(gain));
     }
+    double nameEnd = 0;
     for (int i = 0; i <= 4; ++i) {
         const double x = placeOf({i / 4.0, 0}).x();
-        painter.setPen(QPen(theme.grid, 1));
-        painter.drawLine(QPointF(x, inner.top()), QPointF(x, inner.bottom()));
-        painter.setPen(theme.secondaryText);
-        // The outer ones stay within the widget.
-        const double left = std::clamp(x - 30, 0.0, width() - 60.0);
-        const auto align = i == 4 ? Qt::AlignRight : Qt::AlignHCenter;
-        painter.drawText(QRectF(left, inner.bottom() + 4, 60, 16), align | Qt::AlignVCenter,
-                         percentText(i / 4.0));
+        paintPlaceLine(painter, x, theme.grid);
+        nameEnd = paintPlaceName(painter, x, percentText(i / 4.0), nameEnd);
     }
-    painter.setPen(QPen(hasFocus() ? palette().color(QPalette::Highlight) : theme.separator, 1));
-    painter.drawRect(inner);
+    paintFrame(painter);
 }
 
 void EnvelopeChart::paintLine(QPainter& painter) const

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "app/look/Chart.h"
+
 #include <QPointF>
-#include <QWidget>
 #include <vector>
 
 namespace velloria
@@ -10,7 +11,7 @@ namespace velloria
 /// The envelope of a fade as a line with points: x from 0 to 1 over the selection, y the gain as a factor.
 /// A click on the line adds a point, dragging moves one between its neighbours, Delete removes it; Page Up
 /// and Page Down choose another, the arrow keys move the chosen one. Two points stay.
-class EnvelopeChart : public QWidget
+class EnvelopeChart : public Chart
 {
     Q_OBJECT
 
@@ -33,7 +34,6 @@ public:
     void removeChosen();
     bool canRemove() const { return mPoints.size() > 2; }
 
-    QSize sizeHint() const override;
     // Between a point and its place in the widget.
     QPointF placeOf(QPointF point) const;
     QPointF pointAt(QPointF place) const;
@@ -50,11 +50,8 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    QRectF area() const;
     /// The gain at the upper edge: 2, or more where a point lies higher.
     double top() const;
     /// The point under a place; -1 for none.

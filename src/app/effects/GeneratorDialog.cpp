@@ -5,8 +5,6 @@
 #include "platform/UserDefaults.h"
 
 #include <QCoreApplication>
-#include <QDialogButtonBox>
-#include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QShortcut>
@@ -19,7 +17,6 @@ namespace velloria
 namespace
 {
 
-constexpr int kSummaryWidth = 420;
 constexpr size_t kNoneHidden = std::numeric_limits<size_t>::max();
 
 } // namespace
@@ -33,7 +30,7 @@ GeneratorDialog::GeneratorDialog(std::shared_ptr<Generator> generator, const QSt
 GeneratorDialog::GeneratorDialog(std::shared_ptr<Generator> generator, const QString& title,
                                  const QString& summary, double sampleRate, size_t hiddenParameter,
                                  QWidget* parent)
-    : QDialog(parent, Qt::Sheet)
+    : ParameterSheet(title, parent)
     , mGenerator(std::move(generator))
     , mDurationBefore(mGenerator->parameters().value(Generator::kDuration))
     , mPlace(new QVBoxLayout)
@@ -42,23 +39,16 @@ GeneratorDialog::GeneratorDialog(std::shared_ptr<Generator> generator, const QSt
         showMessage(reason == StopReason::requested ? QString() : qtTrId("preview-device-lost"));
     }))
 {
-    setWindowModality(Qt::WindowModal);
-    setWindowTitle(title);
-    auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(22, 18, 22, 16);
-    layout->setSpacing(14);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    addHeader(*layout, title, summary);
-    layout->addLayout(mPlace);
-    addRows(*layout, hiddenParameter);
-    addPreview(*layout);
+    addHeader(summary);
+    column().addLayout(mPlace);
+    const EffectParameters& parameters = mGenerator->parameters();
+    addRows(parameters, [hiddenParameter](size_t index) { return index != hiddenParameter; });
+    rows().front()->editor()->setFocus();
+    addPreview();
     mPreviewButton->setVisible(hiddenParameter == kNoneHidden);
-    addButtons(*layout);
-    mObserver = mGenerator->parameters().addObserver([this](size_t index) {
-        if (ParameterRow* const row = mRows[index];
-            row && row->value() != mGenerator->parameters().value(index))
-            row->showValue(mGenerator->parameters().value(index));
-    });
+    mInsert = &addButtons(qtTrId("sheet-insert"));
+    mObserver = mGenerator->parameters().addObserver(
+        [this](size_t index) { followParameter(mGenerator->parameters(), index); });
 }
 
 GeneratorDialog::~GeneratorDialog()
@@ -67,46 +57,7 @@ GeneratorDialog::~GeneratorDialog()
     mGenerator->parameters().removeObserver(mObserver);
 }
 
-void GeneratorDialog::addHeader(QVBoxLayout& layout, const QString& title, const QString& summary)
-{
-    auto* const heading = new QLabel(title, this);
-    QFont font = heading->font();
-    font.setBold(true);
-    font.setPointSizeF(font.pointSizeF() * 1.25);
-    heading->setFont(font);
-    auto* const text = new QLabel(summary, this);
-    text->setWordWrap(true);
-    text->setMinimumWidth(kSummaryWidth);
-    text->setForegroundRole(QPalette::PlaceholderText);
-    auto* const header = new QVBoxLayout;
-    header->setSpacing(4);
-    header->addWidget(heading);
-    header->addWidget(text);
-    layout.addLayout(header);
-}
-
-void GeneratorDialog::addRows(QVBoxLayout& layout, size_t hiddenParameter)
-{
-    auto* const grid = new QGridLayout;
-    grid->setHorizontalSpacing(12);
-    grid->setVerticalSpacing(10);
-    grid->setColumnStretch(1, 1);
-    layout.addLayout(grid);
-    EffectParameters& parameters = mGenerator->parameters();
-    for (size_t i = 0; i < parameters.size(); ++i) {
-        mRows.push_back(nullptr);
-        if (i == hiddenParameter)
-            continue;
-        mRows.back() = new ParameterRow(parameters[i], *grid, static_cast<int>(i), this);
-        mRows.back()->showValue(parameters.value(i));
-        connect(mRows.back(), &ParameterRow::edited, this, [this, i](double value) {
-            mPreview->change([this, i, value] { mGenerator->parameters().setValue(i, value); });
-        });
-    }
-    mRows.front()->editor()->setFocus();
-}
-
-void GeneratorDialog::addPreview(QVBoxLayout& layout)
+void GeneratorDialog::addPreview()
 {
     mPreviewButton = new QPushButton(qtTrId("preview-play"), this);
     mPreviewButton->setCheckable(true);
@@ -114,11 +65,11 @@ void GeneratorDialog::addPreview(QVBoxLayout& layout)
     mPreviewButton->setIcon(ThemedIcon::named(QStringLiteral("toolbar-play")));
     //% "Hear the sound until it is stopped (Ctrl+Space)"
     mPreviewButton->setToolTip(qtTrId("generator-preview-tip"));
-    layout.addWidget(mPreviewButton, 0, Qt::AlignLeft);
+    column().addWidget(mPreviewButton, 0, Qt::AlignLeft);
     mMessage = new QLabel(this);
     mMessage->setWordWrap(true);
     mMessage->hide();
-    layout.addWidget(mMessage);
+    column().addWidget(mMessage);
     connect(mPreviewButton, &QPushButton::clicked, this, [this](bool plays) {
         if (plays)
             startPreview();
@@ -130,21 +81,14 @@ void GeneratorDialog::addPreview(QVBoxLayout& layout)
             mPreviewButton, &QPushButton::click);
 }
 
-void GeneratorDialog::addButtons(QVBoxLayout& layout)
+void GeneratorDialog::setParameter(size_t index, double value)
 {
-    auto* const buttons = new QDialogButtonBox(
-        QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::RestoreDefaults, this);
-    mInsert = buttons->button(QDialogButtonBox::Ok);
-    mInsert->setText(qtTrId("sheet-insert"));
-    mInsert->setDefault(true);
-    buttons->button(QDialogButtonBox::Cancel)->setText(qtTrId("cancel"));
-    QPushButton* const defaults = buttons->button(QDialogButtonBox::RestoreDefaults);
-    defaults->setText(qtTrId("effect-defaults"));
-    layout.addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &GeneratorDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &GeneratorDialog::reject);
-    connect(defaults, &QPushButton::clicked, this,
-            [this] { mPreview->change([this] { mGenerator->parameters().reset(); }); });
+    mPreview->change([this, index, value] { mGenerator->parameters().setValue(index, value); });
+}
+
+void GeneratorDialog::resetParameters()
+{
+    mPreview->change([this] { mGenerator->parameters().reset(); });
 }
 
 bool GeneratorDialog::startPreview()
@@ -198,7 +142,7 @@ void GeneratorDialog::done(int result)
         else if (isOfSelection)
             UserDefaults::standard().removeValue(key);
     }
-    QDialog::done(result);
+    ParameterSheet::done(result);
 }
 
 } // namespace velloria

@@ -1,25 +1,19 @@
 #pragma once
 
+#include "app/effects/ParameterSheet.h"
 #include "controllers/OutputDeviceWatch.h"
 #include "effects/generators/GeneratorPreview.h"
 
-#include <QDialog>
 #include <memory>
-#include <vector>
 
-class QDialogButtonBox;
 class QLabel;
-class QPushButton;
-class QVBoxLayout;
 
 namespace velloria
 {
 
-class ParameterRow;
-
 /// The sheet of any generator, made from its description of its parameters. What a person changes is heard at
 /// once while the preview plays. OK keeps the values for the next time.
-class GeneratorDialog : public QDialog
+class GeneratorDialog : public ParameterSheet
 {
     Q_OBJECT
 
@@ -28,8 +22,6 @@ public:
                     double sampleRate, QWidget* parent);
     ~GeneratorDialog() override;
 
-    /// One a parameter, in their order; null for what something else shows.
-    const std::vector<ParameterRow*>& rows() const { return mRows; }
     GeneratorPreview& preview() { return *mPreview; }
     QPushButton& previewButton() { return *mPreviewButton; }
     QString message() const;
@@ -53,16 +45,14 @@ protected:
     bool startPreview();
 
 private:
-    void addHeader(QVBoxLayout& layout, const QString& title, const QString& summary);
-    void addRows(QVBoxLayout& layout, size_t hiddenParameter);
-    void addPreview(QVBoxLayout& layout);
-    void addButtons(QVBoxLayout& layout);
+    void setParameter(size_t index, double value) override;
+    void resetParameters() override;
+    void addPreview();
     void showMessage(const QString& message);
     void previewDidChange();
 
     std::shared_ptr<Generator> mGenerator;
     double mDurationBefore = 0;
-    std::vector<ParameterRow*> mRows;
     QVBoxLayout* mPlace = nullptr;
     QPushButton* mPreviewButton = nullptr;
     QPushButton* mInsert = nullptr;

@@ -65,17 +65,9 @@ QString decibelText(double decibels)
 } // namespace
 
 ResponseChart::ResponseChart(QWidget* parent)
-    : QWidget(parent)
+    : Chart({kLeftMargin, kBottomMargin, kMargin}, kSize, parent)
 {
-    setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-    setMinimumSize(kSize);
-}
-
-QSize ResponseChart::sizeHint() const
-{
-    return kSize;
 }
 
 void ResponseChart::showResponse(const Curve& curve, const std::vector<ResponseBand>& handles,
@@ -174,11 +166,6 @@ void ResponseChart::removeChosen()
         return;
     mIsDragging = false;
     Q_EMIT pointRemoved(mChosen);
-}
-
-QRectF ResponseChart::area() const
-{
-    return QRectF(rect()).adjusted(kLeftMargin, kMargin, -kMargin, -kBottomMargin);
 }
 
 QPointF ResponseChart::placeOf(QPointF point) const
@@ -339,18 +326,6 @@ void ResponseChart::keyPressEvent(QKeyEvent* event)
     }
 }
 
-void ResponseChart::focusInEvent(QFocusEvent* event)
-{
-    QWidget::focusInEvent(event);
-    update();
-}
-
-void ResponseChart::focusOutEvent(QFocusEvent* event)
-{
-    QWidget::focusOutEvent(event);
-    update();
-}
-
 void ResponseChart::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -360,51 +335,38 @@ void ResponseChart::paintEvent(QPaintEvent*)
         paintCurve(painter);
     paintBeyond(painter);
     paintHandles(painter);
-    painter.setBrush(Qt::NoBrush);
-    const Theme theme = Theme::fromPalette(palette());
-    painter.setPen(QPen(hasFocus() ? palette().color(QPalette::Highlight) : theme.separator, 1));
-    painter.drawRect(area());
+    paintFrame(painter);
 }
 
 void ResponseChart::paintGrid(QPainter& painter) const
 {
     const Theme theme = Theme::fromPalette(palette());
-    const QRectF inner = area();
-    painter.fillRect(inner, theme.lane);
+    paintBackground(painter);
     QColor faint = theme.grid;
     faint.setAlphaF(faint.alphaF() * 0.45F);
+    double nameEnd = 0.0;
     for (const double decade : {10.0, 100.0, 1000.0, 10000.0}) {
         for (int digit = 1; digit <= 9; ++digit) {
             const double frequency = decade * digit;
             if (frequency < kLowest || frequency > kHighest)
                 continue;
             const double x = placeOf({frequency, 0.0}).x();
-            painter.setPen(QPen(digit == 1 ? theme.grid : faint, 1));
-            painter.drawLine(QPointF(x, inner.top()), QPointF(x, inner.bottom()));
+            paintPlaceLine(painter, x, digit == 1 ? theme.grid : faint);
             if (digit != 1 && digit != 2 && digit != 5)
                 continue;
-            painter.setPen(theme.secondaryText);
             const QString text = frequency < 1000.0
                                      ? QLocale().toString(frequency, 'g', 4)
                                      : QLocale().toString(frequency / 1000.0, 'g', 4) + QStringLiteral("k");
-            const double left = std::clamp(x - 25.0, 0.0, width() - 50.0);
-            const auto align = left < x - 25.0 ? Qt::AlignRight : Qt::AlignHCenter;
-            painter.drawText(
-                QRectF(left, inner.bottom() + 4, 50 - (align == Qt::AlignRight ? kMargin - 2 : 0), 16),
-                align | Qt::AlignVCenter, text);
+            nameEnd = paintPlaceName(painter, x, text, nameEnd);
         }
     }
     const double step = mTopDB - mBottomDB > 80.0 ? 20.0 : mTopDB - mBottomDB > 40.0 ? 12.0 : 6.0;
     const double lowest = std::ceil(mBottomDB / step) * step;
     for (int i = 0; lowest + i * step <= mTopDB; ++i) {
         const double level = lowest + i * step;
-        const double y = placeOf({kLowest, level}).y();
-        painter.setPen(QPen(level == 0.0 ? theme.axis : theme.grid, 1));
-        painter.drawLine(QPointF(inner.left(), y), QPointF(inner.right(), y));
-        painter.setPen(theme.secondaryText);
         const QString sign = level > 0.0 ? QStringLiteral("+") : QString();
-        painter.drawText(QRectF(0, y - 10, kLeftMargin - 6, 20), Qt::AlignRight | Qt::AlignVCenter,
-                         sign + QLocale().toString(level, 'f', 0));
+        paintLevelLine(painter, placeOf({kLowest, level}).y(), level == 0.0 ? theme.axis : theme.grid,
+                       sign + QLocale().toString(level, 'f', 0));
     }
 }
 

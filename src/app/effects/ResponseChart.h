@@ -1,9 +1,9 @@
 #pragma once
 
+#include "app/look/Chart.h"
 #include "effects/filters/FrequencyResponse.h"
 
 #include <QPointF>
-#include <QWidget>
 #include <functional>
 #include <vector>
 
@@ -15,7 +15,7 @@ namespace velloria
 /// chosen one (with Shift in finer steps), plus, minus and the wheel change its width, Home makes it level.
 /// Of a free curve a click adds a point, Insert puts one behind the chosen one, Delete removes it. The chart
 /// tells what a person wants; it shows nothing else than it is given. A place is (Hz, dB).
-class ResponseChart : public QWidget
+class ResponseChart : public Chart
 {
     Q_OBJECT
 
@@ -38,7 +38,6 @@ public:
     void moveChosen(QPointF place);
     void removeChosen();
 
-    QSize sizeHint() const override;
     // Between (Hz, dB) and a place in the widget.
     QPointF placeOf(QPointF point) const;
     QPointF pointAt(QPointF place) const;
@@ -59,12 +58,9 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
 private:
-    QRectF area() const;
     int handleNear(QPointF place) const;
     const ResponseBand* chosenHandle() const;
     void setRange();
