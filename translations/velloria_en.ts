@@ -776,7 +776,7 @@
         <translation type="unfinished"></translation>
     </message>
     <message id="view-show-loudness">
-        <source>Show &amp;Loudness</source>
+        <source>S&amp;how Loudness</source>
         <translation type="unfinished"></translation>
     </message>
     <message id="view-full-screen">

@@ -149,7 +149,7 @@ void ViewActions::addToggles(QMenu& menu)
     addSetting(menu, qtTrId("view-show-overview"), Settings::showsOverview);
     //% "Show &Markers"
     addSetting(menu, qtTrId("view-show-markers"), Settings::showsMarkers);
-    //% "Show &Loudness"
+    //% "S&how Loudness"
     addSetting(menu, qtTrId("view-show-loudness"), Settings::showsLoudness);
     //% "F&ull Screen"
     Commands::add(menu, qtTrId("view-full-screen"), {QKeySequence(Qt::Key_F11)},
