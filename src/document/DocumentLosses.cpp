@@ -238,7 +238,7 @@ QStringList itemsNotWritten(const FileLedger& ledger, const AudioFile& writer)
     const auto isLost = [&writer](const FileItem& item) {
         if (writer.openedFile())
             return !writer.willWrite(item);
-        return item.keeping == Keeping::asBytes || item.keeping == Keeping::notKept;
+        return item.keeping != Keeping::structure && item.keeping != Keeping::inModel;
     };
     constexpr std::array kinds = {ItemKind::part, ItemKind::tag, ItemKind::stream, ItemKind::value};
     const std::array sentences = {
@@ -300,7 +300,9 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
         return {};
     const QString type = writer->displayTypeName();
     const Sources sources = sourcesOfTracks(*audioTracks());
-    QStringList losses = precisionLosses(*writer, mAudioFile.get(), mSampleSize, sources);
+    QStringList losses;
+    if (!writer->keptSound())
+        losses += precisionLosses(*writer, mAudioFile.get(), mSampleSize, sources);
 
     const uint32_t maximum = writer->maximumNumberOfChannels();
     if (writer->numberOfChannels() > maximum)

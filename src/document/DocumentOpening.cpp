@@ -144,6 +144,7 @@ bool SoundDocument::finishLoadingFileWithAudioClips(const std::vector<AudioClipP
         tracks.push_back(std::make_shared<AudioTrack>(ClipList(clip)));
     storeTracks(std::make_shared<const std::vector<AudioTrackPtr>>(std::move(tracks)));
     updateTrackPanning();
+    mOpenedSound = OpenedSound(mAudioFile, *mAudioTracks, mSampleRate);
     mMarkers.install(file.markers());
     mAudioMetadata = file.metadata();
 

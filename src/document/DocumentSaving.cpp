@@ -6,6 +6,7 @@
 #include "formats/saving/SaveLoop.h"
 #include "platform/FileReplacer.h"
 #include "platform/Log.h"
+#include "platform/MissedReads.h"
 
 #include <algorithm>
 #include <chrono>
@@ -81,7 +82,19 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
     if (const int tag = optionTagFor(request); tag != 0)
         writer->configureWithPopUpTag(tag);
     writer->validateAndCorrectParameters();
+    writer->offerSound(untouchedSound(request));
     return writer;
+}
+
+/// The file whose packets hold just what the request saves. One that was changed since it was opened does no
+/// more: what was decoded of it is encoded then.
+std::shared_ptr<const AudioFile> SoundDocument::untouchedSound(const SaveRequest& request) const
+{
+    const std::shared_ptr<const AudioFile>& file = mOpenedSound.file();
+    if (!file || request.selection || request.takesWhatIsLeft || !file->fileHandle() ||
+        !mOpenedSound.isWholeIn(*audioTracks(), sampleRate()) || file->fileHandle()->hasChangedOnDisk())
+        return nullptr;
+    return file;
 }
 
 int SoundDocument::optionTagFor(const SaveRequest& request) const
@@ -118,17 +131,23 @@ MaybeError SoundDocument::writeToPath(const SaveRequest& request, Progress& prog
     if (request.selection && (request.selection->firstTrack < 0 || request.selection->numTracks < 1 ||
                               request.selection->numTracks > trackCount() - request.selection->firstTrack))
         return notSaved(QStringLiteral("the selection holds no tracks."));
+    const int64_t numMissedReads = mOpenedSound.numMissedReads();
     const std::shared_ptr<AudioFile> writer = configuredWriter(request);
     if (!writer)
         return notSaved(QStringLiteral("files of the type “%1” cannot be written.").arg(request.uti));
     mSaveWarnings.clear();
     if (MaybeError error = refusalToSave(request))
         return error;
+    // Packets that could not be looked at would be encoded anew, and nobody told of that.
+    if (mOpenedSound.numMissedReads() != numMissedReads)
+        return missedReadsError(*mOpenedSound.file()->fileHandle());
     const bool replacesOwnFile = !request.selection && !request.metadata && request.uti == mFileTypeUTI &&
                                  leadToOneFile(request.path, mFilePath);
     if (MaybeError error = writeWithWriter(writer, request, progress))
         return error;
     if (const QString loss = lossesWhileComputing(*writer); !loss.isEmpty())
+        mSaveWarnings += loss;
+    if (const QString loss = lossOfChangedSource(*writer); !loss.isEmpty())
         mSaveWarnings += loss;
     if (request.operation != SaveOperation::saveTo) {
         adoptWriter(writer, request);
@@ -139,6 +158,19 @@ MaybeError SoundDocument::writeToPath(const SaveRequest& request, Progress& prog
         adoptWriter(writer, own);
     }
     return std::nullopt;
+}
+
+/// The losses that were told before may not have known of the change.
+QString SoundDocument::lossOfChangedSource(const AudioFile& writer) const
+{
+    const std::shared_ptr<const AudioFile>& file = mOpenedSound.file();
+    if (!file || file != mAudioFile || !file->fileHandle() || writer.keptSound() ||
+        !writer.encodesWithLoss() || writer.fileFormatUTI() != file->fileFormatUTI() ||
+        !file->fileHandle()->hasChangedOnDisk() || !mOpenedSound.isWholeIn(*audioTracks(), sampleRate()))
+        return {};
+    return QStringLiteral("“%1” was changed by another program since it was opened; its packets were not "
+                          "copied, and the sound was encoded once more.")
+        .arg(velloria::displayName(file->filePath()));
 }
 
 MaybeError SoundDocument::writeWithWriter(const std::shared_ptr<AudioFile>& writer,
@@ -202,6 +234,8 @@ SourceWatch SoundDocument::watchSources(const AudioFile& writer, const SaveReque
         range = SaveRange::ofSelection(*this, *request.selection);
     for (int32_t i = 0; i < range.numTracks; ++i)
         watch.add(clipsAtOffset(range.startFrame, range.numFrames, range.firstTrack + i));
+    if (writer.keptSound())
+        watch.add(std::shared_ptr<const FileHandle>(writer.keptSound()->fileHandle()));
     if (writer.readsOpenedFile())
         watch.add(std::shared_ptr<const FileHandle>(writer.openedFile()->fileHandle()));
     return watch;
@@ -240,6 +274,8 @@ void SoundDocument::adoptWriter(const std::shared_ptr<AudioFile>& writer, const 
     // when this save replaced it. A fresh handle knows the file as it is now, for hasChangedOnDisk().
     if (std::shared_ptr<FileHandle> handle = FileHandle::openForReading(request.path))
         writer->setFileHandle(std::move(handle));
+    if (writer->keptSound())
+        mOpenedSound.moveTo(writer);
     writer->takeOverLedger();
     mAudioFile = writer;
     mFilePath = request.path;

@@ -2,6 +2,7 @@
 
 #include "document/DocumentController.h"
 #include "document/MarkerEdit.h"
+#include "document/OpenedSound.h"
 #include "document/clips/FrameSource.h"
 #include "document/clips/ScratchLabel.h"
 #include "document/clips/SoundSelection.h"
@@ -224,6 +225,7 @@ private:
     bool hasMarkerWithin(const SoundSelection& selection) const;
     std::shared_ptr<AudioFile> configuredWriter(const SaveRequest& request) const;
     int optionTagFor(const SaveRequest& request) const;
+    std::shared_ptr<const AudioFile> untouchedSound(const SaveRequest& request) const;
     SourceWatch watchSources(const AudioFile& writer, const SaveRequest& request) const;
     /// What another program did to the document's own file, where the request would overwrite it.
     std::optional<QString> changeOfOwnFile(const SaveRequest& request) const;
@@ -233,6 +235,7 @@ private:
     // lost.
     MaybeError errorWhileComputing() const;
     QString lossesWhileComputing(const AudioFile& writer) const;
+    QString lossOfChangedSource(const AudioFile& writer) const;
     void adoptWriter(const std::shared_ptr<AudioFile>& writer, const SaveRequest& request);
 
     std::atomic<int64_t> mNumberOfFrames = 0;
@@ -246,6 +249,7 @@ private:
     InstalledMarkers mMarkers;
     AudioMetadata mAudioMetadata;
     std::shared_ptr<AudioFile> mAudioFile;
+    OpenedSound mOpenedSound;
     std::filesystem::path mFilePath;
     QString mFileTypeUTI;
     QString mTitle;

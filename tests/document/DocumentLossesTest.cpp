@@ -259,6 +259,9 @@ TEST_F(DocumentLosses, NameAnEncodingThatAPlainSaveDoesNotKeep)
         const auto document = open("a.au");
         SaveRequest request = requestFor("a.au", SaveOperation::save);
         request.uti = document->fileType();
+        // As long as nobody touches the sound it stays what it is.
+        EXPECT_EQ(document->lossesWhenSaving(request).join('|'), "");
+        document->replaceDataAtOffset(0, 1, 0, ClipList());
         EXPECT_EQ(document->lossesWhenSaving(request).join('|'), c.loss);
         // Computed samples do not say any more what the file holds.
         document->replaceDataAtOffset(0, document->numberOfFrames(), 0,

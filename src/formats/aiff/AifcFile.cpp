@@ -57,6 +57,11 @@ FourCharCode writtenAs(FourCharCode format)
     return format == fourCharCode("ULAW") ? DataFormat::kMuLaw : format;
 }
 
+Error tooLarge()
+{
+    return {Error::Code::fileTooLarge, QStringLiteral("Cannot save files over 4 GB in size in this format.")};
+}
+
 StreamDescription descriptionOf(FourCharCode format, double sampleRate, uint32_t numChannels)
 {
     StreamDescription description(std::max(1.0, std::round(sampleRate)), numChannels);
@@ -212,7 +217,7 @@ QStringList AifcFile::soundLosses() const
     const int64_t framesPerPacket = info ? std::max<int64_t>(1, info->framesPerPacket) : 1;
     const int64_t numFramesInLast = mNumberOfFrames % framesPerPacket;
     QStringList losses = AiffFile::soundLosses();
-    if (numFramesInLast != 0)
+    if (numFramesInLast != 0 && !keptSound())
         losses += QStringLiteral("%1 sound is stored in packets of %2 frames; %3 frames of silence fill the "
                                  "last one.")
                       .arg(compressionName())
@@ -251,11 +256,8 @@ MaybeError AifcFile::writeRange(const FrameSource& document, const SaveRange& ra
 {
     predictPackets(range);
     MaybeError failure;
-    if (!writeHeader(&failure)) {
-        return failure ? failure
-                       : Error{Error::Code::fileTooLarge,
-                               QStringLiteral("Cannot save files over 4 GB in size in this format.")};
-    }
+    if (!writeHeader(&failure))
+        return failure ? failure : tooLarge();
     failure = writePackets(document, range, progress);
     // The true sizes, whether or not all was written.
     MaybeError headerFailure;
@@ -275,6 +277,28 @@ MaybeError AifcFile::writePackets(const FrameSource& document, const SaveRange& 
     MaybeError error = saver.run(sink, progress);
     mSoundDataLength = sink.numBytesWritten();
     return error;
+}
+
+/// The header counts packets or frames, whichever the program chose; it says the same of the same packets. A
+/// file that is cut short or was never completed is not kept so.
+bool AifcFile::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const AifcFile*>(&source);
+    if (!opened || opened->mLayout || opened->mDataFormat != mDataFormat || !opened->warnings().isEmpty() ||
+        opened->mSoundDataLength <= 0)
+        return false;
+    mNumPackets = opened->mNumPackets;
+    mSoundDataLength = opened->mSoundDataLength;
+    return true;
+}
+
+MaybeError AifcFile::writeKeptSound(Progress& progress)
+{
+    MaybeError failure;
+    if (!writeHeader(&failure))
+        return failure ? failure : tooLarge();
+    failure = copyKeptBytes({keptSound()->soundDataOffset(), mSoundDataLength}, mSoundDataOffset, progress);
+    return failure ? failure : writeFooter();
 }
 
 } // namespace velloria

@@ -49,6 +49,8 @@ protected:
     void adjustDecoder(VLAudioFileDecompressor& decoder) const override;
     AiffFormat formatToWrite() const override;
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit AifcFile(std::shared_ptr<FileHandle> handle);

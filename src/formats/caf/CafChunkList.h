@@ -20,6 +20,8 @@ constexpr FourCharCode info = fourCharCode("info");
 constexpr FourCharCode marker = fourCharCode("mark");
 constexpr FourCharCode strings = fourCharCode("strg");
 constexpr FourCharCode packetTable = fourCharCode("pakt");
+/// What a decoder has to know beside the packets.
+constexpr FourCharCode cookie = fourCharCode("kuki");
 
 } // namespace CafChunkType
 

@@ -107,6 +107,7 @@ double VLAFCoreAudioFile::estimatedFileSizeWithTag(int tag) const
 void VLAFCoreAudioFile::configureWithPopUpTag(int tag)
 {
     mDataFormat = static_cast<FourCharCode>(tag);
+    mIsOptionChosen = true;
     const Encoding* const encoding = encodingOf(mDataFormat);
     if (encoding && !encoding->isFloat && !isIma4())
         mBitsPerSample = encoding->bits;
@@ -160,6 +161,8 @@ MaybeError VLAFCoreAudioFile::writeFloatData(std::span<const float> interleaved,
 
 CafFormat VLAFCoreAudioFile::formatToWrite() const
 {
+    if (mKeptFormat)
+        return *mKeptFormat;
     CafFormat format;
     format.sampleRate = mSampleRate;
     format.numChannels = mNumberOfChannels;
@@ -209,7 +212,7 @@ QByteArray VLAFCoreAudioFile::chunksBeforeSound() const
         chunks += chunkOf(CafChunkType::marker, CafMarkers::markerPayload(*mMarkers));
         chunks += chunkOf(CafChunkType::strings, CafMarkers::stringsPayload(*mMarkers));
     }
-    if (isIma4())
+    if (formatToWrite().framesPerPacket > 1)
         chunks += chunkOf(CafChunkType::packetTable, packetTablePayload());
     return chunks;
 }
@@ -266,6 +269,48 @@ MaybeError VLAFCoreAudioFile::writePackets(const FrameSource& document, const Sa
     PacketSaver saver(document, range, options);
     SampleBytesSink sink(*this);
     error = saver.run(sink, progress);
+    return error ? error : writeFooter();
+}
+
+/// Whether the packets are all of one size and hold, one behind the other, the frames of the sound: none that
+/// an encoder put in front of it, and no tables that would have to come along.
+bool VLAFCoreAudioFile::hasPlainPackets() const
+{
+    constexpr int64_t primingOffset = 16;
+    const auto priming = [this](const CafChunk& table) {
+        const QByteArray bytes = readRawDataAtOffset(table.payloadOffset() + primingOffset, 4);
+        return bytes.size() < 4 ? 1U : qFromBigEndian<quint32>(bytes.constData());
+    };
+    const CafFormat& format = mKeptFormat ? *mKeptFormat : mFormat;
+    const CafChunk* const table = mChunks.find(CafChunkType::packetTable);
+    return format.bytesPerPacket > 0 && format.framesPerPacket > 0 && mNumBytesOfSound > 0 &&
+           (!table || priming(*table) == 0) && !mChunks.find(CafChunkType::cookie);
+}
+
+bool VLAFCoreAudioFile::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const VLAFCoreAudioFile*>(&source);
+    if (!opened || !opened->warnings().isEmpty() || !opened->hasPlainPackets() ||
+        (mIsOptionChosen && opened->mDataFormat != mDataFormat))
+        return false;
+    mKeptFormat = opened->mKeptFormat ? opened->mKeptFormat : opened->mFormat;
+    // Otherwise the header says something else of the length than the packets do.
+    if (soundDataLength() != opened->mNumBytesOfSound) {
+        mKeptFormat.reset();
+        return false;
+    }
+    mNumBytesOfSound = opened->mNumBytesOfSound;
+    mBitsPerSample = opened->mBitsPerSample;
+    mIsFloat = opened->mIsFloat;
+    return true;
+}
+
+MaybeError VLAFCoreAudioFile::writeKeptSound(Progress& progress)
+{
+    MaybeError error;
+    if (!writeHeader(&error))
+        return error;
+    error = copyKeptBytes({keptSound()->soundDataOffset(), mNumBytesOfSound}, mSoundDataOffset, progress);
     return error ? error : writeFooter();
 }
 

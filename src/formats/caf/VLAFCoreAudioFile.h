@@ -8,8 +8,9 @@ namespace velloria
 {
 
 /// CAF files. Every file is decoded when it is opened, plain PCM too. Written are integers and floats of
-/// several widths, big-endian, and IMA 4:1; of any length. Markers live in the "mark" and "strg" chunks, tags
-/// in the "info" chunk; see CafMarkers and CafInfo for their byte orders.
+/// several widths, big-endian, and IMA 4:1; of any length. Sound that is kept stays in any encoding whose
+/// packets are of one size. Markers live in the "mark" and "strg" chunks, tags in the "info" chunk; see
+/// CafMarkers and CafInfo for their byte orders.
 class VLAFCoreAudioFile : public AudioFile
 {
 public:
@@ -47,6 +48,8 @@ protected:
     std::optional<LinearPcmLayout> linearLayout() const override;
     void adjustDecoder(VLAudioFileDecompressor& decoder) const override;
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit VLAFCoreAudioFile(std::shared_ptr<FileHandle> handle);
@@ -64,6 +67,7 @@ private:
 
     bool isIma4() const;
     CafFormat formatToWrite() const;
+    bool hasPlainPackets() const;
     int64_t numPackets() const;
     int64_t soundDataLength() const;
     QByteArray packetTablePayload() const;
@@ -74,6 +78,9 @@ private:
     CafChunkList mChunks;
     std::vector<int64_t> mOffsetsDeclared;
     int64_t mNumBytesOfSound = 0;
+    bool mIsOptionChosen = false;
+    /// Of the file whose packets this one has.
+    std::optional<CafFormat> mKeptFormat;
 };
 
 } // namespace velloria

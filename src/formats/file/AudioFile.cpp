@@ -205,7 +205,7 @@ bool AudioFile::saveDocument(const FrameSource& document, const SoundSelection* 
 
     MaybeError failure = checkSaveRange(document, range);
     if (!failure)
-        failure = writeRange(document, range, progress);
+        failure = mKeptSound ? writeKeptSound(progress) : writeRange(document, range, progress);
     if (failure && error)
         *error = failure;
     return !failure;
@@ -345,7 +345,7 @@ void AudioFile::tellOfDamage(const VLAudioFileDecompressor& decoder)
 void AudioFile::tellOfDamagedSound()
 {
     mWarnings.append(FileDamage::soundDamaged(displayName(filePath())));
-    mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged sound"));
+    mLedger.addWithSound(QStringLiteral("damaged sound"));
 }
 
 void AudioFile::tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
@@ -365,6 +365,7 @@ std::vector<ByteRange> AudioFile::closeLedger()
 bool AudioFile::willWrite(const FileItem& item) const
 {
     return item.keeping == Keeping::structure || item.keeping == Keeping::inModel ||
+           (item.keeping == Keeping::withSound && mKeptSound) ||
            (mOpenedFile && ValueChanges::isReplaced(item, mOpenedFile->metadata(), mMetadata));
 }
 
@@ -412,16 +413,21 @@ MaybeError AudioFile::refusalToReplace(const AudioFile& opened) const
 void AudioFile::takeOverLedger()
 {
     FileLedger ledger;
-    if (mOpenedFile) {
-        for (FileItem item : mOpenedFile->ledger().items()) {
-            if (item.keeping != Keeping::asBytes || !willWrite(item))
+    const auto takeOver = [this, &ledger](const std::shared_ptr<const AudioFile>& from, Keeping keeping) {
+        if (!from)
+            return;
+        for (FileItem item : from->ledger().items()) {
+            if (item.keeping != keeping || !willWrite(item))
                 continue;
             item.bytes = {};
             ledger.add(item);
         }
-    }
+    };
+    takeOver(mOpenedFile, Keeping::asBytes);
+    takeOver(mKeptSound, Keeping::withSound);
     mLedger = std::move(ledger);
     mOpenedFile = nullptr;
+    mKeptSound = nullptr;
 }
 
 bool AudioFile::storesSamplesLike(const SampleFile& source) const

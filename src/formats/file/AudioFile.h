@@ -150,8 +150,17 @@ public:
     /// Why this file, as it is configured, must not take the place of the opened one: another stream of it (a
     /// film's pictures) would be gone for good. Nothing when it may.
     virtual MaybeError refusalToReplace(const AudioFile& opened) const;
-    /// After a save: what this file holds of the opened one's ledger, so that the next save tells it again.
+    /// After a save: what this file holds of the ledgers of openedFile() and keptSound(), so that the next
+    /// save tells it again; both are forgotten.
     virtual void takeOverLedger();
+
+    // Sound that is kept.
+    /// For writing, when all else is configured: a file whose sound, whole and untouched, is what will be
+    /// saved. A type of packets keeps it where they can stand in this file as they are, and then has the
+    /// encoding of that file: nothing is decoded or encoded, every packet is copied.
+    void offerSound(const std::shared_ptr<const AudioFile>& source);
+    /// The file whose packets a save copies; null where it encodes.
+    const std::shared_ptr<const AudioFile>& keptSound() const { return mKeptSound; }
 
     // Writing hooks called by the save loop.
     /// False when the file would exceed the format's size limit.
@@ -192,6 +201,14 @@ protected:
     /// Writes the samples of a range that was checked, with all that stands before and after them: the
     /// header, the save loop and the footer, unless a format does it another way.
     virtual MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress);
+    /// Whether the packets of an opened file can be copied to this one as it is configured, which then takes
+    /// over what its type knows of them (bit rate and dataFormat() will be those of that file). Changes
+    /// nothing where they cannot.
+    virtual bool takeSound(const AudioFile&) { return false; }
+    /// Writes the whole file with the packets of keptSound().
+    virtual MaybeError writeKeptSound(Progress& progress);
+    /// For it: copies a run of bytes of keptSound().
+    MaybeError copyKeptBytes(ByteRange bytes, int64_t offset, Progress& progress);
     /// For every implementation of convertedAudioClips(): to be called once the rate, the sample size and
     /// the frames that the file declares (0: none) are known, before the first sample is appended.
     void tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
@@ -244,6 +261,7 @@ private:
     MaybeError checkSaveRange(const FrameSource& document, const SaveRange& range) const;
 
     std::shared_ptr<const AudioFile> mOpenedFile;
+    std::shared_ptr<const AudioFile> mKeptSound;
     DecodingWatcher* mDecodingWatcher = nullptr;
 };
 

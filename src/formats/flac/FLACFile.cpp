@@ -4,11 +4,16 @@
 #include "formats/file/StartTime.h"
 #include "formats/flac/FlacConversion.h"
 #include "formats/flac/FlacEncoder.h"
+#include "formats/flac/FlacInOgg.h"
 #include "formats/flac/FlacLedger.h"
+#include "formats/flac/FlacMetadataEdit.h"
+#include "formats/ogg/OggHeaderEdit.h"
+#include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/IntegerFeed.h"
 #include "platform/Log.h"
+#include "platform/MissedReads.h"
 
 #include <algorithm>
 #include <array>
@@ -131,7 +136,7 @@ void FLACFile::declareWhatDecodingFound(const FlacConversion& conversion)
     if (mSampleRate > 0.0)
         declareStartTime(static_cast<double>(conversion.firstFrame()) / mSampleRate, mLedger);
     if (conversion.isDamaged())
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged sound"));
+        mLedger.addWithSound(QStringLiteral("damaged sound"));
 }
 
 bool FLACFile::isInOgg() const
@@ -215,6 +220,71 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
     }
     const MaybeError finishError = encoder.finish();
     return error ? error : finishError;
+}
+
+/// Frames are numbered from the first one and the seek table counts from there, so metadata of any length may
+/// stand in front of them. In Ogg the pages can be numbered anew.
+bool FLACFile::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const FLACFile*>(&source);
+    if (!opened || opened->isInOgg() != shouldBeInOgg() || opened->bitsPerSample() != mBitsPerSample)
+        return false;
+    const FileHandle& handle = *opened->fileHandle();
+    int64_t numPictures = 0;
+    if (opened->isInOgg()) {
+        const std::optional<OggHeaders> headers = FlacInOgg::headersOf(handle);
+        if (!headers || !holdsOneOggStream(opened->ledger()))
+            return false;
+        numPictures = FlacInOgg::numPictures(*headers);
+    } else {
+        const FlacLayout layout = FlacLayout::ofFile(handle);
+        if (!layout.isWhole)
+            return false;
+        if (!opened->metadata().artwork().isEmpty())
+            numPictures = FlacMetadataEdit::numPictures(FlacMetadataEdit::blocksOf(handle, layout));
+    }
+    // They go along with the other metadata as long as nobody changed them and all of them were read.
+    const QList<AttachedPicture>& pictures = opened->metadata().artwork();
+    mCanSaveArtwork =
+        !pictures.isEmpty() && mMetadata.artwork() == pictures && numPictures == pictures.size();
+    mExtras = opened->mExtras;
+    return true;
+}
+
+MaybeError FLACFile::writeKeptSound(Progress& progress)
+{
+    const auto tags = VorbisComments::entriesOf(mMetadata.dictionary());
+    return isInOgg() ? writeKeptPages(tags, progress) : writeKeptFrames(tags, progress);
+}
+
+MaybeError FLACFile::writeKeptPages(const QList<VorbisComments::Entry>& tags, Progress& progress)
+{
+    const FileHandle& source = *keptSound()->fileHandle();
+    const std::optional<OggHeaders> headers = FlacInOgg::headersOf(source);
+    if (!headers)
+        return missedReadsError(source);
+    const auto packets = FlacInOgg::withTags(*headers, tags, mCanSaveArtwork);
+    return packets ? writeOggWithHeaders(source, *headers, *packets, *fileHandle(), progress)
+                   : MaybeError(FlacMetadataEdit::tagsTooLong());
+}
+
+MaybeError FLACFile::writeKeptFrames(const QList<VorbisComments::Entry>& tags, Progress& progress)
+{
+    const FileHandle& source = *keptSound()->fileHandle();
+    const FlacLayout layout = FlacLayout::ofFile(source);
+    std::vector<FlacMetadataEdit::Block> blocks = FlacMetadataEdit::blocksOf(source, layout);
+    if (!layout.isWhole || blocks.size() < layout.blocks.size())
+        return missedReadsError(source);
+    // The description comes first, and nearly every program puts the tags next.
+    if (!FlacMetadataEdit::setTags(blocks, 1, tags, mCanSaveArtwork))
+        return FlacMetadataEdit::tagsTooLong();
+    QByteArray metadata("fLaC");
+    for (const FlacMetadataEdit::Block& block : blocks)
+        metadata += FlacMetadataEdit::bytesOf(block, &block == &blocks.back());
+    if (MaybeError error = writeRawData(metadata, 0))
+        return error;
+    mSoundDataOffset = metadata.size();
+    return copyKeptBytes(layout.sound, mSoundDataOffset, progress);
 }
 
 } // namespace velloria

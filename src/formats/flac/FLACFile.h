@@ -2,6 +2,7 @@
 
 #include "formats/file/AudioFile.h"
 #include "formats/flac/FlacExtras.h"
+#include "formats/tags/VorbisComments.h"
 
 namespace velloria
 {
@@ -40,11 +41,15 @@ public:
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit FLACFile(std::shared_ptr<FileHandle> handle);
     void takeDescription(FlacDescription description);
     bool shouldBeInOgg() const;
+    MaybeError writeKeptFrames(const QList<VorbisComments::Entry>& tags, Progress& progress);
+    MaybeError writeKeptPages(const QList<VorbisComments::Entry>& tags, Progress& progress);
     void declareWhatDecodingFound(const FlacConversion& conversion);
     FlacExtras extrasOfOpened() const;
 

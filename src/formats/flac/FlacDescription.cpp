@@ -98,7 +98,7 @@ private:
         const QString name =
             FlacLedger::nameOfBlock(block.type, isApplication ? QByteArrayView(id, 4) : QByteArrayView());
         if (!name.isEmpty())
-            mDescription.ledger.addNotKept(ItemKind::part, name);
+            mDescription.ledger.addWithSound(name);
     }
 
     FlacDescription& mDescription;

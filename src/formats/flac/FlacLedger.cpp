@@ -1,5 +1,6 @@
 #include "formats/flac/FlacLedger.h"
 
+#include "formats/flac/FlacLayout.h"
 #include "formats/tags/TagsAround.h"
 
 #include <FLAC/format.h>
@@ -11,44 +12,9 @@ namespace velloria::FlacLedger
 namespace
 {
 
-// Layouts: https://www.rfc-editor.org/rfc/rfc9639
-constexpr int64_t markerLength = 4;
-constexpr int64_t blockHeaderLength = 4;
-
 uint8_t byteAt(QByteArrayView bytes, qsizetype offset)
 {
     return static_cast<uint8_t>(bytes[offset]);
-}
-
-int64_t startOf(const FileHandle& handle)
-{
-    const auto tags = TagsAround::inFront(handle);
-    return tags.empty() ? 0 : tags.back().bytes.end();
-}
-
-/// Declares the blocks from `offset` on; gives where the first frame begins.
-int64_t declareBlocks(const FileHandle& handle, int64_t offset, FileLedger& ledger)
-{
-    if (handle.readAt(offset, markerLength) != "fLaC")
-        return offset;
-    ledger.addStructure({offset, markerLength});
-    offset += markerLength;
-    for (bool isLast = false; !isLast;) {
-        const QByteArray head = handle.readAt(offset, blockHeaderLength + 4);
-        if (head.size() < blockHeaderLength)
-            break;
-        isLast = byteAt(head, 0) & 0x80;
-        const int64_t size = byteAt(head, 1) << 16 | byteAt(head, 2) << 8 | byteAt(head, 3);
-        const ByteRange bytes = {offset, blockHeaderLength + size};
-        const QString name =
-            nameOfBlock(byteAt(head, 0) & 0x7F, QByteArrayView(head).sliced(blockHeaderLength));
-        if (name.isEmpty())
-            ledger.addStructure(bytes);
-        else
-            ledger.addNotKept(ItemKind::part, name, bytes);
-        offset = bytes.end();
-    }
-    return offset;
 }
 
 } // namespace
@@ -81,11 +47,18 @@ FileLedger ofFile(const FileHandle& handle)
 {
     FileLedger ledger;
     TagsAround::declareNotKept(TagsAround::inFront(handle), ledger);
-    const int64_t firstFrame = declareBlocks(handle, startOf(handle), ledger);
-    const auto tags = TagsAround::behind(handle, firstFrame);
-    TagsAround::declareNotKept(tags, ledger);
-    const int64_t end = tags.empty() ? handle.length() : tags.back().bytes.offset;
-    ledger.addInModel({firstFrame, end - firstFrame});
+    const FlacLayout layout = FlacLayout::ofFile(handle);
+    ledger.addStructure(layout.marker);
+    for (const FlacLayout::Block& block : layout.blocks) {
+        constexpr int64_t applicationIdLength = 4;
+        const QByteArray head = handle.readAt(block.payload().offset, applicationIdLength);
+        if (const QString name = nameOfBlock(block.type, head); name.isEmpty())
+            ledger.addStructure(block.bytes);
+        else
+            ledger.addWithSound(name, block.bytes);
+    }
+    TagsAround::declareNotKept(TagsAround::behind(handle, layout.sound.offset), ledger);
+    ledger.addInModel(layout.sound);
     return ledger;
 }
 
@@ -99,7 +72,7 @@ std::optional<FileItem> behindSound(const FileHandle& handle, int64_t endOfSound
         return std::nullopt;
     const int64_t length = end - endOfSound;
     return FileItem{ItemKind::part,
-                    Keeping::notKept,
+                    Keeping::withSound,
                     QStringLiteral("%1 bytes behind the sound").arg(length),
                     {endOfSound, length}};
 }

@@ -13,8 +13,8 @@ namespace velloria
 namespace FlacLedger
 {
 
-/// The name for a person of a metadata block that no save keeps, by its type and first bytes; empty for one
-/// that is made anew or taken in.
+/// The name for a person of a metadata block that is kept with the sound only, by its type and first bytes;
+/// empty for one that is made anew or taken in.
 QString nameOfBlock(int type, QByteArrayView firstBytes);
 
 /// Tags around the stream, its metadata blocks one by one, and its frames, which count as in the model.

@@ -79,7 +79,9 @@ QStringList FileLedger::counted(const std::vector<QString>& names)
 
 QStringList FileLedger::namesNotKept(ItemKind kind) const
 {
-    return namesOf(kind, [](const FileItem& item) { return item.keeping == Keeping::notKept; });
+    return namesOf(kind, [](const FileItem& item) {
+        return item.keeping == Keeping::notKept || item.keeping == Keeping::withSound;
+    });
 }
 
 std::vector<ByteRange> FileLedger::undeclared(int64_t fileLength) const

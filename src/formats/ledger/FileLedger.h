@@ -22,6 +22,8 @@ enum class Keeping {
     inModel,   ///< The document holds it: sound, markers, tags, pictures. What a type cannot hold of these is
                ///< told from the model.
     asBytes,   ///< Carried over byte for byte by a writer that says so (AudioFile::willWrite).
+    withSound, ///< Stands among the packets of the sound and goes with them: kept where they are copied, gone
+               ///< where the sound is encoded anew (AudioFile::keptSound).
     notKept    ///< Nobody writes it.
 };
 
@@ -56,6 +58,10 @@ public:
     {
         add({kind, Keeping::notKept, name, bytes});
     }
+    void addWithSound(const QString& name, ByteRange bytes = {})
+    {
+        add({ItemKind::part, Keeping::withSound, name, bytes});
+    }
     /// The items of a part that was read on its own, whose first byte lies at `offset` of this file.
     void addNested(const FileLedger& part, int64_t offset);
 
@@ -63,8 +69,8 @@ public:
     /// bytes only, unless they have a name.
     const std::vector<FileItem>& items() const { return mItems; }
 
-    /// The names of a kind that are not kept, each once with its number ("PRIV (3 times)"), not more than a
-    /// person would read.
+    /// The names of a kind that are not kept where the sound is encoded anew, each once with its number
+    /// ("PRIV (3 times)"), not more than a person would read.
     QStringList namesNotKept(ItemKind kind) const;
     /// The same for any choice of items.
     template <typename Predicate> QStringList namesOf(ItemKind kind, Predicate isWanted) const

@@ -5,6 +5,7 @@
 #include "formats/mpeg/AacBitRates.h"
 #include "formats/mpeg/PacketStreamLedger.h"
 #include "formats/saving/PacketSaver.h"
+#include "platform/MissedReads.h"
 #include "platform/codec/AudioFormats.h"
 #include "platform/codec/ContainerWriter.h"
 #include "platform/codec/ElementaryStreams.h"
@@ -78,6 +79,8 @@ void AudioDataTransportStreamAACFile::validateAndCorrectParameters()
 /// Nothing in the file tells where within the last packets the sound ends.
 QStringList AudioDataTransportStreamAACFile::soundLosses() const
 {
+    if (keptSound())
+        return {};
     return surroundLosses(mNumberOfChannels, true) +
            QStringList(QStringLiteral("%1 files do not tell the exact length of the sound; up to 2048 frames "
                                       "of silence follow it.")
@@ -94,6 +97,21 @@ MaybeError AudioDataTransportStreamAACFile::writeRange(const FrameSource& docume
     PacketSaver saver(document, range, {format, mBitRate, assumedPrimingFrames});
     MaybeError error = saver.run(container, progress);
     return error;
+}
+
+bool AudioDataTransportStreamAACFile::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const AudioDataTransportStreamAACFile*>(&source);
+    return opened && packetStreamBytes(*opened->fileHandle()) &&
+           AacBitRates::closest(opened->bitRate(), opened->sampleRate(), opened->numberOfChannels()) ==
+               mBitRate;
+}
+
+MaybeError AudioDataTransportStreamAACFile::writeKeptSound(Progress& progress)
+{
+    const std::optional<ByteRange> packets = packetStreamBytes(*keptSound()->fileHandle());
+    return packets ? copyKeptBytes(*packets, 0, progress)
+                   : MaybeError(missedReadsError(*keptSound()->fileHandle()));
 }
 
 } // namespace velloria

@@ -31,6 +31,8 @@ public:
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit AudioDataTransportStreamAACFile(std::shared_ptr<FileHandle> handle);

@@ -7,6 +7,7 @@
 #include "formats/tags/ID3Data.h"
 #include "formats/tags/Id3Intake.h"
 #include "formats/tags/Id3Writer.h"
+#include "platform/MissedReads.h"
 #include "platform/codec/ElementaryStreams.h"
 
 #include <algorithm>
@@ -151,7 +152,7 @@ std::optional<Mp3Encoder::Output> Mp3File::output() const
 
 /// Low bit rates leave no room for every rate and for two channels, low rates have no high bit rates; what
 /// the encoder does then it is asked.
-QStringList Mp3File::soundLosses() const
+QStringList Mp3File::lossesOfEncoding() const
 {
     const auto output = this->output();
     QStringList losses;
@@ -169,6 +170,12 @@ QStringList Mp3File::soundLosses() const
                       .arg(effectiveBitRate() / 1000);
     if (const QString loss = lossOfPacketTraits(); !loss.isEmpty())
         losses += loss;
+    return losses;
+}
+
+QStringList Mp3File::soundLosses() const
+{
+    const QStringList losses = keptSound() ? QStringList() : lossesOfEncoding();
     return losses + id3DisplayLosses(mMetadata.dictionary(), tagsBefore());
 }
 
@@ -221,6 +228,34 @@ MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& ran
         mBitRate = written->bitRate;
     MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress);
     return error;
+}
+
+/// The packets tell their rate and length themselves, and the one with the encoder's notes (delay, padding,
+/// seek table) counts from its own start, so they may follow a tag of any length. Packets of the older layers
+/// are kept under the name that they had.
+bool Mp3File::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const Mp3File*>(&source);
+    if (!opened || closestValidBitRate(opened->mPacketBitRate) != effectiveBitRate() ||
+        !packetStreamBytes(*opened->fileHandle()))
+        return false;
+    if (opened->mDataFormat != DataFormat::kMp3 && opened->filePath().extension() != filePath().extension())
+        return false;
+    mPacketBitRate = opened->mPacketBitRate;
+    mPacketTraits = opened->mPacketTraits;
+    return true;
+}
+
+MaybeError Mp3File::writeKeptSound(Progress& progress)
+{
+    const std::optional<ByteRange> packets = packetStreamBytes(*keptSound()->fileHandle());
+    if (!packets)
+        return missedReadsError(*keptSound()->fileHandle());
+    const QByteArray tag = mMetadata.id3Data();
+    if (MaybeError error = writeRawData(tag, 0))
+        return error;
+    mSoundDataOffset = tag.size();
+    return copyKeptBytes(*packets, mSoundDataOffset, progress);
 }
 
 QString Mp3File::fileFormatUTI() const

@@ -12,7 +12,7 @@ namespace velloria
 /// put before and after the sound is no part where the file tells it; the sound is then decoded as a whole.
 /// Tags and pictures are those of the ID3v2 tag at the start of the file. Files are written by LAME with a
 /// constant bit rate: the tag, a packet that tells the encoder's delay, the sound. What has more than two
-/// tracks is mixed to stereo as it plays.
+/// tracks is mixed to stereo as it plays. Packets that are kept are copied with all that stands among them.
 class Mp3File : public DecodedFile
 {
 public:
@@ -46,17 +46,20 @@ public:
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit Mp3File(std::shared_ptr<FileHandle> handle);
 
     MaybeError openDecoder();
     int64_t effectiveBitRate() const;
+    QStringList lossesOfEncoding() const;
     QString lossOfPacketTraits() const;
     std::optional<Mp3Encoder::Output> output() const;
     void readTag();
 
-    /// Of an opened file.
+    /// Of an opened file, or of one whose packets were copied to this one.
     int64_t mPacketBitRate = 0;
     ElementaryStreams::MpegPacketTraits mPacketTraits;
 };

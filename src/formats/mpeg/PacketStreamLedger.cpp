@@ -22,6 +22,15 @@ QString nameOf(const ElementaryStreams::Stretch& stretch, int64_t start, int64_t
 
 } // namespace
 
+std::optional<ByteRange> packetStreamBytes(const FileHandle& handle)
+{
+    const std::vector<TagsAround::Tag> tags = TagsAround::inFront(handle);
+    const int64_t start = tags.empty() ? 0 : tags.back().bytes.end();
+    const std::vector<TagsAround::Tag> tagsBehind = TagsAround::behind(handle, start);
+    const int64_t end = tagsBehind.empty() ? handle.length() : tagsBehind.back().bytes.offset;
+    return start < end ? std::optional(ByteRange{start, end - start}) : std::nullopt;
+}
+
 FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
                               const std::optional<FileLedger>& id3Tag,
                               ElementaryStreams::MpegPacketTraits* traits)
@@ -52,7 +61,7 @@ FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
         else if (stretch.kind == Kind::other && handle.holdsOnlyZeros(bytes.offset, bytes.length))
             ledger.addStructure(bytes);
         else
-            ledger.addNotKept(ItemKind::part, nameOf(stretch, start, end), bytes);
+            ledger.addWithSound(nameOf(stretch, start, end), bytes);
     }
     return ledger;
 }

@@ -31,4 +31,9 @@ void Mpeg4AACFile::validateAndCorrectParameters()
     mBitRate = AacBitRates::closest(mBitRate, mSampleRate, mNumberOfChannels);
 }
 
+bool Mpeg4AACFile::isConfiguredLike(const Mpeg4File& opened) const
+{
+    return AacBitRates::closest(opened.bitRate(), opened.sampleRate(), opened.numberOfChannels()) == mBitRate;
+}
+
 } // namespace velloria

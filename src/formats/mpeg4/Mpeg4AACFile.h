@@ -20,7 +20,13 @@ public:
     void validateAndCorrectParameters() override;
     bool storesIntegers() const override { return false; }
     bool encodesWithLoss() const override { return true; }
-    QStringList soundLosses() const override { return surroundLosses(mNumberOfChannels, true); }
+    QStringList soundLosses() const override
+    {
+        return keptSound() ? QStringList() : surroundLosses(mNumberOfChannels, true);
+    }
+
+protected:
+    bool isConfiguredLike(const Mpeg4File& opened) const override;
 };
 
 } // namespace velloria

@@ -9,6 +9,11 @@ namespace
 constexpr uint32_t narrowBits = 16;
 constexpr uint32_t wideBits = 24;
 
+uint32_t writtenBits(uint32_t bits)
+{
+    return bits > narrowBits ? wideBits : narrowBits;
+}
+
 } // namespace
 
 Mpeg4AppleLosslessFile::Mpeg4AppleLosslessFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
@@ -31,14 +36,19 @@ FileOptions Mpeg4AppleLosslessFile::fileOptions() const
     FileOptions options{QStringLiteral("Sample Size:"), {}, 0};
     for (const uint32_t bits : {narrowBits, wideBits})
         options.items.push_back({static_cast<int>(bits), QStringLiteral("%1 bit").arg(bits)});
-    options.selectedTag = static_cast<int>(mBitsPerSample > narrowBits ? wideBits : narrowBits);
+    options.selectedTag = static_cast<int>(writtenBits(mBitsPerSample));
     return options;
 }
 
 void Mpeg4AppleLosslessFile::validateAndCorrectParameters()
 {
     Mpeg4File::validateAndCorrectParameters();
-    mBitsPerSample = mBitsPerSample > narrowBits ? wideBits : narrowBits;
+    mBitsPerSample = writtenBits(mBitsPerSample);
+}
+
+bool Mpeg4AppleLosslessFile::isConfiguredLike(const Mpeg4File& opened) const
+{
+    return writtenBits(opened.bitsPerSample()) == mBitsPerSample;
 }
 
 } // namespace velloria

@@ -17,6 +17,9 @@ public:
     QString fileFormatUTI() const override;
     FileOptions fileOptions() const override;
     void validateAndCorrectParameters() override;
+
+protected:
+    bool isConfiguredLike(const Mpeg4File& opened) const override;
 };
 
 } // namespace velloria

@@ -121,6 +121,7 @@ void Mpeg4File::readAccount(const VLAudioFileDecompressor& decoder)
               decoder.numberOfFramesInPackets()};
     mStartFrames = Mpeg4Splice::startFrames(layout, mSound);
     mObstacle = Mpeg4Splice::obstacle(layout, mSound);
+    mCanKeepSound = Mpeg4Splice::canKeepSound(layout, mSound);
     mChapterTrackID = Mpeg4Chapters::trackID(layout.movie());
     mHasOtherTracks =
         std::any_of(layout.tracks.begin(), layout.tracks.end(), [this](const Mpeg4Track& track) {
@@ -147,7 +148,7 @@ void Mpeg4File::tellOfEncoding()
 {
     if (!isAac(mDataFormat) && mDataFormat != DataFormat::kAppleLossless)
         mWarnings.append(
-            QStringLiteral("“%1” holds sound that is not AAC (%2); saved under its own type it becomes AAC.")
+            QStringLiteral("“%1” holds sound that is not AAC (%2); what is edited in it is saved as AAC.")
                 .arg(displayName(filePath()), encodingDescription()));
 }
 
@@ -155,11 +156,17 @@ void Mpeg4File::tellOfEncoding()
 void Mpeg4File::takeOverLedger()
 {
     AudioFile::takeOverLedger();
+    const FileLedger kept = mLedger;
+    mCanKeepSound = false;
     const auto decoder = VLAudioFileDecompressor::forReadingFile(fileHandle(), fileFormatUTI(), nullptr);
     mObstacle = QStringLiteral("it cannot be read");
     if (!decoder)
         return;
     readAccount(*decoder);
+    for (const FileItem& item : kept.items()) {
+        if (item.keeping == Keeping::withSound)
+            mLedger.add(item);
+    }
     if (mWrittenPriming && *mWrittenPriming != mSound.primingFrames) {
         mSound.primingFrames = *mWrittenPriming;
         mStartFrames = Mpeg4Splice::startFrames(Mpeg4Layout(*fileHandle()), mSound);
@@ -170,18 +177,23 @@ void Mpeg4File::takeOverLedger()
 /// the sound must last as long as it did. A name that says that there is sound only (.m4a) gets sound only.
 const Mpeg4File* Mpeg4File::carriedFile() const
 {
+    if (keptSound())
+        return dynamic_cast<const Mpeg4File*>(keptSound().get());
     const auto* const opened = dynamic_cast<const Mpeg4File*>(openedFile().get());
     if (!opened || !opened->mObstacle.isEmpty() || opened->mSound.trackID == 0)
         return nullptr;
     const double seconds = static_cast<double>(mNumberOfFrames) / mSampleRate;
     const double openedSeconds = static_cast<double>(opened->numberOfFrames()) / opened->sampleRate();
     const double tick = 1.0 / std::min(mSampleRate, opened->sampleRate());
+    return std::abs(seconds - openedSeconds) < tick && !isExtractOf(*opened) ? opened : nullptr;
+}
+
+bool Mpeg4File::isExtractOf(const Mpeg4File& opened) const
+{
     const auto isSoundName = [](const std::filesystem::path& path) {
         return displayName(path).endsWith(QStringLiteral(".m4a"), Qt::CaseInsensitive);
     };
-    const bool isExtract =
-        opened->mHasOtherTracks && isSoundName(filePath()) && !isSoundName(opened->filePath());
-    return std::abs(seconds - openedSeconds) < tick && !isExtract ? opened : nullptr;
+    return opened.mHasOtherTracks && isSoundName(filePath()) && !isSoundName(opened.filePath());
 }
 
 bool Mpeg4File::willWrite(const FileItem& item) const
@@ -291,23 +303,53 @@ MaybeError Mpeg4File::writeIntoCopy(const Mpeg4File& opened, const FrameSource& 
     if (error)
         return error;
 
-    const PacketTable table = saver.packetTable();
+    return writeCopy(opened, layout, scratch->handle().get(), saver.packetTable(), progress);
+}
+
+/// The opened file with other tags and chapters, and new sound unless that is null.
+MaybeError Mpeg4File::writeCopy(const Mpeg4File& opened, const Mpeg4Layout& layout, const FileHandle* sound,
+                                const PacketTable& table, Progress& progress)
+{
+    const FileHandle& film = *opened.fileHandle();
     mWrittenPriming = table.primingFrames;
     Mpeg4Splice::Options options;
     options.opened = opened.mSound;
     options.table = table;
     AudioMetadata tagsOfFile;
     Mpeg4Tags::read(film, tagsOfFile);
-    const Mpeg4MovieEdit::Tags tags{tagsOfFile, mMetadata,
-                                    isAac(mWrittenFormat) ? gaplessTag(table) : QByteArray()};
-    if (tagsOfFile != mMetadata || Mpeg4MovieEdit::hasGaplessText(layout.movie()))
+    const Mpeg4MovieEdit::Tags tags{
+        tagsOfFile, mMetadata, sound && isAac(mWrittenFormat) ? gaplessTag(table) : QByteArray(), !sound};
+    if (tagsOfFile != mMetadata || (sound && Mpeg4MovieEdit::hasGaplessText(layout.movie())))
         options.tags = &tags;
     options.sampleRate = static_cast<uint32_t>(std::lround(mSampleRate));
     options.markers = mMarkers;
     options.hasNewChapters = !areEqual(mMarkers, opened.markersOfFile(mSampleRate));
     options.oldChapterTrackID = opened.mChapterTrackID;
-    error = Mpeg4Splice(film, layout, *scratch->handle(), options).write(*fileHandle(), progress);
+    MaybeError error = Mpeg4Splice(film, layout, sound, options).write(*fileHandle(), progress);
     return !error && film.hasChangedOnDisk() ? changedMeanwhile(film) : error;
+}
+
+/// Sound that is extracted from a film goes to a new file.
+bool Mpeg4File::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const Mpeg4File*>(&source);
+    if (!opened || opened->mWrittenFormat != mWrittenFormat || !opened->mCanKeepSound ||
+        isExtractOf(*opened) || !isConfiguredLike(*opened))
+        return false;
+    mBitsPerSample = opened->mBitsPerSample;
+    return true;
+}
+
+MaybeError Mpeg4File::writeKeptSound(Progress& progress)
+{
+    const auto* const opened = dynamic_cast<const Mpeg4File*>(keptSound().get());
+    const Mpeg4Layout layout(*opened->fileHandle());
+    if (!Mpeg4Splice::canKeepSound(layout, opened->mSound))
+        return changedMeanwhile(*opened->fileHandle());
+    PacketTable table;
+    table.primingFrames = opened->mSound.primingFrames;
+    table.numberOfValidFrames = mNumberOfFrames;
+    return writeCopy(*opened, layout, nullptr, table, progress);
 }
 
 } // namespace velloria

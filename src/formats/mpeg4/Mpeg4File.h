@@ -14,7 +14,8 @@ namespace velloria
 /// their encoding only.
 ///
 /// Sound that lasts as long as that of the opened file is put into a copy of it (Mpeg4Splice), so that a film
-/// keeps its pictures and everything else; other sound makes a new file.
+/// keeps its pictures and everything else; other sound makes a new file. Sound that is kept is part of that
+/// copy like all else.
 class Mpeg4File : public DecodedFile
 {
 public:
@@ -37,6 +38,10 @@ protected:
     Mpeg4File(std::shared_ptr<FileHandle> handle, FourCharCode writtenFormat);
 
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
+    /// Whether sound of an opened file is encoded as this one is configured to.
+    virtual bool isConfiguredLike(const Mpeg4File& opened) const = 0;
 
 private:
     void readTables(const VLAudioFileDecompressor& decoder);
@@ -44,8 +49,11 @@ private:
     void readAccount(const VLAudioFileDecompressor& decoder);
     StreamDescription fileDataFormat() const;
     const Mpeg4File* carriedFile() const;
+    bool isExtractOf(const Mpeg4File& opened) const;
     MarkerList markersOfFile(double sampleRate) const;
     MaybeError writeNewFile(const FrameSource& document, const SaveRange& range, Progress& progress);
+    MaybeError writeCopy(const Mpeg4File& opened, const Mpeg4Layout& layout, const FileHandle* sound,
+                         const PacketTable& table, Progress& progress);
     MaybeError writeIntoCopy(const Mpeg4File& opened, const FrameSource& document, const SaveRange& range,
                              Progress& progress);
 
@@ -65,6 +73,7 @@ private:
     bool mIsQuickTime = false;
     /// Why no new sound can be put into it.
     QString mObstacle;
+    bool mCanKeepSound = false;
 };
 
 } // namespace velloria

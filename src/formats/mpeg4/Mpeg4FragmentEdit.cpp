@@ -106,10 +106,10 @@ QByteArray TrackFragment::ofSound(const Mpeg4Box& old, const SoundPlace& sound, 
         if (child.type == fourCharCode("tfhd"))
             return headerFrom(payload, isFirst, offset, true);
         if (child.type == fourCharCode("tfdt"))
-            return runs.runs.empty() ? Changed() : sound.track.fragmentTime(firstPart);
+            return runs.runs.empty() ? Changed() : sound.track->fragmentTime(firstPart);
         if (child.type == fourCharCode("trun")) {
             const size_t index = part++;
-            return sound.track.fragmentRun(index, distance(moves.part(index)));
+            return sound.track->fragmentRun(index, distance(moves.part(index)));
         }
         const bool isStale = std::find(perSample.begin(), perSample.end(), child.type) != perSample.end();
         return isStale ? Changed(QByteArray()) : std::nullopt;
@@ -153,7 +153,7 @@ std::optional<QByteArray> fragment(const Mpeg4Box& old, const Mpeg4Fragment& run
             TrackFragment track{runs.tracks[index], index == 0, offset, moves};
             ++index;
             QByteArray bytes;
-            if (track.runs.trackID == sound.trackID) {
+            if (sound.track && track.runs.trackID == sound.trackID) {
                 bytes = track.ofSound(each, sound, part);
                 part += track.runs.runs.size();
             } else {

@@ -23,7 +23,8 @@ namespace Mpeg4FragmentEdit
 {
 
 struct SoundPlace {
-    const Mpeg4SoundTrack& track;
+    /// Null where the sound stays what it was: then it is a track like the others.
+    const Mpeg4SoundTrack* track = nullptr;
     uint32_t trackID = 0;
     /// Of the fragment's first part.
     size_t firstPart = 0;
@@ -37,7 +38,8 @@ std::optional<QByteArray> fragment(const Mpeg4Box& old, const Mpeg4Fragment& run
 std::optional<QByteArray> segmentIndex(const Mpeg4Box& old, int64_t oldEnd, int64_t end,
                                        const Mpeg4Moves& moves);
 
-/// The 'mfra' box: the sound's entries are left out, since its packets are others.
+/// The 'mfra' box: the entries of new sound are left out, since its packets are others. `soundTrackID` is 0
+/// where there is none.
 QByteArray randomAccess(const Mpeg4Box& old, uint32_t soundTrackID, const Mpeg4Moves& moves);
 
 } // namespace Mpeg4FragmentEdit

@@ -89,7 +89,7 @@ QByteArray itemsWith(const Mpeg4Box& old, const Mpeg4Box& made, const Tags& tags
     QByteArray bytes = mpeg4PayloadWith(old, [&](const Child& child, const Mpeg4Box& payload) -> Changed {
         const Item& item = oldItems[index++];
         if (isGapless(child, payload))
-            return QByteArray();
+            return tags.keepsGaplessText ? std::nullopt : Changed(QByteArray());
         if (!isChanged(item.key))
             return std::nullopt;
         const Item* const news = item.isRead ? findItem(madeItems, item.key) : nullptr;

@@ -29,11 +29,13 @@ struct Chapters {
 QByteArray movieWithChapters(const Mpeg4Box& movie, const Chapters& chapters);
 
 /// Tags: the items of the list whose value differs between `before` (what was read from it) and `now` are
-/// made anew, with the text about the sound's place (`gaplessText`) where there was one; all others stay.
+/// made anew, with the text about the sound's place (`gaplessText`) where there was one; all others stay, and
+/// so does that text without a new one, where the sound does.
 struct Tags {
     const AudioMetadata& before;
     const AudioMetadata& now;
     QByteArray gaplessText;
+    bool keepsGaplessText = false;
 };
 /// Whether the list has the text about the sound's place.
 bool hasGaplessText(const Mpeg4Box& movie);

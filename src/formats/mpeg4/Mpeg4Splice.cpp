@@ -157,17 +157,27 @@ double Mpeg4Splice::startFrames(const Mpeg4Layout& layout, const Mpeg4OpenedSoun
     return std::clamp(start, 0.0, 1e15);
 }
 
-Mpeg4Splice::Mpeg4Splice(const FileHandle& film, const Mpeg4Layout& layout, const FileHandle& sound,
+/// Nothing but the chapters is replaced then, and each of their samples belongs to them alone.
+bool Mpeg4Splice::canKeepSound(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened)
+{
+    const Mpeg4Track* const sound = layout.track(opened.trackID);
+    const std::vector<Use> uses = usesOf(layout, 0, Mpeg4Chapters::trackID(layout.movie()));
+    return layout.isComplete && sound && !sound->runs.empty() && !sound->isExternal &&
+           sound->timescale != 0 && !overlap(uses) && areWithin(uses, layout.payloads(fourCharCode("mdat")));
+}
+
+Mpeg4Splice::Mpeg4Splice(const FileHandle& film, const Mpeg4Layout& layout, const FileHandle* sound,
                          Options options)
     : mFilm(film)
     , mLayout(layout)
     , mSound(sound)
     , mOptions(std::move(options))
     , mOldTrack(*layout.track(mOptions.opened.trackID))
-    , mNewTrack(sound, mOldTrack, mOptions.opened, mOptions.table)
 {
-    if (mOldTrack.numChunks == 0)
-        mNewTrack.setFirstTime(firstTime(layout, mOldTrack.id).value_or(0));
+    if (sound)
+        mNewTrack.emplace(*sound, mOldTrack, mOptions.opened, mOptions.table);
+    if (sound && mOldTrack.numChunks == 0)
+        mNewTrack->setFirstTime(firstTime(layout, mOldTrack.id).value_or(0));
     if (mOptions.hasNewChapters && mOptions.markers && !mOptions.markers->empty()) {
         const double scale = mOptions.sampleRate / mOptions.opened.sampleRate;
         mChapters.emplace(mOptions.markers, mOptions.sampleRate, mOptions.table.numberOfValidFrames,
@@ -181,7 +191,7 @@ Mpeg4Splice::Mpeg4Splice(const FileHandle& film, const Mpeg4Layout& layout, cons
 void Mpeg4Splice::cutMedia()
 {
     std::vector<Segment> cuts;
-    for (size_t i = 0; i < mOldTrack.runs.size(); ++i)
+    for (size_t i = 0; mNewTrack && i < mOldTrack.runs.size(); ++i)
         cuts.push_back({mOldTrack.runs[i].bytes, true, i, 0});
     const Mpeg4Track* const chapters =
         mOptions.hasNewChapters ? mLayout.track(mOptions.oldChapterTrackID) : nullptr;
@@ -204,10 +214,8 @@ void Mpeg4Splice::cutMedia()
             if (start > at)
                 mSegments.push_back({{at, start - at}});
             at = std::max(at, cut->source.end());
-            if (!cut->isSound)
-                continue;
-            mSegmentOfPart[cut->part] = mSegments.size();
-            mSegments.push_back({mNewTrack.parts()[cut->part].bytes, true, cut->part, 0});
+            if (cut->isSound)
+                addSound(cut->part);
         }
         if (at < media.end())
             mSegments.push_back({{at, media.end() - at}});
@@ -217,10 +225,15 @@ void Mpeg4Splice::cutMedia()
     for (; last && cut != cuts.end(); ++cut) {
         if (!cut->isSound)
             continue;
-        mSegmentOfPart[cut->part] = mSegments.size();
-        mSegments.push_back({mNewTrack.parts()[cut->part].bytes, true, cut->part, 0});
+        addSound(cut->part);
         ++last->numSegments;
     }
+}
+
+void Mpeg4Splice::addSound(size_t part)
+{
+    mSegmentOfPart[part] = mSegments.size();
+    mSegments.push_back({mNewTrack->parts()[part].bytes, true, part, 0});
 }
 
 void Mpeg4Splice::planPieces()
@@ -351,7 +364,7 @@ Mpeg4Moves Mpeg4Splice::moves() const
 std::vector<int64_t> Mpeg4Splice::chunkOffsets(const Mpeg4Track& track) const
 {
     std::vector<int64_t> offsets;
-    const bool isSound = track.id == mOldTrack.id;
+    const bool isSound = isReplaced(track);
     for (size_t i = 0; i < track.numChunks; ++i) {
         const int64_t old = track.runs[i].bytes.offset;
         if (isSound)
@@ -368,8 +381,8 @@ QByteArray Mpeg4Splice::trackBox(const Mpeg4Track& track) const
 {
     const bool wasWide = Mpeg4SampleTable(track.box).hasWideOffsets();
     const bool isWide = wasWide || mWideTracks.contains(track.id);
-    if (track.id == mOldTrack.id)
-        return mNewTrack.box(chunkOffsets(track), isWide);
+    if (isReplaced(track))
+        return mNewTrack->box(chunkOffsets(track), isWide);
     return mpeg4Box(fourCharCode("trak"),
                     Mpeg4MovieEdit::trackWithOffsets(track.box, chunkOffsets(track), isWide));
 }
@@ -424,10 +437,11 @@ QByteArray Mpeg4Splice::bytesOf(const Piece& piece) const
     const Mpeg4Box old(bytes);
     if (piece.kind == Kind::fragment)
         return Mpeg4FragmentEdit::fragment(old, mLayout.fragments[piece.fragment],
-                                           {mNewTrack, mOldTrack.id, piece.firstPart}, piece.offset, moves())
+                                           {mNewTrack ? &*mNewTrack : nullptr, newTrackID(), piece.firstPart},
+                                           piece.offset, moves())
             .value_or(QByteArray());
     if (piece.kind == Kind::randomAccess)
-        return Mpeg4FragmentEdit::randomAccess(old, mOldTrack.id, moves());
+        return Mpeg4FragmentEdit::randomAccess(old, newTrackID(), moves());
     // An index that does not add up would mislead more than none does.
     const QByteArray nothing(static_cast<qsizetype>(payload.length), '\0');
     return Mpeg4FragmentEdit::segmentIndex(old, piece.old.bytes.end(), piece.offset + piece.size, moves())
@@ -436,7 +450,7 @@ QByteArray Mpeg4Splice::bytesOf(const Piece& piece) const
 
 MaybeError Mpeg4Splice::write(FileHandle& out, Progress& progress)
 {
-    if (!mNewTrack.isValid())
+    if (mNewTrack && !mNewTrack->isValid())
         return Error{Error::Code::writeFailed,
                      QStringLiteral("The new sound was not laid out as it should be.")};
     planPieces();
@@ -496,7 +510,7 @@ MaybeError Mpeg4Splice::writeMedia(const Piece& piece, FileHandle& out, Progress
         while (segment.source.length > 0 && !error) {
             const int64_t length = std::min(segment.source.length, kBytesPerLook);
             error =
-                copy(segment.isSound ? mSound : mFilm, {segment.source.offset, length}, segment.target, out);
+                copy(segment.isSound ? *mSound : mFilm, {segment.source.offset, length}, segment.target, out);
             segment.source = {segment.source.offset + length, segment.source.length - length};
             segment.target += length;
             numUnseen += length;

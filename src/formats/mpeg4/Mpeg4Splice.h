@@ -10,11 +10,12 @@
 namespace velloria
 {
 
-/// New sound in an opened film: writes a file that is the opened one but for the packets of the sound, which
-/// take the places of the old ones in the same order among the other tracks' samples. Everything else is
-/// carried over byte for byte (pictures, other sound, subtitles, user data, private boxes); only the tables
-/// that say where samples lie are made anew, movie fragments and their indexes included. The sound lasts as
-/// long as it did, so that no time in the file changes.
+/// An edit of an opened film: writes a file that is the opened one but for its tags and chapters, where they
+/// changed, and for the packets of new sound, which take the places of the old ones in the same order among
+/// the other tracks' samples. Everything else is carried over byte for byte (pictures, other sound,
+/// subtitles, user data, private boxes); only the tables that say where samples lie are made anew, movie
+/// fragments and their indexes included. New sound lasts as long as the old one, so that no time in the file
+/// changes; without new sound the old one stays, packet by packet.
 class Mpeg4Splice
 {
 public:
@@ -34,9 +35,11 @@ public:
 
     /// Why new sound cannot be put into a file, for a person; empty when it can.
     static QString obstacle(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened);
+    /// Whether a file can be written with other tags and chapters around the sound that it has.
+    static bool canKeepSound(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened);
 
-    /// `sound` is a complete file of one track. All of these outlive this object.
-    Mpeg4Splice(const FileHandle& film, const Mpeg4Layout& layout, const FileHandle& sound, Options options);
+    /// `sound` is a complete file of one track; null where the sound stays. All of these outlive this object.
+    Mpeg4Splice(const FileHandle& film, const Mpeg4Layout& layout, const FileHandle* sound, Options options);
 
     /// Writes from the start of an empty file.
     MaybeError write(FileHandle& out, Progress& progress);
@@ -71,7 +74,10 @@ private:
     void cutMedia();
     void planPieces();
     void placePieces();
+    void addSound(size_t part);
     bool place(const Mpeg4Track& track);
+    bool isReplaced(const Mpeg4Track& track) const { return mNewTrack && track.id == mOldTrack.id; }
+    uint32_t newTrackID() const { return mNewTrack ? mOldTrack.id : 0; }
     std::optional<int64_t> newPlaceOf(const Mpeg4Run& run) const;
     std::optional<int64_t> newPlaceOfBox(int64_t offset) const;
     Mpeg4Moves moves() const;
@@ -88,10 +94,11 @@ private:
 
     const FileHandle& mFilm;
     const Mpeg4Layout& mLayout;
-    const FileHandle& mSound;
+    const FileHandle* const mSound;
     Options mOptions;
     const Mpeg4Track& mOldTrack;
-    Mpeg4SoundTrack mNewTrack;
+    /// Nothing where the sound stays.
+    std::optional<Mpeg4SoundTrack> mNewTrack;
     std::optional<Mpeg4Chapters::Track> mChapters;
     std::vector<Segment> mSegments;
     std::vector<size_t> mSegmentOfPart;

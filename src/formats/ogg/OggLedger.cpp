@@ -47,8 +47,8 @@ FileLedger ledgerOf(const FileHandle& handle, const std::set<uint32_t>& serialNu
         const auto page = oggPageAt(handle, offset);
         if (!page) {
             const int64_t next = nextOggPage(handle, offset + 1, handle.length());
-            ledger.addNotKept(ItemKind::part, QStringLiteral("%1 bytes between the pages").arg(next - offset),
-                              {offset, next - offset});
+            ledger.addWithSound(QStringLiteral("%1 bytes between the pages").arg(next - offset),
+                                {offset, next - offset});
             offset = next;
             continue;
         }
@@ -65,8 +65,8 @@ FileLedger ledgerOf(const FileHandle& handle, const std::set<uint32_t>& serialNu
             otherStreams[stream] = nameOfStream(
                 handle.readAt(page->bodyOffset, std::min(firstBytesRead, end - page->bodyOffset)));
         if (end < page->end)
-            ledger.addNotKept(ItemKind::part, QStringLiteral("a cut page (%1 bytes)").arg(end - offset),
-                              {offset, end - offset});
+            ledger.addWithSound(QStringLiteral("a cut page (%1 bytes)").arg(end - offset),
+                                {offset, end - offset});
         else
             ledger.addInModel({offset, end - offset});
         offset = page->end;
@@ -88,6 +88,12 @@ FileLedger oggLedgerOfFirst(const FileHandle& handle, const std::set<uint32_t>& 
 {
     *endOfFirst = 0;
     return ledgerOf(handle, serialNumbersRead, endOfFirst);
+}
+
+bool holdsOneOggStream(const FileLedger& ledger)
+{
+    return std::ranges::none_of(ledger.items(),
+                                [](const FileItem& item) { return item.kind == ItemKind::stream; });
 }
 
 } // namespace velloria

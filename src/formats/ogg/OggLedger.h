@@ -19,4 +19,7 @@ FileLedger oggLedger(const FileHandle& handle, const std::set<uint32_t>& serialN
 FileLedger oggLedgerOfFirst(const FileHandle& handle, const std::set<uint32_t>& serialNumbersRead,
                             int64_t* endOfFirst);
 
+/// Whether such an account tells of no other stream.
+bool holdsOneOggStream(const FileLedger& ledger);
+
 } // namespace velloria

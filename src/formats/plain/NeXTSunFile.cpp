@@ -108,7 +108,7 @@ QString NeXTSunFile::fileFormatUTI() const
 
 QString NeXTSunFile::encodingDescription() const
 {
-    if (!requiresConversion())
+    if (!requiresConversion() && (!mKeepsEncoding || mIsFloat))
         return AudioFile::encodingDescription();
     for (const EncodingName& each : encodingNames) {
         if (each.encoding == mEncoding)
@@ -251,19 +251,21 @@ QStringList NeXTSunFile::soundLosses() const
 bool NeXTSunFile::writeHeader(MaybeError* error)
 {
     mSoundDataOffset = writtenHeader;
-    mIsFloat = false;
+    mIsFloat = mIsFloat && mKeepsEncoding;
     mIsLittleEndian = false;
-    const uint32_t encoding = encodingForBits(mBitsPerSample);
-    if (encoding != 0)
+    const uint32_t encoding = mKeepsEncoding ? mEncoding : encodingForBits(mBitsPerSample);
+    if (encoding != 0 && !mKeepsEncoding)
         mBitsPerSample = std::max(8U, (mBitsPerSample + 7) / 8 * 8);
     // Compared by division: the product of absurd numbers need not fit 64 bits.
-    if (mNumberOfFrames > (largestFile - mSoundDataOffset) / std::max<int64_t>(1, frameSize()))
+    if (!mKeepsEncoding &&
+        mNumberOfFrames > (largestFile - mSoundDataOffset) / std::max<int64_t>(1, frameSize()))
         return false;
 
     BigEndianOutputStream header;
     header.writeUInt32(magic);
     header.writeUInt32(static_cast<uint32_t>(mSoundDataOffset));
-    header.writeUInt32(static_cast<uint32_t>(mNumberOfFrames * frameSize()));
+    header.writeUInt32(
+        static_cast<uint32_t>(mKeepsEncoding ? mNumBytesOfSound : mNumberOfFrames * frameSize()));
     header.writeUInt32(encoding);
     header.writeUInt32(static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, 4294967295.0)));
     header.writeUInt32(mNumberOfChannels);
@@ -272,6 +274,37 @@ bool NeXTSunFile::writeHeader(MaybeError* error)
     if (failure && error)
         *error = failure;
     return !failure;
+}
+
+void NeXTSunFile::configureWithPopUpTag(int tag)
+{
+    AudioFile::configureWithPopUpTag(tag);
+    mIsOptionChosen = true;
+}
+
+/// Companded sound, ADPCM and floats, none of which is written otherwise.
+bool NeXTSunFile::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const NeXTSunFile*>(&source);
+    const bool isOther =
+        opened && (opened->requiresConversion() || opened->isFloat() || opened->mKeepsEncoding);
+    if (!isOther || mIsOptionChosen || !opened->warnings().isEmpty() || opened->mNumBytesOfSound <= 0 ||
+        opened->mNumBytesOfSound > largestFile - writtenHeader)
+        return false;
+    mKeepsEncoding = true;
+    mEncoding = opened->mEncoding;
+    mIsFloat = opened->mIsFloat;
+    mBitsPerSample = opened->mBitsPerSample;
+    mNumBytesOfSound = opened->mNumBytesOfSound;
+    return true;
+}
+
+MaybeError NeXTSunFile::writeKeptSound(Progress& progress)
+{
+    MaybeError error;
+    if (!writeHeader(&error))
+        return error ? error : MaybeError(FileDamage::noSoundToSave(displayTypeName()));
+    return copyKeptBytes({keptSound()->soundDataOffset(), mNumBytesOfSound}, mSoundDataOffset, progress);
 }
 
 } // namespace velloria

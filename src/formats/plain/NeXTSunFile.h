@@ -26,11 +26,16 @@ public:
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
     MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
 
+    void configureWithPopUpTag(int tag) override;
     void validateAndCorrectParameters() override;
     QStringList soundLosses() const override;
 
     /// Rounds the sample size up to 8, 16, 24 or 32 bits.
     bool writeHeader(MaybeError* error) override;
+
+protected:
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit NeXTSunFile(std::shared_ptr<FileHandle> handle);
@@ -43,10 +48,12 @@ private:
     void declareSound();
     QString name() const;
 
-    /// As the header tells; 0 in a file that is written.
+    /// As the header tells; 0 in a file that is written with integers.
     uint32_t mEncoding = 0;
-    /// Bytes of sound in the opened file.
+    /// Bytes of sound in the opened file, or of that which is kept.
     int64_t mNumBytesOfSound = 0;
+    bool mIsOptionChosen = false;
+    bool mKeepsEncoding = false;
 };
 
 } // namespace velloria

@@ -2,6 +2,7 @@
 
 #include "formats/decoding/FileDamage.h"
 #include "formats/file/StartTime.h"
+#include "formats/ogg/OggHeaderEdit.h"
 #include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggPageCheck.h"
 #include "formats/ogg/OggSerialNumber.h"
@@ -9,7 +10,9 @@
 #include "formats/saving/FrameFeed.h"
 #include "formats/vorbis/VorbisConversion.h"
 #include "formats/vorbis/VorbisEncoder.h"
+#include "formats/vorbis/VorbisHeaders.h"
 #include "platform/Log.h"
+#include "platform/MissedReads.h"
 
 #include <algorithm>
 #include <array>
@@ -114,6 +117,7 @@ void OggVorbisFile::readStream()
     if (!comments.isEmpty())
         mMetadata.setValuesWithDictionary(comments.dictionary());
     mLedger = oggLedger(*mFileHandle, serialNumbersOf(*mStream));
+    mHoldsOneStream = mStream->numLinks() == 1 && holdsOneOggStream(mLedger);
     comments.declare(mMetadata, mLedger);
     declareStartTime(mStream->startSeconds(), mLedger);
     for (int link = 1; link < mStream->numLinks(); ++link)
@@ -309,6 +313,36 @@ MaybeError OggVorbisFile::writeRange(const FrameSource& document, const SaveRang
         [&encoder](std::span<const float> interleaved) { return encoder.encode(interleaved); }, progress);
     const MaybeError finishError = encoder.finish();
     return error ? error : finishError;
+}
+
+bool OggVorbisFile::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const OggVorbisFile*>(&source);
+    if (!opened || !opened->mHoldsOneStream ||
+        (mIsOptionChosen && tagOfEncoding() != opened->tagOfEncoding()))
+        return false;
+    const std::optional<OggHeaders> headers = VorbisHeaders::ofFile(*opened->fileHandle());
+    if (!headers)
+        return false;
+    mEncodingQuality = opened->mEncodingQuality;
+    mNominalBitRate = opened->mNominalBitRate;
+    mHasManagedBitRate = opened->mHasManagedBitRate;
+    mHoldsOneStream = true;
+    const QList<AttachedPicture>& pictures = source.metadata().artwork();
+    mCanSaveArtwork = !pictures.isEmpty() && mMetadata.artwork() == pictures &&
+                      VorbisHeaders::commentsOf(*headers).numPictures() == pictures.size();
+    return true;
+}
+
+MaybeError OggVorbisFile::writeKeptSound(Progress& progress)
+{
+    const FileHandle& source = *keptSound()->fileHandle();
+    const std::optional<OggHeaders> headers = VorbisHeaders::ofFile(source);
+    if (!headers)
+        return missedReadsError(source);
+    const auto packets =
+        VorbisHeaders::withTags(*headers, VorbisComments::entriesOf(mMetadata.dictionary()), mCanSaveArtwork);
+    return writeOggWithHeaders(source, *headers, packets, *fileHandle(), progress);
 }
 
 } // namespace velloria

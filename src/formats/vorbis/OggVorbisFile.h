@@ -43,10 +43,15 @@ public:
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override { return 255; }
     bool encodesWithLoss() const override { return true; }
-    QStringList soundLosses() const override { return surroundLosses(mNumberOfChannels, false); }
+    QStringList soundLosses() const override
+    {
+        return keptSound() ? QStringList() : surroundLosses(mNumberOfChannels, false);
+    }
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit OggVorbisFile(std::shared_ptr<FileHandle> handle);
@@ -63,6 +68,8 @@ private:
     /// Of a file that was opened.
     int64_t mNominalBitRate = 0;
     bool mHasManagedBitRate = false;
+    /// Nothing stands beside or behind the sound.
+    bool mHoldsOneStream = false;
     /// Of a file that was opened, until it is decoded.
     std::unique_ptr<VorbisStream> mStream;
 };

@@ -82,6 +82,8 @@ QString WaveFile::fileFormatUTI() const
 
 QString WaveFile::encodingDescription() const
 {
+    if (mKeptEncoding)
+        return WaveFormat::ofPayload(mKeptEncoding->format).description();
     return chunks().chunks().empty() ? AudioFile::encodingDescription() : mFormat.description();
 }
 

@@ -2,6 +2,7 @@
 
 #include "formats/chunks/ChunkedFile.h"
 #include "formats/wave/WaveContainer.h"
+#include "formats/wave/WaveEncoding.h"
 #include "formats/wave/WaveFormat.h"
 
 namespace velloria
@@ -40,6 +41,7 @@ public:
     /// The longest file that is written as RIFF; less than what its sizes can hold only in tests.
     void setLargestRiffFile(int64_t numBytes) { mLargestRiffFile = numBytes; }
 
+    void configureWithPopUpTag(int tag) override;
     bool willWrite(const FileItem& item) const override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
@@ -50,6 +52,8 @@ public:
 protected:
     void declareOtherChunk(const RiffChunk& chunk) override;
     std::optional<LinearPcmLayout> linearLayout() const override;
+    bool takeSound(const AudioFile& source) override;
+    MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit WaveFile(std::shared_ptr<FileHandle> handle);
@@ -67,7 +71,9 @@ private:
     const WaveFile* openedWave() const;
     WaveFormat formatToWrite() const;
     bool keepsFormat() const;
-    int64_t formatChunkLength() const;
+    /// Everything between the container's header and that of the sound.
+    QByteArray formatChunks() const;
+    int64_t soundLength() const;
     int64_t soundOffset(bool isLong) const;
     std::vector<QByteArray> footerChunks() const;
     /// With the header of one kind or the other.
@@ -81,6 +87,9 @@ private:
     int64_t mLargestRiffFile = largestFileOf32Bits;
     WaveContainer mContainer;
     WaveFormat mFormat;
+    bool mIsOptionChosen = false;
+    /// Of the file whose sound this one has, where that is no plain PCM.
+    std::optional<WaveEncoding> mKeptEncoding;
 };
 
 } // namespace velloria

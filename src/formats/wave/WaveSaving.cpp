@@ -62,20 +62,28 @@ bool WaveFile::keepsFormat() const
 
 bool WaveFile::willWrite(const FileItem& item) const
 {
-    return item.keeping == Keeping::asBytes ? keepsFormat() : ChunkedFile::willWrite(item);
+    return item.keeping == Keeping::asBytes ? keepsFormat() || mKeptEncoding : ChunkedFile::willWrite(item);
 }
 
-int64_t WaveFile::formatChunkLength() const
+QByteArray WaveFile::formatChunks() const
 {
-    const int64_t length = RiffChunk::headerLength + formatToWrite().payload().size();
-    return length + length % 2;
+    if (mKeptEncoding)
+        return mKeptEncoding->chunks();
+    const QByteArray chunk = chunkWithPayload(fourCharCode("fmt "), formatToWrite().payload());
+    return chunk + QByteArray(chunk.size() % 2, '\0');
+}
+
+/// In bytes.
+int64_t WaveFile::soundLength() const
+{
+    return mKeptEncoding ? mKeptEncoding->sound.length : frameSize() * mNumberOfFrames;
 }
 
 /// Of the first sample: behind the container's header, with its long sizes, and those of format and sound.
 int64_t WaveFile::soundOffset(bool isLong) const
 {
     const int64_t sizes = isLong ? RiffChunk::headerLength + WaveContainer::longSizesLength : 0;
-    return WaveContainer::headerLength + sizes + formatChunkLength() + RiffChunk::headerLength;
+    return WaveContainer::headerLength + sizes + formatChunks().size() + RiffChunk::headerLength;
 }
 
 bool WaveFile::writeHeader(MaybeError* error)
@@ -83,7 +91,7 @@ bool WaveFile::writeHeader(MaybeError* error)
     mOffsetEncoding = mBitsPerSample < 9;
     // The product of absurd numbers need not fit 64 bits, and a file system holds no file of that size.
     constexpr int64_t largestFile = std::numeric_limits<int64_t>::max() / 2;
-    if (mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize())) {
+    if (!mKeptEncoding && mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize())) {
         if (error)
             *error = Error{Error::Code::fileTooLarge, QStringLiteral("The sound is too long for any file.")};
         return false;
@@ -94,15 +102,14 @@ bool WaveFile::writeHeader(MaybeError* error)
     mContainer.isBW64 = opened && opened->mContainer.isBW64;
     mFormat = formatToWrite();
     mSoundDataOffset = soundOffset(isLong);
-    int64_t offset = mSoundDataOffset - RiffChunk::headerLength - formatChunkLength();
-    const QByteArray format = chunkWithPayload(fourCharCode("fmt "), mFormat.payload());
+    const QByteArray format = formatChunks();
+    int64_t offset = mSoundDataOffset - RiffChunk::headerLength - format.size();
     MaybeError failure = writeContainerChunk(lengthToWrite(isLong));
     if (!failure)
         failure = writeChunk(format, &offset);
     if (!failure)
-        failure = writeRawData(riffChunkHeader(fourCharCode("data"),
-                                               isLong ? largestFileOf32Bits : frameSize() * mNumberOfFrames),
-                               offset);
+        failure = writeRawData(
+            riffChunkHeader(fourCharCode("data"), isLong ? largestFileOf32Bits : soundLength()), offset);
     if (failure && error)
         *error = failure;
     return !failure;
@@ -110,7 +117,7 @@ bool WaveFile::writeHeader(MaybeError* error)
 
 int64_t WaveFile::lengthToWrite(bool isLong) const
 {
-    int64_t length = soundOffset(isLong) + frameSize() * mNumberOfFrames;
+    int64_t length = soundOffset(isLong) + soundLength();
     length += length % 2;
     for (const QByteArray& chunk : footerChunks())
         length += chunk.size() + (length + chunk.size()) % 2;
@@ -120,8 +127,9 @@ int64_t WaveFile::lengthToWrite(bool isLong) const
 /// Sizes of the RIFF and data chunks are 32-bit numbers, so these bound the whole file.
 bool WaveFile::isTooLongForRiff() const
 {
-    return mNumberOfFrames > mLargestRiffFile / std::max<int64_t>(1, frameSize()) ||
-           lengthToWrite(false) > mLargestRiffFile;
+    const bool isBeyondCounting =
+        !mKeptEncoding && mNumberOfFrames > mLargestRiffFile / std::max<int64_t>(1, frameSize());
+    return isBeyondCounting || lengthToWrite(false) > mLargestRiffFile;
 }
 
 QStringList WaveFile::soundLosses() const
@@ -175,7 +183,7 @@ MaybeError WaveFile::writeContainerChunk(int64_t fileLength)
 {
     if (!mContainer.hasLongSizes)
         return writeRawData(WaveContainer::header(fileLength), 0);
-    return writeRawData(mContainer.longHeader(fileLength, frameSize() * mNumberOfFrames, mNumberOfFrames), 0);
+    return writeRawData(mContainer.longHeader(fileLength, soundLength(), mNumberOfFrames), 0);
 }
 
 /// Pads so that the chunk ends at an even offset; `offset` moves behind it.
@@ -187,6 +195,36 @@ MaybeError WaveFile::writeChunk(const QByteArray& chunk, int64_t* offset)
     MaybeError error = writeRawData(bytes, *offset);
     *offset += bytes.size();
     return error;
+}
+
+void WaveFile::configureWithPopUpTag(int tag)
+{
+    ChunkedFile::configureWithPopUpTag(tag);
+    mIsOptionChosen = true;
+}
+
+/// Plain PCM is read in place, and its bytes are carried over by the clips.
+bool WaveFile::takeSound(const AudioFile& source)
+{
+    const auto* const opened = dynamic_cast<const WaveFile*>(&source);
+    if (!opened || (!opened->requiresConversion() && !opened->mKeptEncoding) || mIsOptionChosen ||
+        !opened->warnings().isEmpty())
+        return false;
+    mKeptEncoding = WaveEncoding::ofFile(*opened->fileHandle());
+    if (!mKeptEncoding)
+        return false;
+    mBitsPerSample = opened->bitsPerSample();
+    mIsFloat = opened->isFloat();
+    return true;
+}
+
+MaybeError WaveFile::writeKeptSound(Progress& progress)
+{
+    MaybeError error;
+    if (!writeHeader(&error))
+        return error;
+    error = copyKeptBytes(mKeptEncoding->sound, mSoundDataOffset, progress);
+    return error ? error : writeFooter();
 }
 
 } // namespace velloria

@@ -1,0 +1,27 @@
+// How a file takes over the packets of another one.
+#include "formats/file/AudioFile.h"
+#include "formats/file/SoundCopy.h"
+
+namespace velloria
+{
+
+void AudioFile::offerSound(const std::shared_ptr<const AudioFile>& source)
+{
+    mKeptSound = source && source->fileHandle() && takeSound(*source) ? source : nullptr;
+    if (!mKeptSound)
+        return;
+    mBitRate = source->bitRate();
+    mDataFormat = source->dataFormat();
+}
+
+MaybeError AudioFile::writeKeptSound(Progress&)
+{
+    return Error{Error::Code::writeFailed, QStringLiteral("This format cannot take over packets.")};
+}
+
+MaybeError AudioFile::copyKeptBytes(ByteRange bytes, int64_t offset, Progress& progress)
+{
+    return copySound(*mKeptSound->fileHandle(), bytes, *mFileHandle, offset, progress);
+}
+
+} // namespace velloria
