@@ -21,7 +21,7 @@ constexpr size_t headerLength = 27;
 constexpr size_t serialNumberOffset = 14;
 constexpr size_t numberOffset = 18;
 constexpr size_t checksumOffset = 22;
-constexpr size_t longestPage = headerLength + 255 + 255 * 255;
+constexpr size_t longestPage = headerLength + 255 + size_t{255} * 255;
 constexpr size_t bytesPerRead = size_t{1} << 20;
 
 using Bytes = std::span<std::byte>;
