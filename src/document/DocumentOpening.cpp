@@ -92,6 +92,8 @@ std::shared_ptr<SoundDocument> SoundDocument::readFromPath(const std::filesystem
     document->mAudioFile = file;
     document->mFilePath = path;
     document->mFileTypeUTI = file->fileFormatUTI();
+    // As far as the header tells; what is decoded is labelled with it.
+    document->mSampleSize = file->bitsPerSample() == 0 ? 16 : file->bitsPerSample();
     const ScratchLabelScope scope(
         [&document] { return document->scratchLabel(ScratchLabel::Use::decoding); });
     file->setDecodingWatcher(watcher);

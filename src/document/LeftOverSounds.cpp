@@ -201,6 +201,9 @@ std::shared_ptr<SoundDocument> documentOf(const LeftOverSound& sound,
             tracks.push_back(std::make_shared<AudioTrack>(ClipList(std::make_shared<AudioClip>(
                 source, 0, file->numberOfFrames(), static_cast<int64_t>(tracks.size())))));
     document->undoableSetSampleRate(files.front()->sampleRate());
+    // The scratch files hold floats, whatever the sound was made of.
+    if (sound.label && sound.label->sampleBits > 0)
+        document->undoableSetSampleSize(sound.label->sampleBits);
     document->undoableSetAudioMetadata(files.front()->metadata());
     if (files.front()->markers())
         document->undoableSetAudioMarkers(files.front()->markers());

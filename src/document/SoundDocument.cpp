@@ -87,6 +87,7 @@ ScratchLabel SoundDocument::scratchLabel(ScratchLabel::Use use) const
     label.documentID = mScratchID;
     label.documentName = displayName();
     label.file = QByteArray::fromStdString(mFilePath.native());
+    label.sampleBits = mSampleSize;
     if (mOpenStep)
         label.command = mOpenStep->text();
     return label;

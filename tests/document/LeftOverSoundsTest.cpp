@@ -82,7 +82,9 @@ private:
 
 TEST_F(LeftOverSoundsTest, TheTracksOfATakeAreOneDocumentAgainWhateverLiesBetween)
 {
-    leave({{labelOf(Use::recording, QStringLiteral("interview.wav")), {50000, 49000}},
+    ScratchLabel interview = labelOf(Use::recording, QStringLiteral("interview.wav"));
+    interview.sampleBits = 32;
+    leave({{interview, {50000, 49000}},
            {labelOf(Use::recording, QStringLiteral("talk.wav")), {49500, 49500}},
            {labelOf(Use::computation, QStringLiteral("talk.wav")), {49200}}});
     const QString time = now();
@@ -97,6 +99,7 @@ TEST_F(LeftOverSoundsTest, TheTracksOfATakeAreOneDocumentAgainWhateverLiesBetwee
     EXPECT_EQ(document->numberOfFrames(), 50000);
     EXPECT_EQ(kit::samplesOf(*document, 0), kit::noise(50000, 0));
     EXPECT_EQ(document->sampleDataAtOffset(0, 49000, 1), kit::noise(49000, 1));
+    EXPECT_EQ(document->sampleSize(), 32);
     EXPECT_EQ(document->displayName(), sounds[0].title());
     EXPECT_TRUE(document->isDocumentEdited());
     EXPECT_FALSE(document->undoManager().canUndo());
@@ -161,6 +164,7 @@ TEST_F(LeftOverSoundsTest, AnUnsavedDocumentIsKeptWithAllThatItHolds)
     {
         const auto document = kit::documentOf(samples);
         kit::setMarkers(*document, {5, 1234});
+        document->undoableSetSampleSize(24);
         EXPECT_EQ(LeftOverSounds::keep(*document), std::nullopt);
     }
     const std::vector<LeftOverSound> sounds = found();
@@ -169,6 +173,7 @@ TEST_F(LeftOverSoundsTest, AnUnsavedDocumentIsKeptWithAllThatItHolds)
     const auto document = LeftOverSounds::open(sounds.at(0), &error);
     ASSERT_TRUE(document);
     EXPECT_EQ(kit::samplesOf(*document), samples);
+    EXPECT_EQ(document->sampleSize(), 24) << "as wide as it was";
     EXPECT_EQ(kit::positionsOf(*document->orderedMarkers()), std::vector<int64_t>({5, 1234}));
 }
 

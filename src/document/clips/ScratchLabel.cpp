@@ -17,6 +17,7 @@ namespace
 constexpr int kVersion = 1;
 constexpr int32_t kMostTracks = 65536;
 constexpr qsizetype kMostCharacters = 4096;
+constexpr int kMostBits = 64;
 
 using Use = ScratchLabel::Use;
 
@@ -65,6 +66,7 @@ QByteArray ScratchTrackLabel::toNote() const
         // Paths are bytes and need not be text.
         {QStringLiteral("file"), QString::fromLatin1(label.file.toPercentEncoding("/"))},
         {QStringLiteral("command"), label.command},
+        {QStringLiteral("bits"), static_cast<qint64>(label.sampleBits)},
         {QStringLiteral("made"), label.made.toString(Qt::ISODateWithMs)},
     };
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
@@ -91,6 +93,7 @@ std::optional<ScratchTrackLabel> ScratchTrackLabel::ofNote(const QByteArray& not
     label.documentName = textOf(object, "name");
     label.file = QByteArray::fromPercentEncoding(textOf(object, "file").toLatin1());
     label.command = textOf(object, "command");
+    label.sampleBits = std::clamp(object.value(QLatin1String("bits")).toInt(), 0, kMostBits);
     label.made = QDateTime::fromString(textOf(object, "made"), Qt::ISODateWithMs);
     return read;
 }

@@ -32,6 +32,8 @@ struct ScratchLabel {
     QByteArray file;
     /// The command that computed it; empty for other uses.
     QString command;
+    /// Of the document's samples, which the scratch file holds as floats; 0 when that is not known.
+    int64_t sampleBits = 0;
     QDateTime made;
 
     /// Of sound that is made now, as a new one of that many tracks.
