@@ -59,8 +59,8 @@ void DocumentStep::willReplaceSampleRate(double sampleRate)
 
 void DocumentStep::willReplaceSampleSize(int64_t sampleSize)
 {
-    if (!rare().sampleSize)
-        rare().sampleSize = sampleSize;
+    if (!rare().sampleWidth)
+        rare().sampleWidth = {sampleSize, mDocument.mFileOptionTag};
 }
 
 void DocumentStep::willChangeMarker(const AudioMarkerPtr& marker)
@@ -81,9 +81,9 @@ void DocumentStep::forgetUnchanged()
         mRare->metadata.reset();
     if (mRare->sampleRate == mDocument.sampleRate())
         mRare->sampleRate.reset();
-    if (mRare->sampleSize == mDocument.mSampleSize)
-        mRare->sampleSize.reset();
-    if (!mRare->metadata && !mRare->sampleRate && !mRare->sampleSize)
+    if (mRare->sampleWidth && mRare->sampleWidth->sampleSize == mDocument.mSampleSize)
+        mRare->sampleWidth.reset();
+    if (!mRare->metadata && !mRare->sampleRate && !mRare->sampleWidth)
         mRare.reset();
 }
 
@@ -131,14 +131,16 @@ void DocumentStep::exchangeRare()
         std::swap(*mRare->metadata, mDocument.mAudioMetadata);
     if (mRare->sampleRate)
         mRare->sampleRate = mDocument.mSampleRate.exchange(*mRare->sampleRate);
-    if (mRare->sampleSize)
-        std::swap(*mRare->sampleSize, mDocument.mSampleSize);
+    if (mRare->sampleWidth) {
+        std::swap(mRare->sampleWidth->sampleSize, mDocument.mSampleSize);
+        std::swap(mRare->sampleWidth->fileOptionTag, mDocument.mFileOptionTag);
+    }
 }
 
 void DocumentStep::tellControllers(const std::optional<SoundSelection>& selection)
 {
     // Everything is in place before the first controller looks.
-    if (mTracks || (mRare && (mRare->sampleRate || mRare->sampleSize)))
+    if (mTracks || (mRare && (mRare->sampleRate || mRare->sampleWidth)))
         mDocument.reload();
     if (mMarkerChanges)
         mDocument.tellMarkersDidChange();

@@ -37,11 +37,17 @@ public:
     void redo() override;
 
 private:
+    /// A chosen sample size and the option of the last save, whichever was chosen later: both are exchanged,
+    /// so that a plain save writes what it would have written then.
+    struct SampleWidth {
+        int64_t sampleSize = 0;
+        int fileOptionTag = 0;
+    };
     /// What few steps change, apart so that the others need no room for it.
     struct Rare {
         std::optional<AudioMetadata> metadata;
         std::optional<double> sampleRate;
-        std::optional<int64_t> sampleSize;
+        std::optional<SampleWidth> sampleWidth;
     };
 
     Rare& rare();

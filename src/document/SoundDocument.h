@@ -199,8 +199,8 @@ public:
     double estimatedFileSize(const SaveRequest& request) const;
     /// Why nothing would be written at all: too many channels for the type, a file that the sound is read
     /// from was changed by another program since it was opened (Error::Code::sourceChanged), or the save
-    /// would overwrite such a change of the document's own file (targetChanged) or lose another stream of it.
-    /// A saveAs may do the latter, its path having been chosen on purpose.
+    /// would lose another stream of the document's own file, or overwrite such a change of it
+    /// (targetChanged). A saveAs may do the latter, its path having been chosen on purpose.
     MaybeError refusalToSave(const SaveRequest& request) const;
     /// Writes beside the target, then renames over it. After success of anything but saveTo the document
     /// lives at the path, is clean, and its writer is its file. On failure the target and the document are

@@ -242,6 +242,25 @@ TEST_F(DocumentSaving, ASampleSizeChosenAfterASaveIsWhatTheNextOneWrites)
     EXPECT_EQ(open("a.wav")->sampleSize(), 8);
 }
 
+TEST_F(DocumentSaving, UndoOfASampleSizePutsTheOptionOfALaterSaveAside)
+{
+    makeWave("a.wav", 1000, 16);
+    const auto document = open("a.wav");
+    document->undoableSetSampleSize(24);
+    SaveRequest request = requestFor("b.wav", SaveOperation::saveAs);
+    request.optionTag = 8;
+    ASSERT_EQ(messageOfSaving(*document, request), "");
+    const SaveRequest plain = requestFor("b.wav", SaveOperation::save);
+    document->undoManager().undo();
+    EXPECT_EQ(document->sampleSize(), 16);
+    ASSERT_EQ(messageOfSaving(*document, plain), "");
+    EXPECT_EQ(open("b.wav")->sampleSize(), 16);
+    document->undoManager().redo();
+    EXPECT_EQ(document->sampleSize(), 8);
+    ASSERT_EQ(messageOfSaving(*document, plain), "");
+    EXPECT_EQ(open("b.wav")->sampleSize(), 8);
+}
+
 TEST_F(DocumentSaving, ASelectionTakesItsTracksAndTagsButNoMarkers)
 {
     makeWave("a.wav", 5000, 16);
