@@ -310,9 +310,9 @@ QStringList SoundDocument::lossesWhenSaving(const SaveRequest& request) const
                       .arg(type)
                       .arg(maximum)
                       .arg(writer->numberOfChannels());
-    // A size of samples that was chosen is no surprise, and what becomes integers has been told.
+    // A size of samples that was chosen is no surprise, and that floats become integers has been told.
     const bool isPlain = request.optionTag == 0 || writer->encodesWithLoss();
-    const bool isTold = sources.hasFloats() && writer->storesIntegers();
+    const bool isTold = sources.mostFloatBits > 0 && writer->storesIntegers();
     if (mAudioFile && request.uti == mFileTypeUTI && isPlain && !isTold)
         if (const QString change = encodingChange(*writer, *mAudioFile); !change.isEmpty())
             losses += change;

@@ -168,6 +168,12 @@ TEST_F(FilesTest, SaysWhatASaveLoses)
     EXPECT_EQ(outcome.status, 0);
     ASSERT_EQ(outcome.errorLines().size(), 1);
     EXPECT_TRUE(outcome.errors.contains("24 bits are rounded to 16 bits"));
+    // What a container of another encoding becomes is said, beside what its sound becomes.
+    shell("ffmpeg -v error -i in.wav -c:a libmp3lame mp3.wav");
+    const test::Outcome changed = cli({"run", "mp3.wav", "save"});
+    EXPECT_EQ(changed.status, 0);
+    EXPECT_TRUE(changed.errors.contains("The encoding changes from MP3 to 16-bit integer."))
+        << changed.errors.toStdString();
     // Of a save that fails only the reason is of interest.
     makeFile("nine.wav", test::wave({1, 9, 44100, 24}, test::noiseBytes(2700, 1)));
     expectFailure({"convert", "nine.wav", "out.flac", "--option", "16"}, 1, "at most 8");
