@@ -14,7 +14,8 @@ constexpr qsizetype typeOffset = 5;
 constexpr char firstPageFlag = 2;
 constexpr qsizetype serialNumberOffset = 14;
 constexpr qsizetype mostSegments = 255;
-constexpr int64_t windowLength = int64_t{1} << 16;
+constexpr int64_t shortestWindow = int64_t{1} << 10;
+constexpr int64_t longestWindow = int64_t{1} << 16;
 
 } // namespace
 
@@ -38,10 +39,14 @@ std::optional<OggPageHead> oggPageAt(const FileHandle& handle, int64_t offset)
 int64_t nextOggPage(const FileHandle& handle, int64_t offset, int64_t end)
 {
     constexpr int64_t overlap = 3;
-    for (; offset < end; offset += windowLength - overlap) {
-        const qsizetype found = handle.readAt(offset, std::min(windowLength, end - offset)).indexOf("OggS");
+    // Small at first, since a damaged file can hold the name every few bytes.
+    int64_t window = shortestWindow;
+    while (offset < end) {
+        const qsizetype found = handle.readAt(offset, std::min(window, end - offset)).indexOf("OggS");
         if (found >= 0)
             return offset + found;
+        offset += window - overlap;
+        window = std::min(4 * window, longestWindow);
     }
     return end;
 }
