@@ -4,6 +4,7 @@
 #include "app/look/Translations.h"
 #include "app/preferences/Settings.h"
 #include "app/shell/Application.h"
+#include "platform/LargeBlocks.h"
 #include "platform/hardware/PulseHardware.h"
 
 #include <QApplication>
@@ -94,6 +95,7 @@ int runEditor(const CommandLine& line, char** argv)
 
 int main(int argc, char** argv)
 {
+    velloria::giveLargeBlocksBack();
     setIdentity();
     std::error_code error;
     const CommandLine line = CommandLine::parse(argc, argv, std::filesystem::current_path(error));

@@ -22,6 +22,7 @@ constexpr double kLongestSeconds = 60.0;
 constexpr double kContextSeconds = 0.15;
 constexpr double kHalfFadeSeconds = 0.01;
 constexpr uint64_t kReadNumFrames = 65536;
+constexpr int64_t kWrittenNumFrames = 16384;
 /// More silence than pushes the end of a sound out of the engine: some of its windows.
 constexpr double kSilenceSeconds = 2.0;
 constexpr double kSilenceNumFrames = 65536.0;
@@ -121,6 +122,8 @@ int64_t PieceStretcher::placeInResult(int64_t frame) const
 bool PieceStretcher::fill(const Read& read, int64_t end)
 {
     SampleBlock block;
+    for (FloatBuffer& track : mHeld)
+        track.reserve(static_cast<size_t>(std::max<int64_t>(0, std::min(end, mNumFrames) - mHeldStart)));
     while (!mIsAtEnd && mHeldStart + lengthOf(mHeld) < std::min(end, mNumFrames)) {
         const int64_t missing = mNumFrames - mHeldStart - lengthOf(mHeld);
         if (read(std::min(kReadNumFrames, static_cast<uint64_t>(missing)), block) && lengthOf(block) > 0)
@@ -218,10 +221,14 @@ MaybeError PieceStretcher::append(Piece& piece, const Write& write)
     const int64_t length = lengthOf(piece.result);
     const int64_t complete = piece.isLast ? length : std::max<int64_t>(0, length - 2 * mHalfFade);
     mFading = piece.isLast ? SampleBlock() : slice(piece.result, complete, length);
-    for (FloatBuffer& track : piece.result)
-        track.resize(static_cast<size_t>(complete));
     mNumWritten += complete;
-    return write(piece.result);
+    // Bit by bit: who writes it keeps room for the longest block that ever came.
+    for (int64_t start = 0; start < complete; start += kWrittenNumFrames)
+        if (MaybeError error =
+                write(slice(piece.result, start, std::min(complete, start + kWrittenNumFrames))))
+            return error;
+    piece.result = SampleBlock();
+    return std::nullopt;
 }
 
 MaybeError PieceStretcher::processNext(const Read& read, const Write& write)
