@@ -20,8 +20,26 @@ AudioClipPtr GeneratorController::makeClip(Generator& generator, int64_t numFram
     const int64_t numFrames = frameAtTime(seconds, rate);
     if (numFrames < 1)
         return nullptr;
+    generator.setSeed(seedOfPlace(numFramesBefore));
     const std::unique_ptr<Progress> progress = mHost.beginProgress(generator.name());
     return generator.makeClip(rate, numFrames, progress.get(), error);
+}
+
+/// Noise that is inserted twice, or into one track and then the other, must not repeat itself; a batch that
+/// runs twice must.
+std::vector<uint32_t> GeneratorController::seedOfPlace(int64_t numFramesBefore) const
+{
+    const SoundSelection selection = mSelection.normalizedSelection();
+    const int64_t frame = frameAtTime(selection.startTime, mDocument.sampleRate()) + numFramesBefore;
+    std::vector<uint32_t> seed = {static_cast<uint32_t>(selection.firstTrack)};
+    int64_t lengths = 0;
+    for (const AudioTrackPtr& track : *mDocument.audioTracks())
+        lengths += track->length();
+    for (const int64_t number : {frame, lengths}) {
+        seed.push_back(static_cast<uint32_t>(number));
+        seed.push_back(static_cast<uint32_t>(number >> 32));
+    }
+    return seed;
 }
 
 MaybeError GeneratorController::insert(Generator& generator, const QString& actionName)

@@ -18,7 +18,9 @@ constexpr size_t kMostTracks = 64;
 constexpr double kNothing = -std::numeric_limits<double>::infinity();
 /// Between the mean square of the filtered sound and its loudness (BS.1770-4, equation 2).
 constexpr double kLoudnessOffset = -0.691;
-constexpr unsigned long kStepMilliseconds = 100;
+constexpr unsigned long kStepMilliseconds = 10;
+constexpr size_t kFirstSideTrack = 6;
+constexpr size_t kMostPlacedTracks = 8;
 
 double loudnessOfEnergy(double energy)
 {
@@ -53,6 +55,14 @@ std::unique_ptr<LoudnessMeter> LoudnessMeter::make(double sampleRate, size_t num
     auto state = std::make_unique<State>(numTracks, sampleRate);
     if (!state->state)
         return nullptr;
+    // The library places no more than six, and leaves out what it does not place.
+    for (size_t track = kFirstSideTrack; track < numTracks; ++track) {
+        const int place = numTracks > kMostPlacedTracks ? EBUR128_CENTER
+                          : track == kFirstSideTrack    ? EBUR128_Mp090
+                                                        : EBUR128_Mm090;
+        if (ebur128_set_channel(state->state, static_cast<unsigned>(track), place) != EBUR128_SUCCESS)
+            return nullptr;
+    }
     return std::unique_ptr<LoudnessMeter>(new LoudnessMeter(std::move(state), sampleRate, numTracks));
 }
 
@@ -93,7 +103,7 @@ bool LoudnessMeter::addFrames(std::span<const std::span<const float>> tracks)
 void LoudnessMeter::stepDidEnd()
 {
     mNumFramesInStep = 0;
-    // The library sums a whole window each time it is asked. Asked for the newest 100 ms alone, of which both
+    // The library sums a whole window each time it is asked. Asked for the newest 10 ms alone, of which both
     // windows consist, it looks at each frame once.
     double loudness = kNothing;
     const bool isKnown =

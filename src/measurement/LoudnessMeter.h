@@ -10,9 +10,10 @@ namespace velloria
 {
 
 /// Loudness by ITU-R BS.1770-4 and EBU R 128, computed by libebur128. Up to five tracks are left, right,
-/// centre and two surrounds, four are left, right and two surrounds; of six, the fourth is the low
-/// frequencies, which do not count. All values are in LUFS, minus infinity where there was too little sound
-/// or only silence.
+/// centre and two surrounds, four are left, right and two surrounds; from six
+/// on, the fourth is the low frequencies, which do not count, and the seventh and eighth are the sides. More
+/// than eight have no places: the further ones count like those in front. All values are in LUFS, minus
+/// infinity where there was too little sound or only silence.
 class LoudnessMeter
 {
 public:
@@ -31,7 +32,7 @@ public:
     double integrated() const;
     /// In LU: the spread of the loudness of 3 s, gated. 0 where it cannot be told.
     double range() const;
-    /// Of the last 400 ms, told anew every 100 ms.
+    /// Of the last 400 ms, told anew every 10 ms, so that no burst falls between two.
     double momentary() const { return mMomentary; }
     /// Of the last 3 s, likewise.
     double shortTerm() const { return mShortTerm; }
@@ -45,12 +46,12 @@ private:
     void stepDidEnd();
     double meanOfLastSteps(size_t count) const;
 
-    static constexpr size_t kMomentaryNumSteps = 4;
-    static constexpr size_t kShortTermNumSteps = 30;
+    static constexpr size_t kMomentaryNumSteps = 40;
+    static constexpr size_t kShortTermNumSteps = 300;
 
     std::unique_ptr<State> mState;
     size_t mNumTracks;
-    size_t mStepNumFrames; ///< 100 ms
+    size_t mStepNumFrames; ///< 10 ms
     size_t mNumFramesInStep = 0;
     uint64_t mNumSteps = 0;
     std::array<double, kShortTermNumSteps> mEnergies{}; ///< mean squares of the last steps, as a ring

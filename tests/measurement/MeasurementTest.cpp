@@ -112,6 +112,43 @@ TEST(LoudnessMeter, FollowsMomentaryAndShortTermLoudness)
     EXPECT_NEAR(quick->highestMomentary(), -23.0, 0.2);
 }
 
+TEST(LoudnessMeter, FindsTheLoudestWindowWhereverItBegins)
+{
+    // Tech 3341, signals 10 and 13.
+    for (const int i : {0, 3, 7, 18}) {
+        FloatBuffer burst = tones({{0.02 * i, -200}, {0.4, -23}, {1, -200}}, 48000.0);
+        const auto quick = LoudnessMeter::make(48000.0, 2);
+        addInPieces(*quick, {burst, burst});
+        EXPECT_NEAR(quick->highestMomentary(), -23.0, 0.1) << i;
+        FloatBuffer passage = tones({{0.15 * i, -200}, {3, -23}, {1, -200}}, 48000.0);
+        const auto slow = LoudnessMeter::make(48000.0, 2);
+        addInPieces(*slow, {passage, passage});
+        EXPECT_NEAR(slow->highestShortTerm(), -23.0, 0.1) << i;
+    }
+}
+
+TEST(LoudnessMeter, LeavesOutNothingButLowFrequencies)
+{
+    // One track sounds, at a level that gives -23 LUFS in front; the sides of BS.1770-4 count 1.5 dB more.
+    const FloatBuffer sound = kit::sine(1000.0, linear(-20.0), 2.0, 48000.0);
+    const FloatBuffer silence(sound.size(), 0.0F);
+    for (const size_t numTracks : {size_t{6}, size_t{7}, size_t{8}, size_t{12}}) {
+        for (size_t sounding = 0; sounding < numTracks; ++sounding) {
+            std::vector<FloatBuffer> tracks(numTracks, silence);
+            tracks[sounding] = sound;
+            const auto meter = LoudnessMeter::make(48000.0, numTracks);
+            addInPieces(*meter, tracks);
+            const bool isSide = sounding >= 4 && sounding < 6 + (numTracks <= 8 ? 2 : 0);
+            if (sounding == 3) {
+                EXPECT_EQ(meter->integrated(), -std::numeric_limits<double>::infinity()) << numTracks;
+            } else {
+                EXPECT_NEAR(meter->integrated(), isSide ? -21.5 : -23.0, 0.1)
+                    << sounding << " of " << numTracks;
+            }
+        }
+    }
+}
+
 TEST(LoudnessMeter, HasNoLoudnessForSilenceAndOddRates)
 {
     const auto meter = LoudnessMeter::make(44100.0, 1);

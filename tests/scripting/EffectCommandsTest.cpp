@@ -90,6 +90,28 @@ TEST(GeneratorCommands, InsertAtTheSelectionAndReplaceNothing)
     EXPECT_EQ(window.document->numberOfFrames(), 1000);
 }
 
+/// Batches give the same bytes each time, but no noise stands twice in a document.
+TEST(GeneratorCommands, InsertNewNoiseAtEachPlaceAndTheSameInEachRun)
+{
+    const auto noises = [] {
+        kit::Window window({kit::ramp(1000, 1), kit::ramp(1000, 5)});
+        for (const char* const command :
+             {"select StartFrame=0 EndFrame=500 FirstTrack=0 NumTracks=1", "insert noise", "insert noise",
+              "select StartFrame=0 EndFrame=500 FirstTrack=1 NumTracks=1", "insert noise"})
+            EXPECT_EQ(run(window, command), QString()) << command;
+        const FloatBuffer left = kit::samplesOf(*window.document, 0);
+        const FloatBuffer right = kit::samplesOf(*window.document, 1);
+        return std::vector<FloatBuffer>{{left.begin(), left.begin() + 500},
+                                        {left.begin() + 500, left.begin() + 1000},
+                                        {right.begin(), right.begin() + 500}};
+    };
+    const std::vector<FloatBuffer> first = noises();
+    EXPECT_NE(first[0], first[1]);
+    EXPECT_NE(first[0], first[2]);
+    EXPECT_NE(first[1], first[2]);
+    EXPECT_EQ(first, noises());
+}
+
 TEST(GeneratorCommands, MakeATrackInADocumentWithoutAny)
 {
     kit::Window window({});

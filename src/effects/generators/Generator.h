@@ -30,6 +30,10 @@ public:
     EffectParameters& parameters() { return mParameters; }
     const EffectParameters& parameters() const { return mParameters; }
 
+    /// What chance hangs on, from the next beginning on: the same numbers give the same sound. Nothing to
+    /// those that leave nothing to chance.
+    virtual void setSeed(const std::vector<uint32_t>&) {}
+
     /// Starts from the first frame. There is no end.
     virtual void begin(double sampleRate);
     /// The next frames. A parameter that was changed counts from here on.

@@ -17,7 +17,8 @@ NoiseGenerator::NoiseGenerator(const QString& name)
 void NoiseGenerator::begin(double sampleRate)
 {
     Generator::begin(sampleRate);
-    mNoise.seed();
+    std::seed_seq sequence(mSeed.begin(), mSeed.end());
+    mNoise.seed(sequence);
 }
 
 void NoiseGenerator::render(std::span<float> samples)

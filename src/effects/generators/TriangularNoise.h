@@ -11,7 +11,6 @@ namespace velloria
 class TriangularNoise
 {
 public:
-    void seed() { mRandom.seed(std::mt19937::default_seed); }
     void seed(std::seed_seq& sequence) { mRandom.seed(sequence); }
 
     float next()
