@@ -170,7 +170,8 @@ TEST_F(FilesTest, SaysWhatASaveLoses)
     EXPECT_TRUE(outcome.errors.contains("24 bits are rounded to 16 bits"));
     // What a container of another encoding becomes is said, beside what its sound becomes.
     shell("ffmpeg -v error -i in.wav -c:a libmp3lame mp3.wav");
-    const test::Outcome changed = cli({"run", "mp3.wav", "save"});
+    EXPECT_EQ(cli({"run", "mp3.wav", "set metadata title=kept", "save"}).errors, QByteArray());
+    const test::Outcome changed = cli({"run", "mp3.wav", "amplify Gain=-1", "save"});
     EXPECT_EQ(changed.status, 0);
     EXPECT_TRUE(changed.errors.contains("The encoding changes from MP3 to 16-bit integer."))
         << changed.errors.toStdString();
