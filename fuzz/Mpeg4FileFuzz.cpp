@@ -106,7 +106,7 @@ void checkThatTracksAreCarried(const std::shared_ptr<FileHandle>& handle)
     options.sampleRate = 44100;
     const std::shared_ptr<FileHandle> out = memoryFile({});
     SilentProgress progress;
-    require(!Mpeg4Splice(*handle, layout, newSound(), options).write(*out, progress));
+    require(!Mpeg4Splice(*handle, layout, &newSound(), options).write(*out, progress));
     const Mpeg4Layout carried(*out);
     require(carried.tracks.size() == layout.tracks.size());
     for (size_t i = 0; i < layout.tracks.size(); ++i) {
