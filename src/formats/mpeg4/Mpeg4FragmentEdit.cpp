@@ -138,6 +138,30 @@ QByteArray entriesMoved(const Mpeg4Box& old, const Mpeg4Moves& moves)
     return mpeg4Box(fourCharCode("tfra"), bytes);
 }
 
+/// The 'tfra' box of new sound, in the wide form; empty where a fragment's place is not known.
+QByteArray entriesOfSound(const Mpeg4Box& old, std::span<const SoundEntry> entries, const Mpeg4Moves& moves)
+{
+    constexpr uint32_t isWide = 1U << 24;
+    // Four bytes for the number of the track, one each for those of the run and of the packet.
+    constexpr uint32_t lengths = 3U << 4;
+    BigEndianOutputStream out;
+    out.writeUInt32(isWide);
+    out.writeUInt32(old.number32(4));
+    out.writeUInt32(lengths);
+    out.writeUInt32(static_cast<uint32_t>(entries.size()));
+    for (const SoundEntry& entry : entries) {
+        const auto place = moves.box(entry.fragmentOffset);
+        if (!place)
+            return {};
+        out.writeSInt64(entry.time);
+        out.writeSInt64(*place);
+        out.writeUInt32(entry.trackNumber);
+        out.writeUInt8(1);
+        out.writeUInt8(1);
+    }
+    return mpeg4Box(fourCharCode("tfra"), out.data());
+}
+
 } // namespace
 
 std::optional<QByteArray> fragment(const Mpeg4Box& old, const Mpeg4Fragment& runs, const SoundPlace& sound,
@@ -195,12 +219,14 @@ std::optional<QByteArray> segmentIndex(const Mpeg4Box& old, int64_t oldEnd, int6
     return mpeg4Box(fourCharCode("sidx"), bytes);
 }
 
-QByteArray randomAccess(const Mpeg4Box& old, uint32_t soundTrackID, const Mpeg4Moves& moves)
+QByteArray randomAccess(const Mpeg4Box& old, uint32_t soundTrackID, std::span<const SoundEntry> entries,
+                        const Mpeg4Moves& moves)
 {
     QByteArray payload = mpeg4PayloadWith(old, [&](const Child& child, const Mpeg4Box& each) -> Changed {
         if (child.type != fourCharCode("tfra"))
             return std::nullopt;
-        return each.number32(4) == soundTrackID ? QByteArray() : entriesMoved(each, moves);
+        return each.number32(4) == soundTrackID ? entriesOfSound(each, entries, moves)
+                                                : entriesMoved(each, moves);
     });
     // The last box says how long the whole is, so that it can be found from the end.
     if (payload.size() >= 4)

@@ -38,9 +38,20 @@ std::optional<QByteArray> fragment(const Mpeg4Box& old, const Mpeg4Fragment& run
 std::optional<QByteArray> segmentIndex(const Mpeg4Box& old, int64_t oldEnd, int64_t end,
                                        const Mpeg4Moves& moves);
 
-/// The 'mfra' box: the entries of new sound are left out, since its packets are others. `soundTrackID` is 0
-/// where there is none.
-QByteArray randomAccess(const Mpeg4Box& old, uint32_t soundTrackID, const Mpeg4Moves& moves);
+/// A fragment that new sound can be played from: its first packet there.
+struct SoundEntry {
+    /// On the clock of the new sound.
+    int64_t time = 0;
+    /// Of the fragment in the opened file.
+    int64_t fragmentOffset = 0;
+    /// Which of the fragment's tracks it is, from 1.
+    uint32_t trackNumber = 0;
+};
+
+/// The 'mfra' box. `entries` stand for those of the track `soundTrackID`, whose packets are others; it is 0
+/// where the sound stays what it was.
+QByteArray randomAccess(const Mpeg4Box& old, uint32_t soundTrackID, std::span<const SoundEntry> entries,
+                        const Mpeg4Moves& moves);
 
 } // namespace Mpeg4FragmentEdit
 

@@ -321,7 +321,7 @@ QByteArray Mpeg4SoundTrack::fragmentTime(size_t part) const
 {
     BigEndianOutputStream out;
     out.writeUInt32(1U << 24);
-    out.writeSInt64(mFirstTime + mParts[part].time);
+    out.writeSInt64(timeOf(part));
     return mpeg4Box(fourCharCode("tfdt"), out.data());
 }
 

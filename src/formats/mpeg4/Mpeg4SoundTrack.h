@@ -46,6 +46,8 @@ public:
 
     /// The 'trak' box; `offsets` are of the parts that stand for chunks.
     QByteArray box(std::span<const int64_t> offsets, bool isWide) const;
+    /// When a part of a fragment begins, on this track's clock.
+    int64_t timeOf(size_t part) const { return mFirstTime + mParts[part].time; }
     /// The 'tfdt' box for a fragment that begins with a part.
     QByteArray fragmentTime(size_t part) const;
     /// The 'trun' box of a part; `dataOffset` is from the base of the fragment.

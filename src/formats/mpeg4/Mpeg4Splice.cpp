@@ -425,6 +425,29 @@ QByteArray Mpeg4Splice::movie() const
     return mpeg4Box(fourCharCode("moov"), payload);
 }
 
+/// One for each fragment with packets of the new sound.
+std::vector<Mpeg4FragmentEdit::SoundEntry> Mpeg4Splice::soundEntries() const
+{
+    std::vector<Mpeg4FragmentEdit::SoundEntry> entries;
+    if (!mNewTrack)
+        return entries;
+    size_t part = mOldTrack.numChunks;
+    for (const Mpeg4Fragment& fragment : mLayout.fragments) {
+        for (size_t i = 0; i < fragment.tracks.size(); ++i) {
+            if (fragment.tracks[i].trackID != mOldTrack.id)
+                continue;
+            const size_t end = part + fragment.tracks[i].runs.size();
+            const auto isFilled = [this](size_t each) { return mNewTrack->parts()[each].numPackets > 0; };
+            while (part < end && !isFilled(part))
+                ++part;
+            if (part < end)
+                entries.push_back({mNewTrack->timeOf(part), fragment.offset, static_cast<uint32_t>(i + 1)});
+            part = end;
+        }
+    }
+    return entries;
+}
+
 /// Of a piece that is made anew; empty when its samples lie too far away for it.
 QByteArray Mpeg4Splice::bytesOf(const Piece& piece) const
 {
@@ -441,7 +464,7 @@ QByteArray Mpeg4Splice::bytesOf(const Piece& piece) const
                                            piece.offset, moves())
             .value_or(QByteArray());
     if (piece.kind == Kind::randomAccess)
-        return Mpeg4FragmentEdit::randomAccess(old, newTrackID(), moves());
+        return Mpeg4FragmentEdit::randomAccess(old, newTrackID(), soundEntries(), moves());
     // An index that does not add up would mislead more than none does.
     const QByteArray nothing(static_cast<qsizetype>(payload.length), '\0');
     return Mpeg4FragmentEdit::segmentIndex(old, piece.old.bytes.end(), piece.offset + piece.size, moves())

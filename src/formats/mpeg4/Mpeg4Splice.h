@@ -90,6 +90,7 @@ private:
     MaybeError writeMedia(const Piece& piece, FileHandle& out, Progress& progress) const;
     static MaybeError copy(const FileHandle& source, ByteRange bytes, int64_t offset, FileHandle& out);
     QByteArray bytesOf(const Piece& piece) const;
+    std::vector<Mpeg4FragmentEdit::SoundEntry> soundEntries() const;
     int64_t chapterSamplesOffset() const;
 
     const FileHandle& mFilm;
