@@ -28,8 +28,8 @@ public:
     MaybeError insertNotes(NoteGenerator& generator, std::span<const int> notes, const QString& actionName);
 
 private:
-    /// Null, with the error, for a sound for which there is no room; null alone for one without a frame.
     std::vector<uint32_t> seedOfPlace(int64_t numFramesBefore) const;
+    /// Null, with the error, for a sound for which there is no room; null alone for one without a frame.
     AudioClipPtr makeClip(Generator& generator, int64_t numFramesBefore, MaybeError* error);
     void place(const std::vector<AudioClipPtr>& clips, const QString& actionName);
 

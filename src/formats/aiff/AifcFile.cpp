@@ -57,11 +57,6 @@ FourCharCode writtenAs(FourCharCode format)
     return format == fourCharCode("ULAW") ? DataFormat::kMuLaw : format;
 }
 
-Error tooLarge()
-{
-    return {Error::Code::fileTooLarge, QStringLiteral("Cannot save files over 4 GB in size in this format.")};
-}
-
 StreamDescription descriptionOf(FourCharCode format, double sampleRate, uint32_t numChannels)
 {
     StreamDescription description(std::max(1.0, std::round(sampleRate)), numChannels);
@@ -257,7 +252,7 @@ MaybeError AifcFile::writeRange(const FrameSource& document, const SaveRange& ra
     predictPackets(range);
     MaybeError failure;
     if (!writeHeader(&failure))
-        return failure ? failure : tooLarge();
+        return failure ? failure : tooLargeForType();
     failure = writePackets(document, range, progress);
     // The true sizes, whether or not all was written.
     MaybeError headerFailure;
@@ -292,13 +287,9 @@ bool AifcFile::takeSound(const AudioFile& source)
     return true;
 }
 
-MaybeError AifcFile::writeKeptSound(Progress& progress)
+ByteRange AifcFile::keptBytes() const
 {
-    MaybeError failure;
-    if (!writeHeader(&failure))
-        return failure ? failure : tooLarge();
-    failure = copyKeptBytes({keptSound()->soundDataOffset(), mSoundDataLength}, mSoundDataOffset, progress);
-    return failure ? failure : writeFooter();
+    return {keptSound()->soundDataOffset(), mSoundDataLength};
 }
 
 } // namespace velloria

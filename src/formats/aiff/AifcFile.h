@@ -50,7 +50,7 @@ protected:
     AiffFormat formatToWrite() const override;
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
     bool takeSound(const AudioFile& source) override;
-    MaybeError writeKeptSound(Progress& progress) override;
+    ByteRange keptBytes() const override;
 
 private:
     explicit AifcFile(std::shared_ptr<FileHandle> handle);

@@ -305,13 +305,9 @@ bool VLAFCoreAudioFile::takeSound(const AudioFile& source)
     return true;
 }
 
-MaybeError VLAFCoreAudioFile::writeKeptSound(Progress& progress)
+ByteRange VLAFCoreAudioFile::keptBytes() const
 {
-    MaybeError error;
-    if (!writeHeader(&error))
-        return error;
-    error = copyKeptBytes({keptSound()->soundDataOffset(), mNumBytesOfSound}, mSoundDataOffset, progress);
-    return error ? error : writeFooter();
+    return {keptSound()->soundDataOffset(), mNumBytesOfSound};
 }
 
 } // namespace velloria

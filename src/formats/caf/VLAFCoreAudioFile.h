@@ -49,7 +49,7 @@ protected:
     void adjustDecoder(VLAudioFileDecompressor& decoder) const override;
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
     bool takeSound(const AudioFile& source) override;
-    MaybeError writeKeptSound(Progress& progress) override;
+    ByteRange keptBytes() const override;
 
 private:
     explicit VLAFCoreAudioFile(std::shared_ptr<FileHandle> handle);
@@ -78,7 +78,6 @@ private:
     CafChunkList mChunks;
     std::vector<int64_t> mOffsetsDeclared;
     int64_t mNumBytesOfSound = 0;
-    bool mIsOptionChosen = false;
     /// Of the file whose packets this one has.
     std::optional<CafFormat> mKeptFormat;
 };

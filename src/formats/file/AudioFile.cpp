@@ -161,6 +161,7 @@ double AudioFile::estimatedFileSizeWithTag(int tag) const
 
 void AudioFile::configureWithPopUpTag(int tag)
 {
+    mIsOptionChosen = true;
     if (isSampleSizeTag(tag))
         mBitsPerSample = static_cast<uint32_t>(tag);
     else if (isBitRateTag(tag))
@@ -211,14 +212,16 @@ bool AudioFile::saveDocument(const FrameSource& document, const SoundSelection* 
     return !failure;
 }
 
+Error AudioFile::tooLargeForType()
+{
+    return {Error::Code::fileTooLarge, QStringLiteral("Cannot save files over 4 GB in size in this format.")};
+}
+
 MaybeError AudioFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
     MaybeError failure;
-    if (!writeHeader(&failure)) {
-        return failure ? failure
-                       : Error{Error::Code::fileTooLarge,
-                               QStringLiteral("Cannot save files over 4 GB in size in this format.")};
-    }
+    if (!writeHeader(&failure))
+        return failure ? failure : tooLargeForType();
     // Not before the type has said what it cannot hold.
     if ((failure = checkRoomFor(range)))
         return failure;

@@ -205,10 +205,17 @@ protected:
     /// over what its type knows of them (bit rate and dataFormat() will be those of that file). Changes
     /// nothing where they cannot.
     virtual bool takeSound(const AudioFile&) { return false; }
-    /// Writes the whole file with the packets of keptSound().
+    /// Writes the whole file with the packets of keptSound(): the header, keptBytes() and the footer, unless
+    /// a format does it another way.
     virtual MaybeError writeKeptSound(Progress& progress);
-    /// For it: copies a run of bytes of keptSound().
+    /// For it: where the packets lie in keptSound().
+    virtual ByteRange keptBytes() const { return {}; }
+    /// Copies a run of bytes of keptSound().
     MaybeError copyKeptBytes(ByteRange bytes, int64_t offset, Progress& progress);
+    /// For takeSound(): pictures go along with the packets as long as nobody changed them and the file holds
+    /// no more than were read of it.
+    void keepPictures(const AudioFile& source, int64_t numPictures);
+    static Error tooLargeForType();
     /// For every implementation of convertedAudioClips(): to be called once the rate, the sample size and
     /// the frames that the file declares (0: none) are known, before the first sample is appended.
     void tellDecodingDidBegin(const std::vector<std::shared_ptr<MutableAudioClip>>& clips,
@@ -244,6 +251,8 @@ protected:
     /// For a file that requires conversion: the header shows that there is nothing to decode.
     bool mHoldsNoSound = false;
     bool mIsLittleEndian = false;
+    /// A person, or a script, chose one for this file.
+    bool mIsOptionChosen = false;
     bool mCanSaveMarkers = false;
     bool mCanSaveMetadata = false;
     bool mCanSaveArtwork = false;

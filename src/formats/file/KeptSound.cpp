@@ -14,9 +14,20 @@ void AudioFile::offerSound(const std::shared_ptr<const AudioFile>& source)
     mDataFormat = source->dataFormat();
 }
 
-MaybeError AudioFile::writeKeptSound(Progress&)
+MaybeError AudioFile::writeKeptSound(Progress& progress)
 {
-    return Error{Error::Code::writeFailed, QStringLiteral("This format cannot take over packets.")};
+    MaybeError failure;
+    if (!writeHeader(&failure))
+        return failure ? failure : tooLargeForType();
+    failure = copyKeptBytes(keptBytes(), mSoundDataOffset, progress);
+    return failure ? failure : writeFooter();
+}
+
+void AudioFile::keepPictures(const AudioFile& source, int64_t numPictures)
+{
+    const QList<AttachedPicture>& pictures = source.metadata().artwork();
+    mCanSaveArtwork =
+        !pictures.isEmpty() && mMetadata.artwork() == pictures && numPictures == pictures.size();
 }
 
 MaybeError AudioFile::copyKeptBytes(ByteRange bytes, int64_t offset, Progress& progress)

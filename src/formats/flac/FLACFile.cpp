@@ -243,10 +243,7 @@ bool FLACFile::takeSound(const AudioFile& source)
         if (!opened->metadata().artwork().isEmpty())
             numPictures = FlacMetadataEdit::numPictures(FlacMetadataEdit::blocksOf(handle, layout));
     }
-    // They go along with the other metadata as long as nobody changed them and all of them were read.
-    const QList<AttachedPicture>& pictures = opened->metadata().artwork();
-    mCanSaveArtwork =
-        !pictures.isEmpty() && mMetadata.artwork() == pictures && numPictures == pictures.size();
+    keepPictures(source, numPictures);
     mExtras = opened->mExtras;
     return true;
 }

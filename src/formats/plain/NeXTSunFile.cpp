@@ -276,12 +276,6 @@ bool NeXTSunFile::writeHeader(MaybeError* error)
     return !failure;
 }
 
-void NeXTSunFile::configureWithPopUpTag(int tag)
-{
-    AudioFile::configureWithPopUpTag(tag);
-    mIsOptionChosen = true;
-}
-
 /// Companded sound, ADPCM and floats, none of which is written otherwise.
 bool NeXTSunFile::takeSound(const AudioFile& source)
 {
@@ -299,12 +293,9 @@ bool NeXTSunFile::takeSound(const AudioFile& source)
     return true;
 }
 
-MaybeError NeXTSunFile::writeKeptSound(Progress& progress)
+ByteRange NeXTSunFile::keptBytes() const
 {
-    MaybeError error;
-    if (!writeHeader(&error))
-        return error ? error : MaybeError(FileDamage::noSoundToSave(displayTypeName()));
-    return copyKeptBytes({keptSound()->soundDataOffset(), mNumBytesOfSound}, mSoundDataOffset, progress);
+    return {keptSound()->soundDataOffset(), mNumBytesOfSound};
 }
 
 } // namespace velloria

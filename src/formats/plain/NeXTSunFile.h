@@ -26,7 +26,6 @@ public:
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
     MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
 
-    void configureWithPopUpTag(int tag) override;
     void validateAndCorrectParameters() override;
     QStringList soundLosses() const override;
 
@@ -35,7 +34,7 @@ public:
 
 protected:
     bool takeSound(const AudioFile& source) override;
-    MaybeError writeKeptSound(Progress& progress) override;
+    ByteRange keptBytes() const override;
 
 private:
     explicit NeXTSunFile(std::shared_ptr<FileHandle> handle);
@@ -52,7 +51,6 @@ private:
     uint32_t mEncoding = 0;
     /// Bytes of sound in the opened file, or of that which is kept.
     int64_t mNumBytesOfSound = 0;
-    bool mIsOptionChosen = false;
     bool mKeepsEncoding = false;
 };
 

@@ -328,9 +328,7 @@ bool OggVorbisFile::takeSound(const AudioFile& source)
     mNominalBitRate = opened->mNominalBitRate;
     mHasManagedBitRate = opened->mHasManagedBitRate;
     mHoldsOneStream = true;
-    const QList<AttachedPicture>& pictures = source.metadata().artwork();
-    mCanSaveArtwork = !pictures.isEmpty() && mMetadata.artwork() == pictures &&
-                      VorbisHeaders::commentsOf(*headers).numPictures() == pictures.size();
+    keepPictures(source, VorbisHeaders::commentsOf(*headers).numPictures());
     return true;
 }
 

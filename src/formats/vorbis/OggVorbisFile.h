@@ -64,7 +64,6 @@ private:
     const OggVorbisFile* openedVorbisFile() const;
 
     float mEncodingQuality = 0.0F;
-    bool mIsOptionChosen = false;
     /// Of a file that was opened.
     int64_t mNominalBitRate = 0;
     bool mHasManagedBitRate = false;

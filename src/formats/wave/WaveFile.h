@@ -41,7 +41,6 @@ public:
     /// The longest file that is written as RIFF; less than what its sizes can hold only in tests.
     void setLargestRiffFile(int64_t numBytes) { mLargestRiffFile = numBytes; }
 
-    void configureWithPopUpTag(int tag) override;
     bool willWrite(const FileItem& item) const override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
@@ -53,7 +52,7 @@ protected:
     void declareOtherChunk(const RiffChunk& chunk) override;
     std::optional<LinearPcmLayout> linearLayout() const override;
     bool takeSound(const AudioFile& source) override;
-    MaybeError writeKeptSound(Progress& progress) override;
+    ByteRange keptBytes() const override;
 
 private:
     explicit WaveFile(std::shared_ptr<FileHandle> handle);
@@ -87,7 +86,6 @@ private:
     int64_t mLargestRiffFile = largestFileOf32Bits;
     WaveContainer mContainer;
     WaveFormat mFormat;
-    bool mIsOptionChosen = false;
     /// Of the file whose sound this one has, where that is no plain PCM.
     std::optional<WaveEncoding> mKeptEncoding;
 };

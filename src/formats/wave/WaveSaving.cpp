@@ -197,12 +197,6 @@ MaybeError WaveFile::writeChunk(const QByteArray& chunk, int64_t* offset)
     return error;
 }
 
-void WaveFile::configureWithPopUpTag(int tag)
-{
-    ChunkedFile::configureWithPopUpTag(tag);
-    mIsOptionChosen = true;
-}
-
 /// Plain PCM is read in place, and its bytes are carried over by the clips.
 bool WaveFile::takeSound(const AudioFile& source)
 {
@@ -218,13 +212,9 @@ bool WaveFile::takeSound(const AudioFile& source)
     return true;
 }
 
-MaybeError WaveFile::writeKeptSound(Progress& progress)
+ByteRange WaveFile::keptBytes() const
 {
-    MaybeError error;
-    if (!writeHeader(&error))
-        return error;
-    error = copyKeptBytes(mKeptEncoding->sound, mSoundDataOffset, progress);
-    return error ? error : writeFooter();
+    return mKeptEncoding->sound;
 }
 
 } // namespace velloria
