@@ -48,7 +48,9 @@ MaybeError SoundController::save(const SaveRequest& request)
         !mHost.alerts().confirmLoss(QStringLiteral("Save “%1” all the same?").arg(name), losses))
         return Error::cancelled();
     std::unique_ptr<Progress> progress = mHost.beginProgress(QStringLiteral("Saving “%1”").arg(name));
-    MaybeError error = mDocument->writeToPath(request, *progress);
+    SaveRequest told = request;
+    told.willReplace = [this] { mHost.willReplaceFile(); };
+    MaybeError error = mDocument->writeToPath(told, *progress);
     // A message cannot be answered while a window is busy.
     progress.reset();
     if (!error && !mDocument->saveWarnings().isEmpty())

@@ -34,6 +34,10 @@ public:
     /// A progress face for one long operation; it goes away with the object.
     virtual std::unique_ptr<Progress> beginProgress(const QString& title) = 0;
 
+    /// A file that a command saves is complete and takes its place next. What the person was told to be lost
+    /// by it is lost from here on.
+    virtual void willReplaceFile() {}
+
     /// The step that a command just made stays, but is worth a word and an offer to take it back.
     virtual void resultIsPartial(PartialResult) {}
 };

@@ -198,6 +198,8 @@ MaybeError SoundDocument::writeWithWriter(const std::shared_ptr<AudioFile>& writ
             return change;
         mSaveWarnings += QStringLiteral("%1 There is silence where sound is missing.").arg(change->message);
     }
+    if (request.willReplace)
+        request.willReplace();
     error = replacer->commit();
     mSaveWarnings += replacer->warnings();
     return error;

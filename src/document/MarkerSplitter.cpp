@@ -166,6 +166,7 @@ SaveRequest MarkerSplitter::requestFor(int64_t start, int64_t end) const
                                        mDocument.trackCount()};
     request.isBetweenMarkers = true;
     request.metadata = mRequest.metadata;
+    request.willReplace = mRequest.willReplace;
     return request;
 }
 

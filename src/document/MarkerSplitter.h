@@ -2,6 +2,8 @@
 
 #include "document/SoundDocument.h"
 
+#include <functional>
+
 namespace velloria
 {
 
@@ -21,6 +23,8 @@ public:
         bool addPrefix = false;
         /// Tags of every piece, with the first one's track number; each gets its title.
         AudioMetadata metadata;
+        /// Called just before each file appears; see SaveRequest.
+        std::function<void()> willReplace;
     };
     struct Piece {
         QString title;

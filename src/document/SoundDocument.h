@@ -14,6 +14,7 @@
 #include <QUndoStack>
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -50,6 +51,9 @@ struct SaveRequest {
     /// Writes what can still be read where files were changed or cut by others, silence in place of the rest,
     /// instead of failing. saveWarnings() tells.
     bool takesWhatIsLeft = false;
+    /// Called when the new file is complete and on the disk, just before it takes its place: the last moment
+    /// to say what it lacks while nothing is lost yet. Not called by a save that failed until then.
+    std::function<void()> willReplace;
 };
 
 /// One open sound: tracks, markers, tags, format settings and the undo history of all changes to them. An

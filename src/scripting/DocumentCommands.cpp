@@ -194,6 +194,7 @@ MaybeError split(SoundController& controller, const QVariantMap& arguments)
     if (arguments.contains(kOption))
         request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
     request.metadata = MarkerSplitter::metadataForPieces(controller.document());
+    request.willReplace = [&controller] { controller.host().willReplaceFile(); };
     MarkerSplitter splitter(controller.document(), request);
     if (MaybeError error = splitter.refusal())
         return error;

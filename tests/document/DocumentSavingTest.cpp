@@ -317,6 +317,28 @@ TEST_F(DocumentSaving, FailureAndCancellationLeaveTargetAndDocumentAlone)
     EXPECT_EQ(document->filePath(), path("a.wav"));
 }
 
+TEST_F(DocumentSaving, AnnouncesTheNewFileWhileTheOldOneIsStillThere)
+{
+    makeWave("a.wav", 100000, 16);
+    const QByteArray original = bytesOf("a.wav");
+    const auto document = open("a.wav");
+    std::vector<QByteArray> bytesWhenTold;
+    SaveRequest request = requestFor("a.wav", SaveOperation::saveAs);
+    request.optionTag = 8;
+    request.willReplace = [&] { bytesWhenTold.push_back(bytesOf("a.wav")); };
+    {
+        const LogCapture log;
+        const kit::FileSizeLimit fullDisk(20000);
+        EXPECT_NE(messageOfSaving(*document, request), "");
+    }
+    kit::ProgressRecorder cancelling(1);
+    EXPECT_TRUE(document->writeToPath(request, cancelling));
+    EXPECT_TRUE(bytesWhenTold.empty());
+    EXPECT_EQ(messageOfSaving(*document, request), "");
+    EXPECT_EQ(bytesWhenTold, std::vector<QByteArray>{original});
+    EXPECT_NE(bytesOf("a.wav"), original);
+}
+
 TEST_F(DocumentSaving, BeginsNothingForWhichTheDiskHasNoRoom)
 {
     const LogCapture log;

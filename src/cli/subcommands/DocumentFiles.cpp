@@ -24,19 +24,26 @@ std::shared_ptr<SoundDocument> open(const std::filesystem::path& path)
     return document;
 }
 
+SaveRequest tellingLosses(const SaveRequest& request, const SoundDocument& document)
+{
+    SaveRequest telling = request;
+    telling.willReplace = [losses = document.lossesWhenSaving(request), path = request.path] {
+        Terminal::sayAll(losses, path);
+    };
+    return telling;
+}
+
 bool save(SoundDocument& document, const SaveRequest& request)
 {
     MaybeError error = document.refusalToSave(request);
-    QStringList losses;
     if (!error) {
-        losses = document.lossesWhenSaving(request);
         TerminalProgress progress(displayName(request.path));
-        error = document.writeToPath(request, progress);
+        error = document.writeToPath(tellingLosses(request, document), progress);
     }
     if (error)
         Terminal::sayError(*error, request.path);
     else
-        Terminal::sayAll(losses + document.saveWarnings(), request.path);
+        Terminal::sayAll(document.saveWarnings(), request.path);
     return !error;
 }
 

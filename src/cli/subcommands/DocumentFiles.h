@@ -12,7 +12,11 @@ namespace DocumentFiles
 /// Null when it failed. Says what was found damaged.
 std::shared_ptr<SoundDocument> open(const std::filesystem::path& path);
 
-/// Says first what writing so loses. False when it failed.
+/// A request that says what writing so loses, of a document as it is now, just before the new file takes its
+/// place: neither of a save that fails before, nor too late for one that is killed afterwards.
+SaveRequest tellingLosses(const SaveRequest& request, const SoundDocument& document);
+
+/// Saves, and says what is lost as tellingLosses() does. False, with the reason said, when it failed.
 bool save(SoundDocument& document, const SaveRequest& request);
 
 /// The part of a document that a time range names, all tracks; nothing when no sound lies there.

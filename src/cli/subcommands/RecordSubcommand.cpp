@@ -1,6 +1,7 @@
 #include "Classes/CoreAudio/AudioPreferences.h"
 #include "Classes/CoreAudio/VLAudioObject.h"
 #include "cli/subcommands/ArgumentValues.h"
+#include "cli/subcommands/DocumentFiles.h"
 #include "cli/subcommands/RecordSession.h"
 #include "cli/subcommands/TargetArguments.h"
 #include "cli/terminal/Terminal.h"
@@ -115,11 +116,10 @@ public:
 /// Where it cannot be saved the take stays where it is.
 bool save(SoundDocument& document, const SaveRequest& request)
 {
-    const QStringList losses = document.lossesWhenSaving(request);
     SavingProgress progress(displayName(request.path));
-    const MaybeError error = document.writeToPath(request, progress);
+    const MaybeError error = document.writeToPath(DocumentFiles::tellingLosses(request, document), progress);
     if (!error) {
-        Terminal::sayAll(losses + document.saveWarnings(), request.path);
+        Terminal::sayAll(document.saveWarnings(), request.path);
         return true;
     }
     QStringList kept;

@@ -61,7 +61,7 @@ bool runAll(const std::vector<ParsedCommand>& commands, SoundController& control
             error = Error::cancelled();
         else
             error = CommandDictionary::run(commands[i], controller);
-        host.commandDidEnd(!error);
+        host.commandDidEnd();
         if (!error)
             continue;
         const QString reason = error->isUserCancelled() ? QStringLiteral("cancelled") : error->message;
@@ -79,7 +79,7 @@ bool saveAtEnd(SoundController& controller, CliHost& host, const std::filesystem
     request.uti = uti;
     request.operation = SaveOperation::saveTo;
     const MaybeError error = controller.save(request);
-    host.commandDidEnd(!error);
+    host.commandDidEnd();
     if (error)
         Terminal::sayError(*error, path);
     return !error;

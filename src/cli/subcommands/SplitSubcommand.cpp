@@ -4,6 +4,8 @@
 #include "document/MarkerSplitter.h"
 #include "scripting/SaveArguments.h"
 
+#include <utility>
+
 namespace velloria
 {
 
@@ -56,17 +58,19 @@ ExitStatus split(const Arguments& arguments)
         }
     }
     request.metadata = MarkerSplitter::metadataForPieces(*document);
+    QStringList losses;
+    // Those of all pieces, before the first one.
+    request.willReplace = [&losses, &document] {
+        Terminal::sayAll(std::exchange(losses, {}), document->filePath());
+    };
     TerminalProgress progress(displayName(document->filePath()));
     MarkerSplitter splitter(*document, request);
     if (const MaybeError error = splitter.refusal()) {
         Terminal::sayError(*error, document->filePath());
         return ExitStatus::failed;
     }
-    const QStringList losses = splitter.losses();
+    losses = splitter.losses();
     const MarkerSplitter::Outcome outcome = splitter.run(progress);
-    // Those of the pieces that were written, whatever became of the others.
-    if (!outcome.paths.empty())
-        Terminal::sayAll(losses, document->filePath());
     QByteArray list;
     for (const std::filesystem::path& path : outcome.paths)
         list += QByteArray::fromStdString(path.native()) + '\n';

@@ -10,7 +10,7 @@ namespace velloria
 
 /// Lends a controller the terminal: messages on standard error, questions answered with yes. What a save
 /// loses is no question here, and nothing is lost by one that fails, which has a line of its own: so it is
-/// said once the command went well.
+/// said at the last moment before the old file is gone.
 class CliHost : public SoundControllerHost, private Alerts
 {
 public:
@@ -29,31 +29,21 @@ public:
             Terminal::say(QStringLiteral("More tracks were copied than there are from the selection on; the "
                                          "last ones were left out."));
     }
-    /// After every command, with how it went.
-    void commandDidEnd(bool isDone)
+    void willReplaceFile() override
     {
-        if (isDone)
-            sayLosses();
-        mLosses.clear();
+        for (const QString& loss : std::exchange(mLosses, {}))
+            Terminal::say(loss);
     }
+    /// After every command. Where it failed before it lost anything, nothing of that is said.
+    void commandDidEnd() { mLosses.clear(); }
 
 private:
     void showError(const QString& message) override { Terminal::say(message); }
-    void showWarning(const QString& message) override
-    {
-        // Of a save that went well, otherwise.
-        sayLosses();
-        Terminal::say(message);
-    }
+    void showWarning(const QString& message) override { Terminal::say(message); }
     bool confirmLoss(const QString&, const QStringList& losses) override
     {
         mLosses += losses;
         return true;
-    }
-    void sayLosses()
-    {
-        for (const QString& loss : std::exchange(mLosses, {}))
-            Terminal::say(loss);
     }
 
     QStringList mLosses;
