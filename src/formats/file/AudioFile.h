@@ -212,9 +212,6 @@ protected:
     virtual ByteRange keptBytes() const { return {}; }
     /// Copies a run of bytes of keptSound().
     MaybeError copyKeptBytes(ByteRange bytes, int64_t offset, Progress& progress);
-    /// For takeSound(): pictures go along with the packets as long as nobody changed them and the file holds
-    /// no more than were read of it.
-    void keepPictures(const AudioFile& source, int64_t numPictures);
     static Error tooLargeForType();
     /// For every implementation of convertedAudioClips(): to be called once the rate, the sample size and
     /// the frames that the file declares (0: none) are known, before the first sample is appended.

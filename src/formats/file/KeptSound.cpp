@@ -23,13 +23,6 @@ MaybeError AudioFile::writeKeptSound(Progress& progress)
     return failure ? failure : writeFooter();
 }
 
-void AudioFile::keepPictures(const AudioFile& source, int64_t numPictures)
-{
-    const QList<AttachedPicture>& pictures = source.metadata().artwork();
-    mCanSaveArtwork =
-        !pictures.isEmpty() && mMetadata.artwork() == pictures && numPictures == pictures.size();
-}
-
 MaybeError AudioFile::copyKeptBytes(ByteRange bytes, int64_t offset, Progress& progress)
 {
     return copySound(*mKeptSound->fileHandle(), bytes, *mFileHandle, offset, progress);

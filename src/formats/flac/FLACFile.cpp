@@ -6,15 +6,17 @@
 #include "formats/flac/FlacEncoder.h"
 #include "formats/flac/FlacInOgg.h"
 #include "formats/flac/FlacLedger.h"
-#include "formats/flac/FlacMetadataEdit.h"
 #include "formats/ogg/OggHeaderEdit.h"
 #include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/IntegerFeed.h"
+#include "formats/tags/VorbisChapters.h"
+#include "formats/tags/VorbisCommentEdit.h"
 #include "platform/Log.h"
 #include "platform/MissedReads.h"
 
+#include <FLAC/format.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -88,8 +90,10 @@ void FLACFile::takeDescription(FlacDescription description)
     // A plain save writes what the file was.
     mDataFormat = description.container.isOgg ? flacInOgg : flacFormat;
     mLedger = description.ledger;
-    description.comments.declare(mMetadata, mLedger);
-    mExtras = description.extras;
+    mMarkers = description.comments.chapters(mSampleRate);
+    description.comments.declare(mMetadata, mLedger,
+                                 description.blocks ? Keeping::asBytes : Keeping::notKept);
+    mBlocks = description.blocks;
     mDescription = std::make_unique<const FlacDescription>(std::move(description));
 }
 
@@ -180,7 +184,11 @@ double FLACFile::estimatedFileSizeWithTag(int tag) const
 
 MetadataDictionary FLACFile::writtenTags() const
 {
-    return VorbisComments::tagsThrough(mMetadata);
+    const FLACFile* const edited = editedFile();
+    VorbisCommentPacket comments =
+        edited ? FlacMetadataEdit::commentsOf(*edited->mBlocks) : VorbisCommentPacket();
+    comments.setTags(mMetadata.dictionary());
+    return VorbisCommentEdit::tagsOf(comments.entries());
 }
 
 void FLACFile::validateAndCorrectParameters()
@@ -188,13 +196,84 @@ void FLACFile::validateAndCorrectParameters()
     AudioFile::validateAndCorrectParameters();
     mBitsPerSample = std::clamp(mBitsPerSample, narrowestSample, widestSample);
     setInOgg(isInOgg());
+    takeAbilitiesOf(editedFile());
 }
 
-/// What the opened file has of them it gets again.
-FlacExtras FLACFile::extrasOfOpened() const
+/// The file whose metadata this one gets, with what was changed; null for a new file.
+const FLACFile* FLACFile::editedFile() const
 {
-    const auto* const opened = dynamic_cast<const FLACFile*>(openedFile().get());
-    return opened ? opened->mExtras : FlacExtras();
+    const auto& file = keptSound() ? keptSound() : openedFile();
+    const auto* const opened = dynamic_cast<const FLACFile*>(file.get());
+    return opened && opened->mBlocks ? opened : nullptr;
+}
+
+/// Pictures and chapters can be changed where there are some.
+void FLACFile::takeAbilitiesOf(const FLACFile* edited)
+{
+    mCanSaveArtwork = edited && !FlacMetadataEdit::pictureBlocks(*edited->mBlocks).isEmpty();
+    mCanSaveMarkers = edited && VorbisChapters::read(FlacMetadataEdit::commentsOf(*edited->mBlocks).entries(),
+                                                     1.0) != nullptr;
+}
+
+int64_t FLACFile::maximumNumberOfMarkers() const
+{
+    return VorbisChapters::mostChapters;
+}
+
+bool FLACFile::holdsSoundAsLongAs(const FLACFile& other) const
+{
+    return mNumberOfFrames == other.mNumberOfFrames && mSampleRate == other.mSampleRate;
+}
+
+bool FLACFile::willWrite(const FileItem& item) const
+{
+    if (item.keeping != Keeping::asBytes)
+        return AudioFile::willWrite(item);
+    const FLACFile* const edited = editedFile();
+    return edited && (item.name != FlacLedger::cueSheet || holdsSoundAsLongAs(*edited));
+}
+
+FlacMetadataEdit::Blocks FLACFile::blocksToWrite() const
+{
+    const FLACFile* const edited = editedFile();
+    const FlacMetadataEdit::Blocks before = edited ? *edited->mBlocks : FlacMetadataEdit::Blocks();
+    FlacMetadataEdit::Blocks blocks = before;
+    VorbisCommentPacket comments = FlacMetadataEdit::commentsOf(blocks);
+    const QList<QByteArray> entriesBefore = comments.entries();
+    comments.setTags(mMetadata.dictionary());
+    if (mCanSaveMarkers)
+        comments.setEntries(VorbisChapters::edited(comments.entries(), mMarkers, mSampleRate));
+    if (comments.entries() != entriesBefore)
+        FlacMetadataEdit::setComments(blocks, comments);
+    if (mCanSaveArtwork)
+        FlacMetadataEdit::setPictures(blocks, mMetadata.artwork());
+    FlacMetadataEdit::settlePadding(blocks, before);
+    return blocks;
+}
+
+/// In front of sound that is encoded anew, by a library that has a name.
+FlacMetadataEdit::Blocks FLACFile::blocksToEncode() const
+{
+    const FLACFile* const edited = editedFile();
+    FlacMetadataEdit::Blocks blocks = blocksToWrite();
+    const bool keepsTimes = edited && holdsSoundAsLongAs(*edited);
+    const bool comesIntoOgg = isInOgg() && edited && !edited->isInOgg();
+    std::erase_if(blocks, [&](const FlacMetadataEdit::Block& block) {
+        // Pages of Ogg have their positions, and no block there could grow into another.
+        return (block.type == FLAC__METADATA_TYPE_CUESHEET && !keepsTimes) ||
+               (block.type == FLAC__METADATA_TYPE_SEEKTABLE && isInOgg()) ||
+               (block.type == FLAC__METADATA_TYPE_PADDING && comesIntoOgg);
+    });
+    VorbisCommentPacket comments = FlacMetadataEdit::commentsOf(blocks);
+    const bool hasComments = !comments.entries().isEmpty() || !comments.vendor().isEmpty();
+    comments.setVendor(FlacEncoder::vendor());
+    if (hasComments || !edited || isInOgg())
+        FlacMetadataEdit::setComments(blocks, comments);
+    if (isInOgg())
+        std::ranges::stable_partition(blocks, [](const FlacMetadataEdit::Block& block) {
+            return block.type == FLAC__METADATA_TYPE_VORBIS_COMMENT;
+        });
+    return blocks;
 }
 
 MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
@@ -202,13 +281,15 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
     const FlacFormat format = {static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, highestRate)),
                                mNumberOfChannels, mBitsPerSample};
     setInOgg(shouldBeInOgg());
-    const auto comments = VorbisComments::entriesOf(mMetadata.dictionary());
+    takeAbilitiesOf(editedFile());
+    mBlocks = blocksToEncode();
+    if (MaybeError error = FlacMetadataEdit::refusal(*mBlocks))
+        return error;
     std::optional<int> serialNumber;
     if (isInOgg())
-        serialNumber = oggSerialNumber(document, range, VorbisComments::textOf(comments));
+        serialNumber = oggSerialNumber(document, range, FlacMetadataEdit::commentsOf(*mBlocks).text());
     FlacEncoder encoder(mFileHandle, format, range.numFrames, serialNumber);
-    mExtras = extrasOfOpened();
-    if (MaybeError error = encoder.start(comments, mExtras))
+    if (MaybeError error = encoder.start(*mBlocks))
         return error;
     IntegerFeed feed(document.audioTracks(), range, framesPerPass, static_cast<int>(mBitsPerSample));
     MaybeError error;
@@ -219,6 +300,7 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
             error = Error::cancelled();
     }
     const MaybeError finishError = encoder.finish();
+    mBlocks = encoder.blocks();
     return error ? error : finishError;
 }
 
@@ -230,54 +312,46 @@ bool FLACFile::takeSound(const AudioFile& source)
     if (!opened || opened->isInOgg() != shouldBeInOgg() || opened->bitsPerSample() != mBitsPerSample)
         return false;
     const FileHandle& handle = *opened->fileHandle();
-    int64_t numPictures = 0;
-    if (opened->isInOgg()) {
-        const std::optional<OggHeaders> headers = FlacInOgg::headersOf(handle);
-        if (!headers || !holdsOneOggStream(opened->ledger()))
-            return false;
-        numPictures = FlacInOgg::numPictures(*headers);
-    } else {
-        const FlacLayout layout = FlacLayout::ofFile(handle);
-        if (!layout.isWhole)
-            return false;
-        if (!opened->metadata().artwork().isEmpty())
-            numPictures = FlacMetadataEdit::numPictures(FlacMetadataEdit::blocksOf(handle, layout));
-    }
-    keepPictures(source, numPictures);
-    mExtras = opened->mExtras;
+    if (!opened->mBlocks)
+        return false;
+    if (opened->isInOgg() ? !FlacInOgg::headersOf(handle) || !holdsOneOggStream(opened->ledger())
+                          : !FlacLayout::ofFile(handle).isWhole)
+        return false;
+    takeAbilitiesOf(opened);
     return true;
 }
 
 MaybeError FLACFile::writeKeptSound(Progress& progress)
 {
-    const auto tags = VorbisComments::entriesOf(mMetadata.dictionary());
-    return isInOgg() ? writeKeptPages(tags, progress) : writeKeptFrames(tags, progress);
+    mBlocks = blocksToWrite();
+    if (MaybeError error = FlacMetadataEdit::refusal(*mBlocks))
+        return error;
+    return isInOgg() ? writeKeptPages(progress) : writeKeptFrames(progress);
 }
 
-MaybeError FLACFile::writeKeptPages(const QList<VorbisComments::Entry>& tags, Progress& progress)
+MaybeError FLACFile::writeKeptPages(Progress& progress)
 {
     const FileHandle& source = *keptSound()->fileHandle();
     const std::optional<OggHeaders> headers = FlacInOgg::headersOf(source);
     if (!headers)
         return missedReadsError(source);
-    const auto packets = FlacInOgg::withTags(*headers, tags, mCanSaveArtwork);
-    return packets ? writeOggWithHeaders(source, *headers, *packets, *fileHandle(), progress)
-                   : MaybeError(FlacMetadataEdit::tagsTooLong());
+    return writeOggWithHeaders(source, *headers, FlacInOgg::packetsWith(*headers, *mBlocks), *fileHandle(),
+                               progress);
 }
 
-MaybeError FLACFile::writeKeptFrames(const QList<VorbisComments::Entry>& tags, Progress& progress)
+MaybeError FLACFile::writeKeptFrames(Progress& progress)
 {
     const FileHandle& source = *keptSound()->fileHandle();
     const FlacLayout layout = FlacLayout::ofFile(source);
-    std::vector<FlacMetadataEdit::Block> blocks = FlacMetadataEdit::blocksOf(source, layout);
-    if (!layout.isWhole || blocks.size() < layout.blocks.size())
+    if (!layout.isWhole)
         return missedReadsError(source);
-    // The description comes first, and nearly every program puts the tags next.
-    if (!FlacMetadataEdit::setTags(blocks, 1, tags, mCanSaveArtwork))
-        return FlacMetadataEdit::tagsTooLong();
-    QByteArray metadata("fLaC");
-    for (const FlacMetadataEdit::Block& block : blocks)
-        metadata += FlacMetadataEdit::bytesOf(block, &block == &blocks.back());
+    const ByteRange description = layout.blocks.front().payload();
+    const QByteArray streamInfo = source.readAt(description.offset, description.length);
+    if (streamInfo.size() != description.length)
+        return missedReadsError(source);
+    const QByteArray metadata =
+        "fLaC" + FlacMetadataEdit::bytesOf({FLAC__METADATA_TYPE_STREAMINFO, streamInfo}, mBlocks->empty()) +
+        FlacMetadataEdit::bytesOf(*mBlocks);
     if (MaybeError error = writeRawData(metadata, 0))
         return error;
     mSoundDataOffset = metadata.size();

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "formats/file/AudioFile.h"
-#include "formats/flac/FlacExtras.h"
-#include "formats/tags/VorbisComments.h"
+#include "formats/flac/FlacMetadataEdit.h"
 
 namespace velloria
 {
@@ -12,7 +11,9 @@ struct FlacDescription;
 
 /// FLAC files, also FLAC in Ogg. Opening reads the metadata; the sound is decoded into scratch files. Written
 /// are plain FLAC files, or Ogg files where dataFormat() says so ("Oflc", as a file that was opened from Ogg
-/// has it), with the tags as Vorbis comments; the format class stores neither markers nor pictures.
+/// has it), with the tags as Vorbis comments; a new file stores neither markers nor pictures. Where a FLAC
+/// file was opened, its metadata are edited instead: pictures and chapters that it has can change, and
+/// everything that nobody changed stays as it is.
 class FLACFile : public AudioFile
 {
 public:
@@ -38,6 +39,10 @@ public:
     double estimatedFileSizeWithTag(int tag) const override;
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override { return 8; }
+    int64_t maximumNumberOfMarkers() const override;
+    bool willWrite(const FileItem& item) const override;
+    /// What it needs of it was read when that was opened.
+    bool readsOpenedFile() const override { return false; }
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
@@ -48,15 +53,19 @@ private:
     explicit FLACFile(std::shared_ptr<FileHandle> handle);
     void takeDescription(FlacDescription description);
     bool shouldBeInOgg() const;
-    MaybeError writeKeptFrames(const QList<VorbisComments::Entry>& tags, Progress& progress);
-    MaybeError writeKeptPages(const QList<VorbisComments::Entry>& tags, Progress& progress);
+    const FLACFile* editedFile() const;
+    void takeAbilitiesOf(const FLACFile* edited);
+    bool holdsSoundAsLongAs(const FLACFile& other) const;
+    FlacMetadataEdit::Blocks blocksToWrite() const;
+    FlacMetadataEdit::Blocks blocksToEncode() const;
+    MaybeError writeKeptFrames(Progress& progress);
+    MaybeError writeKeptPages(Progress& progress);
     void declareWhatDecodingFound(const FlacConversion& conversion);
-    FlacExtras extrasOfOpened() const;
 
     /// Of a file that was opened.
     std::unique_ptr<const FlacDescription> mDescription;
-    /// Of the file that was opened or written.
-    FlacExtras mExtras;
+    /// Of the file that was opened or written, behind the description; nothing where they are not known.
+    std::optional<FlacMetadataEdit::Blocks> mBlocks;
 };
 
 } // namespace velloria

@@ -1,5 +1,6 @@
 #include "formats/flac/FlacDescription.h"
 
+#include "formats/flac/FlacInOgg.h"
 #include "formats/flac/FlacLedger.h"
 #include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggStreams.h"
@@ -48,12 +49,6 @@ public:
             return takeComments(block.data.vorbis_comment);
         case FLAC__METADATA_TYPE_PICTURE:
             return takePicture(block.data.picture);
-        case FLAC__METADATA_TYPE_SEEKTABLE:
-            mDescription.extras.hasSeekTable = true;
-            return;
-        case FLAC__METADATA_TYPE_PADDING:
-            mDescription.extras.paddingLength += block.length;
-            return;
         default:
             return noteBlock(block);
         }
@@ -97,13 +92,28 @@ private:
         const bool isApplication = block.type == FLAC__METADATA_TYPE_APPLICATION;
         const QString name =
             FlacLedger::nameOfBlock(block.type, isApplication ? QByteArrayView(id, 4) : QByteArrayView());
+        const Keeping keeping = mDescription.blocks ? Keeping::asBytes : Keeping::notKept;
         if (!name.isEmpty())
-            mDescription.ledger.addWithSound(name);
+            mDescription.ledger.add({ItemKind::part, keeping, name, {}});
     }
 
     FlacDescription& mDescription;
     bool mHasStreamInfo = false;
 };
+
+std::optional<FlacMetadataEdit::Blocks> blocksOf(const FileHandle& handle,
+                                                 const FlacStreamDecoder::Container& container)
+{
+    if (container.isOgg) {
+        const std::optional<OggHeaders> headers = FlacInOgg::headersOf(handle);
+        return headers ? std::optional(FlacInOgg::blocksOf(*headers)) : std::nullopt;
+    }
+    const FlacLayout layout = FlacLayout::ofFile(handle);
+    if (!layout.isWhole)
+        return std::nullopt;
+    FlacMetadataEdit::Blocks blocks = FlacMetadataEdit::blocksOf(handle, layout);
+    return blocks.size() + 1 == layout.blocks.size() ? std::optional(std::move(blocks)) : std::nullopt;
+}
 
 QString reasonToRefuse(const FlacFormat& format)
 {
@@ -139,6 +149,7 @@ std::optional<FlacDescription> FlacDescription::read(const std::shared_ptr<const
         description.ledger.addNested(
             oggLedgerOfFirst(*handle, {static_cast<uint32_t>(container.serialNumber)}, &container.end), 0);
     description.container = container;
+    description.blocks = blocksOf(*handle, container);
     Intake intake(description);
     const auto decoder =
         FlacStreamDecoder::open(handle, container, FlacStreamDecoder::Metadata::told, intake);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "formats/flac/FlacExtras.h"
+#include "formats/flac/FlacMetadataEdit.h"
 #include "formats/flac/FlacStreamDecoder.h"
 #include "formats/ledger/FileLedger.h"
 #include "formats/tags/VorbisComments.h"
@@ -28,7 +28,8 @@ struct FlacDescription {
     /// Of the samples; empty when there is none.
     QByteArray md5;
     VorbisComments comments;
-    FlacExtras extras;
+    /// The metadata behind the description of the sound; nothing where they cannot be told apart.
+    std::optional<FlacMetadataEdit::Blocks> blocks;
     /// Of everything in the file but the tags' contents.
     FileLedger ledger;
     /// False when some of the metadata could not be read.

@@ -1,8 +1,8 @@
 #include "formats/flac/FlacInOgg.h"
 
-#include "formats/flac/FlacMetadataEdit.h"
-
+#include <FLAC/format.h>
 #include <QtEndian>
+#include <algorithm>
 
 namespace velloria::FlacInOgg
 {
@@ -21,14 +21,6 @@ constexpr char lastBlockFlag = '\x80';
 FlacMetadataEdit::Block blockOf(const QByteArray& packet)
 {
     return {packet[0] & ~lastBlockFlag, packet.mid(FlacLayout::Block::headerLength)};
-}
-
-std::vector<FlacMetadataEdit::Block> blocksOf(const OggHeaders& headers)
-{
-    std::vector<FlacMetadataEdit::Block> blocks;
-    for (const QByteArray& packet : headers.packets.sliced(1))
-        blocks.push_back(blockOf(packet));
-    return blocks;
 }
 
 } // namespace
@@ -50,12 +42,16 @@ std::optional<OggHeaders> headersOf(const FileHandle& handle)
     return headers;
 }
 
-std::optional<QList<QByteArray>> withTags(const OggHeaders& headers, const QList<VorbisComments::Entry>& tags,
-                                          bool keepsPictures)
+FlacMetadataEdit::Blocks blocksOf(const OggHeaders& headers)
 {
-    std::vector<FlacMetadataEdit::Block> blocks = blocksOf(headers);
-    if (!FlacMetadataEdit::setTags(blocks, 0, tags, keepsPictures))
-        return std::nullopt;
+    FlacMetadataEdit::Blocks blocks;
+    for (const QByteArray& packet : headers.packets.sliced(1))
+        blocks.push_back(blockOf(packet));
+    return blocks;
+}
+
+QList<QByteArray> packetsWith(const OggHeaders& headers, const FlacMetadataEdit::Blocks& blocks)
+{
     QList<QByteArray> packets = {headers.packets[0]};
     for (const FlacMetadataEdit::Block& block : blocks)
         packets.append(FlacMetadataEdit::bytesOf(block, &block == &blocks.back()));
@@ -66,9 +62,12 @@ std::optional<QList<QByteArray>> withTags(const OggHeaders& headers, const QList
     return packets;
 }
 
-int64_t numPictures(const OggHeaders& headers)
+QByteArray firstPacket(const QByteArray& streamInfo, size_t numBlocks)
 {
-    return FlacMetadataEdit::numPictures(blocksOf(headers));
+    QByteArray number(2, Qt::Uninitialized);
+    qToBigEndian(static_cast<quint16>(std::min<size_t>(numBlocks, 65535)), number.data());
+    return name + '\0' + number + "fLaC" +
+           FlacMetadataEdit::bytesOf({FLAC__METADATA_TYPE_STREAMINFO, streamInfo}, numBlocks == 0);
 }
 
 } // namespace velloria::FlacInOgg

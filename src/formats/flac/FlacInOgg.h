@@ -1,7 +1,7 @@
 #pragma once
 
+#include "formats/flac/FlacMetadataEdit.h"
 #include "formats/ogg/OggHeaders.h"
-#include "formats/tags/VorbisCommentPacket.h"
 
 namespace velloria
 {
@@ -13,13 +13,14 @@ namespace FlacInOgg
 /// Nothing where a file does not begin with these.
 std::optional<OggHeaders> headersOf(const FileHandle& handle);
 
-/// The packets with other tags; pictures are left out where they are not wanted. Nothing when the tags are
-/// too long for a block.
-std::optional<QList<QByteArray>> withTags(const OggHeaders& headers, const QList<VorbisComments::Entry>& tags,
-                                          bool keepsPictures);
+/// The metadata behind the description of the sound.
+FlacMetadataEdit::Blocks blocksOf(const OggHeaders& headers);
 
-/// Pictures in blocks and comments.
-int64_t numPictures(const OggHeaders& headers);
+/// The packets with other metadata.
+QList<QByteArray> packetsWith(const OggHeaders& headers, const FlacMetadataEdit::Blocks& blocks);
+
+/// The packet that tells of the sound and how many packets of metadata follow.
+QByteArray firstPacket(const QByteArray& streamInfo, size_t numBlocks);
 
 } // namespace FlacInOgg
 

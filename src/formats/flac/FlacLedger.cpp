@@ -29,7 +29,7 @@ QString nameOfBlock(int type, QByteArrayView firstBytes)
     case FLAC__METADATA_TYPE_PICTURE:
         return {};
     case FLAC__METADATA_TYPE_CUESHEET:
-        return QStringLiteral("cue sheet");
+        return cueSheet;
     case FLAC__METADATA_TYPE_APPLICATION: {
         QString name;
         for (const char byte : firstBytes.first(std::min<qsizetype>(4, firstBytes.size()))) {
@@ -55,7 +55,8 @@ FileLedger ofFile(const FileHandle& handle)
         if (const QString name = nameOfBlock(block.type, head); name.isEmpty())
             ledger.addStructure(block.bytes);
         else
-            ledger.addWithSound(name, block.bytes);
+            ledger.add(
+                {ItemKind::part, layout.isWhole ? Keeping::asBytes : Keeping::notKept, name, block.bytes});
     }
     TagsAround::declareNotKept(TagsAround::behind(handle, layout.sound.offset), ledger);
     ledger.addInModel(layout.sound);

@@ -13,7 +13,10 @@ namespace velloria
 namespace FlacLedger
 {
 
-/// The name for a person of a metadata block that is kept with the sound only, by its type and first bytes;
+/// What a cue sheet is called: it stays only as long as the sound beside it has its length.
+inline const QString cueSheet = QStringLiteral("cue sheet");
+
+/// The name for a person of a metadata block that is carried over as it is, by its type and first bytes;
 /// empty for one that is made anew or taken in.
 QString nameOfBlock(int type, QByteArrayView firstBytes);
 

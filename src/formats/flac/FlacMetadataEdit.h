@@ -1,7 +1,9 @@
 #pragma once
 
+#include "document/clips/AudioMarker.h"
 #include "formats/flac/FlacLayout.h"
-#include "formats/tags/VorbisComments.h"
+#include "formats/tags/AttachedPicture.h"
+#include "formats/tags/VorbisCommentPacket.h"
 #include "platform/Error.h"
 
 #include <QByteArray>
@@ -9,8 +11,8 @@
 namespace velloria
 {
 
-/// The metadata of a FLAC file with other tags: description, seek table, cue sheet, data of applications and
-/// padding stay as they are and in their order.
+/// The metadata of a FLAC file, all but the description of the sound, with other tags, pictures and chapters:
+/// what nobody changed stays byte for byte and in its order.
 namespace FlacMetadataEdit
 {
 
@@ -18,22 +20,34 @@ struct Block {
     int type = 0;
     QByteArray payload;
 };
+using Blocks = std::vector<Block>;
 
-/// Reads the blocks of a file that is whole; fewer, where it got shorter meanwhile.
-std::vector<Block> blocksOf(const FileHandle& file, const FlacLayout& layout);
+/// Reads the blocks of a file that is whole, behind the first one; fewer, where it got shorter meanwhile.
+Blocks blocksOf(const FileHandle& file, const FlacLayout& layout);
 
-/// Puts other comments, said to be of the same encoder, in the place of the old ones, or at `index` where
-/// there are none. Pictures are left out where they are not wanted. False when the comments are too long.
-bool setTags(std::vector<Block>& blocks, size_t index, const QList<VorbisComments::Entry>& tags,
-             bool keepsPictures);
+/// What all blocks of comments say; a file should have one of them.
+VorbisCommentPacket commentsOf(const Blocks& blocks);
 
-/// With its header.
+/// Puts comments in the place of the old ones; where there are none, in front of all else, as nearly every
+/// program does.
+void setComments(Blocks& blocks, const VorbisCommentPacket& comments);
+
+/// The pictures that can be read, in blocks and comments, as payloads of blocks.
+QList<QByteArray> pictureBlocks(const Blocks& blocks);
+
+/// Changes these; new ones stand behind the last one, or behind the comments.
+void setPictures(Blocks& blocks, const QList<AttachedPicture>& pictures);
+
+/// Makes the room that is kept free for tags smaller or larger by what the other blocks gained or lost since
+/// they were `before`; where it is too small it stays as it is.
+void settlePadding(Blocks& blocks, const Blocks& before);
+
+/// One behind the other, each with its header, the last one marked.
+QByteArray bytesOf(const Blocks& blocks);
 QByteArray bytesOf(const Block& block, bool isLast);
 
-/// Pictures in whatever form.
-int64_t numPictures(const std::vector<Block>& blocks);
-
-Error tagsTooLong();
+/// The error for a block that is longer than blocks can be; nothing when all fit.
+MaybeError refusal(const Blocks& blocks);
 
 } // namespace FlacMetadataEdit
 

@@ -202,7 +202,7 @@ bool Mpeg4File::willWrite(const FileItem& item) const
         return AudioFile::willWrite(item);
     const auto* const opened = dynamic_cast<const Mpeg4File*>(openedFile().get());
     if (!opened)
-        return false;
+        return AudioFile::willWrite(item);
     const bool isCarried = carriedFile() != nullptr;
     const auto bound = opened->mBoundItems.find(item.bytes.offset);
     if (bound == opened->mBoundItems.end())

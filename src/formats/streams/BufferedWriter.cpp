@@ -32,14 +32,6 @@ void BufferedWriter::setPosition(int64_t position)
     mPosition = position;
 }
 
-int64_t BufferedWriter::read(std::span<std::byte> out)
-{
-    writeOut();
-    const int64_t numBytes = mHandle->readAt(mPosition, out);
-    mPosition += numBytes;
-    return numBytes;
-}
-
 MaybeError BufferedWriter::finish()
 {
     writeOut();

@@ -19,8 +19,6 @@ public:
     void write(std::span<const std::byte> bytes);
     int64_t position() const { return mPosition; }
     void setPosition(int64_t position);
-    /// Reads back what stands at position(), and goes on behind it. The number of bytes read.
-    int64_t read(std::span<std::byte> out);
     /// Writes what is left.
     MaybeError finish();
     const MaybeError& error() const { return mError; }

@@ -1,5 +1,8 @@
 #include "formats/tags/VorbisCommentPacket.h"
 
+#include "formats/tags/PictureBlock.h"
+#include "formats/tags/VorbisCommentEdit.h"
+
 #include <QtEndian>
 #include <algorithm>
 #include <optional>
@@ -56,10 +59,9 @@ bool isPicture(const QByteArray& entry)
     return keyOf(entry) == "metadata_block_picture";
 }
 
-bool tellsOfTheEncoder(const QByteArray& entry)
+QByteArray blockOf(const QByteArray& entry)
 {
-    const QByteArray key = keyOf(entry);
-    return key == "encoder" || key == "encoder_options" || key == "vendor";
+    return QByteArray::fromBase64(entry.sliced(entry.indexOf('=') + 1));
 }
 
 } // namespace
@@ -71,6 +73,7 @@ VorbisCommentPacket::VorbisCommentPacket(const QByteArray& bytes)
     if (!vendor)
         return;
     mVendor = *vendor;
+    mBytes = bytes;
     const uint32_t count = takeNumber(rest).value_or(0);
     for (uint32_t i = 0; i < count; ++i) {
         const std::optional<QByteArray> entry = takeText(rest);
@@ -80,25 +83,74 @@ VorbisCommentPacket::VorbisCommentPacket(const QByteArray& bytes)
     }
 }
 
-qsizetype VorbisCommentPacket::numPictures() const
+void VorbisCommentPacket::setVendor(const QByteArray& vendor)
 {
-    return std::ranges::count_if(mEntries, isPicture);
+    if (vendor != mVendor)
+        mBytes.clear();
+    mVendor = vendor;
 }
 
-QByteArray VorbisCommentPacket::withTags(const QList<VorbisComments::Entry>& tags, bool keepsPictures) const
+void VorbisCommentPacket::setEntries(const QList<QByteArray>& entries)
 {
-    QList<QByteArray> entries;
-    std::ranges::copy_if(mEntries, std::back_inserter(entries), tellsOfTheEncoder);
-    for (const VorbisComments::Entry& tag : tags)
-        entries.append(tag.key + '=' + tag.value);
-    if (keepsPictures)
-        std::ranges::copy_if(mEntries, std::back_inserter(entries), isPicture);
+    if (entries != mEntries)
+        mBytes.clear();
+    mEntries = entries;
+}
+
+void VorbisCommentPacket::setTags(const MetadataDictionary& tags)
+{
+    setEntries(VorbisCommentEdit::withTags(mEntries, tags));
+}
+
+void VorbisCommentPacket::setEncoder(const QByteArray& name)
+{
+    QList<QByteArray> entries = mEntries;
+    const auto found =
+        std::ranges::find_if(entries, [](const QByteArray& entry) { return keyOf(entry) == "encoder"; });
+    if (found != entries.end())
+        *found = found->first(found->indexOf('=') + 1) + name;
+    setEntries(entries);
+}
+
+QByteArray VorbisCommentPacket::bytes() const
+{
+    if (!mBytes.isEmpty())
+        return mBytes;
     QByteArray bytes;
     appendText(bytes, mVendor);
-    appendNumber(bytes, entries.size());
-    for (const QByteArray& entry : entries)
+    appendNumber(bytes, mEntries.size());
+    for (const QByteArray& entry : mEntries)
         appendText(bytes, entry);
     return bytes;
+}
+
+QList<QByteArray> VorbisCommentPacket::pictureBlocks() const
+{
+    QList<QByteArray> blocks;
+    for (const QByteArray& entry : mEntries) {
+        if (!isPicture(entry))
+            continue;
+        if (QByteArray block = blockOf(entry); PictureBlock::pictureOf(block))
+            blocks.append(std::move(block));
+    }
+    return blocks;
+}
+
+void VorbisCommentPacket::changePictures(std::span<const std::optional<QByteArray>> changes)
+{
+    QList<QByteArray> entries;
+    size_t place = 0;
+    for (const QByteArray& entry : mEntries) {
+        const bool isPlace = isPicture(entry) && PictureBlock::pictureOf(blockOf(entry));
+        const std::optional<QByteArray> change = isPlace ? changes[place++] : std::nullopt;
+        if (!change)
+            entries.append(entry);
+        else if (!change->isEmpty())
+            entries.append(entry.first(entry.indexOf('=') + 1) + change->toBase64());
+    }
+    for (const std::optional<QByteArray>& added : changes.subspan(place))
+        entries.append("METADATA_BLOCK_PICTURE=" + added.value_or(QByteArray()).toBase64());
+    setEntries(entries);
 }
 
 } // namespace velloria

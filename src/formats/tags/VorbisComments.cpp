@@ -1,12 +1,16 @@
 #include "formats/tags/VorbisComments.h"
 
+#include "formats/tags/PictureBlock.h"
 #include "formats/tags/ValueChanges.h"
+#include "formats/tags/VorbisChapters.h"
+#include "formats/tags/VorbisCommentNames.h"
 
-#include <QtEndian>
 #include <algorithm>
 
 namespace velloria
 {
+
+using namespace VorbisCommentNames;
 
 namespace
 {
@@ -16,65 +20,6 @@ constexpr qsizetype longestNameShown = 60;
 constexpr qsizetype mostNamesShown = 100;
 
 const QString separator = QStringLiteral("; ");
-
-constexpr qsizetype largestPicture = qsizetype{16} << 20;
-
-/// ENCODED-BY is not among them: it names a person.
-bool tellsOfTheFileItself(const QString& name)
-{
-    static const QStringList names = {QStringLiteral("encoder"), QStringLiteral("encoder_options"),
-                                      QStringLiteral("vendor")};
-    return names.contains(name);
-}
-
-/// How other programs spell our keys.
-struct Spelling {
-    QString key;
-    QString name;
-    /// Where a position's total stands by itself: the name that is written, and another that is read.
-    QStringList totals = {};
-};
-
-const QList<Spelling>& spellings()
-{
-    static const QList<Spelling> list = {
-        {QStringLiteral("year"), QStringLiteral("date")},
-        {QStringLiteral("album artist"), QStringLiteral("albumartist")},
-        {MetadataKey::comments, QStringLiteral("comment")},
-        {QStringLiteral("tempo"), QStringLiteral("bpm")},
-        {MetadataKey::trackNumber,
-         QStringLiteral("tracknumber"),
-         {QStringLiteral("tracktotal"), QStringLiteral("totaltracks")}},
-        {MetadataKey::discNumber,
-         QStringLiteral("discnumber"),
-         {QStringLiteral("disctotal"), QStringLiteral("totaldiscs")}},
-    };
-    return list;
-}
-
-const Spelling* spellingOf(const QString& key)
-{
-    const auto found = std::ranges::find(spellings(), key, &Spelling::key);
-    return found == spellings().end() ? nullptr : &*found;
-}
-
-/// The key that a name in a file stands for; empty for none.
-QString keyOf(const QString& name)
-{
-    for (const Spelling& spelling : spellings()) {
-        if (spelling.name == name || spelling.totals.contains(name))
-            return spelling.key;
-    }
-    const bool isKnown =
-        name != MetadataKey::attachedPictures && AudioMetadata::dictionaryKeys().contains(name);
-    return isKnown ? name : QString();
-}
-
-bool isTotal(const QString& name)
-{
-    return std::ranges::any_of(spellings(),
-                               [&](const Spelling& spelling) { return spelling.totals.contains(name); });
-}
 
 QString decoded(std::string_view bytes)
 {
@@ -100,6 +45,10 @@ void VorbisComments::add(std::string_view entry)
     }
     if (tellsOfTheFileItself(name))
         return;
+    if (VorbisChapters::isName(name)) {
+        mChapters.append(QByteArray(entry.data(), static_cast<qsizetype>(entry.size())));
+        return;
+    }
     if (keyOf(name).isEmpty()) {
         if (mNamesNotKept.size() < mostNamesShown)
             mNamesNotKept.append(name.isEmpty() ? ValueChanges::quoted(decoded(entry.substr(equals + 1)))
@@ -112,53 +61,32 @@ void VorbisComments::add(std::string_view entry)
         values.append(value);
 }
 
-/// A picture block as FLAC has it, in base64: https://www.rfc-editor.org/rfc/rfc9639#section-8.8
 void VorbisComments::addPictureBlock(std::string_view base64)
 {
-    constexpr qsizetype mostBase64 = largestPicture / 3 * 4;
+    constexpr qsizetype mostBase64 = PictureBlock::largestPicture / 3 * 4;
     const auto size = static_cast<qsizetype>(base64.size());
-    const QByteArray block = size > mostBase64
-                                 ? QByteArray()
-                                 : QByteArray::fromBase64(QByteArray::fromRawData(base64.data(), size));
-    qsizetype offset = 0;
-    const auto number = [&]() -> qsizetype {
-        offset += 4;
-        return offset <= block.size() ? qFromBigEndian<quint32>(block.constData() + offset - 4) : 0;
-    };
-    const auto bytes = [&] {
-        const qsizetype length = number();
-        QByteArray found = block.mid(offset, length);
-        offset += length;
-        return found;
-    };
-    const auto type = static_cast<uint32_t>(number());
-    const QByteArray mimeType = bytes();
-    const QByteArray description = bytes();
-    constexpr qsizetype dimensions = 16;
-    offset += dimensions;
-    const QByteArray data = bytes();
-    const bool isWhole = offset <= block.size();
-    addPicture(type, std::string_view(mimeType), std::string_view(description),
-               isWhole ? data : QByteArray());
+    take(size > mostBase64
+             ? std::nullopt
+             : PictureBlock::pictureOf(QByteArray::fromBase64(QByteArray::fromRawData(base64.data(), size))));
 }
 
 void VorbisComments::addPicture(uint32_t type, std::string_view mimeType, std::string_view description,
                                 const QByteArray& data)
 {
-    QString format = decoded(mimeType).toLower();
-    if (format == QLatin1String("image/jpg"))
-        format = QStringLiteral("image/jpeg");
-    const bool isKnownFormat = format == QLatin1String("image/jpeg") || format == QLatin1String("image/png");
-    auto picture = isKnownFormat && data.size() <= largestPicture ? AttachedPicture::withPictureData(data)
-                                                                  : std::nullopt;
-    if (!picture) {
+    take(PictureBlock::picture(type, mimeType, description, data));
+}
+
+void VorbisComments::take(const std::optional<AttachedPicture>& picture)
+{
+    if (picture)
+        mPictures.append(*picture);
+    else
         ++mNumPicturesNotKept;
-        return;
-    }
-    picture->setImageFormat(format);
-    picture->setPictureType(type);
-    picture->setPictureDescription(decoded(description));
-    mPictures.append(*picture);
+}
+
+MarkerList VorbisComments::chapters(double sampleRate) const
+{
+    return VorbisChapters::read(mChapters, sampleRate);
 }
 
 QString VorbisComments::textOf(const QString& name) const
@@ -202,29 +130,34 @@ MetadataDictionary VorbisComments::dictionary() const
     return dictionary;
 }
 
-void VorbisComments::declare(const AudioMetadata& metadata, FileLedger& ledger) const
+void VorbisComments::declare(const AudioMetadata& metadata, FileLedger& ledger, Keeping keeping) const
 {
-    for (const QString& name : mNamesNotKept)
-        ledger.addNotKept(ItemKind::tag, name);
+    const auto add = [&](ItemKind kind, const QString& name) { ledger.add({kind, keeping, name, {}}); };
+    for (const QString& name : mNamesNotKept + VorbisChapters::namesNotRead(mChapters))
+        add(ItemKind::tag, name);
     for (int i = 0; i < mNumPicturesNotKept; ++i)
-        ledger.addNotKept(ItemKind::part, QStringLiteral("picture"));
+        add(ItemKind::part, QStringLiteral("picture"));
     for (auto [name, values] : mValues.asKeyValueRange()) {
         const QString text = values.join(separator);
         const QString chosen = chosenText(keyOf(name));
         const bool isChosen =
             isTotal(name) ? chosen.endsWith(u'/' + text) : chosen == text || chosen.startsWith(text + u'/');
         if (!isChosen)
-            ledger.addNotKept(ItemKind::tag, name + u' ' + ValueChanges::quoted(text));
+            add(ItemKind::tag, name + u' ' + ValueChanges::quoted(text));
         else if (values.size() > 1) {
             QStringList quotedValues;
             for (const QString& value : values.mid(0, 5))
                 quotedValues += ValueChanges::quoted(value);
-            ledger.addNotKept(ItemKind::value, ValueChanges::change(isTotal(name) ? name : keyOf(name),
-                                                                    quotedValues.join(QStringLiteral(", ")),
-                                                                    ValueChanges::quoted(text)));
+            add(ItemKind::value,
+                ValueChanges::change(isTotal(name) ? name : keyOf(name),
+                                     quotedValues.join(QStringLiteral(", ")), ValueChanges::quoted(text)));
         }
     }
-    ValueChanges::declare(dictionary(), metadata, ledger);
+    const ValueChanges::Differences found = ValueChanges::differences(dictionary(), metadata.dictionary());
+    for (const QString& change : found.altered)
+        add(ItemKind::value, change);
+    for (const QString& value : found.missing)
+        add(ItemKind::tag, value);
 }
 
 void VorbisComments::declareBeside(const VorbisComments& first, FileLedger& ledger) const
@@ -238,6 +171,8 @@ void VorbisComments::declareBeside(const VorbisComments& first, FileLedger& ledg
     }
     for (const QString& name : mNamesNotKept)
         ledger.addNotKept(ItemKind::tag, QStringLiteral("%1 of a later part of the file").arg(name));
+    if (!mChapters.isEmpty() && mChapters != first.mChapters)
+        ledger.addNotKept(ItemKind::tag, QStringLiteral("chapters of a later part of the file"));
     if (mPictures != first.mPictures || mNumPicturesNotKept > 0)
         ledger.addNotKept(ItemKind::part, QStringLiteral("pictures of a later part of the file"));
 }
@@ -264,24 +199,6 @@ QList<VorbisComments::Entry> VorbisComments::entriesOf(const MetadataDictionary&
             append(spelling->totals.first(), text.mid(slash + 1));
     }
     return entries;
-}
-
-QByteArray VorbisComments::textOf(const QList<Entry>& entries)
-{
-    QByteArray text;
-    for (const Entry& entry : entries)
-        text += entry.key + '=' + entry.value + '\n';
-    return text;
-}
-
-MetadataDictionary VorbisComments::tagsThrough(const AudioMetadata& metadata)
-{
-    VorbisComments comments;
-    for (const Entry& entry : entriesOf(metadata.dictionary()))
-        comments.add(std::string_view(entry.key + '=' + entry.value));
-    AudioMetadata found;
-    found.setValuesWithDictionary(comments.dictionary());
-    return found.dictionary();
 }
 
 } // namespace velloria

@@ -8,6 +8,9 @@
 #include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/FrameFeed.h"
+#include "formats/tags/PictureBlock.h"
+#include "formats/tags/VorbisChapters.h"
+#include "formats/tags/VorbisCommentEdit.h"
 #include "formats/vorbis/VorbisConversion.h"
 #include "formats/vorbis/VorbisEncoder.h"
 #include "formats/vorbis/VorbisHeaders.h"
@@ -118,7 +121,10 @@ void OggVorbisFile::readStream()
         mMetadata.setValuesWithDictionary(comments.dictionary());
     mLedger = oggLedger(*mFileHandle, serialNumbersOf(*mStream));
     mHoldsOneStream = mStream->numLinks() == 1 && holdsOneOggStream(mLedger);
-    comments.declare(mMetadata, mLedger);
+    mMarkers = comments.chapters(mSampleRate);
+    const std::optional<OggHeaders> headers = VorbisHeaders::ofFile(*mFileHandle);
+    mComments = headers ? VorbisHeaders::commentsOf(headers->packets[1]) : mStream->commentPacket();
+    comments.declare(mMetadata, mLedger, Keeping::asBytes);
     declareStartTime(mStream->startSeconds(), mLedger);
     for (int link = 1; link < mStream->numLinks(); ++link)
         mStream->comments(link).declareBeside(comments, mLedger);
@@ -230,11 +236,51 @@ void OggVorbisFile::configureWithPopUpTag(int tag)
 
 MetadataDictionary OggVorbisFile::writtenTags() const
 {
-    return VorbisComments::tagsThrough(mMetadata);
+    return VorbisCommentEdit::tagsOf(commentsToWrite().entries());
+}
+
+/// The file whose comments this one gets, with what was changed; null for a new file.
+const OggVorbisFile* OggVorbisFile::editedFile() const
+{
+    return dynamic_cast<const OggVorbisFile*>(keptSound() ? keptSound().get() : openedFile().get());
+}
+
+/// Pictures and chapters can be changed where there are some.
+void OggVorbisFile::takeAbilitiesOf(const OggVorbisFile* edited)
+{
+    mCanSaveArtwork = edited && !edited->mComments.pictureBlocks().isEmpty();
+    mCanSaveMarkers = edited && VorbisChapters::read(edited->mComments.entries(), 1.0) != nullptr;
+}
+
+VorbisCommentPacket OggVorbisFile::commentsToWrite() const
+{
+    const OggVorbisFile* const edited = editedFile();
+    VorbisCommentPacket comments;
+    if (edited)
+        comments = edited->mComments;
+    else
+        comments.setEntries({"ENCODER=" + VorbisEncoder::encoderName()});
+    comments.setTags(mMetadata.dictionary());
+    if (mCanSaveMarkers)
+        comments.setEntries(VorbisChapters::edited(comments.entries(), mMarkers, mSampleRate));
+    if (mCanSaveArtwork)
+        comments.changePictures(PictureBlock::changes(comments.pictureBlocks(), mMetadata.artwork()));
+    return comments;
+}
+
+int64_t OggVorbisFile::maximumNumberOfMarkers() const
+{
+    return VorbisChapters::mostChapters;
+}
+
+bool OggVorbisFile::willWrite(const FileItem& item) const
+{
+    return item.keeping == Keeping::asBytes ? editedFile() != nullptr : AudioFile::willWrite(item);
 }
 
 void OggVorbisFile::validateAndCorrectParameters()
 {
+    takeAbilitiesOf(editedFile());
     // What it was is nearer to what its owner wants than the average that came out.
     if (const OggVorbisFile* const opened = mIsOptionChosen ? nullptr : openedVorbisFile()) {
         configureWithPopUpTag(opened->tagOfEncoding());
@@ -303,10 +349,11 @@ VorbisSettings OggVorbisFile::settings() const
 
 MaybeError OggVorbisFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
-    const auto comments = VorbisComments::entriesOf(mMetadata.dictionary());
-    VorbisEncoder encoder(mFileHandle, settings(),
-                          oggSerialNumber(document, range, VorbisComments::textOf(comments)));
-    if (MaybeError error = encoder.start(comments))
+    takeAbilitiesOf(editedFile());
+    mComments = commentsToWrite();
+    mComments.setEncoder(VorbisEncoder::encoderName());
+    VorbisEncoder encoder(mFileHandle, settings(), oggSerialNumber(document, range, mComments.text()));
+    if (MaybeError error = encoder.start(mComments))
         return error;
     FrameFeed feed(document, range);
     const MaybeError error = feed.run(
@@ -328,7 +375,7 @@ bool OggVorbisFile::takeSound(const AudioFile& source)
     mNominalBitRate = opened->mNominalBitRate;
     mHasManagedBitRate = opened->mHasManagedBitRate;
     mHoldsOneStream = true;
-    keepPictures(source, VorbisHeaders::commentsOf(*headers).numPictures());
+    takeAbilitiesOf(opened);
     return true;
 }
 
@@ -338,8 +385,9 @@ MaybeError OggVorbisFile::writeKeptSound(Progress& progress)
     const std::optional<OggHeaders> headers = VorbisHeaders::ofFile(source);
     if (!headers)
         return missedReadsError(source);
-    const auto packets =
-        VorbisHeaders::withTags(*headers, VorbisComments::entriesOf(mMetadata.dictionary()), mCanSaveArtwork);
+    mComments = commentsToWrite();
+    QList<QByteArray> packets = headers->packets;
+    packets[1] = VorbisHeaders::packetOf(mComments);
     return writeOggWithHeaders(source, *headers, packets, *fileHandle(), progress);
 }
 

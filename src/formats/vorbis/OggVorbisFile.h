@@ -2,6 +2,7 @@
 
 #include "formats/file/AudioFile.h"
 #include "formats/file/SurroundLosses.h"
+#include "formats/tags/VorbisCommentPacket.h"
 
 namespace velloria
 {
@@ -10,7 +11,9 @@ class VorbisStream;
 struct VorbisSettings;
 
 /// Ogg files with Vorbis sound. Opening reads the headers; the sound is decoded into scratch files. The
-/// format class stores tags as Vorbis comments, but neither markers nor pictures.
+/// format class stores tags as Vorbis comments; a new file stores neither markers nor pictures. Where such a
+/// file was opened, its comments are edited instead: pictures and chapters that it has can change, and every
+/// entry that nobody changed stays as it is.
 class OggVorbisFile : public AudioFile
 {
 public:
@@ -43,6 +46,10 @@ public:
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override { return 255; }
     bool encodesWithLoss() const override { return true; }
+    int64_t maximumNumberOfMarkers() const override;
+    bool willWrite(const FileItem& item) const override;
+    /// What it needs of it was read when that was opened.
+    bool readsOpenedFile() const override { return false; }
     QStringList soundLosses() const override
     {
         return keptSound() ? QStringList() : surroundLosses(mNumberOfChannels, false);
@@ -62,6 +69,9 @@ private:
     int tagOfEncoding() const;
     int tagNearestTo(int64_t nominalBitRate) const;
     const OggVorbisFile* openedVorbisFile() const;
+    const OggVorbisFile* editedFile() const;
+    void takeAbilitiesOf(const OggVorbisFile* edited);
+    VorbisCommentPacket commentsToWrite() const;
 
     float mEncodingQuality = 0.0F;
     /// Of a file that was opened.
@@ -69,6 +79,8 @@ private:
     bool mHasManagedBitRate = false;
     /// Nothing stands beside or behind the sound.
     bool mHoldsOneStream = false;
+    /// Of the file that was opened or written.
+    VorbisCommentPacket mComments;
     /// Of a file that was opened, until it is decoded.
     std::unique_ptr<VorbisStream> mStream;
 };

@@ -1,6 +1,7 @@
 #include "formats/vorbis/VorbisEncoder.h"
 
 #include "formats/vorbis/VorbisChannels.h"
+#include "formats/vorbis/VorbisHeaders.h"
 #include "platform/Log.h"
 
 #include <vorbis/vorbisenc.h>
@@ -47,7 +48,7 @@ int VorbisEncoder::setUp(vorbis_info& info, const VorbisSettings& settings)
                : vorbis_encode_init_vbr(&info, settings.numChannels, settings.sampleRate, settings.quality);
 }
 
-MaybeError VorbisEncoder::start(const QList<VorbisComments::Entry>& comments)
+MaybeError VorbisEncoder::start(VorbisCommentPacket& comments)
 {
     const int status = setUp(mInfo, mSettings);
     if (status != 0) {
@@ -78,17 +79,19 @@ Error VorbisEncoder::refusal() const
                 .arg(sound)};
 }
 
-void VorbisEncoder::writeHeaders(const QList<VorbisComments::Entry>& comments)
+void VorbisEncoder::writeHeaders(VorbisCommentPacket& comments)
 {
     vorbis_comment block;
     vorbis_comment_init(&block);
-    vorbis_comment_add_tag(&block, "ENCODER", "Velloria, libVorbis 1.3.1");
-    for (const VorbisComments::Entry& comment : comments)
-        vorbis_comment_add_tag(&block, comment.key.constData(), comment.value.constData());
     ogg_packet identification;
     ogg_packet tags;
     ogg_packet codebooks;
     vorbis_analysis_headerout(&mState, &block, &identification, &tags, &codebooks);
+    const QByteArray ownTags(reinterpret_cast<const char*>(tags.packet), tags.bytes);
+    comments.setVendor(VorbisHeaders::commentsOf(ownTags).vendor());
+    QByteArray packet = VorbisHeaders::packetOf(comments);
+    tags.packet = reinterpret_cast<unsigned char*>(packet.data());
+    tags.bytes = static_cast<long>(packet.size());
     mPages.add(identification);
     mPages.add(tags);
     mPages.add(codebooks);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "formats/ogg/OggPageWriter.h"
-#include "formats/tags/VorbisComments.h"
+#include "formats/tags/VorbisCommentPacket.h"
 
 #include <vorbis/codec.h>
 
@@ -31,8 +31,11 @@ public:
     /// The bits per second that a file says of itself; 0 when the settings cannot be encoded.
     static int64_t nominalBitRate(const VorbisSettings& settings);
 
-    /// Writes the headers. An error when the encoder does not take the settings.
-    MaybeError start(const QList<VorbisComments::Entry>& comments);
+    /// Writes the headers; the comments name the library as what encoded the sound. An error when the encoder
+    /// does not take the settings.
+    MaybeError start(VorbisCommentPacket& comments);
+    /// What an entry calls this program, as the maker of such files.
+    static QByteArray encoderName() { return QByteArrayLiteral("Velloria, libVorbis 1.3.1"); }
     /// Frames in the order of tracks. What the encoder makes of the sound's start depends a little on how
     /// many frames come at once.
     MaybeError encode(std::span<const float> interleaved);
@@ -43,7 +46,7 @@ private:
     /// Gives the library's status.
     static int setUp(vorbis_info& info, const VorbisSettings& settings);
     Error refusal() const;
-    void writeHeaders(const QList<VorbisComments::Entry>& comments);
+    void writeHeaders(VorbisCommentPacket& comments);
     void writeBlocks();
 
     const VorbisSettings mSettings;

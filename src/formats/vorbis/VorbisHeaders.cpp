@@ -28,17 +28,16 @@ std::optional<OggHeaders> ofFile(const FileHandle& handle)
     return headers;
 }
 
-VorbisCommentPacket commentsOf(const OggHeaders& headers)
+VorbisCommentPacket commentsOf(const QByteArray& packet)
 {
-    return VorbisCommentPacket(headers.packets[1].sliced(nameLength));
+    return VorbisCommentPacket(packet.mid(nameLength));
 }
 
-QList<QByteArray> withTags(const OggHeaders& headers, const QList<VorbisComments::Entry>& tags,
-                           bool keepsPictures)
+QByteArray packetOf(const VorbisCommentPacket& comments)
 {
-    QList<QByteArray> packets = headers.packets;
-    packets[1] = commentsName + commentsOf(headers).withTags(tags, keepsPictures) + framingBit;
-    return packets;
+    const QByteArray bytes = comments.bytes();
+    // Of comments that nobody changed, what stands behind them is there still.
+    return commentsName + bytes + (comments.isAsRead() ? QByteArray() : QByteArray(1, framingBit));
 }
 
 } // namespace velloria::VorbisHeaders

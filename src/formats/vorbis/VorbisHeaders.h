@@ -13,11 +13,11 @@ namespace VorbisHeaders
 /// Nothing where a file does not begin with these.
 std::optional<OggHeaders> ofFile(const FileHandle& handle);
 
-VorbisCommentPacket commentsOf(const OggHeaders& headers);
+/// Of the second packet.
+VorbisCommentPacket commentsOf(const QByteArray& packet);
 
-/// The packets with other tags.
-QList<QByteArray> withTags(const OggHeaders& headers, const QList<VorbisComments::Entry>& tags,
-                           bool keepsPictures);
+/// The packet of comments, with its name.
+QByteArray packetOf(const VorbisCommentPacket& comments);
 
 } // namespace VorbisHeaders
 

@@ -155,9 +155,16 @@ void VorbisStream::describeFirst()
     mStartSeconds = static_cast<double>(std::max<int64_t>(0, mFile.pcmlengths[0])) / mSampleRate;
     mNominalBitRate = std::max(0L, info.bitrate_nominal);
     mHasManagedBitRate = info.bitrate_lower != 0 || info.bitrate_upper != 0;
-    if (const vorbis_comment* const block = ov_comment(&mFile, -1))
-        mCommentBytes =
-            std::accumulate(block->comment_lengths, block->comment_lengths + block->comments, int64_t{0});
+    const vorbis_comment* const block = ov_comment(&mFile, -1);
+    if (!block)
+        return;
+    QList<QByteArray> entries;
+    for (int i = 0; i < block->comments; ++i)
+        entries.append(QByteArray(block->user_comments[i], block->comment_lengths[i]));
+    mCommentBytes =
+        std::accumulate(block->comment_lengths, block->comment_lengths + block->comments, int64_t{0});
+    mCommentPacket.setVendor(block->vendor);
+    mCommentPacket.setEntries(entries);
 }
 
 int64_t VorbisStream::read(float*** channels)

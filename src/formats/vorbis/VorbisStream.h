@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/tags/VorbisCommentPacket.h"
 #include "formats/tags/VorbisComments.h"
 #include "formats/vorbis/VorbisLinks.h"
 #include "platform/FileHandle.h"
@@ -40,6 +41,8 @@ public:
     /// Streams that follow one another in the file and are read.
     int numLinks() const { return static_cast<int>(mLinks.size()); }
     const VorbisComments& comments(int link = 0) const { return linkAt(link).comments; }
+    /// Of the first stream, as they stand there.
+    const VorbisCommentPacket& commentPacket() const { return mCommentPacket; }
     uint32_t serialNumber(int link) const { return linkAt(link).pages->serialNumber(); }
     /// The seconds that the positions in the file tell for its first frame: not 0 for what was cut out of a
     /// longer recording.
@@ -96,6 +99,7 @@ private:
     int64_t mNominalBitRate = 0;
     bool mHasManagedBitRate = false;
     int64_t mCommentBytes = 0;
+    VorbisCommentPacket mCommentPacket;
     bool mChangesFormat = false;
     bool mIsBroken = false;
     int64_t mFramePosition = 0;

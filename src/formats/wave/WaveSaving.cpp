@@ -62,7 +62,8 @@ bool WaveFile::keepsFormat() const
 
 bool WaveFile::willWrite(const FileItem& item) const
 {
-    return item.keeping == Keeping::asBytes ? keepsFormat() || mKeptEncoding : ChunkedFile::willWrite(item);
+    const bool isKept = item.keeping == Keeping::asBytes && openedWave() && (keepsFormat() || mKeptEncoding);
+    return isKept || ChunkedFile::willWrite(item);
 }
 
 QByteArray WaveFile::formatChunks() const

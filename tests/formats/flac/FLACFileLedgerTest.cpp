@@ -42,7 +42,7 @@ TEST_F(FLACFileLedgerTest, NamesWhatStandsAroundTheStream)
     EXPECT_EQ(mNumFrames, 50000);
 }
 
-TEST_F(FLACFileLedgerTest, WhatWasThereForOtherProgramsIsMadeAnew)
+TEST_F(FLACFileLedgerTest, WhatIsThereForOtherProgramsStaysInItsPlaceWhenSoundIsEncoded)
 {
     WaveFile wave(44100.0, 16, 2);
     save(wave, "in.wav", noiseDocument(1000000, 2));
@@ -52,12 +52,10 @@ TEST_F(FLACFileLedgerTest, WhatWasThereForOtherProgramsIsMadeAnew)
         QStringList lines;
         for (const QByteArray& line : run("metaflac", {"--list", argument(name)}).split('\n')) {
             const QByteArray text = line.trimmed();
-            // Places hang on the frames.
-            if (text.startsWith("type:") || text.startsWith("length: 5000") ||
-                text.startsWith("seek points:") || text.startsWith("point "))
+            // Places hang on the frames; the encoder is another one.
+            if (!text.startsWith("m") && !text.startsWith("vendor") && !text.startsWith("MD5"))
                 lines += QString::fromLatin1(text.split(',').first());
         }
-        lines.sort();
         return lines;
     };
     for (const std::string name : {"in.flac", "plain.flac"}) {
