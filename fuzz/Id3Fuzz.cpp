@@ -1,5 +1,8 @@
 #include "formats/tags/AudioMetadata.h"
 #include "formats/tags/ID3Data.h"
+#include "formats/tags/Id3Edit.h"
+#include "formats/tags/OtherTagEdits.h"
+#include "platform/Log.h"
 
 #include <cstdlib>
 
@@ -22,18 +25,58 @@ bool hasCleanTexts(const MetadataDictionary& dictionary)
     });
 }
 
+/// Sizes of version 2.4, and where frames begin behind an extended header, may be guessed from what follows,
+/// which is something else after an edit.
+bool isPlain(const Id3Layout& layout)
+{
+    return layout.version() != 4 && layout.extendedHeader().length == 0;
+}
+
+/// An edit of nothing gives the same bytes; any other one a tag with the new values and all others as before.
+void tryEdits(const QByteArray& tag, const AudioMetadata& read)
+{
+    auto edit = Id3Edit::ofTag(tag);
+    if (!edit)
+        return;
+    require(edit->edited(read, read, {}) == tag);
+    AudioMetadata now = read;
+    now.setTitle(QStringLiteral("Title \u0416"));
+    now.setComments(QStringLiteral("a comment"));
+    now.setYear({});
+    QList<AttachedPicture> pictures = read.artwork().mid(1, 3);
+    pictures.append(*AttachedPicture::withPictureData("\x89PNGdata"));
+    now.setArtwork(pictures);
+    const QByteArray made = Id3Edit::ofTag(tag)->edited(read, now, {true, 1000});
+    const auto layout = Id3Layout::ofTag(made);
+    require(layout.has_value());
+    AudioMetadata found;
+    found.setValuesWithID3Data(made);
+    if (isPlain(*layout))
+        require(found == now);
+}
+
 } // namespace
 
 /// Reads the bytes as a tag. What we then write, read and write again must not change any more: the first
 /// writing may drop what version 2.2 cannot hold, the second may not.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    const LogCapture quiet;
     const QByteArray tag(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     const ID3Data read = ID3Data::id3DataWithData(tag);
     require(hasCleanTexts(read.dictionary()));
 
     AudioMetadata metadata;
     metadata.setValuesWithID3Data(tag);
+    tryEdits(tag, metadata);
+    AudioMetadata other = metadata;
+    other.setTitle(QStringLiteral("Other"));
+    other.setLyrics({});
+    for (const auto kind :
+         {TagsAround::Tag::Kind::id3v1, TagsAround::Tag::Kind::ape, TagsAround::Tag::Kind::lyrics3}) {
+        OtherTagEdits::edited(kind, tag, metadata, other);
+        OtherTagEdits::edited(kind, tag, {}, other);
+    }
     metadata.setValuesWithDictionary(metadata.dictionary());
 
     const QByteArray written = ID3Data::id3DataWithDictionary(read.dictionary()).tagData();

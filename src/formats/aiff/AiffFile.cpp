@@ -403,8 +403,7 @@ QByteArray AiffFile::chunksBeforeSound() const
 QByteArray AiffFile::metadataChunk() const
 {
     // Unlike the other chunks without a pad byte: it is the last one.
-    const QByteArray tag = mMetadata.isNotEmpty() ? mMetadata.id3Data() : QByteArray();
-    return tag.isEmpty() ? QByteArray() : chunkHeader(tagIdent, tag.size()) + tag;
+    return id3Chunk(ChunkByteOrder::bigEndian);
 }
 
 int64_t AiffFile::soundDataLength() const

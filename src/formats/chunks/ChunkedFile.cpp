@@ -2,8 +2,8 @@
 
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
+#include "formats/file/Id3SoundChange.h"
 #include "formats/tags/Id3Intake.h"
-#include "formats/tags/Id3Writer.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -42,12 +42,52 @@ ChunkedFile::ChunkedFile(std::shared_ptr<FileHandle> handle)
 
 bool ChunkedFile::canSavePicture(const AttachedPicture& picture) const
 {
-    return canBeId3Picture(picture);
+    return id3Save().canHold(picture);
 }
 
 MetadataDictionary ChunkedFile::writtenTags() const
 {
-    return tagsThroughId3(mMetadata);
+    return id3Save().tagsReadBack();
+}
+
+bool ChunkedFile::willWrite(const FileItem& item) const
+{
+    return item.keeping == Keeping::withTag ? openedWithTag() && id3Save().keeps(item)
+                                            : AudioFile::willWrite(item);
+}
+
+/// What was saved is what the next save edits.
+void ChunkedFile::takeOverLedger()
+{
+    const ChunkedFile* const opened = openedWithTag();
+    const FourCharCode ident = opened ? opened->mId3Ident : mId3Ident;
+    mId3Tag = id3Save().tag();
+    mId3Ident = ident;
+    AudioFile::takeOverLedger();
+}
+
+/// The opened file, where it is of the same type and has a tag.
+const ChunkedFile* ChunkedFile::openedWithTag() const
+{
+    const auto* const opened = dynamic_cast<const ChunkedFile*>(openedFile().get());
+    const bool holdsTag = opened && !opened->mId3Tag.isEmpty();
+    return holdsTag && opened->fileFormatUTI() == fileFormatUTI() ? opened : nullptr;
+}
+
+Id3Save ChunkedFile::id3Save() const
+{
+    const ChunkedFile* const opened = openedWithTag();
+    return opened ? Id3Save(opened->mId3Tag, opened->metadata(), mMetadata, id3SoundChange(*opened, *this))
+                  : Id3Save(mMetadata);
+}
+
+QByteArray ChunkedFile::id3Chunk(ChunkByteOrder byteOrder) const
+{
+    const QByteArray tag = id3Save().tag();
+    if (tag.isEmpty())
+        return {};
+    const ChunkedFile* const opened = openedWithTag();
+    return riffChunkHeader(opened ? opened->mId3Ident : mId3Ident, tag.size(), byteOrder) + tag;
 }
 
 void ChunkedFile::validateAndCorrectParameters()
@@ -59,7 +99,7 @@ void ChunkedFile::validateAndCorrectParameters()
 
 QStringList ChunkedFile::soundLosses() const
 {
-    return id3DisplayLosses(mMetadata.dictionary(), tagsBefore());
+    return id3Save().displayLosses(tagsBefore());
 }
 
 QString ChunkedFile::name() const
@@ -135,6 +175,8 @@ void ChunkedFile::readId3Chunk(const RiffChunk& chunk, const char* className)
         mWarnings.append(FileDamage::tagsUnreadable(name()));
         return;
     }
+    mId3Tag = payloadOf(chunk);
+    mId3Ident = chunk.ident;
     mLedger.addNested(*tagLedger, chunk.payloadOffset());
     markDeclared(chunk);
 }

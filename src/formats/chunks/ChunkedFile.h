@@ -2,12 +2,14 @@
 
 #include "formats/chunks/RiffChunkList.h"
 #include "formats/file/AudioFile.h"
+#include "formats/tags/Id3Save.h"
 
 namespace velloria
 {
 
 /// What WAVE and AIFF files share: they are lists of chunks. A reader takes those that it knows into the
-/// model; all others, and every byte that belongs to no chunk, are told in the ledger.
+/// model; all others, and every byte that belongs to no chunk, are told in the ledger. The ID3v2 tag of an
+/// opened file is edited.
 class ChunkedFile : public AudioFile
 {
 public:
@@ -16,6 +18,8 @@ public:
     void validateAndCorrectParameters() override;
     /// Comments that other programs may not show, as the ID3 tag holds them.
     QStringList soundLosses() const override;
+    bool willWrite(const FileItem& item) const override;
+    void takeOverLedger() override;
 
 protected:
     /// Chunks beyond this size are no descriptions of a recording.
@@ -50,12 +54,20 @@ protected:
 
     /// Takes in the ID3v2 tag of a chunk. `className` is for the log.
     void readId3Chunk(const RiffChunk& chunk, const char* className);
+    /// The chunk of the tag to write; empty when there is none.
+    QByteArray id3Chunk(ChunkByteOrder byteOrder) const;
     void tellOfDamagedMarkers(const RiffChunk& chunk, const char* className);
     QString name() const;
 
 private:
+    const ChunkedFile* openedWithTag() const;
+    Id3Save id3Save() const;
+
     RiffChunkList mChunks;
     std::vector<int64_t> mOffsetsDeclared;
+    /// Of an opened file, or of one that was saved, and the name of its chunk.
+    QByteArray mId3Tag;
+    FourCharCode mId3Ident = fourCharCode("ID3 ");
 };
 
 } // namespace velloria

@@ -427,6 +427,7 @@ void AudioFile::takeOverLedger()
         }
     };
     takeOver(mOpenedFile, Keeping::asBytes);
+    takeOver(mOpenedFile, Keeping::withTag);
     takeOver(mKeptSound, Keeping::withSound);
     mLedger = std::move(ledger);
     mOpenedFile = nullptr;

@@ -24,7 +24,8 @@ enum class Keeping {
     asBytes,   ///< Carried over byte for byte by a writer that says so (AudioFile::willWrite).
     withSound, ///< Stands among the packets of the sound and goes with them: kept where they are copied, gone
                ///< where the sound is encoded anew (AudioFile::keptSound).
-    notKept    ///< Nobody writes it.
+    withTag, ///< Stands in a tag and goes with it: kept where the tag is edited, gone where it is made anew.
+    notKept  ///< Nobody writes it.
 };
 
 /// How a person is told of an item.

@@ -50,6 +50,7 @@ std::shared_ptr<AudioFile> AudioDataTransportStreamAACFile::open(std::shared_ptr
         return nullptr;
     file->takeDecoder(std::move(decoder));
     file->mLedger = packetStreamLedger(*file->fileHandle(), false);
+    file->mTags = PacketStreamTags::ofFile(*file->fileHandle(), PacketStreamTags::FirstTag::carried);
     return file;
 }
 
@@ -87,16 +88,40 @@ QStringList AudioDataTransportStreamAACFile::soundLosses() const
                            .arg(displayTypeName()));
 }
 
+bool AudioDataTransportStreamAACFile::willWrite(const FileItem& item) const
+{
+    return item.keeping == Keeping::withTag
+               ? dynamic_cast<const AudioDataTransportStreamAACFile*>(openedFile().get()) != nullptr
+               : DecodedFile::willWrite(item);
+}
+
+void AudioDataTransportStreamAACFile::takeOverLedger()
+{
+    mTags = tagsToWrite();
+    DecodedFile::takeOverLedger();
+}
+
+PacketStreamTags AudioDataTransportStreamAACFile::tagsToWrite() const
+{
+    const auto* const opened = dynamic_cast<const AudioDataTransportStreamAACFile*>(openedFile().get());
+    return opened ? opened->mTags : PacketStreamTags();
+}
+
 MaybeError AudioDataTransportStreamAACFile::writeRange(const FrameSource& document, const SaveRange& range,
                                                        Progress& progress)
 {
     StreamDescription format(mSampleRate, mNumberOfChannels);
     format.setFormat(DataFormat::kAac);
     format.useAudioFormatToValidateDescription();
-    ContainerWriter container(fileHandle(), ContainerType::kAdts, {});
+    const PacketStreamTags tags = tagsToWrite();
+    const QByteArray front = tags.front();
+    if (MaybeError error = writeRawData(front, 0))
+        return error;
+    ContainerWriter container(fileHandle(), ContainerType::kAdts, {0, 0, front.size()});
     PacketSaver saver(document, range, {format, mBitRate, assumedPrimingFrames});
-    MaybeError error = saver.run(container, progress);
-    return error;
+    if (MaybeError error = saver.run(container, progress))
+        return error;
+    return writeRawData(tags.behind(), lengthOfFile());
 }
 
 bool AudioDataTransportStreamAACFile::takeSound(const AudioFile& source)
@@ -110,8 +135,15 @@ bool AudioDataTransportStreamAACFile::takeSound(const AudioFile& source)
 MaybeError AudioDataTransportStreamAACFile::writeKeptSound(Progress& progress)
 {
     const std::optional<ByteRange> packets = packetStreamBytes(*keptSound()->fileHandle());
-    return packets ? copyKeptBytes(*packets, 0, progress)
-                   : MaybeError(missedReadsError(*keptSound()->fileHandle()));
+    if (!packets)
+        return missedReadsError(*keptSound()->fileHandle());
+    const PacketStreamTags tags = tagsToWrite();
+    const QByteArray front = tags.front();
+    if (MaybeError error = writeRawData(front, 0))
+        return error;
+    if (MaybeError error = copyKeptBytes(*packets, front.size(), progress))
+        return error;
+    return writeRawData(tags.behind(), lengthOfFile());
 }
 
 } // namespace velloria

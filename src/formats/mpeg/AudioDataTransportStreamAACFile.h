@@ -1,13 +1,15 @@
 #pragma once
 
 #include "formats/file/DecodedFile.h"
+#include "formats/mpeg/PacketStreamTags.h"
 
 namespace velloria
 {
 
 /// AAC packets one after the other, each with a head of its own (ADTS, .aac). Such a file tells nothing of
 /// the encoder's delay, so 2112 frames at the start are left out on reading, and as many are put there on
-/// writing. It has no place for markers, tags or pictures.
+/// writing. It has no place for markers, tags or pictures; tags that other programs put around the packets of
+/// an opened file stay as they are.
 class AudioDataTransportStreamAACFile : public DecodedFile
 {
 public:
@@ -27,6 +29,8 @@ public:
     bool storesIntegers() const override { return false; }
     bool encodesWithLoss() const override { return true; }
     QStringList soundLosses() const override;
+    bool willWrite(const FileItem& item) const override;
+    void takeOverLedger() override;
     uint32_t maximumNumberOfChannels() const override { return 8; }
 
 protected:
@@ -36,6 +40,11 @@ protected:
 
 private:
     explicit AudioDataTransportStreamAACFile(std::shared_ptr<FileHandle> handle);
+
+    PacketStreamTags tagsToWrite() const;
+
+    /// Of an opened file, or of one that was saved.
+    PacketStreamTags mTags;
 };
 
 } // namespace velloria

@@ -2,11 +2,11 @@
 
 #include "formats/decoding/FileDamage.h"
 #include "formats/decoding/VLAudioFileDecompressor.h"
+#include "formats/file/Id3SoundChange.h"
 #include "formats/mpeg/Mp3Saver.h"
 #include "formats/mpeg/PacketStreamLedger.h"
 #include "formats/tags/ID3Data.h"
 #include "formats/tags/Id3Intake.h"
-#include "formats/tags/Id3Writer.h"
 #include "platform/MissedReads.h"
 #include "platform/codec/ElementaryStreams.h"
 
@@ -94,6 +94,8 @@ void Mp3File::readTag()
         if (!tagLedger)
             mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
     }
+    mTags = PacketStreamTags::ofFile(*fileHandle(), tagLedger ? PacketStreamTags::FirstTag::edited
+                                                              : PacketStreamTags::FirstTag::replaced);
     mLedger = packetStreamLedger(*fileHandle(), true, tagLedger, &mPacketTraits);
 }
 
@@ -130,12 +132,50 @@ FileOptions Mp3File::fileOptions() const
 
 bool Mp3File::canSavePicture(const AttachedPicture& picture) const
 {
-    return canBeId3Picture(picture);
+    return id3Save().canHold(picture);
 }
 
 MetadataDictionary Mp3File::writtenTags() const
 {
-    return tagsThroughId3(mMetadata);
+    return id3Save().tagsReadBack();
+}
+
+bool Mp3File::willWrite(const FileItem& item) const
+{
+    return item.keeping == Keeping::withTag ? openedMp3() && id3Save().keeps(item)
+                                            : DecodedFile::willWrite(item);
+}
+
+/// What was saved is what the next save edits.
+void Mp3File::takeOverLedger()
+{
+    mTags = tagsToWrite();
+    DecodedFile::takeOverLedger();
+}
+
+const Mp3File* Mp3File::openedMp3() const
+{
+    return dynamic_cast<const Mp3File*>(openedFile().get());
+}
+
+Id3Save Mp3File::id3Save() const
+{
+    const Mp3File* const opened = openedMp3();
+    return opened
+               ? Id3Save(opened->mTags.id3(), opened->metadata(), mMetadata, id3SoundChange(*opened, *this))
+               : Id3Save(mMetadata);
+}
+
+PacketStreamTags Mp3File::tagsToWrite() const
+{
+    const Mp3File* const opened = openedMp3();
+    PacketStreamTags tags;
+    if (opened) {
+        tags = opened->mTags;
+        tags.edit(opened->metadata(), mMetadata);
+    }
+    tags.setId3(id3Save().tag());
+    return tags;
 }
 
 void Mp3File::validateAndCorrectParameters()
@@ -176,13 +216,13 @@ QStringList Mp3File::lossesOfEncoding() const
 QStringList Mp3File::soundLosses() const
 {
     const QStringList losses = keptSound() ? QStringList() : lossesOfEncoding();
-    return losses + id3DisplayLosses(mMetadata.dictionary(), tagsBefore());
+    return losses + id3Save().displayLosses(tagsBefore());
 }
 
 /// New packets are made with what nearly all files have.
 QString Mp3File::lossOfPacketTraits() const
 {
-    const auto* const opened = dynamic_cast<const Mp3File*>(openedFile().get());
+    const Mp3File* const opened = openedMp3();
     if (!opened)
         return {};
     const ElementaryStreams::MpegPacketTraits& traits = opened->mPacketTraits;
@@ -208,7 +248,7 @@ QString Mp3File::lossOfPacketTraits() const
 /// person is shown, is higher in a short one.
 int64_t Mp3File::effectiveBitRate() const
 {
-    const auto* const opened = dynamic_cast<const Mp3File*>(openedFile().get());
+    const Mp3File* const opened = openedMp3();
     if (opened && opened->mPacketBitRate > 0 && mBitRate == opened->bitRate())
         return closestValidBitRate(opened->mPacketBitRate);
     return closestValidBitRate(mBitRate == 0 ? defaultBitRate : mBitRate);
@@ -218,16 +258,17 @@ MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& ran
 {
     if (range.numFrames == 0)
         return FileDamage::noSoundToSave(displayTypeName());
-    const QByteArray tag = mMetadata.id3Data();
-    if (MaybeError error = writeRawData(tag, 0))
+    const PacketStreamTags tags = tagsToWrite();
+    if (MaybeError error = writeRawData(tags.front(), 0))
         return error;
     mBitRate = effectiveBitRate();
-    mSoundDataOffset = tag.size();
+    mSoundDataOffset = tags.front().size();
     Mp3Saver saver(document, range, mBitRate);
     if (const auto written = output())
         mBitRate = written->bitRate;
-    MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress);
-    return error;
+    if (MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress))
+        return error;
+    return writeRawData(tags.behind(), lengthOfFile());
 }
 
 /// The packets tell their rate and length themselves, and the one with the encoder's notes (delay, padding,
@@ -251,11 +292,13 @@ MaybeError Mp3File::writeKeptSound(Progress& progress)
     const std::optional<ByteRange> packets = packetStreamBytes(*keptSound()->fileHandle());
     if (!packets)
         return missedReadsError(*keptSound()->fileHandle());
-    const QByteArray tag = mMetadata.id3Data();
-    if (MaybeError error = writeRawData(tag, 0))
+    const PacketStreamTags tags = tagsToWrite();
+    if (MaybeError error = writeRawData(tags.front(), 0))
         return error;
-    mSoundDataOffset = tag.size();
-    return copyKeptBytes(*packets, mSoundDataOffset, progress);
+    mSoundDataOffset = tags.front().size();
+    if (MaybeError error = copyKeptBytes(*packets, mSoundDataOffset, progress))
+        return error;
+    return writeRawData(tags.behind(), lengthOfFile());
 }
 
 QString Mp3File::fileFormatUTI() const

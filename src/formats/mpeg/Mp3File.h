@@ -1,6 +1,8 @@
 #pragma once
 
 #include "formats/file/DecodedFile.h"
+#include "formats/mpeg/PacketStreamTags.h"
+#include "formats/tags/Id3Save.h"
 #include "platform/codec/ElementaryStreams.h"
 #include "platform/codec/Mp3Encoder.h"
 
@@ -13,6 +15,7 @@ namespace velloria
 /// Tags and pictures are those of the ID3v2 tag at the start of the file. Files are written by LAME with a
 /// constant bit rate: the tag, a packet that tells the encoder's delay, the sound. What has more than two
 /// tracks is mixed to stereo as it plays. Packets that are kept are copied with all that stands among them.
+/// All tags of an opened file are edited, whether its packets are kept or not.
 class Mp3File : public DecodedFile
 {
 public:
@@ -42,6 +45,8 @@ public:
     bool canSavePicture(const AttachedPicture& picture) const override;
     QStringList soundLosses() const override;
     MetadataDictionary writtenTags() const override;
+    bool willWrite(const FileItem& item) const override;
+    void takeOverLedger() override;
     bool encodesWithLoss() const override { return true; }
 
 protected:
@@ -58,10 +63,15 @@ private:
     QString lossOfPacketTraits() const;
     std::optional<Mp3Encoder::Output> output() const;
     void readTag();
+    const Mp3File* openedMp3() const;
+    Id3Save id3Save() const;
+    PacketStreamTags tagsToWrite() const;
 
     /// Of an opened file, or of one whose packets were copied to this one.
     int64_t mPacketBitRate = 0;
     ElementaryStreams::MpegPacketTraits mPacketTraits;
+    /// Of an opened file, or of one that was saved.
+    PacketStreamTags mTags;
 };
 
 } // namespace velloria

@@ -50,9 +50,14 @@ FileLedger packetStreamLedger(const FileHandle& handle, bool isMpegAudio,
         for (TagsAround::Tag& tag : tags)
             tag.name = QStringLiteral("a second %1").arg(tag.name);
     }
-    TagsAround::declareNotKept(tags, ledger);
+    if (isMpegAudio && !id3Tag && !tags.empty() && tags.front().kind == TagsAround::Tag::Kind::id3) {
+        // One that cannot be read gives way to a new one.
+        TagsAround::declare({tags.front()}, Keeping::notKept, ledger);
+        tags.erase(tags.begin());
+    }
+    TagsAround::declare(tags, Keeping::withTag, ledger);
     const std::vector<TagsAround::Tag> tagsBehind = TagsAround::behind(handle, start);
-    TagsAround::declareNotKept(tagsBehind, ledger);
+    TagsAround::declare(tagsBehind, Keeping::withTag, ledger);
     const int64_t end = tagsBehind.empty() ? handle.length() : tagsBehind.back().bytes.offset;
     for (const auto& stretch : ElementaryStreams::stretches(handle, start, end, isMpegAudio, traits)) {
         const ByteRange bytes = {stretch.offset, stretch.length};

@@ -28,6 +28,12 @@ bool tellsOfTheFileItself(const QString& key)
     return keys.contains(key);
 }
 
+/// Tables of where the packets lie and what times they have.
+bool tellsOfThePackets(QByteArrayView id)
+{
+    return id == "MLLT" || id == "MLL" || id == "ASPI";
+}
+
 /// Version 2.2 writes a genre of the ID3v1 list as its number in parentheses, and may say more behind it.
 /// "(80s) Rock" is no number.
 struct Genre {
@@ -76,11 +82,23 @@ QString pictureFormat(QByteArrayView payload, bool isVersion2)
 
 } // namespace
 
-void Id3FrameCollector::addVersion2Frame(QByteArrayView id, QByteArrayView payload, ByteRange bytes)
+/// Null for a frame that the metadata knows nothing of.
+const Id3Frame* Id3FrameCollector::begin(QByteArrayView id, ByteRange bytes)
 {
     mId = id;
     mItems.push_back({ItemKind::tag, Keeping::inModel, {}, bytes});
+    mRoles.emplace_back();
     const Id3Frame* const frame = id3FrameWithID(id);
+    const bool isTold =
+        frame && frame->kind != Id3FrameKind::comment && frame->kind != Id3FrameKind::pictures;
+    if (isTold && AudioMetadata::dictionaryKeys().contains(frame->keyString()))
+        mRoles.back().key = frame->keyString();
+    return frame;
+}
+
+void Id3FrameCollector::addVersion2Frame(QByteArrayView id, QByteArrayView payload, ByteRange bytes)
+{
+    const Id3Frame* const frame = begin(id, bytes);
     if (frame == nullptr)
         return noteUnknown(payload);
     take(*frame, payload, true);
@@ -90,9 +108,7 @@ void Id3FrameCollector::addVersion2Frame(QByteArrayView id, QByteArrayView paylo
 
 void Id3FrameCollector::addFrame(QByteArrayView id, QByteArrayView payload, ByteRange bytes)
 {
-    mId = id;
-    mItems.push_back({ItemKind::tag, Keeping::inModel, {}, bytes});
-    const Id3Frame* const frame = id3FrameWithID(id);
+    const Id3Frame* const frame = begin(id, bytes);
     if (frame == nullptr)
         return noteUnknown(payload);
     take(*frame, payload, false);
@@ -100,8 +116,16 @@ void Id3FrameCollector::addFrame(QByteArrayView id, QByteArrayView payload, Byte
 
 void Id3FrameCollector::addUnreadableFrame(QByteArrayView id, ByteRange bytes)
 {
-    mItems.push_back({ItemKind::tag, Keeping::notKept,
-                      QStringLiteral("%1 (compressed or encrypted)").arg(QString::fromLatin1(id)), bytes});
+    begin(id, bytes);
+    noteNotInModel(QStringLiteral("%1 (compressed or encrypted)").arg(QString::fromLatin1(id)));
+}
+
+std::vector<Id3FrameRole> Id3FrameCollector::roles() const
+{
+    std::vector<Id3FrameRole> roles = mRoles;
+    for (auto holder = mHolders.begin(); holder != mHolders.end(); ++holder)
+        roles[*holder].isHolder = true;
+    return roles;
 }
 
 void Id3FrameCollector::take(const Id3Frame& frame, QByteArrayView payload, bool isVersion2)
@@ -130,7 +154,7 @@ bool Id3FrameCollector::takeValue(const QString& key, const QString& text)
     if (tellsOfTheFileItself(key))
         return false;
     if (!AudioMetadata::dictionaryKeys().contains(key)) {
-        noteNotKept(key);
+        noteNotInModel(key);
         return false;
     }
     if (const auto holder = mHolders.constFind(key); holder != mHolders.constEnd() && previous != text)
@@ -143,7 +167,7 @@ bool Id3FrameCollector::takeValue(const QString& key, const QString& text)
 void Id3FrameCollector::takeText(const Id3Frame& frame, uint8_t encoding, QByteArrayView bytes)
 {
     if (encoding > Id3Encoding::utf8)
-        return noteNotKept(damaged.arg(QString::fromLatin1(mId)));
+        return noteNotInModel(damaged.arg(QString::fromLatin1(mId)));
     const QStringList values = decodeId3Values(encoding, bytes);
     const QString text = values.join(QStringLiteral("; "));
     if (text.isEmpty() || !takeValue(frame.keyString(), text) || values.size() < 2)
@@ -178,15 +202,17 @@ void Id3FrameCollector::takeComment(const Id3Frame& frame, QByteArrayView payloa
     const QString key = frame.keyString();
     const auto comment = decodeId3Comment(payload);
     if (!comment)
-        return noteNotKept(damaged.arg(QString::fromLatin1(mId)));
+        return noteNotInModel(damaged.arg(QString::fromLatin1(mId)));
+    const bool isPlain = comment->description.isEmpty();
+    if (!comment->isPrivate() && (isPlain || (!comment->isTooShort && !comment->text.isEmpty())))
+        mRoles.back() = {key, comment->text, false};
     if (comment->text.isEmpty())
         return;
     const QString name =
         key + u' ' +
         ValueChanges::quoted(comment->description.isEmpty() ? comment->text : comment->description);
-    const bool isPlain = comment->description.isEmpty();
     if (comment->isTooShort || comment->isPrivate() || (!isPlain && mKeysOfPlainComments.contains(key)))
-        return noteNotKept(name);
+        return noteNotInModel(name);
     takeValue(key, comment->text);
     if (isPlain)
         mKeysOfPlainComments.insert(key);
@@ -206,15 +232,17 @@ void Id3FrameCollector::takePicture(QByteArrayView payload, bool isVersion2)
     constexpr qsizetype mostPictures = 10'000;
     const QString format = pictureFormat(payload, isVersion2);
     if (format == QLatin1String("-->"))
-        return noteNotKept(QStringLiteral("linked picture"), ItemKind::part);
+        return noteNotInModel(QStringLiteral("linked picture"), ItemKind::part);
     auto picture =
         isVersion2 ? AttachedPicture::withID3v220Data(payload) : AttachedPicture::withID3v230Data(payload);
     if (!picture)
-        noteNotKept(QStringLiteral("picture (%1)").arg(format), ItemKind::part);
+        noteNotInModel(QStringLiteral("picture (%1)").arg(format), ItemKind::part);
     else if (mPictures.size() >= mostPictures)
-        noteNotKept(QStringLiteral("picture"), ItemKind::part);
-    if (picture && mPictures.size() < mostPictures)
+        noteNotInModel(QStringLiteral("picture"), ItemKind::part);
+    if (picture && mPictures.size() < mostPictures) {
         mPictures.append(*std::move(picture));
+        mRoles.back() = {MetadataKey::attachedPictures, {}, true};
+    }
 }
 
 void Id3FrameCollector::nameGenre()
@@ -231,18 +259,20 @@ void Id3FrameCollector::nameGenre()
 
 void Id3FrameCollector::noteUnknown(QByteArrayView payload)
 {
-    noteNotKept(nameOfUnknownFrame(mId, payload));
+    noteNotInModel(nameOfUnknownFrame(mId, payload));
+    if (tellsOfThePackets(mId))
+        mItems.back().keeping = Keeping::withSound;
 }
 
-void Id3FrameCollector::noteNotKept(const QString& name, ItemKind kind)
+void Id3FrameCollector::noteNotInModel(const QString& name, ItemKind kind)
 {
-    mItems.back() = {kind, Keeping::notKept, name, mItems.back().bytes};
+    mItems.back() = {kind, Keeping::withTag, name, mItems.back().bytes};
 }
 
 /// An earlier frame whose value gives way to that of the frame under way.
 void Id3FrameCollector::noteLoser(size_t index, const QString& key, const QString& text)
 {
-    mItems[index].keeping = Keeping::notKept;
+    mItems[index].keeping = Keeping::withTag;
     mItems[index].name = key + u' ' + ValueChanges::quoted(text);
 }
 
@@ -252,7 +282,7 @@ MetadataDictionary Id3FrameCollector::take(FileLedger& ledger)
         ledger.add(std::move(item));
     for (const auto& [key, changes] : mChanges) {
         for (const QString& change : changes)
-            ledger.addNotKept(ItemKind::value, change);
+            ledger.add({ItemKind::value, Keeping::withTag, change, {}});
     }
     if (!mPictures.isEmpty())
         mDictionary.insert(MetadataKey::attachedPictures, QVariant::fromValue(std::exchange(mPictures, {})));

@@ -13,9 +13,19 @@
 namespace velloria
 {
 
+/// What a frame holds of the metadata.
+struct Id3FrameRole {
+    /// Under which its value counts, or would if it could be read or no other frame told it; empty: none.
+    QString key;
+    /// Of comments and lyrics, as it was read.
+    QString text;
+    /// Its value is the one that counts.
+    bool isHolder = false;
+};
+
 /// Gathers the values of a tag's frames and accounts for each of them: of two that say the same thing
-/// differently, only one can be kept. Pictures are kept aside so that thousands of them cost no more than one
-/// after the other.
+/// differently, only one counts; what the metadata does not hold goes with the tag. Pictures are kept aside
+/// so that thousands of them cost no more than one after the other.
 class Id3FrameCollector
 {
 public:
@@ -26,10 +36,14 @@ public:
     /// A frame that is compressed or encrypted.
     void addUnreadableFrame(QByteArrayView id, ByteRange bytes);
 
+    /// Of each frame, in order.
+    std::vector<Id3FrameRole> roles() const;
+
     /// Hands over the values, and adds the frames to a ledger. Once, at the end.
     MetadataDictionary take(FileLedger& ledger);
 
 private:
+    const Id3Frame* begin(QByteArrayView id, ByteRange bytes);
     void take(const Id3Frame& frame, QByteArrayView payload, bool isVersion2);
     void takeText(const Id3Frame& frame, uint8_t encoding, QByteArrayView bytes);
     void takeTextFrame(const Id3Frame& frame, QByteArrayView payload);
@@ -38,7 +52,7 @@ private:
     void takePicture(QByteArrayView payload, bool isVersion2);
     bool takeValue(const QString& key, const QString& text);
     void noteUnknown(QByteArrayView payload);
-    void noteNotKept(const QString& name, ItemKind kind = ItemKind::tag);
+    void noteNotInModel(const QString& name, ItemKind kind = ItemKind::tag);
     void noteLoser(size_t index, const QString& key, const QString& text);
     void nameGenre();
 
@@ -47,6 +61,7 @@ private:
     QSet<QString> mKeysOfPlainComments;
     /// One for each frame, the frame under way last.
     std::vector<FileItem> mItems;
+    std::vector<Id3FrameRole> mRoles;
     QByteArrayView mId;
     /// Which of them holds the value of a key, and what becomes of that value besides.
     QHash<QString, size_t> mHolders;

@@ -46,10 +46,10 @@ constexpr auto frames = std::to_array<Id3Frame>({
     {u"original artist", Kind::text, "TOA", "TOPE"},
     {u"original lyricist", Kind::text, "TOL", "TOLY"},
     {u"original release year", Kind::text, "TOR", "TORY"},
-    {u"category", Kind::text, "TCT", ""},
+    {u"category", Kind::text, "TCT", "TCAT"},
     {u"description", Kind::text, "TT3", "TIT3"},
     {u"long description", Kind::text, "TDS", "TDES"},
-    {u"keywords", Kind::text, "TKW", ""},
+    {u"keywords", Kind::text, "TKW", "TKWD"},
     {u"egid", Kind::text, "TID", "TGID"},
     {u"podcast url", Kind::url, "WFD", "WFED"},
     {u"podcast", Kind::podcastFlag, "PCS", "PCST"},
@@ -80,6 +80,17 @@ constexpr auto frames = std::to_array<Id3Frame>({
 std::span<const Id3Frame> id3Frames()
 {
     return frames;
+}
+
+const Id3Frame* id3FrameForKey(const QString& key, int version)
+{
+    const bool isYearOfVersion4 = version == 4 && key == QStringLiteral("year");
+    const auto* const found = std::find_if(frames.begin(), frames.end(), [&](const Id3Frame& frame) {
+        if (isYearOfVersion4)
+            return frame.version34ID == "TDRC";
+        return frame.keyString() == key && !(version == 2 ? frame.version2ID : frame.version34ID).empty();
+    });
+    return found == frames.end() ? nullptr : found;
 }
 
 const Id3Frame* id3FrameWithID(QByteArrayView id)

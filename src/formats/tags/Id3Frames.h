@@ -23,6 +23,9 @@ struct Id3Frame {
 /// All known frames, in the order in which a tag is written.
 std::span<const Id3Frame> id3Frames();
 
+/// The frame that a tag of version 2, 3 or 4 gets for a key that it had not; null when that version has none.
+const Id3Frame* id3FrameForKey(const QString& key, int version);
+
 /// The frame of a 3-character ID (version 2.2) or 4-character ID (2.3, 2.4); null when it is unknown.
 const Id3Frame* id3FrameWithID(QByteArrayView id);
 

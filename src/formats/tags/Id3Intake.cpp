@@ -13,17 +13,8 @@ std::optional<FileLedger> takeInId3Tag(const QByteArray& tag, AudioMetadata& met
     if (!tags)
         return std::nullopt;
     metadata.setValuesWithDictionary(*tags);
-    ValueChanges::declare(*tags, metadata, ledger);
+    ValueChanges::declare(*tags, metadata, ledger, Keeping::withTag);
     return ledger;
-}
-
-MetadataDictionary tagsThroughId3(const AudioMetadata& metadata)
-{
-    AudioMetadata tags = metadata;
-    tags.setArtwork({});
-    AudioMetadata found;
-    found.setValuesWithID3Data(tags.id3Data());
-    return found.dictionary();
 }
 
 } // namespace velloria

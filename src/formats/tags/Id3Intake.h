@@ -15,7 +15,4 @@ namespace velloria
 /// file.
 std::optional<FileLedger> takeInId3Tag(const QByteArray& tag, AudioMetadata& metadata);
 
-/// The tags as a reader finds them in the ID3v2 tag that is written of `metadata`, without the pictures.
-MetadataDictionary tagsThroughId3(const AudioMetadata& metadata);
-
 } // namespace velloria

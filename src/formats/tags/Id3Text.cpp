@@ -116,6 +116,21 @@ Id3EncodedText encodeId3Text(const QString& text)
     return encoded;
 }
 
+QByteArray encodeId3Address(const QString& text)
+{
+    const bool isLatin1 = std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() <= 0xFF; });
+    if (isLatin1)
+        return text.toLatin1();
+    QByteArray address;
+    for (const char byte : text.toUtf8()) {
+        if (static_cast<uint8_t>(byte) < 0x80)
+            address += byte;
+        else
+            address += '%' + QByteArray(1, byte).toHex().toUpper();
+    }
+    return address;
+}
+
 std::optional<Id3DescribedData> splitId3Description(uint8_t encoding, QByteArrayView bytes)
 {
     const bool wantsPair = isUtf16(encoding) && !hasSingleByteTerminator(bytes);

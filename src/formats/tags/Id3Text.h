@@ -35,6 +35,11 @@ struct Id3EncodedText {
 /// this machine's byte order after a byte-order mark, and two zero bytes.
 Id3EncodedText encodeId3Text(const QString& text);
 
+/// An address has no other letters than those of Latin-1. One that has would come out with a question mark in
+/// their place, and lead nowhere; so its letters are written as any browser would ask for them
+/// (https://www.rfc-editor.org/rfc/rfc3986#section-2.5).
+QByteArray encodeId3Address(const QString& text);
+
 struct Id3DescribedData {
     QString description;
     QByteArrayView content;

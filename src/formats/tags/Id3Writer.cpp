@@ -1,6 +1,7 @@
 #include "formats/tags/Id3Writer.h"
 
 #include "formats/tags/Id3Frames.h"
+#include "formats/tags/Id3Layout.h"
 #include "formats/tags/Id3Text.h"
 #include "platform/Log.h"
 
@@ -19,24 +20,6 @@ constexpr qsizetype headerLength = 10;
 constexpr qsizetype frameHeaderLength = 6;
 constexpr qsizetype shortestTag = 256;
 constexpr qsizetype largestTag = headerLength + 0xFFFFFFF; // the size field has 28 bits
-
-/// An address has no other letters than those of Latin-1. One that has would come out with a question mark in
-/// their place, and lead nowhere; so its letters are written as any browser would ask for them
-/// (https://www.rfc-editor.org/rfc/rfc3986#section-2.5).
-QByteArray encodedAddress(const QString& text)
-{
-    const bool isLatin1 = std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() <= 0xFF; });
-    if (isLatin1)
-        return text.toLatin1();
-    QByteArray address;
-    for (const char byte : text.toUtf8()) {
-        if (static_cast<uint8_t>(byte) < 0x80)
-            address += byte;
-        else
-            address += '%' + QByteArray(1, byte).toHex().toUpper();
-    }
-    return address;
-}
 
 /// Appends frames to a tag.
 class TagBuilder
@@ -116,7 +99,7 @@ void TagBuilder::addFrames(const Id3Frame& frame)
     if (frame.kind == Id3FrameKind::text)
         addText(frame, text);
     else if (frame.kind == Id3FrameKind::url)
-        addFrame(frame, encodedAddress(text));
+        addFrame(frame, encodeId3Address(text));
     else
         addComment(frame, text);
 }
@@ -125,10 +108,8 @@ QByteArray TagBuilder::take()
 {
     if (mTag.size() < shortestTag)
         mTag.append(shortestTag - mTag.size(), '\0');
-    const auto size = static_cast<uint32_t>(mTag.size() - headerLength);
     mTag.replace(0, 4, "ID3\2");
-    for (qsizetype i = 0; i < 4; ++i)
-        mTag[6 + i] = static_cast<char>((size >> (7 * (3 - i))) & 0x7F);
+    mTag.replace(6, 4, id3SynchSafe(static_cast<uint32_t>(mTag.size() - headerLength)));
     return std::exchange(mTag, {});
 }
 

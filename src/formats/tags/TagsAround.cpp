@@ -1,6 +1,6 @@
 #include "formats/tags/TagsAround.h"
 
-#include "formats/tags/Id3Parser.h"
+#include "formats/tags/Id3Layout.h"
 
 #include <QtEndian>
 #include <algorithm>
@@ -50,7 +50,7 @@ std::optional<Tag> id3At(const FileHandle& handle, int64_t offset)
     const QByteArray header = handle.readAt(offset, id3HeaderLength);
     if (header.size() < id3HeaderLength || !header.startsWith("ID3"))
         return std::nullopt;
-    return Tag{QStringLiteral("ID3 tag"), {offset, id3TagLength(header)}};
+    return Tag{QStringLiteral("ID3 tag"), {offset, id3TagLength(header)}, Tag::Kind::id3};
 }
 
 /// A tag that begins with a header, as it does in front of the sound.
@@ -61,7 +61,8 @@ std::optional<Tag> apeAt(const FileHandle& handle, int64_t offset)
         return std::nullopt;
     const int64_t end = offset + apeHeaderLength + int64_t{littleEndian32(header, 12)};
     return Tag{apeName(handle, offset + apeHeaderLength, end, littleEndian32(header, 16)),
-               {offset, end - offset}};
+               {offset, end - offset},
+               Tag::Kind::ape};
 }
 
 std::optional<Tag> id3v1Before(const FileHandle& handle, int64_t end)
@@ -72,8 +73,10 @@ std::optional<Tag> id3v1Before(const FileHandle& handle, int64_t end)
         return std::nullopt;
     const int64_t start = end - length;
     if (start >= enhancedLength && handle.readAt(start - enhancedLength, 4) == "TAG+")
-        return Tag{QStringLiteral("enhanced ID3v1 tag"), {start - enhancedLength, enhancedLength + length}};
-    return Tag{QStringLiteral("ID3v1 tag"), {start, length}};
+        return Tag{QStringLiteral("enhanced ID3v1 tag"),
+                   {start - enhancedLength, enhancedLength + length},
+                   Tag::Kind::id3v1};
+    return Tag{QStringLiteral("ID3v1 tag"), {start, length}, Tag::Kind::id3v1};
 }
 
 std::optional<Tag> apeBefore(const FileHandle& handle, int64_t end)
@@ -84,7 +87,7 @@ std::optional<Tag> apeBefore(const FileHandle& handle, int64_t end)
     const int64_t items = end - int64_t{littleEndian32(footer, 12)};
     const int64_t start = items - ((littleEndian32(footer, 20) & apeHasHeader) ? apeHeaderLength : 0);
     const QString name = apeName(handle, items, end - apeHeaderLength, littleEndian32(footer, 16));
-    return Tag{name, {start, end - start}};
+    return Tag{name, {start, end - start}, Tag::Kind::ape};
 }
 
 /// A tag of version 2.4 behind the sound ends with its header, turned around.
@@ -94,7 +97,7 @@ std::optional<Tag> id3Before(const FileHandle& handle, int64_t end)
     if (end < id3HeaderLength || footer.size() < id3HeaderLength || !footer.startsWith("3DI"))
         return std::nullopt;
     const int64_t length = 2 * id3HeaderLength + intFromSynchSafe(QByteArrayView(footer).sliced(6, 4));
-    return Tag{QStringLiteral("ID3 tag"), {end - length, length}};
+    return Tag{QStringLiteral("ID3 tag"), {end - length, length}, Tag::Kind::id3};
 }
 
 /// Version 2 ends with six digits, which tell its length without these and its name; version 1 has at most
@@ -109,7 +112,7 @@ std::optional<Tag> lyricsBefore(const FileHandle& handle, int64_t end)
         return std::nullopt;
     if (tail.endsWith("LYRICS200")) {
         const int64_t length = tail.first(sizeLength).toLongLong() + nameLength + sizeLength;
-        return Tag{name, {end - length, length}};
+        return Tag{name, {end - length, length}, Tag::Kind::lyrics3};
     }
     if (!tail.endsWith("LYRICSEND"))
         return std::nullopt;
@@ -117,7 +120,7 @@ std::optional<Tag> lyricsBefore(const FileHandle& handle, int64_t end)
     const qsizetype start = handle.readAt(end - window, window).indexOf("LYRICSBEGIN");
     if (start < 0)
         return std::nullopt;
-    return Tag{name, {end - window + start, window - start}};
+    return Tag{name, {end - window + start, window - start}, Tag::Kind::lyrics3};
 }
 
 } // namespace
@@ -157,8 +160,13 @@ std::vector<Tag> behind(const FileHandle& handle, int64_t start)
 
 void declareNotKept(const std::vector<Tag>& tags, FileLedger& ledger)
 {
+    declare(tags, Keeping::notKept, ledger);
+}
+
+void declare(const std::vector<Tag>& tags, Keeping keeping, FileLedger& ledger)
+{
     for (const Tag& tag : tags)
-        ledger.addNotKept(ItemKind::part, tag.name, tag.bytes);
+        ledger.add({ItemKind::part, keeping, tag.name, tag.bytes});
 }
 
 } // namespace velloria::TagsAround

@@ -12,9 +12,11 @@ namespace TagsAround
 {
 
 struct Tag {
+    enum class Kind { id3 /* version 2 */, id3v1, ape, lyrics3 };
     /// For a person, with the keys of an APEv2 tag.
     QString name;
     ByteRange bytes;
+    Kind kind = Kind::id3;
 };
 
 /// Those at the start of the file, in order, one directly behind the other.
@@ -24,6 +26,8 @@ std::vector<Tag> behind(const FileHandle& handle, int64_t start);
 
 /// Accounts for tags that no save keeps.
 void declareNotKept(const std::vector<Tag>& tags, FileLedger& ledger);
+/// The same for any other fate.
+void declare(const std::vector<Tag>& tags, Keeping keeping, FileLedger& ledger);
 
 } // namespace TagsAround
 

@@ -38,6 +38,19 @@ QString change(const QString& key, const QString& before, const QString& after)
     return QStringLiteral("%1 %2 becomes %3").arg(key, before, after);
 }
 
+QMap<QString, QString> changedTexts(const AudioMetadata& read, const AudioMetadata& now)
+{
+    const MetadataDictionary before = read.dictionary();
+    const MetadataDictionary after = now.dictionary();
+    QMap<QString, QString> changes;
+    for (const QString& key : AudioMetadata::dictionaryKeys()) {
+        const QString text = metadataText(after.value(key));
+        if (metadataText(before.value(key)) != text)
+            changes.insert(key, text);
+    }
+    return changes;
+}
+
 bool isReplaced(const FileItem& item, const AudioMetadata& read, const AudioMetadata& now)
 {
     if (item.kind != ItemKind::value)
@@ -68,13 +81,14 @@ Differences differences(const MetadataDictionary& values, const MetadataDictiona
     return found;
 }
 
-void declare(const MetadataDictionary& values, const AudioMetadata& metadata, FileLedger& ledger)
+void declare(const MetadataDictionary& values, const AudioMetadata& metadata, FileLedger& ledger,
+             Keeping keeping)
 {
     const Differences found = differences(values, metadata.dictionary());
     for (const QString& change : found.altered)
-        ledger.addNotKept(ItemKind::value, change);
+        ledger.add({ItemKind::value, keeping, change, {}});
     for (const QString& value : found.missing)
-        ledger.addNotKept(ItemKind::tag, value);
+        ledger.add({ItemKind::tag, keeping, value, {}});
 }
 
 } // namespace velloria::ValueChanges

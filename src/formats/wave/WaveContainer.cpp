@@ -1,6 +1,6 @@
 #include "formats/wave/WaveContainer.h"
 
-#include "formats/tags/Id3Parser.h"
+#include "formats/tags/Id3Layout.h"
 
 #include <QtEndian>
 #include <algorithm>

@@ -157,10 +157,8 @@ std::vector<QByteArray> WaveFile::footerChunks() const
     std::vector<QByteArray> footer;
     if (mMarkers && !mMarkers->empty())
         footer.push_back(chunkWithPayload(fourCharCode("MARK"), WaveMarkers::payloadOfMarkers(*mMarkers)));
-    if (mMetadata.isNotEmpty()) {
-        if (const QByteArray tag = mMetadata.id3Data(); !tag.isEmpty())
-            footer.push_back(chunkWithPayload(fourCharCode("ID3 "), tag));
-    }
+    if (const QByteArray tag = id3Chunk(ChunkByteOrder::littleEndian); !tag.isEmpty())
+        footer.push_back(tag);
     for (const QByteArray& chunk : mMetadata.waveBWFChunks())
         footer.push_back(chunk);
     return footer;

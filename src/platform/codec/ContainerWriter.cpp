@@ -39,7 +39,7 @@ MaybeError ContainerWriter::begin(const PacketEncoder& encoder)
     const bool isMpeg4 = mType != ContainerType::kAdts;
     const char* const muxer = mType == ContainerType::kMpeg4 ? "ipod" : isMpeg4 ? "mov" : "adts";
     mEncoder = &encoder;
-    mIo = std::make_unique<FileIoContext>(mHandle, FileIoContext::Mode::writing);
+    mIo = std::make_unique<FileIoContext>(mHandle, FileIoContext::Mode::writing, mOptions.start);
     av.avformat_alloc_output_context2(&mFormat, nullptr, muxer, nullptr);
     AVStream* const stream = mFormat && mIo->context() ? av.avformat_new_stream(mFormat, nullptr) : nullptr;
     if (!stream)

@@ -28,9 +28,11 @@ public:
         int64_t numFrames = 0;
         /// Free space to leave behind the tables for what is put in later.
         int64_t numReservedBytes = 0;
+        /// Where the container begins in the file; what stands in front of it stays.
+        int64_t start = 0;
     };
 
-    /// Writes from the start of an empty file.
+    /// Writes to the end of a file that is empty from the start of the container on.
     ContainerWriter(const std::shared_ptr<FileHandle>& handle, FourCharCode type, const Options& options);
     ~ContainerWriter() override;
     ContainerWriter(const ContainerWriter&) = delete;

@@ -14,9 +14,10 @@ constexpr int kBufferBytes = 65536;
 
 } // namespace
 
-FileIoContext::FileIoContext(std::shared_ptr<FileHandle> handle, Mode mode)
+FileIoContext::FileIoContext(std::shared_ptr<FileHandle> handle, Mode mode, int64_t start)
     : mHandle(std::move(handle))
     , mIsWriting(mode == Mode::writing)
+    , mWindow{start, 0}
     , mLengthWhenOpened(mHandle->length())
 {
     createContext();
@@ -74,7 +75,7 @@ int FileIoContext::write(void* self, uint8_t* buffer, int numBytes)
     if (io.mWriteError)
         return AVERROR(EIO);
     const std::span bytes(reinterpret_cast<const std::byte*>(buffer), static_cast<size_t>(numBytes));
-    io.mWriteError = io.mHandle->writeAt(io.mPosition, bytes);
+    io.mWriteError = io.mHandle->writeAt(io.mWindow.start + io.mPosition, bytes);
     if (io.mWriteError)
         return AVERROR(EIO);
     io.mPosition += numBytes;
@@ -83,7 +84,8 @@ int FileIoContext::write(void* self, uint8_t* buffer, int numBytes)
 
 int64_t FileIoContext::endOfFile() const
 {
-    return mIsWriting ? mHandle->length() : mLengthWhenOpened - mWindow.start + mWindow.numZerosBehind;
+    const int64_t length = mIsWriting ? mHandle->length() : mLengthWhenOpened;
+    return length - mWindow.start + mWindow.numZerosBehind;
 }
 
 int64_t FileIoContext::seek(void* self, int64_t offset, int whence)

@@ -23,7 +23,8 @@ public:
         int64_t numZerosBehind = 0;
     };
 
-    FileIoContext(std::shared_ptr<FileHandle> handle, Mode mode);
+    /// `start` is what FFmpeg takes for position 0.
+    FileIoContext(std::shared_ptr<FileHandle> handle, Mode mode, int64_t start = 0);
     FileIoContext(std::shared_ptr<FileHandle> handle, const Window& window);
     ~FileIoContext();
     FileIoContext(const FileIoContext&) = delete;

@@ -227,7 +227,7 @@ TEST_F(AiffFileDamageTest, NamesTheChunksAndTagsThatASaveWouldDrop)
              iffChunk("LGWV", "x"),
          {"MIDI data (MIDI)", "data of another program (APPL)", "peak levels (PEAK)", "LGWV"},
          {}},
-        {iffChunk("ID3 ", tags), {}, {"lyricist"}},
+        {iffChunk("ID3 ", tags), {}, {}},
         {iffChunk("CHAN", bigEndian32(101U << 16 | 2) + QByteArray(8, '\0')), {}, {}},
         {iffChunk("CHAN", bigEndian32(121U << 16 | 6) + QByteArray(8, '\0')), {"channel layout (CHAN)"}, {}},
         {iffChunk("COMM", "more") + soundChunk("more"),

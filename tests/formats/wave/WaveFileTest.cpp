@@ -212,7 +212,7 @@ TEST_F(WaveFileTest, NamesTheChunksAndTagsThatASaveWouldDrop)
          {"broadcast description (bext)", "more sound data (data)", "another format (fmt )", "LGWV (2 times)",
           "a??b"},
          {}},
-        {chunk("id3 ", tags), {}, {"lyricist"}},
+        {chunk("id3 ", tags), {}, {}},
         {chunk("ID3 ", "rubbish"), {"tags (ID3 )"}, {}},
         {chunk("MARK", littleEndian16(9)), {"damaged markers (MARK)"}, {}},
         {"LIST" + littleEndian32(99) + "INFO" + chunk("IART", "cut"), {}, {"artist (IART)"}},
