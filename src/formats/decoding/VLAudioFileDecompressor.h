@@ -45,6 +45,8 @@ public:
     /// Frames that decode from the file's packets, and how many of the first of them are no sound.
     int64_t numberOfFramesInPackets() const { return mReader->numFramesInPackets(); }
     int64_t numberOfPrimingFrames() const { return mNumPrimingFrames; }
+    /// The file does not tell how many they are; some of them may be sound.
+    bool hasAssumedPriming() const { return mNumPrimingFrames > 0 && !mReader->packetTable(); }
     /// The number of the sound's track in its container.
     uint32_t trackID() const { return mReader->trackID(); }
     /// True when the file ends before the sound that it announces does.

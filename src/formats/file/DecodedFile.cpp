@@ -25,6 +25,13 @@ void DecodedFile::takeDecoder(std::unique_ptr<VLAudioFileDecompressor> decoder)
     takeShapeOf(*mDecoder);
 }
 
+void DecodedFile::declarePriming(const VLAudioFileDecompressor& decoder, FileLedger& ledger)
+{
+    if (decoder.hasAssumedPriming())
+        ledger.addWithSound(QStringLiteral("the first %1 frames of the sound, taken for the encoder's delay")
+                                .arg(decoder.numberOfPrimingFrames()));
+}
+
 std::vector<std::shared_ptr<MutableAudioClip>> DecodedFile::convertedAudioClips(Progress& progress,
                                                                                 MaybeError* error)
 {

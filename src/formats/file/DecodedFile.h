@@ -23,6 +23,9 @@ protected:
 
     /// Keeps the decoder until the sound is decoded, and takes over what it tells of it.
     void takeDecoder(std::unique_ptr<VLAudioFileDecompressor> decoder);
+    /// Declares the frames at the start that are left out as the encoder's delay though the file does not
+    /// tell it: with another encoder some of them are sound.
+    static void declarePriming(const VLAudioFileDecompressor& decoder, FileLedger& ledger);
 
 private:
     std::unique_ptr<VLAudioFileDecompressor> mDecoder;

@@ -48,8 +48,9 @@ std::shared_ptr<AudioFile> AudioDataTransportStreamAACFile::open(std::shared_ptr
     auto decoder = VLAudioFileDecompressor::forReadingFile(file->fileHandle(), file->fileFormatUTI(), error);
     if (!decoder)
         return nullptr;
-    file->takeDecoder(std::move(decoder));
     file->mLedger = packetStreamLedger(*file->fileHandle(), false);
+    declarePriming(*decoder, file->mLedger);
+    file->takeDecoder(std::move(decoder));
     file->mTags = PacketStreamTags::ofFile(*file->fileHandle(), PacketStreamTags::FirstTag::carried);
     return file;
 }

@@ -135,6 +135,7 @@ void Mpeg4File::readAccount(const VLAudioFileDecompressor& decoder)
     Mpeg4Account account = mpeg4Account(
         handle, layout, {mSound.trackID, mChapterTrackID, Mpeg4Tags::alteredValues(handle, metadata)});
     mLedger = std::move(account.ledger);
+    declarePriming(decoder, mLedger);
     mBoundItems = std::move(account.boundItems);
 }
 
