@@ -3293,5 +3293,34 @@ What the window shows: %3</source>
         <extracomment>Caption of a meter that shows by how many dB an effect lowers the gain</extracomment>
         <translation type="unfinished"></translation>
     </message>
+    <message id="effect-remark">
+        <source>%1: %2</source>
+        <extracomment>%1 is the name of an effect, %2 what it could not do</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The selection is silent; it stays as it is.">
+        <source>The selection is silent; it stays as it is.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The selection is all but silent, too quiet for any gain; it stays as it is.">
+        <source>The selection is all but silent, too quiet for any gain; it stays as it is.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The selection is too short or too quiet to have a loudness; it stays as it is.">
+        <source>The selection is too short or too quiet to have a loudness; it stays as it is.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="%1 Hz lies above what a sample rate of %2 Hz can hold (filters reach up to %3 Hz); the sound stays as it is.">
+        <source>%1 Hz lies above what a sample rate of %2 Hz can hold (filters reach up to %3 Hz); the sound stays as it is.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="%1 Hz lies above what a sample rate of %2 Hz can hold (filters reach up to %3 Hz); what is set there was left out.">
+        <source>%1 Hz lies above what a sample rate of %2 Hz can hold (filters reach up to %3 Hz); what is set there was left out.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="The sound of the cowbell is missing; yours stays as it is. %1">
+        <source>The sound of the cowbell is missing; yours stays as it is. %1</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

@@ -61,12 +61,22 @@ void EffectController::filterWasCancelled()
 
 MaybeError EffectController::runFilter(Filter& filter)
 {
+    MaybeError error = applyAsStep(filter);
+    const bool isDone = !error && !filter.wasCancelled();
+    const std::optional<EffectRemark> remark = isDone ? filter.remark() : std::nullopt;
+    if (!isDone || (remark && remark->leavesSound()))
+        filterWasCancelled();
+    if (remark)
+        mHost.effectDidRemark(filter.name(), *remark);
+    return error;
+}
+
+MaybeError EffectController::applyAsStep(Filter& filter)
+{
     const UndoGroup group(*mDocument, filter.name());
     filter.setMostScratchBytes(mMostScratchBytes);
     MaybeError error = filter.apply();
     mFilterProgress.reset();
-    if (error || filter.wasCancelled())
-        filterWasCancelled();
     return error;
 }
 

@@ -28,14 +28,14 @@ public:
     /// Gives the effect a source over the selection (everything, when it is empty; the selection then
     /// follows) and this controller as delegate.
     void setUpFilter(Filter& filter);
-    /// The effect that was set up is not to be applied after all: what setUpFilter() selected is not selected
-    /// any more.
+    /// The effect that was set up is not to be applied after all, or changed nothing: what setUpFilter()
+    /// selected is not selected any more.
     void filterWasCancelled();
     /// Applies an effect that was set up, as one step named after it, and keeps it as the last filter.
     /// Nothing is answered when the person cancelled it, as Filter::apply() does; then the selection is what
     /// it was, and the last filter, too.
     MaybeError applyFilter(const std::shared_ptr<Filter>& filter);
-    /// The same without keeping it.
+    /// The same without keeping it. What the effect remarks on the sound the host is told.
     MaybeError runFilter(Filter& filter);
     /// Passed on to the effects run from now on; see Filter.
     void setMostScratchBytes(int64_t numBytes) { mMostScratchBytes = numBytes; }
@@ -49,6 +49,8 @@ private:
     void filterDidFinishProgress(Filter& filter) override;
     void filterDidInsertData(Filter& filter, int64_t offset, int64_t length, int32_t firstTrack,
                              int32_t numTracks) override;
+
+    MaybeError applyAsStep(Filter& filter);
 
     std::shared_ptr<SoundDocument> mDocument;
     SelectionModel& mSelection;

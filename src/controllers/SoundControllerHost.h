@@ -12,6 +12,7 @@ namespace velloria
 {
 
 class WaveformViewGeometry;
+struct EffectRemark;
 struct LoudnessReading;
 
 /// What makes the result of a command less than its person may think.
@@ -40,6 +41,8 @@ public:
 
     /// The step that a command just made stays, but is worth a word and an offer to take it back.
     virtual void resultIsPartial(PartialResult) {}
+    /// An effect did less than was asked, or nothing at all.
+    virtual void effectDidRemark(const QString& /*name*/, const EffectRemark&) {}
 };
 
 /// What is told to whoever shows the document. Nothing of it has to be answered.

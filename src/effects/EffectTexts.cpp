@@ -32,7 +32,7 @@ QString EffectTexts::withoutPoints(QString title)
 
 QStringList EffectTexts::all()
 {
-    QStringList texts;
+    QStringList texts = EffectRemark::texts();
     for (const EffectEntry& entry : EffectRegistry::effects()) {
         texts << withoutPoints(entry.menuTitle) << entry.menuGroup << entry.summary;
         const std::unique_ptr<Filter> filter = entry.make(entry.menuTitle);

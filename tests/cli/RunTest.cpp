@@ -141,6 +141,31 @@ TEST_F(RunTest, SaysWhichTracksAPasteDidNotReach)
     }
 }
 
+TEST_F(RunTest, SaysInALineWhatAnEffectDidNotDo)
+{
+    makeFile("silent.wav", test::wave({1, 2, 44'100, 16}, QByteArray(400'000, '\0')));
+    makeNoise("noise.wav", 50'000);
+    const struct {
+        const char* file;
+        const char* command;
+        const char* words;
+    } cases[] = {
+        {"silent.wav", "normalize", "velloria-cli: normalize: The selection is silent"},
+        {"silent.wav", "normalize loudness", "velloria-cli: normalize loudness: The selection is silent"},
+        {"noise.wav", "high pass Frequency=30000",
+         "30000 Hz lies above what a sample rate of 44100 Hz can hold"},
+        {"noise.wav", "equalize 3 LowGain=-3 HighGain=-3 HighFrequency=21000", "was left out"},
+        {"noise.wav", "normalize", ""},
+    };
+    for (const auto& each : cases) {
+        const test::Outcome outcome = cli({"run", each.file, each.command, "-o", "out.wav"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.errorLines().size(), each.words[0] ? 1 : 0) << outcome.errors.toStdString();
+        EXPECT_TRUE(outcome.errors.contains(each.words)) << outcome.errors.toStdString();
+    }
+    EXPECT_EQ(decoded("silent.wav"), std::vector<float>(200'000));
+}
+
 TEST_F(RunTest, SaysThatLoudSoundIsClipped)
 {
     makeNoise("in.wav", 1000);

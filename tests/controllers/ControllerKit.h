@@ -3,6 +3,7 @@
 #include "controllers/SelectionModel.h"
 #include "controllers/SoundController.h"
 #include "document/DocumentKit.h"
+#include "effects/frame/EffectRemark.h"
 
 namespace velloria::kit
 {
@@ -18,6 +19,10 @@ public:
         return std::make_unique<ProgressRecorder>(cancelAfter);
     }
     void resultIsPartial(PartialResult result) override { partialResults.push_back(result); }
+    void effectDidRemark(const QString& name, const EffectRemark& remark) override
+    {
+        remarks += QStringLiteral("%1: %2").arg(name, remark.inEnglish());
+    }
     void selectionDidChange() override { calls += QStringLiteral("selection"); }
     void cueDidChange() override { calls += QStringLiteral("cue"); }
     void documentDidReload() override { calls += QStringLiteral("reload"); }
@@ -31,6 +36,7 @@ public:
 
     QStringList calls;
     QStringList losses;
+    QStringList remarks;
     std::vector<PartialResult> partialResults;
     std::vector<std::pair<int64_t, int64_t>> drawn;
     bool answer = true;

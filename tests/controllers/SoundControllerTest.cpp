@@ -4,6 +4,7 @@
 #include "controllers/EffectController.h"
 #include "controllers/SelectionModel.h"
 #include "controllers/TransportController.h"
+#include "effects/EffectRegistry.h"
 #include "effects/gain/AmplifyVolume.h"
 #include "formats/kit/FileTestKit.h"
 
@@ -174,6 +175,34 @@ TEST(SoundControllerTest, LeavesTheDocumentWhenAnEffectIsCancelledOrFails)
     EXPECT_EQ(kit::samplesOf(*window.document, 0), kit::noise(100'000, 1));
     EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{100}, int64_t{50'000}));
     EXPECT_EQ(window.document->undoManager().count(), 0);
+}
+
+TEST(SoundControllerTest, TellsWhatAnEffectRemarksAndMakesNoStepWithoutAChange)
+{
+    FloatBuffer samples(1000);
+    samples[900] = 0.5F;
+    Window window({samples});
+    const QString normalize = QStringLiteral("normalize");
+    const std::shared_ptr<Filter> filter = EffectRegistry::effectWithScriptName(normalize)->make(normalize);
+    window.select(0, 500);
+    window.controller.effects().setUpFilter(*filter);
+    EXPECT_FALSE(window.controller.effects().applyFilter(filter));
+    EXPECT_EQ(window.host.remarks,
+              QStringList(QStringLiteral("normalize: The selection is silent; it stays as it is.")));
+    EXPECT_EQ(window.document->undoManager().count(), 0);
+    EXPECT_EQ(window.selectedFrames(), std::pair(int64_t{0}, int64_t{500}));
+    // Done anew where there is sound, it has nothing to say.
+    window.select(300, 300);
+    EXPECT_FALSE(window.controller.effects().applyLastFilter());
+    EXPECT_EQ(window.host.remarks.size(), 1);
+    EXPECT_EQ(kit::samplesOf(*window.document, 0)[900], 1.0F);
+    EXPECT_EQ(window.document->undoManager().count(), 1);
+    // What was selected only for it is so no more when it comes to nothing.
+    Window silent({FloatBuffer(1000)});
+    silent.select(300, 300);
+    EXPECT_FALSE(silent.controller.effects().applyLastFilter());
+    EXPECT_EQ(silent.host.remarks.size(), 1);
+    EXPECT_EQ(silent.selectedFrames(), std::pair(int64_t{300}, int64_t{300}));
 }
 
 TEST(SoundControllerTest, AnswersColumnsOnlyInsideTheDocument)

@@ -3,6 +3,7 @@
 #include "effects/EffectTexts.h"
 
 #include <QCoreApplication>
+#include <QLocale>
 
 namespace velloria
 {
@@ -23,6 +24,16 @@ QString EffectWords::menuTitle(const QString& menuTitle)
     QString text = title(menuTitle).replace(u'&', QLatin1String("&&"));
     if (menuTitle.endsWith(QLatin1String("...")))
         text += QChar(0x2026);
+    return text;
+}
+
+QString EffectWords::said(const EffectRemark& remark)
+{
+    QString text = word(EffectRemark::text(remark.kind));
+    for (const QVariant& argument : remark.arguments)
+        text = text.arg(argument.typeId() == QMetaType::Double
+                            ? QLocale().toString(argument.toDouble(), 'f', QLocale::FloatingPointShortest)
+                            : argument.toString());
     return text;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "effects/frame/EffectRemark.h"
 #include "effects/frame/ParameterDescription.h"
 
 namespace velloria
@@ -14,6 +15,8 @@ QString word(const QString& english);
 QString title(const QString& menuTitle);
 /// With an ellipsis where a dialog follows, and no mnemonic.
 QString menuTitle(const QString& menuTitle);
+/// With its numbers as they are written there.
+QString said(const EffectRemark& remark);
 /// Name, summary, unit and choices.
 ParameterDescription translated(ParameterDescription parameter);
 } // namespace EffectWords

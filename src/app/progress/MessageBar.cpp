@@ -71,8 +71,21 @@ void MessageBar::offerUndo(const QString& message, QUndoStack& history, bool isS
         else
             hide();
     });
-    connect(&history, &QUndoStack::indexChanged, mOffer.get(), [this, indexAfterStep](int index) {
-        if (index != indexAfterStep)
+    hideAtStep(history, indexAfterStep, indexAfterStep);
+}
+
+void MessageBar::showUntilStep(const QString& message, QUndoStack& history, bool isStepOpen)
+{
+    showMessage(message);
+    mOffer = std::make_unique<QObject>();
+    hideAtStep(history, history.index(), history.index() + (isStepOpen ? 1 : 0));
+}
+
+/// When the history leaves these indices, or ends.
+void MessageBar::hideAtStep(QUndoStack& history, int from, int to)
+{
+    connect(&history, &QUndoStack::indexChanged, mOffer.get(), [this, from, to](int index) {
+        if (index < from || index > to)
             hide();
     });
     connect(&history, &QObject::destroyed, mOffer.get(), [this] { hide(); });

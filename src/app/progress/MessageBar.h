@@ -23,6 +23,8 @@ public:
     /// With a button that takes the last step back; message and offer go when the history moves or ends.
     /// While the step is still open (part of a script, say) it is the one that comes next.
     void offerUndo(const QString& message, QUndoStack& history, bool isStepOpen);
+    /// Without a button; it goes with the next step alike.
+    void showUntilStep(const QString& message, QUndoStack& history, bool isStepOpen);
     QString message() const;
     bool offersUndo() const;
 
@@ -31,9 +33,11 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void hideAtStep(QUndoStack& history, int from, int to);
+
     QLabel* mText;
     QPushButton* mUndo;
-    /// What an offer hears of its history; it ends with the offer.
+    /// What a message hears of the history; it ends with the message.
     std::unique_ptr<QObject> mOffer;
 };
 

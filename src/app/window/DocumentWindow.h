@@ -69,6 +69,7 @@ public:
 
     // SoundControllerHost (DocumentWindowHost.cpp)
     void resultIsPartial(PartialResult result) override;
+    void effectDidRemark(const QString& name, const EffectRemark& remark) override;
     void selectionDidChange() override;
     void cueDidChange() override;
     void documentDidReload() override;

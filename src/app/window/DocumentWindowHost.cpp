@@ -2,6 +2,7 @@
 
 #include "app/window/DocumentWindow.h"
 
+#include "app/look/EffectWords.h"
 #include "app/menus/DocumentMenus.h"
 #include "app/menus/MarkerActions.h"
 #include "app/preferences/Settings.h"
@@ -14,6 +15,7 @@
 #include "app/window/MarkerListDock.h"
 #include "controllers/RecordingController.h"
 #include "controllers/TransportController.h"
+#include "effects/frame/EffectRemark.h"
 #include "platform/UserDefaults.h"
 
 namespace velloria
@@ -47,6 +49,18 @@ void DocumentWindow::resultIsPartial(PartialResult result)
         return QString();
     };
     mMessageBar->offerUndo(text(), document().undoManager(), document().isInUndoGroup());
+}
+
+void DocumentWindow::effectDidRemark(const QString& name, const EffectRemark& remark)
+{
+    //: %1 is the name of an effect, %2 what it could not do
+    //% "%1: %2"
+    const QString message = qtTrId("effect-remark").arg(name, EffectWords::said(remark));
+    const bool isStepOpen = document().isInUndoGroup();
+    if (remark.leavesSound())
+        mMessageBar->showUntilStep(message, document().undoManager(), isStepOpen);
+    else
+        mMessageBar->offerUndo(message, document().undoManager(), isStepOpen);
 }
 
 void DocumentWindow::selectionDidChange()

@@ -2,6 +2,7 @@
 
 #include "cli/terminal/Terminal.h"
 #include "controllers/SoundControllerHost.h"
+#include "effects/frame/EffectRemark.h"
 
 #include <utility>
 
@@ -28,6 +29,10 @@ public:
         else if (result == PartialResult::tracksNotPasted)
             Terminal::say(QStringLiteral("More tracks were copied than there are from the selection on; the "
                                          "last ones were left out."));
+    }
+    void effectDidRemark(const QString& name, const EffectRemark& remark) override
+    {
+        Terminal::say(QStringLiteral("%1: %2").arg(name, remark.inEnglish()));
     }
     void willReplaceFile() override
     {

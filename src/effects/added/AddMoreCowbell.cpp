@@ -3,6 +3,7 @@
 #include "effects/frame/CommonParameters.h"
 #include "formats/aiff/AiffFile.h"
 #include "platform/FileHandle.h"
+#include "platform/Log.h"
 
 #include <QCoreApplication>
 #include <QStandardPaths>
@@ -64,9 +65,15 @@ void AddMoreCowbell::loadSound(const std::filesystem::path& file)
             clips.front()->sampleDataAtOffset(0, std::min(clips.front()->numFrames(), kMostFrames));
     if (!mCowbellData.empty())
         return;
-    const QString reason = error ? error->message : QStringLiteral("It is no AIFF file with sound.");
-    mMissing =
-        Error{Error::Code::readFailed, QStringLiteral("The sound of the cowbell is missing. %1").arg(reason)};
+    mWhyMissing = error ? error->message : QStringLiteral("It is no AIFF file with sound.");
+    logLine(QStringLiteral("-[AddMoreCowbell loadSound:] %1").arg(mWhyMissing));
+}
+
+std::optional<EffectRemark> AddMoreCowbell::remark() const
+{
+    if (!mCowbellData.empty())
+        return std::nullopt;
+    return EffectRemark{EffectRemark::Kind::soundMissing, {mWhyMissing}};
 }
 
 void AddMoreCowbell::parameterDidChange(size_t)
@@ -78,12 +85,6 @@ void AddMoreCowbell::processingWillBegin()
 {
     Filter::processingWillBegin();
     mCowbellIndex = 0;
-}
-
-MaybeError AddMoreCowbell::processSelection(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace,
-                                            int64_t numRinging)
-{
-    return mMissing ? mMissing : Filter::processSelection(writer, numAnalysed, numInPlace, numRinging);
 }
 
 bool AddMoreCowbell::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)

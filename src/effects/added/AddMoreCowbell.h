@@ -8,7 +8,7 @@ namespace velloria
 {
 
 /// Adds a cowbell, struck again and again without a pause, to every track in the same place. Its sound is a
-/// file beside the program; without it the effect leaves the sound as it is, and applying it is an error.
+/// file beside the program; without it the effect leaves the sound as it is, and says so.
 class AddMoreCowbell : public Filter
 {
 public:
@@ -24,10 +24,10 @@ public:
     void processingWillBegin() override;
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
 
+    std::optional<EffectRemark> remark() const override;
+
 protected:
     void parameterDidChange(size_t index) override;
-    MaybeError processSelection(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace,
-                                int64_t numRinging) override;
 
 private:
     void loadSound(const std::filesystem::path& file);
@@ -35,7 +35,7 @@ private:
     float mAmpFactor = 1.0F;
     FloatBuffer mCowbellData;
     size_t mCowbellIndex = 0;
-    MaybeError mMissing; ///< why there is no sound
+    QString mWhyMissing; ///< without a sound
 };
 
 } // namespace velloria

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <limits>
 
 namespace velloria
 {
@@ -108,15 +109,25 @@ void DelayEcho::processingWillBegin()
     mBuffers.assign(static_cast<size_t>(std::max(0, numTracks())), CircularBuffer(numFramesOfDelay()));
 }
 
+/// Infinity for repeats that never become softer.
+double DelayEcho::numFramesUntilSilence() const
+{
+    const int32_t time = numFramesOfDelay();
+    if (!parameters().isOn(feedback) || time == 0)
+        return time;
+    const double levelDB = parameterValue(wetLevel);
+    return levelDB < 0.0 ? std::max(1.0, std::ceil(kSilenceDB / levelDB)) * time
+                         : std::numeric_limits<double>::infinity();
+}
+
 int64_t DelayEcho::tailTimeNumFrames() const
 {
-    const double longest = kLongestTailSeconds * sampleRate();
-    double numRepeats = 1.0;
-    if (parameters().isOn(feedback)) {
-        const double levelDB = parameterValue(wetLevel);
-        numRepeats = levelDB < 0.0 ? std::ceil(kSilenceDB / levelDB) : longest;
-    }
-    return static_cast<int64_t>(std::min(std::max(1.0, numRepeats) * numFramesOfDelay(), longest));
+    return static_cast<int64_t>(std::min(numFramesUntilSilence(), kLongestTailSeconds * sampleRate()));
+}
+
+bool DelayEcho::isTailCut() const
+{
+    return numFramesUntilSilence() > kLongestTailSeconds * sampleRate();
 }
 
 bool DelayEcho::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)

@@ -17,6 +17,7 @@ public:
     void processingWillBegin() override;
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     int64_t tailTimeNumFrames() const override;
+    bool isTailCut() const override;
     bool letsRing() const override { return parameters().isOn(ring); }
     void processingFinished() override { mBuffers.clear(); }
     const PresetFormat* presetFormat() const override;
@@ -27,6 +28,7 @@ protected:
 private:
     void setUpFactors();
     int32_t numFramesOfDelay() const;
+    double numFramesUntilSilence() const;
     void processTrack(std::span<float> samples, CircularBuffer& buffer) const;
 
     double mDryFactor = 1.0;

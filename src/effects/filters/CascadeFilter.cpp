@@ -45,6 +45,18 @@ std::vector<AnalogSection> CascadeFilter::sectionsWithinReach() const
     return within;
 }
 
+std::optional<EffectRemark> CascadeFilter::remark() const
+{
+    const std::vector<AnalogSection> all = sections();
+    const auto isBeyond = [this](const AnalogSection& section) { return !isWithinReach(section.frequency); };
+    const auto beyond = std::find_if(all.begin(), all.end(), isBeyond);
+    if (beyond == all.end())
+        return std::nullopt;
+    const bool isAll = std::all_of(beyond, all.end(), isBeyond) && beyond == all.begin();
+    return EffectRemark{isAll ? EffectRemark::Kind::beyondRate : EffectRemark::Kind::bandsBeyondRate,
+                        {beyond->frequency, sampleRate(), MatchedDesign::kHighest * sampleRate()}};
+}
+
 double CascadeFilter::responseAt(double frequency) const
 {
     return AnalogFilters::decibels(sectionsWithinReach(), frequency);

@@ -24,6 +24,9 @@ public:
     /// What is heard of the sound before the selection.
     int64_t latencyNumFrames() const override;
 
+    /// Bands above what is matched are off.
+    std::optional<EffectRemark> remark() const override;
+
     double responseAt(double frequency) const override;
     double highestFrequency() const override;
 

@@ -21,6 +21,7 @@ namespace
 constexpr uint64_t kDefaultBufferNumFrames = 2048;
 /// An analysis reads about as much at once: it costs the file system less a frame.
 constexpr int64_t kAnalysisReadNumFrames = 65536;
+constexpr double kFadeSecondsOfCutTail = 1.0;
 
 const std::vector<ParameterDescription>& noParameters()
 {
@@ -199,22 +200,36 @@ MaybeError Filter::apply()
     const int64_t numToAnalyse = needsAnalysis() ? total : 0;
     MaybeError error;
     std::vector<AudioClipPtr> clips;
-    if (numToAnalyse == 0 || analyse(numToAnalyse + numInPlace + numRinging)) {
-        begin();
-        clips = computedClips();
-        if (clips.empty()) {
-            error = ComputedSound::lackOfRoom(numInPlace + numRinging, numTracks());
-            if (!error)
-                error = processSelection(*writer, numToAnalyse, numInPlace, numRinging);
-            if (!error && !mWasCancelled)
-                error = writer->finish();
-            clips.assign(writer->clips().begin(), writer->clips().end());
-        }
-    }
+    const bool isReady = numToAnalyse == 0 || analyse(numToAnalyse + numInPlace + numRinging);
+    if (isReady && !leavesSound())
+        error = compute(*writer, numToAnalyse, numInPlace, numRinging, clips);
     didFinishProgress();
     processingFinished();
+    // Also before it is said that the sound stays as it is: that was read, too.
     if (!error && !mWasCancelled && !(error = watch.error()))
         replaceSelectionWithClips(offset, total, clips, numRinging);
+    return error;
+}
+
+bool Filter::leavesSound() const
+{
+    const std::optional<EffectRemark> said = remark();
+    return said && said->leavesSound();
+}
+
+MaybeError Filter::compute(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace, int64_t numRinging,
+                           std::vector<AudioClipPtr>& clips)
+{
+    begin();
+    clips = computedClips();
+    if (!clips.empty())
+        return std::nullopt;
+    MaybeError error = ComputedSound::lackOfRoom(numInPlace + numRinging, numTracks());
+    if (!error)
+        error = processSelection(writer, numAnalysed, numInPlace, numRinging);
+    if (!error && !mWasCancelled)
+        error = writer.finish();
+    clips.assign(writer.clips().begin(), writer.clips().end());
     return error;
 }
 
@@ -268,11 +283,18 @@ MaybeError Filter::processSelection(ClipWriter& writer, int64_t numAnalysed, int
 {
     int64_t numDone = numAnalysed;
     if (numRinging > 0)
-        mTailMixer = std::make_unique<TailMixer>(*mSource, numInPlace);
+        mTailMixer = makeTailMixer(numInPlace, numRinging);
     const auto blockNumFrames = static_cast<int64_t>(std::min<uint64_t>(mMaxBufferNumFrames, INT64_MAX));
     MaybeError error = processBlocks(writer, blockNumFrames, numDone, numAnalysed + numInPlace + numRinging);
     mTailMixer.reset();
     return error;
+}
+
+std::unique_ptr<TailMixer> Filter::makeTailMixer(int64_t numInPlace, int64_t numRinging) const
+{
+    const auto fade = static_cast<int64_t>(std::llround(kFadeSecondsOfCutTail * sampleRate()));
+    return std::make_unique<TailMixer>(*mSource, numInPlace, numRinging,
+                                       isTailCut() ? std::min(fade, numRinging) : 0);
 }
 
 SourceWatch Filter::watchSources() const

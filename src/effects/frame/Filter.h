@@ -6,10 +6,12 @@
 #include "document/clips/MutableAudioClip.h"
 #include "document/clips/SourceWatch.h"
 #include "effects/frame/EffectParameters.h"
+#include "effects/frame/EffectRemark.h"
 #include "effects/frame/PresetRecord.h"
 #include "platform/Error.h"
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -114,6 +116,8 @@ public:
     virtual int64_t lagNumFrames() const { return 0; }
     /// Frames that the effect goes on sounding after its input has ended, as its parameters are now.
     virtual int64_t tailTimeNumFrames() const { return 0; }
+    /// Whether it would be heard even longer; so that this is no click, the last second of it fades out.
+    virtual bool isTailCut() const { return false; }
     /// Whether that is kept: it is added to what follows the selection, which does not move.
     virtual bool letsRing() const { return false; }
     /// Frames that the selection becomes, without what rings on.
@@ -121,8 +125,13 @@ public:
     /// The document's frame that the next frame of output belongs to.
     virtual int64_t heardFrame() const;
 
+    /// What a person should know who applied the effect, with the parameters as they are now: that this sound
+    /// gives it less to do than was asked. For one that needs an analysis, after that.
+    virtual std::optional<EffectRemark> remark() const { return std::nullopt; }
+
     /// Runs the effect over its source. Nothing is answered on success and on cancellation (wasCancelled()
-    /// tells); an error (a full disk, ...) leaves the document as it was.
+    /// tells); an error (a full disk, ...) leaves the document as it was. So does an effect whose remark()
+    /// says that it leaves the sound.
     MaybeError apply();
     bool wasCancelled() const { return mWasCancelled; }
 
@@ -178,6 +187,11 @@ private:
     SoundDocument* document() const;
     bool addSilence(uint64_t numFrames, SampleBlock& block);
     int64_t numFramesRinging() const;
+    bool leavesSound() const;
+    std::unique_ptr<TailMixer> makeTailMixer(int64_t numInPlace, int64_t numRinging) const;
+    /// The steps of apply() behind the analysis.
+    MaybeError compute(ClipWriter& writer, int64_t numAnalysed, int64_t numInPlace, int64_t numRinging,
+                       std::vector<AudioClipPtr>& clips);
     bool analyse(int64_t numTotal);
     /// The writer of the result, for as many tracks as are selected.
     std::unique_ptr<ClipWriter> makeWriter() const;

@@ -105,18 +105,29 @@ void Normalize::analyseBlock(std::span<const std::span<const float>> tracks)
     }
 }
 
+std::optional<float> Normalize::factorForTrack(size_t track) const
+{
+    const double level =
+        isIndependent() ? levels()[track] : *std::max_element(levels().begin(), levels().end());
+    const auto factor = static_cast<float>(factorWithDecibels(targetLevelDB()) / level);
+    return level > 0.0 && std::isfinite(factor) ? std::optional(factor) : std::nullopt;
+}
+
 void Normalize::setFactors()
 {
-    const std::vector<double>& levels = usesRMS() ? mRMSLevels : mPeaks;
-    const double target = factorWithDecibels(targetLevelDB());
-    const double loudest = levels.empty() ? 0.0 : *std::max_element(levels.begin(), levels.end());
-    for (size_t track = 0; track < levels.size(); ++track) {
-        const double level = isIndependent() ? levels[track] : loudest;
-        // Silence cannot be brought to any level; it stays silent, and noise far below anything audible must
-        // not turn into a gain beyond what a float holds.
-        const auto factor = static_cast<float>(target / level);
-        mAmpFactors[track] = level > 0.0 && std::isfinite(factor) ? factor : 1.0F;
+    for (size_t track = 0; track < levels().size(); ++track)
+        mAmpFactors[track] = factorForTrack(track).value_or(1.0F);
+}
+
+std::optional<EffectRemark> Normalize::remark() const
+{
+    bool isSilent = true;
+    for (size_t track = 0; track < levels().size(); ++track) {
+        if (factorForTrack(track))
+            return std::nullopt;
+        isSilent = isSilent && levels()[track] == 0.0;
     }
+    return EffectRemark{isSilent ? EffectRemark::Kind::silent : EffectRemark::Kind::tooQuiet, {}};
 }
 
 } // namespace velloria

@@ -21,6 +21,8 @@ public:
     void setSource(std::shared_ptr<DocumentSource> source) override;
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     bool needsAnalysis() const override { return true; }
+    /// Silence cannot be brought to any level.
+    std::optional<EffectRemark> remark() const override;
 
 protected:
     void parameterDidChange(size_t index) override;
@@ -31,6 +33,10 @@ protected:
 
 private:
     void setFactors();
+    /// What a track is brought to the target with by the level that counts for it; nothing for silence, and
+    /// for noise so far below anything audible that no float holds such a gain.
+    std::optional<float> factorForTrack(size_t track) const;
+    const std::vector<double>& levels() const { return usesRMS() ? mRMSLevels : mPeaks; }
 
     // Largest level of a block, of each track. Both kinds, so that a preview can change from one to the
     // other.

@@ -84,7 +84,7 @@ void NormalizeLoudness::analysisWillBegin()
 {
     const auto count = static_cast<size_t>(std::max(numTracks(), 0));
     mLoudnessMeter = LoudnessMeter::make(sampleRate(), count);
-    mTruePeakMeters.assign(count, TruePeakMeter(sampleRate()));
+    mTruePeakMeters.assign(count, TruePeakMeter());
 }
 
 void NormalizeLoudness::analyseBlock(std::span<const std::span<const float>> tracks)
@@ -111,10 +111,22 @@ void NormalizeLoudness::analysisDidEnd()
     setFactor();
 }
 
+bool NormalizeLoudness::hasLoudness() const
+{
+    return std::isfinite(mLoudness) && mTruePeak > 0.0;
+}
+
+std::optional<EffectRemark> NormalizeLoudness::remark() const
+{
+    if (hasLoudness())
+        return std::nullopt;
+    return EffectRemark{mTruePeak > 0.0 ? EffectRemark::Kind::noLoudness : EffectRemark::Kind::silent, {}};
+}
+
 void NormalizeLoudness::setFactor()
 {
     mFactor = 1.0F;
-    if (!std::isfinite(mLoudness) || !(mTruePeak > 0.0))
+    if (!hasLoudness())
         return;
     const double gainDB = std::min(targetLoudness() - mLoudness, ceilingDB() - decibelsOfLevel(mTruePeak));
     mFactor = static_cast<float>(factorWithDecibels(gainDB));

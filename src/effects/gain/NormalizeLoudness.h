@@ -24,6 +24,7 @@ public:
     void setSource(std::shared_ptr<DocumentSource> source) override;
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     bool needsAnalysis() const override { return true; }
+    std::optional<EffectRemark> remark() const override;
 
 protected:
     void parameterDidChange(size_t index) override;
@@ -34,6 +35,7 @@ protected:
 
 private:
     void setFactor();
+    bool hasLoudness() const;
 
     std::unique_ptr<LoudnessMeter> mLoudnessMeter; ///< while the sound is measured
     std::vector<TruePeakMeter> mTruePeakMeters;    ///< likewise

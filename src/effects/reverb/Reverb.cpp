@@ -104,7 +104,7 @@ void Reverb::processingWillBegin()
     Filter::processingWillBegin();
 }
 
-int64_t Reverb::tailTimeNumFrames() const
+double Reverb::secondsUntilSilence() const
 {
     const double level = parameterValue(wetLevel);
     // The loops go down to -60 dB within the decay, from the level of the room on.
@@ -112,8 +112,17 @@ int64_t Reverb::tailTimeNumFrames() const
     const double perDecay = std::max(1e-3, level - kDecayedDB);
     const double decaySeconds = parameterValue(decay) * toGo / perDecay;
     const double loopSeconds = ReverbUnit::longestLoopSeconds(parameterValue(roomSize));
-    const double seconds = std::min(kLongestTailSeconds, decaySeconds + loopSeconds + 0.006);
-    return static_cast<int64_t>(seconds * sampleRate());
+    return decaySeconds + loopSeconds + 0.006;
+}
+
+int64_t Reverb::tailTimeNumFrames() const
+{
+    return static_cast<int64_t>(std::min(kLongestTailSeconds, secondsUntilSilence()) * sampleRate());
+}
+
+bool Reverb::isTailCut() const
+{
+    return secondsUntilSilence() > kLongestTailSeconds;
 }
 
 bool Reverb::requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block)

@@ -18,6 +18,7 @@ public:
     bool requestDataWithNumFrames(uint64_t numFrames, SampleBlock& block) override;
     void processingFinished() override { mReverbUnits.clear(); }
     int64_t tailTimeNumFrames() const override;
+    bool isTailCut() const override;
     bool letsRing() const override { return parameters().isOn(ring); }
     const PresetFormat* presetFormat() const override;
 
@@ -26,6 +27,7 @@ protected:
 
 private:
     void setUpFactors();
+    double secondsUntilSilence() const;
     float floatValue(size_t index) const { return static_cast<float>(parameterValue(index)); }
 
     std::vector<ReverbUnit> mReverbUnits; ///< one a track

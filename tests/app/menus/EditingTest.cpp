@@ -10,8 +10,10 @@
 #include "app/waveform/MarkerLane.h"
 #include "app/window/MarkerListDock.h"
 #include "controllers/EditCommands.h"
+#include "controllers/EffectController.h"
 #include "controllers/SelectionModel.h"
 #include "controllers/TransportController.h"
+#include "effects/EffectRegistry.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -265,6 +267,37 @@ TEST_F(EditingTest, SaysWhatAPasteDidAndTakesItBack)
     EXPECT_FALSE(bar.offersUndo());
     window->menus().edit().undoAction()->trigger();
     EXPECT_TRUE(bar.message().contains(QStringLiteral("No device.")));
+}
+
+TEST_F(EditingTest, SaysWhatAnEffectDidNotDoUntilTheNextStep)
+{
+    DocumentWindow* const window = open(makeSound());
+    const MessageBar& bar = part<MessageBar>(*window);
+    const auto apply = [window](const char* name, const QVariantMap& arguments) {
+        const EffectEntry& entry = *EffectRegistry::effectWithScriptName(QString::fromLatin1(name));
+        const std::shared_ptr<Filter> filter = entry.make(entry.menuTitle);
+        filter->setParameters(arguments);
+        window->controller().selection().setSelection({0.6, 0.9, 0, 2});
+        window->controller().effects().setUpFilter(*filter);
+        EXPECT_FALSE(window->controller().effects().applyFilter(filter));
+    };
+    apply("normalize", {});
+    EXPECT_EQ(bar.message(), QStringLiteral("Normalize: The selection is silent; it stays as it is."));
+    EXPECT_FALSE(bar.offersUndo());
+    EXPECT_FALSE(window->isWindowModified());
+    keepPicture(*window, QStringLiteral("remark"));
+    window->controller().editing().insertSilence(0.1, QStringLiteral("Silence"));
+    EXPECT_EQ(bar.message(), QString());
+    // Less than all is a step, which can be taken back.
+    const int before = window->document().undoManager().index();
+    apply("equalize 3", {{QStringLiteral("LowGain"), 6.0},
+                         {QStringLiteral("HighGain"), 6.0},
+                         {QStringLiteral("HighFrequency"), 21'000.0}});
+    EXPECT_TRUE(bar.message().contains(QStringLiteral("21,000"))) << bar.message().toStdString();
+    ASSERT_TRUE(bar.offersUndo());
+    bar.findChild<QPushButton*>()->click();
+    EXPECT_EQ(window->document().undoManager().index(), before);
+    EXPECT_EQ(bar.message(), QString());
 }
 
 TEST_F(EditingTest, AScriptsPartialResultIsToldUntilTheStepAfterIt)

@@ -89,10 +89,12 @@ TEST(AddMoreCowbell, HasASoundAndSaysWhenItIsMissing)
     EXPECT_EQ(bell[20672 + 500], bell[500]);
 
     AddMoreCowbell none(QStringLiteral("Cowbell"), "/nowhere/cowbell.aiff");
-    const MaybeError error = applyTo(document, none, everythingOf(*document));
-    ASSERT_TRUE(error);
-    EXPECT_TRUE(error->message.startsWith(QStringLiteral("The sound of the cowbell is missing.")));
-    EXPECT_EQ(samplesOf(*document, 0), bell);
+    const TrackList before = document->audioTracks();
+    EXPECT_FALSE(applyTo(document, none, everythingOf(*document)));
+    EXPECT_EQ(document->audioTracks(), before);
+    ASSERT_TRUE(none.remark());
+    EXPECT_TRUE(none.remark()->inEnglish().contains(QStringLiteral("cowbell is missing")));
+    EXPECT_TRUE(none.remark()->inEnglish().contains(QStringLiteral("cowbell.aiff could not be opened")));
 }
 
 TEST(AddNoise, AddsAnotherNoiseToEachTrackAndTheSameToTheSameSound)

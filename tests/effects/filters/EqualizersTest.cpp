@@ -172,6 +172,50 @@ TEST(Equalizers, BandsBeyondTheRateAreOff)
     EXPECT_TRUE(dynamic_cast<const FrequencyResponse&>(*pass).hasEffect(0));
 }
 
+TEST(Equalizers, SayWhichBandsLieBeyondTheRate)
+{
+    using Kind = EffectRemark::Kind;
+    const QString frequency = QStringLiteral("Frequency");
+    const QString high = QStringLiteral("HighFrequency");
+    const QString highGain = QStringLiteral("HighGain");
+    struct BeyondCase {
+        const char* name;
+        QVariantMap arguments;
+        double rate;
+        std::optional<Kind> kind;
+        double at;
+    };
+    const BeyondCase beyondCases[] = {
+        {"high pass", {{frequency, 19846.0}}, 44100.0, Kind::beyondRate, 19846.0},
+        {"high pass", {{frequency, 19845.0}}, 44100.0, std::nullopt, 0.0},
+        {"low pass", {{frequency, 5000.0}}, 8000.0, Kind::beyondRate, 5000.0},
+        {"equalize 3", {{highGain, 3.0}, {high, 12000.0}}, 22050.0, Kind::beyondRate, 12000.0},
+        {"equalize 3",
+         {{QStringLiteral("LowGain"), 3.0}, {highGain, 3.0}, {high, 12000.0}},
+         22050.0,
+         Kind::bandsBeyondRate,
+         12000.0},
+        {"equalize 3", {{QStringLiteral("LowGain"), 3.0}, {high, 12000.0}}, 22050.0, std::nullopt, 0.0},
+        {"equalize 10", tenGains({3, 0, 0, 0, 0, 0, 0, 3, 3, 3}), 8000.0, Kind::bandsBeyondRate, 4000.0},
+        {"equalize 10", tenGains(kSmile), 44100.0, std::nullopt, 0.0},
+    };
+    for (const BeyondCase& c : beyondCases) {
+        SCOPED_TRACE(c.name);
+        const auto document = kit::documentOf({kit::noise(3000, 1)});
+        document->undoableSetSampleRate(c.rate);
+        const TrackList before = document->audioTracks();
+        const auto filter = kit::effectNamed(QString::fromLatin1(c.name));
+        filter->setParameters(c.arguments);
+        EXPECT_FALSE(kit::applyTo(document, *filter, kit::everythingOf(*document)));
+        EXPECT_EQ(document->audioTracks() == before, c.kind == Kind::beyondRate);
+        const std::optional<EffectRemark> remark = filter->remark();
+        ASSERT_EQ(remark ? std::optional(remark->kind) : std::nullopt, c.kind);
+        if (remark) {
+            EXPECT_EQ(remark->arguments, (QVariantList{c.at, c.rate, 0.45 * c.rate}));
+        }
+    }
+}
+
 TEST(Equalizers, ASelectionSoundsAsIfAllBeforeHadBeenFilteredToo)
 {
     const FloatBuffer sound = kit::noise(60000, 4);

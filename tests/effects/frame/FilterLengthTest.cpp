@@ -1,5 +1,7 @@
 #include "effects/EffectKit.h"
 
+#include <numbers>
+
 using namespace velloria;
 using kit::documentOf;
 using kit::ramp;
@@ -39,10 +41,12 @@ public:
     int64_t lagNumFrames() const override { return lag; }
     int64_t tailTimeNumFrames() const override { return echo; }
     bool letsRing() const override { return rings; }
+    bool isTailCut() const override { return isCut; }
 
     int64_t lag = 0;
     int64_t echo = 0;
     bool rings = false;
+    bool isCut = false;
 
 private:
     kit::TrackSamples mPast;
@@ -102,6 +106,36 @@ TEST(FilterLength, TailsAreCutUnlessTheyAreToRing)
             EXPECT_EQ(document->undoManager().count(), 1);
             document->undoManager().undo();
             EXPECT_EQ(samplesOf(*document), before);
+        }
+    }
+}
+
+TEST(FilterLength, ATailThatBreaksOffFadesOutOverItsLastSecond)
+{
+    for (const auto& [rate, echo] : {std::pair<double, int64_t>{2000.0, 5000}, {2000.0, 700}}) {
+        const FloatBuffer sound = kit::noise(9000, 1);
+        const auto document = documentOf({sound});
+        document->undoableSetSampleRate(rate);
+        LateFilter filter;
+        filter.echo = echo;
+        filter.rings = true;
+        filter.isCut = true;
+        filter.lag = 77;
+        EXPECT_FALSE(kit::applyTo(document, filter, kit::framesOf(*document, 1000, 8000)));
+        const FloatBuffer out = samplesOf(*document, 0);
+        const FloatBuffer whole = withEcho(sound, 1000, 8000, static_cast<size_t>(echo), true);
+        const int64_t end = 8000 + echo;
+        const int64_t fade = std::min<int64_t>(static_cast<int64_t>(rate), echo);
+        ASSERT_EQ(std::ssize(out), std::max<int64_t>(9000, end));
+        for (int64_t i = 0; i < std::ssize(out); ++i) {
+            const auto at = static_cast<size_t>(i);
+            const double follows = at < sound.size() ? static_cast<double>(sound[at]) : 0.0;
+            const double toGo = static_cast<double>(end - 1 - i) / static_cast<double>(fade);
+            const bool fades = i >= 8000 && i < end && toGo < 1.0;
+            const double gain = fades ? 0.5 - 0.5 * std::cos(std::numbers::pi * toGo) : 1.0;
+            const double expected = i < 8000 ? static_cast<double>(whole[at])
+                                             : follows + gain * (static_cast<double>(whole[at]) - follows);
+            ASSERT_NEAR(out[at], expected, 1e-6) << i;
         }
     }
 }

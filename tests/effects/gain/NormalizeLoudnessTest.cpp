@@ -66,15 +66,21 @@ TEST(NormalizeLoudness, BringsTheWholeToTheTargetBelowTheCeiling)
     }
 }
 
-TEST(NormalizeLoudness, LeavesSilenceAndWhatIsTooShort)
+TEST(NormalizeLoudness, LeavesSilenceAndWhatIsTooShortAndSaysSo)
 {
-    for (const kit::TrackSamples& in :
-         {kit::TrackSamples{FloatBuffer(200000, 0.0F)}, tones(-30.0, 1), tones(-30.0, 5000)}) {
+    using Kind = EffectRemark::Kind;
+    const std::pair<kit::TrackSamples, Kind> cases[] = {{{FloatBuffer(200000, 0.0F)}, Kind::silent},
+                                                        {tones(-30.0, 1), Kind::silent},
+                                                        {tones(-30.0, 5000), Kind::noLoudness},
+                                                        {tones(-90.0), Kind::noLoudness}};
+    for (const auto& [in, kind] : cases) {
         const auto document = kit::documentOf(in);
+        const TrackList before = document->audioTracks();
         NormalizeLoudness filter(QStringLiteral("Normalize Loudness..."));
         EXPECT_FALSE(kit::applyTo(document, filter, kit::everythingOf(*document)));
-        EXPECT_EQ(filter.factor(), 1.0);
-        EXPECT_EQ(kit::samplesOf(*document, 0), in[0]);
+        EXPECT_EQ(document->audioTracks(), before);
+        ASSERT_TRUE(filter.remark());
+        EXPECT_EQ(filter.remark()->kind, kind);
     }
 }
 

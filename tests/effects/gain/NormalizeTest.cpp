@@ -103,6 +103,42 @@ TEST(Normalize, LeavesSilenceSilentAndSurvivesExtremes)
     }
 }
 
+TEST(Normalize, LeavesASilentSelectionAndSaysSo)
+{
+    using Kind = EffectRemark::Kind;
+    const FloatBuffer silence(20000);
+    const FloatBuffer faintest(20000, std::numeric_limits<float>::denorm_min());
+    const FloatBuffer loud(20000, 0.5F);
+    struct Case {
+        kit::TrackSamples in;
+        std::optional<Kind> together;
+        std::optional<Kind> independent;
+    };
+    const Case cases[] = {{{silence}, Kind::silent, Kind::silent},
+                          {{silence, silence}, Kind::silent, Kind::silent},
+                          {{faintest, silence}, Kind::tooQuiet, Kind::tooQuiet},
+                          {{silence, loud}, std::nullopt, std::nullopt},
+                          {{loud, faintest}, std::nullopt, std::nullopt}};
+    for (const Case& c : cases) {
+        for (const bool isIndependent : {false, true}) {
+            const auto document = kit::documentOf(c.in);
+            document->undoManager().clear();
+            const TrackList before = document->audioTracks();
+            Normalize filter(QStringLiteral("Normalize..."));
+            filter.setParameters(arguments(0.0, isIndependent, false));
+            kit::FilterRecorder recorder;
+            EXPECT_FALSE(kit::applyTo(document, filter, kit::everythingOf(*document), &recorder));
+            const std::optional<EffectRemark> remark = filter.remark();
+            const std::optional<Kind> expected = isIndependent ? c.independent : c.together;
+            EXPECT_EQ(remark ? std::optional(remark->kind) : std::nullopt, expected);
+            EXPECT_EQ(document->audioTracks() == before, expected.has_value());
+            EXPECT_EQ(document->undoManager().count(), expected ? 0 : 1);
+            EXPECT_EQ(recorder.numFinished, 1);
+            EXPECT_EQ(recorder.inserted.size(), expected ? 0U : 1U);
+        }
+    }
+}
+
 TEST(Normalize, CountsProgressOverBothPassesAndCanStopInEither)
 {
     const size_t numFrames = 20 * kBlock + 1;
