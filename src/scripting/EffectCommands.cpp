@@ -64,13 +64,40 @@ QString pointsProblem(const EffectEntry& entry, const QVariantMap& arguments)
     return {};
 }
 
+/// Of keys that say the same thing in different ways only one can count.
+QString contradiction(const EffectEntry& entry, const QVariantMap& arguments)
+{
+    const std::unique_ptr<Filter> filter = entry.make(entry.scriptName);
+    filter->setParameters(arguments);
+    const EffectParameters& parameters = filter->parameters();
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        const ParameterDescription& unused = parameters[i];
+        if (parameters.isUsed(i) || !arguments.contains(unused.scriptKey))
+            continue;
+        for (const ParameterDescription& other : parameters.descriptions()) {
+            if (!other.scriptSwitch || other.scriptSwitch->parameter != unused.usedWhen->parameter ||
+                other.scriptKey == unused.scriptKey)
+                continue;
+            if (arguments.contains(other.scriptKey))
+                return QStringLiteral("%1= and %2= exclude each other")
+                    .arg(unused.scriptKey, other.scriptKey);
+            if (other.scriptSwitch->whenGiven == unused.usedWhen->value)
+                return QStringLiteral("%1= means nothing without %2=").arg(unused.scriptKey, other.scriptKey);
+        }
+    }
+    return {};
+}
+
 CommandDescription effectCommand(const EffectEntry& entry)
 {
     CommandDescription command;
     command.name = entry.scriptName;
     command.summary = entry.summary;
     command.parameters = parametersOf(entry);
-    command.check = [&entry](const QVariantMap& arguments) { return pointsProblem(entry, arguments); };
+    command.check = [&entry](const QVariantMap& arguments) {
+        const QString problem = pointsProblem(entry, arguments);
+        return problem.isEmpty() ? contradiction(entry, arguments) : problem;
+    };
     command.run = [&entry](SoundController& controller, const QVariantMap& arguments) {
         return runEffect(entry, controller, arguments);
     };
