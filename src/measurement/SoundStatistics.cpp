@@ -25,7 +25,7 @@ public:
         : mTracks(tracks)
         , mLoudness(LoudnessMeter::make(sampleRate, tracks.size()))
         , mLevels(tracks.size())
-        , mTruePeaks(tracks.size(), TruePeakMeter(sampleRate))
+        , mTruePeaks(tracks.size())
         , mBlock(tracks.size())
         , mNextBlock(tracks.size())
     {

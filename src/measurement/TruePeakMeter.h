@@ -1,45 +1,45 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <span>
-#include <vector>
 
 namespace velloria
 {
 
-/// The highest level that one track reaches between its samples, by ITU-R BS.1770-4, annex 2: at four times
-/// the rate below 96 kHz, twice below 192 kHz, and the samples themselves from there on. Between the samples
-/// stands a sinc over 48 steps of the higher rate in a Hann window, the interpolation of libebur128, whose
-/// own loop takes eight times as long. Samples that are no finite numbers count as silence.
+/// The highest level that one track reaches between its samples (ITU-R BS.1770-4, annex 2), at every rate:
+/// the samples are brought to four times the rate by two filters of half a band, and a parabola through a
+/// peak and its neighbours finds the top between them. A sine up to 0.46 of the rate is read to 0.1 dB.
+/// Samples that are no finite numbers count as silence.
 class TruePeakMeter
 {
 public:
-    explicit TruePeakMeter(double sampleRate);
+    TruePeakMeter() = default;
 
     void addSamples(std::span<const float> samples);
 
-    /// Linear; what the last samples become with those that follow is not in it.
+    /// Linear; of what the last samples become with those that follow only the samples themselves are in it.
     float truePeak() const { return mTruePeak; }
 
 private:
-    static constexpr size_t kMostTaps = 25;
+    /// What the filters see before and behind a sample.
+    static constexpr size_t kReach = 24;
     static constexpr size_t kRunNumSamples = 1024;
-
-    /// The curve between two samples at one of the steps there: a weight for each of the newest samples, the
-    /// newest first.
-    struct Step {
-        std::array<float, kMostTaps> weights{};
-        float largestGain = 0.0F; ///< what a sample of 1 can come to at most
-    };
+    /// Loops go on to the end of a vector register.
+    static constexpr size_t kRoomBehind = 32;
 
     void addRun(std::span<const float> samples);
-    float peakAtStep(const Step& step, size_t numSamples) const;
+    void addBetweenSamples(size_t numSamples);
+    void addTops(size_t numSamples);
 
-    size_t mNumTaps = 0;
-    std::vector<Step> mSteps;
+    static constexpr size_t kRoom = kRunNumSamples + kRoomBehind;
     /// The samples of a run behind the last ones before it.
-    std::array<float, kMostTaps + kRunNumSamples> mSamples{};
-    float mPeakBefore = 0.0F; ///< of the run before
+    std::array<float, 2 * kReach + kRoom> mSamples{};
+    /// What lies a quarter, a half and three quarters after each sample.
+    std::array<float, kRoom> mQuarters{};
+    std::array<float, kRoom> mHalves{};
+    std::array<float, kRoom> mThreeQuarters{};
+    float mPeakBefore = 0.0F; ///< of the samples before the run
     float mTruePeak = 0.0F;
 };
 
