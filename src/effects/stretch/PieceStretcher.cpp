@@ -6,6 +6,7 @@
 #include <QThread>
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <numbers>
 
 namespace velloria
@@ -23,6 +24,8 @@ constexpr double kContextSeconds = 0.15;
 constexpr double kHalfFadeSeconds = 0.01;
 constexpr uint64_t kReadNumFrames = 65536;
 constexpr int64_t kWrittenNumFrames = 16384;
+/// Of a piece's sound: as much as makes a block of memory that goes back to the system at once.
+constexpr int64_t kBlockNumFrames = int64_t{1} << 18;
 /// More silence than pushes the end of a sound out of the engine: some of its windows.
 constexpr double kSilenceSeconds = 2.0;
 constexpr double kSilenceNumFrames = 65536.0;
@@ -49,6 +52,14 @@ SampleBlock slice(const SampleBlock& block, int64_t start, int64_t end)
     return part;
 }
 
+std::deque<SampleBlock> blocksOf(const SampleBlock& sound, int64_t start, int64_t end)
+{
+    std::deque<SampleBlock> blocks;
+    for (; start < end; start += kBlockNumFrames)
+        blocks.push_back(slice(sound, start, std::min(end, start + kBlockNumFrames)));
+    return blocks;
+}
+
 int64_t lengthOf(const SampleBlock& block)
 {
     return block.empty() ? 0 : std::ssize(block.front());
@@ -72,25 +83,72 @@ double correlation(const SampleBlock& a, const SampleBlock& b, size_t count)
     return divisor > 0.0 ? std::clamp(product / divisor, 0.0, 1.0) : 1.0;
 }
 
+int64_t lengthOf(const std::deque<SampleBlock>& blocks)
+{
+    int64_t length = 0;
+    for (const SampleBlock& block : blocks)
+        length += lengthOf(block);
+    return length;
+}
+
+/// The sound of a piece, in blocks that are let go of when they are used up; then silence.
+class PieceFeed
+{
+public:
+    explicit PieceFeed(std::deque<SampleBlock>& blocks)
+        : mBlocks(blocks)
+        , mTaken(blocks.front().size(), FloatBuffer(SoundStretcher::kMostPutFrames))
+        , mChannels(mTaken.size())
+    {
+    }
+
+    /// The next frames, kMostPutFrames at most.
+    const std::vector<SoundStretcher::Channel>& take(size_t count)
+    {
+        for (size_t taken = 0; taken < count;) {
+            const size_t left = mBlocks.empty() ? count : mBlocks.front().front().size() - mStart;
+            const size_t part = std::min(count - taken, left);
+            for (size_t track = 0; track < mTaken.size(); ++track) {
+                float* const to = mTaken[track].data() + taken;
+                if (mBlocks.empty())
+                    std::fill_n(to, part, 0.0F);
+                else
+                    std::copy_n(mBlocks.front()[track].data() + mStart, part, to);
+            }
+            taken += part;
+            mStart += part;
+            if (part == left && !mBlocks.empty()) {
+                mBlocks.pop_front();
+                mStart = 0;
+            }
+        }
+        for (size_t track = 0; track < mTaken.size(); ++track)
+            mChannels[track] = std::span(mTaken[track]).first(count);
+        return mChannels;
+    }
+
+private:
+    std::deque<SampleBlock>& mBlocks;
+    size_t mStart = 0; ///< in the first block
+    SampleBlock mTaken;
+    std::vector<SoundStretcher::Channel> mChannels;
+};
+
 /// The first `numNeeded` frames of what a sound becomes; fewer when so much silence behind it does not push
-/// them out.
-SampleBlock startOfResult(SoundStretcher& stretcher, const SampleBlock& sound, size_t numNeeded,
+/// them out. The sound is used up.
+SampleBlock startOfResult(SoundStretcher& stretcher, std::deque<SampleBlock>& sound, size_t numNeeded,
                           size_t mostSilence)
 {
-    SampleBlock all(sound.size());
+    SampleBlock all(sound.front().size());
     for (FloatBuffer& track : all)
         track.reserve(numNeeded);
-    const FloatBuffer silence(SoundStretcher::kMostPutFrames, 0.0F);
-    const size_t length = sound.front().size();
-    std::vector<SoundStretcher::Channel> channels(sound.size());
+    const auto length = static_cast<size_t>(lengthOf(sound));
+    PieceFeed feed(sound);
     for (size_t start = 0; all.front().size() < numNeeded && start < length + mostSilence;) {
         size_t count = stretcher.numFramesWanted();
         if (start < length)
             count = std::min(count, length - start);
-        for (size_t track = 0; track < sound.size(); ++track)
-            channels[track] = start < length ? std::span(sound[track]).subspan(start, count)
-                                             : std::span(silence).first(count);
-        stretcher.put(channels);
+        stretcher.put(feed.take(count));
         start += count;
         while (all.front().size() < numNeeded && stretcher.numFramesReady() > 0)
             stretcher.take(all, numNeeded - all.front().size());
@@ -122,8 +180,10 @@ int64_t PieceStretcher::placeInResult(int64_t frame) const
 bool PieceStretcher::fill(const Read& read, int64_t end)
 {
     SampleBlock block;
+    // The last read goes beyond the end.
+    const int64_t most = std::min(end + static_cast<int64_t>(kReadNumFrames), mNumFrames) - mHeldStart;
     for (FloatBuffer& track : mHeld)
-        track.reserve(static_cast<size_t>(std::max<int64_t>(0, std::min(end, mNumFrames) - mHeldStart)));
+        track.reserve(static_cast<size_t>(std::max<int64_t>(0, most)));
     while (!mIsAtEnd && mHeldStart + lengthOf(mHeld) < std::min(end, mNumFrames)) {
         const int64_t missing = mNumFrames - mHeldStart - lengthOf(mHeld);
         if (read(std::min(kReadNumFrames, static_cast<uint64_t>(missing)), block) && lengthOf(block) > 0)
@@ -162,19 +222,20 @@ PieceStretcher::Piece PieceStretcher::nextPiece(const Read& read)
     piece.contextStart = std::max<int64_t>(0, piece.start - mContext);
     fill(read, piece.end + mContext);
     const int64_t contextEnd = std::min(piece.end + mContext, mHeldStart + lengthOf(mHeld));
-    piece.sound = slice(mHeld, piece.contextStart - mHeldStart, contextEnd - mHeldStart);
+    piece.sound = blocksOf(mHeld, piece.contextStart - mHeldStart, contextEnd - mHeldStart);
     // A sound may end before it was said to.
     piece.isLast = piece.end >= mNumFrames || (mIsAtEnd && piece.end >= mHeldStart + lengthOf(mHeld));
     mNextStart = piece.end;
     const int64_t needed = std::max<int64_t>(mHeldStart, piece.end - mContext);
-    dropFront(mHeld, needed - mHeldStart);
+    // With the memory.
+    mHeld = slice(mHeld, needed - mHeldStart, lengthOf(mHeld));
     mHeldStart = needed;
     return piece;
 }
 
 MaybeError PieceStretcher::stretch(Piece& piece) const
 {
-    const auto stretcher = SoundStretcher::forWhole(mSampleRate, piece.sound.size(), mSettings);
+    const auto stretcher = SoundStretcher::forWhole(mSampleRate, piece.sound.front().size(), mSettings);
     if (!stretcher)
         return Error{
             Error::Code::failed,
@@ -188,7 +249,7 @@ MaybeError PieceStretcher::stretch(Piece& piece) const
     const auto mostSilence =
         static_cast<size_t>(std::max(kSilenceNumFrames, kSilenceSeconds * mSampleRate) / shortening);
     SampleBlock all = startOfResult(*stretcher, piece.sound, static_cast<size_t>(to - offset), mostSilence);
-    piece.sound = SampleBlock();
+    piece.sound.clear();
     if (lengthOf(all) < to - offset)
         return Error{
             Error::Code::failed,
@@ -231,31 +292,45 @@ MaybeError PieceStretcher::append(Piece& piece, const Write& write)
     return std::nullopt;
 }
 
+/// Writes those whose turn it is.
+MaybeError PieceStretcher::appendStretched(std::deque<Piece>& pieces, const Write& write)
+{
+    while (!pieces.empty() && pieces.front().isStretched) {
+        if (MaybeError error = append(pieces.front(), write))
+            return error;
+        pieces.pop_front();
+    }
+    return std::nullopt;
+}
+
 MaybeError PieceStretcher::processNext(const Read& read, const Write& write)
 {
-    std::vector<Piece> pieces;
-    // How many there are at once does not change what comes out, only how long it takes.
-    const auto numAtOnce = static_cast<size_t>(std::max(2, QThread::idealThreadCount())) * 2;
+    // How many there are at once does not change what comes out, only how long it takes. Each is cut off when
+    // a core is free for it and written when all before it are, so that little is kept in memory.
+    const int numAtOnce = std::max(2, QThread::idealThreadCount()) * 2;
+    std::mutex mutex;
+    std::deque<Piece> pieces; ///< whose places do not change when others come and go at the ends
+    MaybeError error;
     int64_t numFrames = 0;
-    while (pieces.size() < numAtOnce && !mIsDone && numFrames < frames(kLongestSeconds)) {
-        pieces.push_back(nextPiece(read));
-        numFrames += pieces.back().end - pieces.back().start;
-        mIsDone = pieces.back().isLast;
-        if (lengthOf(pieces.back().sound) == 0)
+    runConcurrently(numAtOnce, [&](int) {
+        std::unique_lock lock(mutex);
+        if (error || mIsDone || numFrames >= frames(kLongestSeconds))
+            return;
+        Piece& piece = pieces.emplace_back(nextPiece(read));
+        numFrames += piece.end - piece.start;
+        mIsDone = piece.isLast;
+        if (piece.sound.empty()) {
             pieces.pop_back();
-    }
-    std::vector<MaybeError> errors(pieces.size());
-    runConcurrently(static_cast<int>(pieces.size()), [&](int i) {
-        const auto index = static_cast<size_t>(i);
-        errors[index] = stretch(pieces[index]);
+            return;
+        }
+        lock.unlock();
+        const MaybeError failure = stretch(piece);
+        lock.lock();
+        piece.isStretched = !failure;
+        if (!error)
+            error = failure ? failure : appendStretched(pieces, write);
     });
-    for (const MaybeError& error : errors)
-        if (error)
-            return error;
-    for (Piece& piece : pieces)
-        if (MaybeError error = append(piece, write))
-            return error;
-    return std::nullopt;
+    return error;
 }
 
 } // namespace velloria

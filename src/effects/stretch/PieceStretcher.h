@@ -5,6 +5,7 @@
 #include "platform/codec/SoundStretcher.h"
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <vector>
 
@@ -17,9 +18,9 @@ namespace velloria
 class PieceStretcher
 {
 public:
-    /// Gives the next frames of the sound; false at its end.
+    /// Gives the next frames of the sound; false at its end. On any thread, one call at a time.
     using Read = std::function<bool(uint64_t numFrames, SampleBlock& block)>;
-    /// Takes frames of the result.
+    /// Takes frames of the result. Likewise.
     using Write = std::function<MaybeError(const SampleBlock& block)>;
 
     /// `numFrames` frames become `numWanted`.
@@ -37,8 +38,9 @@ private:
         int64_t start = 0;
         int64_t end = 0;
         int64_t contextStart = 0;
-        SampleBlock sound; ///< with its context
+        std::deque<SampleBlock> sound; ///< with its context, in blocks that go as they are used
         SampleBlock result;
+        bool isStretched = false;
         bool isLast = false;
     };
     int64_t placeInResult(int64_t frame) const;
@@ -47,6 +49,7 @@ private:
     int64_t endOfPiece(const Read& read);
     Piece nextPiece(const Read& read);
     MaybeError stretch(Piece& piece) const;
+    MaybeError appendStretched(std::deque<Piece>& pieces, const Write& write);
     MaybeError append(Piece& piece, const Write& write);
     void join(SampleBlock& result);
 
