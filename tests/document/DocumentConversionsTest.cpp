@@ -50,6 +50,41 @@ TEST(DocumentConversions, MixesDownWithVolumesAndPans)
     }
 }
 
+TEST(DocumentConversions, MixesManyTracksAsALoopDoes)
+{
+    // Lengths on both sides of the blocks' ends.
+    const size_t lengths[] = {50'000, 16'384, 16'385, 32'768, 1, 0, 40'000, 49'999};
+    std::vector<FloatBuffer> sounds;
+    for (size_t i = 0; i < std::size(lengths); ++i)
+        sounds.push_back(kit::noise(lengths[i], static_cast<unsigned>(i + 1)));
+    const double pans[] = {-1.0, 1.0, 0.0, -0.3, 0.7, 0.1, 0.25, -0.999};
+    for (const bool isStereo : {false, true}) {
+        const auto document = kit::documentOf(sounds);
+        for (size_t i = 0; i < sounds.size(); ++i) {
+            (*document->audioTracks())[i]->setPan(pans[i]);
+            (*document->audioTracks())[i]->setScalarVolume(0.1 + 0.3 * static_cast<double>(i));
+        }
+        SilentProgress progress;
+        EXPECT_FALSE(isStereo ? document->mixdownToStereo(progress) : document->mixdownToMono(progress));
+        const kit::TrackSamples mixed = kit::samplesOf(*document);
+        ASSERT_EQ(mixed.size(), isStereo ? 2U : 1U);
+        for (size_t side = 0; side < mixed.size(); ++side) {
+            ASSERT_EQ(mixed[side].size(), 50'000U);
+            for (size_t frame = 0; frame < 50'000; ++frame) {
+                double sum = 0.0;
+                for (size_t i = 0; i < sounds.size(); ++i) {
+                    const double balance =
+                        side == 0 ? 1.0 - std::max(0.0, pans[i]) : 1.0 + std::min(0.0, pans[i]);
+                    const double volume = 0.1 + 0.3 * static_cast<double>(i);
+                    if (frame < sounds[i].size())
+                        sum += sounds[i][frame] * volume * (isStereo ? balance : 0.5);
+                }
+                ASSERT_NEAR(mixed[side][frame], sum, 2e-6) << side << " " << frame;
+            }
+        }
+    }
+}
+
 TEST(DocumentConversions, ACancelledMixdownKeepsWhatWasMixed)
 {
     const auto document = kit::documentOf({kit::ramp(50'000, 0), kit::ramp(50'000, 0)});
@@ -86,6 +121,48 @@ TEST(DocumentConversions, ResamplesWithMarkersPansAndRateAsOneStep)
     EXPECT_EQ(document->sampleRate(), 44'100);
     EXPECT_EQ(kit::samplesOf(*document), before);
     EXPECT_EQ(kit::positionsOf(*document->audioMarkers()), (std::vector<int64_t>{0, 147, 22'050, 44'101}));
+}
+
+TEST(DocumentConversions, ResamplesManySinesAtOnceToWhatTheyAreAtTheNewRate)
+{
+    struct Pair {
+        double from;
+        double to;
+    };
+    const Pair pairs[] = {{44100, 48000}, {48000, 44100}, {44100, 22050}, {22050, 192000},
+                          {96000, 44100}, {44100, 44056}, {192000, 8000}, {8000, 11025}};
+    for (const Pair pair : pairs) {
+        SCOPED_TRACE(testing::Message() << pair.from << " to " << pair.to);
+        // Close to the end of the passband the level falls by up to 0.01 dB.
+        const double highest = 0.4 * std::min(pair.from, pair.to);
+        const auto soundAt = [highest](double seconds, int track) {
+            double sum = 0.0;
+            for (int k = 1; k <= 12; ++k)
+                sum += std::sin(2 * std::numbers::pi * highest * k / 12.0 * seconds + k * k + track);
+            return sum / 12.0;
+        };
+        const auto numFrames = static_cast<size_t>(pair.from / 2.0) + 1;
+        std::vector<FloatBuffer> sounds(3, FloatBuffer(numFrames));
+        for (int track = 0; track < 3; ++track)
+            for (size_t i = 0; i < numFrames; ++i)
+                sounds[static_cast<size_t>(track)][i] =
+                    static_cast<float>(soundAt(static_cast<double>(i) / pair.from, track));
+        const auto document = kit::documentOf(sounds);
+        document->undoableSetSampleRate(pair.from);
+        SilentProgress progress;
+        EXPECT_FALSE(document->resampleTo(pair.to, document->totalTime(), progress));
+        const kit::TrackSamples converted = kit::samplesOf(*document);
+        ASSERT_EQ(converted.size(), 3U);
+        // Where it begins and ends there is silence beside it, which is part of the sound.
+        const auto edge = static_cast<size_t>(0.1 * pair.to);
+        for (int track = 0; track < 3; ++track) {
+            const FloatBuffer& samples = converted[static_cast<size_t>(track)];
+            EXPECT_EQ(samples.size(),
+                      static_cast<size_t>(std::ceil(static_cast<double>(numFrames) * pair.to / pair.from)));
+            for (size_t i = edge; i + edge < samples.size(); ++i)
+                ASSERT_NEAR(samples[i], soundAt(static_cast<double>(i) / pair.to, track), 3e-6) << i;
+        }
+    }
 }
 
 TEST(DocumentConversions, AnotherDurationAtTheRateThatItAmountsToMovesNoSample)

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <numeric>
+#include <random>
 #include <thread>
 
 namespace velloria
@@ -75,6 +76,36 @@ TEST(Dither, QuantisesAsTold)
     EXPECT_EQ(ditheredSample(-1.0F, 32, generator), -2147483647);
     EXPECT_EQ(ditheredSample(-9.0F, 25, generator), -2147483647);
     EXPECT_EQ(ditheredSample(std::numeric_limits<float>::quiet_NaN(), 32, generator), 0);
+}
+
+/// The rule in plain arithmetic: floors and remainders where the program shifts and masks.
+long long quantisedSlowly(float sample, int depth, double threshold)
+{
+    const int kept = depth <= 8 ? 8 : depth <= 16 ? 16 : 24;
+    const long double unit = std::pow(2.0L, 32 - kept);
+    const long double largest = std::pow(2.0L, kept - 1) - 1;
+    const long double inRange = std::clamp<long double>(sample, -1.0L, 1.0L);
+    const long double whole = std::round(inRange * 2147483647.0L);
+    const long double below = std::floor(whole / unit);
+    const double fraction = static_cast<double>(whole - below * unit) / static_cast<double>(unit - 1.0L);
+    return static_cast<long long>(below < largest && fraction > threshold ? below + 1.0L : below);
+}
+
+TEST(Dither, FollowsTheRuleForTheSameRandomNumbers)
+{
+    DitherGenerator generator(5);
+    DitherGenerator same(5);
+    std::mt19937 random(9);
+    std::uniform_real_distribution<float> values(-1.1F, 1.1F);
+    for (const int depth : {1, 8, 12, 16, 20, 24}) {
+        for (int i = 0; i < 50'000; ++i) {
+            const float sample = i % 3 == 0 ? values(random) * 1e-4F : values(random);
+            const auto sum = static_cast<double>(same.next());
+            ASSERT_EQ(ditheredSample(sample, depth, generator),
+                      quantisedSlowly(sample, depth, sum / 2147483647.0 * 0.5))
+                << sample << " at " << depth;
+        }
+    }
 }
 
 TEST(Dither, ARandomNumberIsDrawnForEverySampleBelow25Bits)
