@@ -2,6 +2,7 @@
 
 #include "formats/chunks/ChunkNames.h"
 #include "formats/chunks/UnusedBytes.h"
+#include "formats/wave/InfoList.h"
 
 #include <QtEndian>
 #include <algorithm>
@@ -93,22 +94,26 @@ ByteRange rangeUpTo(int64_t end, const RiffChunk& chunk)
     return {chunk.payloadOffset(), std::max<int64_t>(0, std::min(chunk.end(), end) - chunk.payloadOffset())};
 }
 
-void declareInfoEntry(const RiffChunk& entry, ByteRange bytes, FileLedger& ledger)
+void declareInfoEntry(const RiffChunk& entry, ByteRange bytes, const WaveChunkFate& fate, FileLedger& ledger)
 {
+    const QString key = InfoList::keyOf(entry.ident);
     // Some programs put their name into every file.
     if (entry.size == 0 || entry.ident == fourCharCode("ISFT"))
         ledger.addStructure(bytes);
+    else if (!key.isEmpty() && fate.keysTaken.contains(key))
+        ledger.addInModel(bytes);
     else
-        ledger.addNotKept(ItemKind::tag, nameOfChunk(entry.ident, infoNames), bytes);
+        ledger.add({ItemKind::tag, fate.keeping, nameOfChunk(entry.ident, infoNames), bytes});
 }
 
-void declareList(ByteRange list, const FileHandle& handle, ChunkByteOrder byteOrder, FileLedger& ledger)
+void declareList(ByteRange list, const FileHandle& handle, ChunkByteOrder byteOrder,
+                 const WaveChunkFate& fate, FileLedger& ledger)
 {
     const FourCharCode listType = identAt(handle, list.offset);
     const QString name = QStringLiteral("LIST (%1)").arg(nameOfChunk(listType, {}));
     const bool isInfo = listType == fourCharCode("INFO");
     if (list.length < listTypeLength || (!isInfo && listType != fourCharCode("adtl"))) {
-        ledger.addNotKept(ItemKind::part, name, list);
+        ledger.add({ItemKind::part, fate.keeping, name, list});
         return;
     }
     int64_t end = list.offset + listTypeLength;
@@ -120,9 +125,9 @@ void declareList(ByteRange list, const FileHandle& handle, ChunkByteOrder byteOr
         const ByteRange bytes = rangeUpTo(list.end(), entry);
         ledger.addStructure({end, bytes.offset - end});
         if (isInfo)
-            declareInfoEntry(entry, bytes, ledger);
+            declareInfoEntry(entry, bytes, fate, ledger);
         else
-            ledger.addNotKept(ItemKind::part, nameOfChunk(entry.ident, chunkNames), bytes);
+            ledger.add({ItemKind::part, fate.keeping, nameOfChunk(entry.ident, chunkNames), bytes});
         end = bytes.end();
     }
     declareUnused(ledger, handle, {end, list.end() - end}, QStringLiteral("%1 bytes of ") + name);
@@ -131,15 +136,15 @@ void declareList(ByteRange list, const FileHandle& handle, ChunkByteOrder byteOr
 } // namespace
 
 void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, ChunkByteOrder byteOrder,
-                      FileLedger& ledger)
+                      const WaveChunkFate& fate, FileLedger& ledger)
 {
     const ByteRange bytes = rangeUpTo(handle.length(), chunk);
     if (chunk.size == 0 || isFiller(chunk.ident))
         ledger.addStructure(bytes);
     else if (chunk.ident == fourCharCode("LIST"))
-        declareList(bytes, handle, byteOrder, ledger);
+        declareList(bytes, handle, byteOrder, fate, ledger);
     else
-        ledger.addNotKept(ItemKind::part, nameOfChunk(chunk.ident, chunkNames), bytes);
+        ledger.add({ItemKind::part, fate.keeping, nameOfChunk(chunk.ident, chunkNames), bytes});
 }
 
 } // namespace velloria

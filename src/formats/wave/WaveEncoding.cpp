@@ -12,11 +12,6 @@ namespace
 constexpr int64_t longestDescription = 65536;
 constexpr int64_t unknownSize = 0xFFFFFFFF;
 
-QByteArray padded(FourCharCode ident, const QByteArray& payload)
-{
-    return riffChunkHeader(ident, payload.size()) + payload + QByteArray(payload.size() % 2, '\0');
-}
-
 } // namespace
 
 std::optional<WaveEncoding> WaveEncoding::ofFile(const FileHandle& handle)
@@ -38,12 +33,6 @@ std::optional<WaveEncoding> WaveEncoding::ofFile(const FileHandle& handle)
         encoding.fact = handle.readAt(fact->payloadOffset(), fact->size);
     encoding.sound = {data->payloadOffset(), data->size};
     return encoding;
-}
-
-QByteArray WaveEncoding::chunks() const
-{
-    const QByteArray bytes = padded(fourCharCode("fmt "), format);
-    return fact.isEmpty() ? bytes : bytes + padded(fourCharCode("fact"), fact);
 }
 
 } // namespace velloria

@@ -19,9 +19,6 @@ struct WaveEncoding {
 
     /// Nothing where the file is big-endian, or one of these is cut short or was never completed.
     static std::optional<WaveEncoding> ofFile(const FileHandle& handle);
-
-    /// The two chunks as they stand in front of the sound.
-    QByteArray chunks() const;
 };
 
 } // namespace velloria

@@ -103,6 +103,7 @@ MaybeError WaveFile::readHeader()
     readSoundDataChunk();
     readMarkerChunk();
     readMetadata();
+    readInfoList();
     readBroadcastWaveFileChunks();
     declareFormat();
     declareChunks();
@@ -182,6 +183,7 @@ void WaveFile::readMarkerChunk()
     WaveMarkers::Result result = WaveMarkers::markersOfPayload(payloadOf(*chunk));
     mLedger.addInModel(payloadRangeOf(*chunk));
     markDeclared(*chunk);
+    mModelOffsets.push_back(chunk->offset);
     if (!result.isComplete)
         tellOfDamagedMarkers(*chunk, "WaveFile");
     mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
@@ -192,10 +194,28 @@ void WaveFile::readMetadata()
     const RiffChunk* chunk = chunks().find(tagIdent);
     if (!chunk)
         chunk = chunks().find(lowerCaseTagIdent);
-    if (chunk)
+    if (chunk) {
         readId3Chunk(*chunk, "WaveFile");
+        mModelOffsets.push_back(chunk->offset);
+    }
+    mHasTagChunk = chunk || mContainer.offset > 0;
     if (mContainer.offset > 0)
         readTagInFront(chunk != nullptr);
+}
+
+/// Its texts count where no tag says otherwise.
+void WaveFile::readInfoList()
+{
+    const auto found = std::ranges::find_if(chunks().chunks(), [this](const RiffChunk& chunk) {
+        return canCarryOver(chunk) && kindOf(chunk) == fourCharCode("INFO");
+    });
+    if (found == chunks().chunks().end())
+        return;
+    mInfo = InfoList(payloadOf(*found));
+    MetadataDictionary tags = mInfo.dictionary();
+    tags.insert(mMetadata.dictionary());
+    if (!tags.isEmpty())
+        mMetadata.setValuesWithDictionary(tags);
 }
 
 /// A tag that some program put in front of the file counts where the file has none of its own.
@@ -217,8 +237,11 @@ void WaveFile::readBroadcastWaveFileChunks()
         // Numbers in a big-endian file are not what a RIFF file holds under the same name; text is.
         if (!isLittleEndian() && !isText(ident))
             continue;
-        if (const RiffChunk* const chunk = takeChunk(ident))
-            kept.append(riffChunkHeader(ident, chunk->size) + payloadOf(*chunk));
+        const RiffChunk* const chunk = takeChunk(ident);
+        if (!chunk)
+            continue;
+        kept.append(riffChunkHeader(ident, chunk->size) + payloadOf(*chunk));
+        mModelOffsets.push_back(chunk->offset);
     }
     if (!kept.isEmpty())
         mMetadata.setWaveBWFChunks(kept);
@@ -246,7 +269,15 @@ void WaveFile::declareFormat()
 
 void WaveFile::declareOtherChunk(const RiffChunk& chunk)
 {
-    declareWaveChunk(chunk, *fileHandle(), mContainer.byteOrder, mLedger);
+    // Where a tag says otherwise, or the model has another form of it, the text is no part of the model.
+    QStringList keysTaken;
+    const MetadataDictionary texts = mInfo.dictionary();
+    for (auto [key, text] : texts.asKeyValueRange()) {
+        if (mMetadata.dictionary().value(key) == text)
+            keysTaken.append(key);
+    }
+    const Keeping keeping = canCarryOver(chunk) ? Keeping::asBytes : Keeping::notKept;
+    declareWaveChunk(chunk, *fileHandle(), mContainer.byteOrder, {keeping, keysTaken}, mLedger);
 }
 
 std::optional<LinearPcmLayout> WaveFile::linearLayout() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/chunks/ChunkedFile.h"
+#include "formats/wave/InfoList.h"
 #include "formats/wave/WaveContainer.h"
 #include "formats/wave/WaveEncoding.h"
 #include "formats/wave/WaveFormat.h"
@@ -13,7 +14,8 @@ namespace velloria
 /// Integer PCM is read in place; every other encoding only says that it needs decoding. Markers live in a
 /// private "MARK" chunk, tags as an ID3v2 tag in an "ID3 " chunk, and the chunks of Broadcast Wave are
 /// carried through as they are. Damage that leaves sound to read is told in warnings(); a header that makes
-/// no sense is an error.
+/// no sense is an error. Of a file that was opened all other chunks stay where they are, as long as they do
+/// not count frames of sound that has another length now, and the texts of its "LIST INFO" are edited.
 class WaveFile : public ChunkedFile
 {
 public:
@@ -41,7 +43,9 @@ public:
     /// The longest file that is written as RIFF; less than what its sizes can hold only in tests.
     void setLargestRiffFile(int64_t numBytes) { mLargestRiffFile = numBytes; }
 
+    MetadataDictionary writtenTags() const override;
     bool willWrite(const FileItem& item) const override;
+    void takeOverLedger() override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 
@@ -67,18 +71,39 @@ private:
     void readBroadcastWaveFileChunks();
     void declareFormat();
 
+    void readInfoList();
+
+    /// A chunk with its header: bytes, or a stretch of the opened file.
+    struct ChunkToWrite {
+        QByteArray bytes;
+        ByteRange source;
+        int64_t paddedSize() const;
+    };
+    struct ChunkPlan {
+        std::vector<ChunkToWrite> inFront;
+        std::vector<ChunkToWrite> behind;
+    };
+
     const WaveFile* openedWave() const;
+    const WaveFile* editedFile() const;
+    bool holdsSoundAsLongAs(const WaveFile& other) const;
+    FourCharCode kindOf(const RiffChunk& chunk) const;
+    bool canCarryOver(const RiffChunk& chunk) const;
+    bool carriesOver(const WaveFile& edited, const RiffChunk& chunk) const;
+    std::vector<QByteArray> modelChunks() const;
+    InfoList infoToWrite() const;
+    bool infoHoldsAllTags() const;
+    QByteArray factChunk(const QByteArray& payload) const;
+    ChunkPlan chunkPlan() const;
     WaveFormat formatToWrite() const;
     bool keepsFormat() const;
-    /// Everything between the container's header and that of the sound.
-    QByteArray formatChunks() const;
     int64_t soundLength() const;
     int64_t soundOffset(bool isLong) const;
-    std::vector<QByteArray> footerChunks() const;
     /// With the header of one kind or the other.
     int64_t lengthToWrite(bool isLong) const;
     bool isTooLongForRiff() const;
     MaybeError writeContainerChunk(int64_t fileLength);
+    MaybeError writeChunks(const std::vector<ChunkToWrite>& chunks, int64_t* offset);
     MaybeError writeChunk(const QByteArray& chunk, int64_t* offset);
     void convertTwosComplementData(std::span<std::byte> data) const;
 
@@ -86,6 +111,11 @@ private:
     int64_t mLargestRiffFile = largestFileOf32Bits;
     WaveContainer mContainer;
     WaveFormat mFormat;
+    /// Of the file that was opened or written.
+    InfoList mInfo;
+    bool mHasTagChunk = false;
+    /// Of the chunks that the model was read from.
+    std::vector<int64_t> mModelOffsets;
     /// Of the file whose sound this one has, where that is no plain PCM.
     std::optional<WaveEncoding> mKeptEncoding;
 };

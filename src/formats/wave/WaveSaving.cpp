@@ -1,6 +1,7 @@
 #include "formats/file/RateLoss.h"
 #include "formats/wave/WaveFile.h"
 #include "formats/wave/WaveMarkers.h"
+#include "platform/MissedReads.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,11 +14,6 @@ namespace
 {
 
 constexpr uint32_t largestFrame = 65535;
-
-QByteArray chunkWithPayload(FourCharCode ident, const QByteArray& payload)
-{
-    return riffChunkHeader(ident, payload.size()) + payload;
-}
 
 } // namespace
 
@@ -60,18 +56,10 @@ bool WaveFile::keepsFormat() const
            opened->mFormat.containerBits() == mBitsPerSample;
 }
 
-bool WaveFile::willWrite(const FileItem& item) const
+int64_t WaveFile::ChunkToWrite::paddedSize() const
 {
-    const bool isKept = item.keeping == Keeping::asBytes && openedWave() && (keepsFormat() || mKeptEncoding);
-    return isKept || ChunkedFile::willWrite(item);
-}
-
-QByteArray WaveFile::formatChunks() const
-{
-    if (mKeptEncoding)
-        return mKeptEncoding->chunks();
-    const QByteArray chunk = chunkWithPayload(fourCharCode("fmt "), formatToWrite().payload());
-    return chunk + QByteArray(chunk.size() % 2, '\0');
+    const int64_t size = bytes.isEmpty() ? source.length : bytes.size();
+    return size + size % 2;
 }
 
 /// In bytes.
@@ -80,11 +68,15 @@ int64_t WaveFile::soundLength() const
     return mKeptEncoding ? mKeptEncoding->sound.length : frameSize() * mNumberOfFrames;
 }
 
-/// Of the first sample: behind the container's header, with its long sizes, and those of format and sound.
+/// Of the first sample: behind the container's header, with its long sizes, the chunks in front of the sound
+/// and the header of that.
 int64_t WaveFile::soundOffset(bool isLong) const
 {
     const int64_t sizes = isLong ? RiffChunk::headerLength + WaveContainer::longSizesLength : 0;
-    return WaveContainer::headerLength + sizes + formatChunks().size() + RiffChunk::headerLength;
+    int64_t offset = WaveContainer::headerLength + sizes;
+    for (const ChunkToWrite& chunk : chunkPlan().inFront)
+        offset += chunk.paddedSize();
+    return offset + RiffChunk::headerLength;
 }
 
 bool WaveFile::writeHeader(MaybeError* error)
@@ -103,11 +95,11 @@ bool WaveFile::writeHeader(MaybeError* error)
     mContainer.isBW64 = opened && opened->mContainer.isBW64;
     mFormat = formatToWrite();
     mSoundDataOffset = soundOffset(isLong);
-    const QByteArray format = formatChunks();
-    int64_t offset = mSoundDataOffset - RiffChunk::headerLength - format.size();
+    int64_t offset =
+        WaveContainer::headerLength + (isLong ? RiffChunk::headerLength + WaveContainer::longSizesLength : 0);
     MaybeError failure = writeContainerChunk(lengthToWrite(isLong));
     if (!failure)
-        failure = writeChunk(format, &offset);
+        failure = writeChunks(chunkPlan().inFront, &offset);
     if (!failure)
         failure = writeRawData(
             riffChunkHeader(fourCharCode("data"), isLong ? largestFileOf32Bits : soundLength()), offset);
@@ -120,8 +112,8 @@ int64_t WaveFile::lengthToWrite(bool isLong) const
 {
     int64_t length = soundOffset(isLong) + soundLength();
     length += length % 2;
-    for (const QByteArray& chunk : footerChunks())
-        length += chunk.size() + (length + chunk.size()) % 2;
+    for (const ChunkToWrite& chunk : chunkPlan().behind)
+        length += chunk.paddedSize();
     return length;
 }
 
@@ -152,18 +144,6 @@ QStringList WaveFile::soundLosses() const
     return losses;
 }
 
-std::vector<QByteArray> WaveFile::footerChunks() const
-{
-    std::vector<QByteArray> footer;
-    if (mMarkers && !mMarkers->empty())
-        footer.push_back(chunkWithPayload(fourCharCode("MARK"), WaveMarkers::payloadOfMarkers(*mMarkers)));
-    if (const QByteArray tag = id3Chunk(ChunkByteOrder::littleEndian); !tag.isEmpty())
-        footer.push_back(tag);
-    for (const QByteArray& chunk : mMetadata.waveBWFChunks())
-        footer.push_back(chunk);
-    return footer;
-}
-
 MaybeError WaveFile::writeFooter()
 {
     int64_t offset = lengthOfFile();
@@ -171,10 +151,8 @@ MaybeError WaveFile::writeFooter()
     // of what stands behind.
     if (auto error = writeChunk({}, &offset))
         return error;
-    for (const QByteArray& chunk : footerChunks()) {
-        if (auto error = writeChunk(chunk, &offset))
-            return error;
-    }
+    if (auto error = writeChunks(chunkPlan().behind, &offset))
+        return error;
     return writeContainerChunk(offset);
 }
 
@@ -183,6 +161,22 @@ MaybeError WaveFile::writeContainerChunk(int64_t fileLength)
     if (!mContainer.hasLongSizes)
         return writeRawData(WaveContainer::header(fileLength), 0);
     return writeRawData(mContainer.longHeader(fileLength, soundLength(), mNumberOfFrames), 0);
+}
+
+MaybeError WaveFile::writeChunks(const std::vector<ChunkToWrite>& chunks, int64_t* offset)
+{
+    for (const ChunkToWrite& chunk : chunks) {
+        QByteArray bytes = chunk.bytes;
+        if (bytes.isEmpty() && chunk.source.length > 0) {
+            const FileHandle& source = *openedFile()->fileHandle();
+            bytes = source.readAt(chunk.source.offset, chunk.source.length);
+            if (bytes.size() != chunk.source.length)
+                return missedReadsError(source);
+        }
+        if (MaybeError error = writeChunk(bytes, offset))
+            return error;
+    }
+    return std::nullopt;
 }
 
 /// Pads so that the chunk ends at an even offset; `offset` moves behind it.
