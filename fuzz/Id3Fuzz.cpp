@@ -46,13 +46,37 @@ void tryEdits(const QByteArray& tag, const AudioMetadata& read)
     QList<AttachedPicture> pictures = read.artwork().mid(1, 3);
     pictures.append(*AttachedPicture::withPictureData("\x89PNGdata"));
     now.setArtwork(pictures);
-    const QByteArray made = Id3Edit::ofTag(tag)->edited(read, now, {true, 1000});
+    const QByteArray made = Id3Edit::ofTag(tag)->edited(read, now, {true, 1000, std::nullopt});
     const auto layout = Id3Layout::ofTag(made);
     require(layout.has_value());
     AudioMetadata found;
     found.setValuesWithID3Data(made);
     if (isPlain(*layout))
         require(found == now);
+}
+
+/// Every chapter is a marker; with one marker more, and another name, there is one chapter more.
+void tryChapters(const QByteArray& tag)
+{
+    constexpr double rate = 1000.0;
+    const MarkerList markers = Id3Chapters::markers(tag, rate);
+    if (!markers)
+        return;
+    std::vector<AudioMarkerPtr> now;
+    for (const AudioMarkerPtr& marker : *markers)
+        now.push_back(AudioMarker::markerWithMarker(*marker));
+    Id3SoundChange sound;
+    sound.chapters = Id3Chapters::Target{std::make_shared<const std::vector<AudioMarkerPtr>>(now), rate,
+                                         10000, 10000, false};
+    require(Id3Edit::ofTag(tag)->edited({}, {}, sound) == tag);
+    now.front()->setName(QStringLiteral("\u0416"));
+    now.push_back(std::make_shared<AudioMarker>(0, 77, QStringLiteral("new")));
+    sound.chapters->markers = std::make_shared<const std::vector<AudioMarkerPtr>>(now);
+    const QByteArray made = Id3Edit::ofTag(tag)->edited({}, {}, sound);
+    const auto layout = Id3Layout::ofTag(made);
+    const MarkerList found = Id3Chapters::markers(made, rate);
+    if (layout && isPlain(*layout))
+        require(found && found->size() == now.size());
 }
 
 } // namespace
@@ -69,6 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     AudioMetadata metadata;
     metadata.setValuesWithID3Data(tag);
     tryEdits(tag, metadata);
+    tryChapters(tag);
     AudioMetadata other = metadata;
     other.setTitle(QStringLiteral("Other"));
     other.setLyrics({});

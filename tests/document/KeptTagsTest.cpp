@@ -260,4 +260,63 @@ else:
     }
 }
 
+// ffmpeg writes the chapters, and reads them again.
+TEST_F(KeptTagsTest, ChaptersOfAnMp3AreMarkersAndGoBack)
+{
+    makeSource();
+    writeBytes("chapters",
+               ";FFMETADATA1\ntitle=Old\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=One\n"
+               "[CHAPTER]\nTIMEBASE=1/1000\nSTART=400\nEND=1133\ntitle=Two\n");
+    ffmpeg("-i source.wav -i chapters -map_metadata 1 -b:a 128k a.mp3");
+    const auto chapters = [this] {
+        QStringList told;
+        const QString table = run("ffprobe", {"-v", "error", "-show_chapters", "-of", "csv", "a.mp3"});
+        for (const QString& line : table.split('\n', Qt::SkipEmptyParts)) {
+            const QStringList parts = line.split(',');
+            told += QStringList{parts[3], parts[5], parts[7]}.join(' ');
+        }
+        return told.join('|').toStdString();
+    };
+    EXPECT_EQ(chapters(), "0 400 One|400 1133 Two");
+    const QByteArray whole = readBytes("a.mp3");
+    const std::string packets = packetsOf("a.mp3");
+    const auto document = open("a.mp3");
+    ASSERT_TRUE(document);
+    ASSERT_EQ(document->audioMarkers()->size(), 2U);
+    EXPECT_EQ((*document->audioMarkers())[1]->position(), 17640);
+    EXPECT_EQ((*document->audioMarkers())[1]->name(), "Two");
+    EXPECT_THAT(losses(*document, requestFor(*document)), IsEmpty());
+    save(*document, requestFor(*document));
+    EXPECT_TRUE(readBytes("a.mp3") == whole);
+
+    document->setPosition(22050, (*document->audioMarkers())[1]);
+    document->addMarker(markerAt(4410, QStringLiteral("Ж")));
+    EXPECT_THAT(losses(*document, requestFor(*document)), IsEmpty());
+    save(*document, requestFor(*document));
+    // In the order of their frames, of which the new one is the last.
+    EXPECT_EQ(chapters(), "0 100 One|500 1133 Two|100 500 Ж");
+    EXPECT_EQ(packetsOf("a.mp3"), packets);
+
+    // A tenth of a second is cut out in front of the last one.
+    document->replaceDataAtOffset(5000, 4410, 0, ClipList());
+    document->replaceDataAtOffset(5000, 4410, 1, ClipList());
+    document->setPosition(17640, (*document->audioMarkers())[1]);
+    save(*document, requestFor(*document));
+    const auto again = open("a.mp3");
+    ASSERT_TRUE(again);
+    ASSERT_EQ(again->audioMarkers()->size(), 3U);
+    EXPECT_THAT(chapters(), HasSubstr(" 1034 "));
+
+    // Between two milliseconds; and another type holds them by itself.
+    document->setPosition(17650, document->audioMarkers()->front());
+    EXPECT_THAT(losses(*document, requestFor(*document)), testing::Contains(HasSubstr("whole milliseconds")));
+    SaveRequest other = requestFor(*document, "c.wav");
+    other.uti = QStringLiteral("com.microsoft.waveform-audio");
+    EXPECT_THAT(losses(*document, other), Not(testing::Contains(HasSubstr("CHAP"))));
+    document->undoableSetAudioMarkers(nullptr);
+    save(*document, requestFor(*document));
+    EXPECT_EQ(chapters(), "");
+    EXPECT_TRUE(open("a.mp3")->audioMarkers() == nullptr || open("a.mp3")->audioMarkers()->empty());
+}
+
 } // namespace velloria::kit

@@ -90,12 +90,15 @@ void Mp3File::readTag()
     }
     std::optional<FileLedger> tagLedger;
     if (tag) {
-        tagLedger = takeInId3Tag(tag->tagData(), mMetadata);
+        tagLedger = takeInId3Tag(tag->tagData(), mMetadata, true);
         if (!tagLedger)
             mWarnings.append(FileDamage::tagsUnreadable(displayName(filePath())));
     }
     mTags = PacketStreamTags::ofFile(*fileHandle(), tagLedger ? PacketStreamTags::FirstTag::edited
                                                               : PacketStreamTags::FirstTag::replaced);
+    if (!mTags.id3().isEmpty())
+        mMarkers = Id3Chapters::markers(mTags.id3(), mSampleRate);
+    mCanSaveMarkers = mMarkers != nullptr;
     mLedger = packetStreamLedger(*fileHandle(), true, tagLedger, &mPacketTraits);
 }
 
@@ -161,9 +164,19 @@ const Mp3File* Mp3File::openedMp3() const
 Id3Save Mp3File::id3Save() const
 {
     const Mp3File* const opened = openedMp3();
-    return opened
-               ? Id3Save(opened->mTags.id3(), opened->metadata(), mMetadata, id3SoundChange(*opened, *this))
-               : Id3Save(mMetadata);
+    if (!opened)
+        return Id3Save(mMetadata);
+    Id3SoundChange sound = id3SoundChange(*opened, *this);
+    if (mCanSaveMarkers)
+        sound.chapters = chaptersNow(*opened, sound.isEncodedAnew);
+    return Id3Save(opened->mTags.id3(), opened->metadata(), mMetadata, sound);
+}
+
+Id3Chapters::Target Mp3File::chaptersNow(const Mp3File& opened, bool isEncodedAnew) const
+{
+    const double scale = mSampleRate / std::max(1.0, opened.sampleRate());
+    return {mMarkers, mSampleRate, mNumberOfFrames,
+            std::llround(static_cast<double>(opened.numberOfFrames()) * scale), isEncodedAnew};
 }
 
 PacketStreamTags Mp3File::tagsToWrite() const
@@ -183,6 +196,25 @@ void Mp3File::validateAndCorrectParameters()
     DecodedFile::validateAndCorrectParameters();
     mBitRate = effectiveBitRate();
     mDataFormat = DataFormat::kMp3;
+    // Of a file that had chapters they go on being kept; others are not given any.
+    const Mp3File* const opened = openedMp3();
+    mCanSaveMarkers = opened && Id3Chapters::markers(opened->mTags.id3(), 1.0) != nullptr;
+}
+
+/// Those that were read lie on whole milliseconds.
+QString Mp3File::lossOfMarkers() const
+{
+    if (!mMarkers || !mCanSaveMarkers)
+        return {};
+    const bool isBetween =
+        std::any_of(mMarkers->begin(), mMarkers->end(), [this](const AudioMarkerPtr& each) {
+            const uint32_t time = Id3Chapters::timeOf(each->position(), mSampleRate);
+            return Id3Chapters::positionOf(time, mSampleRate) != each->position();
+        });
+    return isBetween
+               ? QStringLiteral("Chapters of MP3 files begin at whole milliseconds; markers between these "
+                                "move by less than one.")
+               : QString();
 }
 
 std::optional<Mp3Encoder::Output> Mp3File::output() const
@@ -215,7 +247,9 @@ QStringList Mp3File::lossesOfEncoding() const
 
 QStringList Mp3File::soundLosses() const
 {
-    const QStringList losses = keptSound() ? QStringList() : lossesOfEncoding();
+    QStringList losses = keptSound() ? QStringList() : lossesOfEncoding();
+    if (const QString loss = lossOfMarkers(); !loss.isEmpty())
+        losses += loss;
     return losses + id3Save().displayLosses(tagsBefore());
 }
 
@@ -259,10 +293,11 @@ MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& ran
     if (range.numFrames == 0)
         return FileDamage::noSoundToSave(displayTypeName());
     const PacketStreamTags tags = tagsToWrite();
-    if (MaybeError error = writeRawData(tags.front(), 0))
+    const QByteArray front = tags.front();
+    if (MaybeError error = writeRawData(front, 0))
         return error;
     mBitRate = effectiveBitRate();
-    mSoundDataOffset = tags.front().size();
+    mSoundDataOffset = front.size();
     Mp3Saver saver(document, range, mBitRate);
     if (const auto written = output())
         mBitRate = written->bitRate;
@@ -293,9 +328,10 @@ MaybeError Mp3File::writeKeptSound(Progress& progress)
     if (!packets)
         return missedReadsError(*keptSound()->fileHandle());
     const PacketStreamTags tags = tagsToWrite();
-    if (MaybeError error = writeRawData(tags.front(), 0))
+    const QByteArray front = tags.front();
+    if (MaybeError error = writeRawData(front, 0))
         return error;
-    mSoundDataOffset = tags.front().size();
+    mSoundDataOffset = front.size();
     if (MaybeError error = copyKeptBytes(*packets, mSoundDataOffset, progress))
         return error;
     return writeRawData(tags.behind(), lengthOfFile());

@@ -15,7 +15,8 @@ namespace velloria
 /// Tags and pictures are those of the ID3v2 tag at the start of the file. Files are written by LAME with a
 /// constant bit rate: the tag, a packet that tells the encoder's delay, the sound. What has more than two
 /// tracks is mixed to stereo as it plays. Packets that are kept are copied with all that stands among them.
-/// All tags of an opened file are edited, whether its packets are kept or not.
+/// All tags of an opened file are edited, whether its packets are kept or not. Chapters in its ID3v2 tag are
+/// markers; a file that had none gets none.
 class Mp3File : public DecodedFile
 {
 public:
@@ -60,11 +61,13 @@ private:
     MaybeError openDecoder();
     int64_t effectiveBitRate() const;
     QStringList lossesOfEncoding() const;
+    QString lossOfMarkers() const;
     QString lossOfPacketTraits() const;
     std::optional<Mp3Encoder::Output> output() const;
     void readTag();
     const Mp3File* openedMp3() const;
     Id3Save id3Save() const;
+    Id3Chapters::Target chaptersNow(const Mp3File& opened, bool isEncodedAnew) const;
     PacketStreamTags tagsToWrite() const;
 
     /// Of an opened file, or of one whose packets were copied to this one.

@@ -60,6 +60,8 @@ QByteArray Id3Edit::edited(const AudioMetadata& read, const AudioMetadata& now, 
 {
     apply(read, now);
     setSound(sound);
+    if (sound.chapters)
+        setChapters(*sound.chapters);
     const bool isUnchanged = mAppended.isEmpty() && std::none_of(mReplacements.begin(), mReplacements.end(),
                                                                  [](const auto& each) { return each; });
     return isUnchanged ? mTag : assembled();
@@ -181,6 +183,14 @@ void Id3Edit::setSound(const Id3SoundChange& sound)
             mReplacements[i] =
                 Id3FrameMaker(mLayout).textInPlaceOf(frame, QString::number(*sound.milliseconds));
     }
+}
+
+void Id3Edit::setChapters(const Id3Chapters::Target& chapters)
+{
+    Id3Chapters::Edit edit = Id3Chapters::edit(mLayout, Id3FrameMaker(mLayout), chapters);
+    for (auto& [index, frame] : edit.replacements)
+        mReplacements[index] = std::move(frame);
+    mAppended += edit.appended;
 }
 
 QByteArrayView Id3Edit::storedBytes(ByteRange bytes) const

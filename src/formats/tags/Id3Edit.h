@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/tags/AudioMetadata.h"
+#include "formats/tags/Id3Chapters.h"
 #include "formats/tags/Id3FrameCollector.h"
 #include "formats/tags/Id3FrameMaker.h"
 #include "formats/tags/Id3Layout.h"
@@ -18,6 +19,8 @@ struct Id3SoundChange {
     bool isEncodedAnew = false;
     /// Another length than before, which a tag may tell.
     std::optional<int64_t> milliseconds;
+    /// Where the chapters are, in a file whose markers these are.
+    std::optional<Id3Chapters::Target> chapters;
 };
 
 /// A change of an ID3v2 tag as it was opened. It keeps its version and every frame whose value nobody
@@ -45,6 +48,7 @@ private:
     void setComment(const QString& key, const QString& text);
     void setPictures(const QList<AttachedPicture>& pictures);
     void setSound(const Id3SoundChange& sound);
+    void setChapters(const Id3Chapters::Target& chapters);
     std::vector<size_t> framesOf(const QString& key) const;
     std::vector<size_t> commentsToChange(const QString& key) const;
     void append(const QString& key, const QString& text);

@@ -1,6 +1,7 @@
 #include "formats/tags/Id3FrameCollector.h"
 
 #include "formats/tags/AudioMetadata.h"
+#include "formats/tags/Id3Chapters.h"
 #include "formats/tags/Id3Genres.h"
 #include "formats/tags/Id3Text.h"
 #include "formats/tags/ValueChanges.h"
@@ -259,9 +260,22 @@ void Id3FrameCollector::nameGenre()
 
 void Id3FrameCollector::noteUnknown(QByteArrayView payload)
 {
+    if (mTakesChapters && takeChapter(payload))
+        return;
     noteNotInModel(nameOfUnknownFrame(mId, payload));
     if (tellsOfThePackets(mId))
         mItems.back().keeping = Keeping::withSound;
+}
+
+/// Their times and titles are read elsewhere (Id3Chapters). False for another frame, or a damaged one.
+bool Id3FrameCollector::takeChapter(QByteArrayView payload)
+{
+    if (mId != "CHAP" && mId != "CTOC")
+        return false;
+    const std::optional<bool> holdsMore = Id3Chapters::holdsMore(mId, payload);
+    if (holdsMore == true)
+        noteNotInModel(QStringLiteral("more of the chapters (%1)").arg(QString::fromLatin1(mId)));
+    return holdsMore.has_value();
 }
 
 void Id3FrameCollector::noteNotInModel(const QString& name, ItemKind kind)

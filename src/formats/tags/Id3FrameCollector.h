@@ -29,6 +29,9 @@ struct Id3FrameRole {
 class Id3FrameCollector
 {
 public:
+    /// For a file whose chapters are markers; in another one they go with the tag.
+    void setTakesChapters(bool takesChapters) { mTakesChapters = takesChapters; }
+
     /// `bytes` is where the whole frame lies in the tag as it is stored.
     void addVersion2Frame(QByteArrayView id, QByteArrayView payload, ByteRange bytes);
     /// The same for versions 2.3 and 2.4.
@@ -52,6 +55,7 @@ private:
     void takePicture(QByteArrayView payload, bool isVersion2);
     bool takeValue(const QString& key, const QString& text);
     void noteUnknown(QByteArrayView payload);
+    bool takeChapter(QByteArrayView payload);
     void noteNotInModel(const QString& name, ItemKind kind = ItemKind::tag);
     void noteLoser(size_t index, const QString& key, const QString& text);
     void nameGenre();
@@ -63,6 +67,7 @@ private:
     std::vector<FileItem> mItems;
     std::vector<Id3FrameRole> mRoles;
     QByteArrayView mId;
+    bool mTakesChapters = false;
     /// Which of them holds the value of a key, and what becomes of that value besides.
     QHash<QString, size_t> mHolders;
     std::map<QString, QStringList> mChanges;

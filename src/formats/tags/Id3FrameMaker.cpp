@@ -69,16 +69,16 @@ QByteArray Id3FrameMaker::frame(const Id3Frame& kind, const QString& text, const
     const bool hasEncoding = !content.isEmpty() && static_cast<uint8_t>(content[0]) <= Id3Encoding::utf8;
     switch (kind.kind) {
     case Id3FrameKind::text:
-        return stored(id, id3TextPayload(text, content, mForm, mLayout.version()), before);
+        return data(id, id3TextPayload(text, content, mForm, mLayout.version()), before);
     case Id3FrameKind::url:
         // The podcast's own programs give it an encoding byte like a text.
         if (mLayout.version() > 2 && hasEncoding)
-            return stored(id, id3TextPayload(text, content, mForm, mLayout.version()), before);
-        return stored(id, encodeId3Address(text), before);
+            return data(id, id3TextPayload(text, content, mForm, mLayout.version()), before);
+        return data(id, encodeId3Address(text), before);
     case Id3FrameKind::comment:
-        return stored(id, id3CommentPayload(text, content, mForm, mLayout.version()), before);
+        return data(id, id3CommentPayload(text, content, mForm, mLayout.version()), before);
     case Id3FrameKind::podcastFlag:
-        return stored(id, QByteArray("\0\0\0\1", 4), before);
+        return data(id, QByteArray("\0\0\0\1", 4), before);
     case Id3FrameKind::pictures:
         break;
     }
@@ -88,17 +88,17 @@ QByteArray Id3FrameMaker::frame(const Id3Frame& kind, const QString& text, const
 QByteArray Id3FrameMaker::textInPlaceOf(const Id3StoredFrame& before, const QString& text) const
 {
     const QByteArray content = before.isUnreadable ? QByteArray() : before.content();
-    return stored(before.id, id3TextPayload(text, content, mForm, mLayout.version()), &before);
+    return data(before.id, id3TextPayload(text, content, mForm, mLayout.version()), &before);
 }
 
 QByteArray Id3FrameMaker::picture(const AttachedPicture& picture, const Id3StoredFrame* before) const
 {
-    return mLayout.version() == 2 ? stored("PIC", picture.id3v220Data(), before)
-                                  : stored("APIC", picture.id3v230Data(), before);
+    return mLayout.version() == 2 ? data("PIC", picture.id3v220Data(), before)
+                                  : data("APIC", picture.id3v230Data(), before);
 }
 
-QByteArray Id3FrameMaker::stored(QByteArrayView id, const QByteArray& payload,
-                                 const Id3StoredFrame* before) const
+QByteArray Id3FrameMaker::data(QByteArrayView id, const QByteArray& payload,
+                               const Id3StoredFrame* before) const
 {
     const int version = mLayout.version();
     QByteArray body = before && before->group ? *before->group + payload : payload;
@@ -115,17 +115,24 @@ QByteArray Id3FrameMaker::stored(QByteArrayView id, const QByteArray& payload,
                     .arg(body.size()));
         return {};
     }
-    const auto size = static_cast<uint32_t>(body.size());
-    QByteArray frame = id.toByteArray();
-    if (version == 2) {
-        frame += bigEndian32(size).sliced(1);
-    } else {
-        frame += version == 4 ? id3SynchSafe(size) : bigEndian32(size);
-        frame += static_cast<char>(before ? before->statusFlags : 0);
-        frame += static_cast<char>(formatFlags);
-    }
-    frame += body;
+    const QByteArray frame = header(id, body.size(), before ? before->statusFlags : 0, formatFlags) + body;
     return mLayout.isUnsynchronised() ? withId3Unsynchronisation(frame) : frame;
+}
+
+QByteArray Id3FrameMaker::partText(QByteArrayView id, const QString& text, QByteArrayView before) const
+{
+    const QByteArray payload = id3TextPayload(text, before, mForm, mLayout.version());
+    return header(id, payload.size(), 0, 0) + payload;
+}
+
+QByteArray Id3FrameMaker::header(QByteArrayView id, qsizetype size, uint8_t statusFlags,
+                                 uint8_t formatFlags) const
+{
+    const auto number = static_cast<uint32_t>(size);
+    if (mLayout.version() == 2)
+        return id.toByteArray() + bigEndian32(number).sliced(1);
+    return id.toByteArray() + (mLayout.version() == 4 ? id3SynchSafe(number) : bigEndian32(number)) +
+           static_cast<char>(statusFlags) + static_cast<char>(formatFlags);
 }
 
 bool needsId3Unsynchronisation(char first, char second)

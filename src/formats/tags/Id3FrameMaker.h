@@ -22,11 +22,15 @@ public:
     /// A text of a frame that the metadata does not know.
     QByteArray textInPlaceOf(const Id3StoredFrame& before, const QString& text) const;
     QByteArray picture(const AttachedPicture& picture, const Id3StoredFrame* before) const;
+    /// A frame of any payload.
+    QByteArray data(QByteArrayView id, const QByteArray& payload, const Id3StoredFrame* before) const;
+    /// A text that is part of another frame, in place of one with the payload `before`, which may be empty.
+    QByteArray partText(QByteArrayView id, const QString& text, QByteArrayView before) const;
 
     static bool canHold(const AttachedPicture& picture, int version);
 
 private:
-    QByteArray stored(QByteArrayView id, const QByteArray& payload, const Id3StoredFrame* before) const;
+    QByteArray header(QByteArrayView id, qsizetype size, uint8_t statusFlags, uint8_t formatFlags) const;
 
     const Id3Layout& mLayout;
     /// Of the tag's first text.

@@ -6,10 +6,10 @@
 namespace velloria
 {
 
-std::optional<FileLedger> takeInId3Tag(const QByteArray& tag, AudioMetadata& metadata)
+std::optional<FileLedger> takeInId3Tag(const QByteArray& tag, AudioMetadata& metadata, bool takesChapters)
 {
     FileLedger ledger;
-    const auto tags = parseId3Tag(tag, &ledger);
+    const auto tags = parseId3Tag(tag, &ledger, takesChapters);
     if (!tags)
         return std::nullopt;
     metadata.setValuesWithDictionary(*tags);

@@ -33,7 +33,7 @@ void collectId3Frames(const Id3Layout& layout, Id3FrameCollector& collector)
     }
 }
 
-std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, FileLedger* ledger)
+std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, FileLedger* ledger, bool takesChapters)
 {
     const auto layout = Id3Layout::ofTag(tag);
     if (!layout)
@@ -42,6 +42,7 @@ std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, FileLedger* le
     FileLedger& account = ledger ? *ledger : ownLedger;
     declareStructure(*layout, tag.size(), account);
     Id3FrameCollector collector;
+    collector.setTakesChapters(takesChapters);
     collectId3Frames(*layout, collector);
     MetadataDictionary values = collector.take(account);
     if (!layout->restIsPadding())

@@ -16,7 +16,9 @@ namespace velloria
 /// `ledger` gets all bytes of the tag, from offset 0 on, each frame by itself: those that AudioMetadata holds
 /// are in the model, every other one goes with the tag and is named by what it says of itself, else by its
 /// ID.
-std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, FileLedger* ledger = nullptr);
+/// `takesChapters`: chapters are in the model, too.
+std::optional<MetadataDictionary> parseId3Tag(QByteArrayView tag, FileLedger* ledger = nullptr,
+                                              bool takesChapters = false);
 
 /// Hands over all frames of a tag, in order.
 void collectId3Frames(const Id3Layout& layout, Id3FrameCollector& collector);

@@ -357,9 +357,9 @@ TEST(Id3EditTest, TablesOfPacketsGoWithThePacketsAndLengthsFollow)
     const QByteArray before = padded(3, tables + text(3, "TLEN", "5000") + sizes + foreign, 0);
     const auto nothing = [](AudioMetadata&) {};
     EXPECT_EQ(edited(before, nothing), before);
-    EXPECT_EQ(edited(before, nothing, {true, std::nullopt}),
+    EXPECT_EQ(edited(before, nothing, {true, std::nullopt, std::nullopt}),
               padded(3, text(3, "TLEN", "5000") + foreign, tables.size() + sizes.size()));
-    EXPECT_EQ(edited(before, nothing, {true, 12345}),
+    EXPECT_EQ(edited(before, nothing, {true, 12345, std::nullopt}),
               padded(3, text(3, "TLEN", "12345") + foreign, tables.size() + sizes.size() - 1));
 }
 
