@@ -158,7 +158,8 @@ TEST_F(RunTest, SaysInALineWhatAnEffectDidNotDo)
         {"noise.wav", "normalize", ""},
     };
     for (const auto& each : cases) {
-        const test::Outcome outcome = cli({"run", each.file, each.command, "-o", "out.wav"});
+        const test::Outcome outcome =
+            cli({"run", each.file, "amplify Gain=-20", each.command, "-o", "out.wav"});
         EXPECT_EQ(outcome.status, 0);
         EXPECT_EQ(outcome.errorLines().size(), each.words[0] ? 1 : 0) << outcome.errors.toStdString();
         EXPECT_TRUE(outcome.errors.contains(each.words)) << outcome.errors.toStdString();
