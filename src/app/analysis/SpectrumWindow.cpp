@@ -63,9 +63,12 @@ SpectrumWindow::SpectrumWindow(Sound sound, QWidget* parent)
     for (QLabel* const label : {mPart, mReadout})
         label->setTextFormat(Qt::PlainText);
     mPart->setForegroundRole(QPalette::PlaceholderText);
-    mPart->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    // What is read out changes with each movement of the mouse: neither may it move nor be cut meanwhile.
+    for (QLabel* const label : {mPart, mReadout})
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    mReadout->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     captions->addWidget(mPart, 1);
-    captions->addWidget(mReadout);
+    captions->addWidget(mReadout, 1);
     layout->addLayout(captions);
     layout->addWidget(mChart, 1);
     layout->addWidget(makeChoices());

@@ -6,6 +6,7 @@
 #include "app/effects/PresetButton.h"
 #include "app/effects/PreviewControls.h"
 #include "app/effects/ResponseEditor.h"
+#include "app/look/EffectWords.h"
 #include "effects/frame/Filter.h"
 
 #include <QCoreApplication>
@@ -25,6 +26,7 @@ EffectDialog::EffectDialog(std::shared_ptr<Filter> filter, const QString& summar
     addPresets(addHeader(summary));
     addResponse();
     addParameters();
+    addRemark();
     addPreview();
     //% "OK"
     addButtons(qtTrId("ok"));
@@ -77,6 +79,27 @@ void EffectDialog::addParameters()
     showWhatIsUsed();
 }
 
+/// What comes out of a measurement is only known when the effect is applied.
+void EffectDialog::addRemark()
+{
+    if (mFilter->needsAnalysis() || !mFilter->source())
+        return;
+    mRemark = new QLabel(this);
+    mRemark->setTextFormat(Qt::PlainText);
+    mRemark->setWordWrap(true);
+    column().addWidget(mRemark);
+    showRemark();
+}
+
+void EffectDialog::showRemark()
+{
+    if (!mRemark)
+        return;
+    const std::optional<EffectRemark> remark = mFilter->remark();
+    mRemark->setText(remark ? EffectWords::said(*remark) : QString());
+    mRemark->setVisible(remark.has_value());
+}
+
 void EffectDialog::setParameter(size_t index, double value)
 {
     edit([this, index, value] { mFilter->editParameter(index, value); });
@@ -121,6 +144,7 @@ void EffectDialog::parameterDidChange(size_t index)
     if (mResponse)
         mResponse->refresh();
     showWhatIsUsed();
+    showRemark();
 }
 
 void EffectDialog::showWhatIsUsed()

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+class QLabel;
+
 namespace velloria
 {
 
@@ -39,6 +41,7 @@ private:
     void resetParameters() override;
     void addResponse();
     void addParameters();
+    void addRemark();
     void addEnvelope(size_t index);
     void addPreview();
     void addPresets(QHBoxLayout& layout);
@@ -48,12 +51,14 @@ private:
     void edit(const std::function<void()>& setParameters);
     void parameterDidChange(size_t index);
     void showWhatIsUsed();
+    void showRemark();
 
     std::shared_ptr<Filter> mFilter;
     EnvelopeEditor* mEnvelope = nullptr;
     ResponseEditor* mResponse = nullptr;
     PreviewControls* mPreview = nullptr;
     PresetButton* mPresets = nullptr;
+    QLabel* mRemark = nullptr; ///< for an effect that knows before it is applied
     std::vector<double> mValuesBefore;
     std::vector<std::vector<double>> mListsBefore;
     int mObserver = 0;

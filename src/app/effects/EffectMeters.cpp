@@ -17,6 +17,7 @@ namespace
 {
 
 constexpr int kTickMilliseconds = 33;
+constexpr int kGroupSpacing = 4;
 /// Less is shown as none.
 constexpr double kLeastDB = 0.05;
 
@@ -67,11 +68,13 @@ EffectMeters::EffectMeters(Source source, QWidget* parent)
     //: Caption of a meter that shows by how many dB an effect lowers the gain
     //% "Gain reduction"
     const QString reduction = qtTrId("effect-meter-gain-reduction");
-    addCaption(reduction, 2, 0);
+    // Its caption belongs to what is below it, not to the scales above.
+    layout->setRowMinimumHeight(2, kGroupSpacing);
+    addCaption(reduction, 3, 0);
     mReduction->setAccessibleName(reduction);
     mReductionText->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    layout->addWidget(mReductionText, 2, 2);
-    layout->addWidget(mReduction, 3, 0, 1, 3);
+    layout->addWidget(mReductionText, 3, 2);
+    layout->addWidget(mReduction, 4, 0, 1, 3);
     showLevels({});
 }
 

@@ -189,7 +189,6 @@ void EditSheets::gridSettings(QWidget& window)
         field->setRange(hasTempo ? 0 : -1e9, 1e9);
         field->setDecimals(4);
         field->setValue(value);
-        field->setMinimumWidth(130);
         auto* const unit = new QComboBox(&sheet);
         //% "Seconds"
         unit->addItem(qtTrId("grid-seconds"), static_cast<int>(SnapSettings::kSeconds));
@@ -201,6 +200,8 @@ void EditSheets::gridSettings(QWidget& window)
         unit->setCurrentIndex(std::max(0, unit->findData(static_cast<int>(units))));
         auto* const row = new QHBoxLayout;
         row->setSpacing(8);
+        // The units of both rows stand below each other, however long their lists are.
+        field->setFixedWidth(130);
         row->addWidget(field);
         row->addWidget(unit, 1);
         sheet.form().addRow(label, row);

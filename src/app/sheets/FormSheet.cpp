@@ -1,5 +1,6 @@
 #include "app/sheets/FormSheet.h"
 
+#include <QAbstractButton>
 #include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -9,6 +10,13 @@
 
 namespace velloria
 {
+
+namespace
+{
+
+constexpr int kLeastWidth = 300;
+
+} // namespace
 
 FormSheet::FormSheet(const QString& title, const QString& okText, QWidget* parent)
     : QDialog(parent, Qt::Sheet)
@@ -21,6 +29,8 @@ FormSheet::FormSheet(const QString& title, const QString& okText, QWidget* paren
     layout->setContentsMargins(22, 18, 22, 16);
     layout->setSpacing(16);
     layout->setSizeConstraint(QLayout::SetFixedSize);
+    // So that the title is not cut.
+    layout->addStrut(kLeastWidth);
     mForm->setLabelAlignment(Qt::AlignRight);
     mForm->setHorizontalSpacing(14);
     mForm->setVerticalSpacing(9);
@@ -50,6 +60,26 @@ void FormSheet::setCondition(std::function<bool()> isAcceptable)
 void FormSheet::check()
 {
     mButtons->button(QDialogButtonBox::Ok)->setEnabled(!mIsAcceptable || mIsAcceptable());
+}
+
+/// The keyboard goes to the first field, and last to the buttons, although they were made first.
+void FormSheet::showEvent(QShowEvent* event)
+{
+    QList<QWidget*> fields;
+    for (QWidget* widget = nextInFocusChain(); widget != this; widget = widget->nextInFocusChain()) {
+        const bool isField = isAncestorOf(widget) && !mButtons->isAncestorOf(widget) && !widget->focusProxy();
+        if (isField && (widget->focusPolicy() & Qt::TabFocus) && widget->isVisibleTo(this))
+            fields.append(widget);
+    }
+    if (!fields.isEmpty()) {
+        QWidget* last = fields.last();
+        for (QAbstractButton* const button : mButtons->buttons()) {
+            setTabOrder(last, button);
+            last = button;
+        }
+        fields.first()->setFocus(Qt::TabFocusReason);
+    }
+    QDialog::showEvent(event);
 }
 
 bool FormSheet::ask()

@@ -25,6 +25,9 @@ public:
     void check();
     bool ask();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     QFormLayout* mForm;
     QDialogButtonBox* mButtons;

@@ -83,6 +83,7 @@ void SplitSheet::addFolder()
     auto* const choose = new QPushButton(qtTrId("split-choose"), this);
     choose->setAutoDefault(false);
     auto* const row = new QHBoxLayout;
+    row->setSpacing(8);
     row->addWidget(mFolder, 1);
     row->addWidget(choose);
     //% "Folder:"

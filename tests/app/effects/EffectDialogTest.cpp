@@ -5,6 +5,7 @@
 #include "app/effects/ParameterRow.h"
 #include "app/effects/PreviewControls.h"
 #include "app/kit/AppTestKit.h"
+#include "app/kit/TabOrder.h"
 #include "app/look/EffectWords.h"
 #include "app/look/Theme.h"
 #include "app/menus/DocumentMenus.h"
@@ -155,6 +156,7 @@ TEST(EffectDialogs, AllFitASmallScreenLightAndDarkAndNameTheirControls)
             ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
             EXPECT_LE(dialog.width(), 1024);
             EXPECT_LE(dialog.height(), 720);
+            expectReadingOrder(dialog);
             for (QWidget* const control : dialog.findChildren<QWidget*>()) {
                 const bool isControl = control->inherits("QSlider") || control->inherits("QDoubleSpinBox") ||
                                        control->inherits("QComboBox");

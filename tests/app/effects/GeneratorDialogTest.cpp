@@ -4,6 +4,7 @@
 #include "app/effects/NoteSheet.h"
 #include "app/effects/ParameterRow.h"
 #include "app/kit/AppTestKit.h"
+#include "app/kit/TabOrder.h"
 #include "app/menus/DocumentMenus.h"
 #include "controllers/SelectionModel.h"
 #include "platform/Log.h"
@@ -126,6 +127,7 @@ TEST_F(GeneratorDialogTest, TheOtherSheetsHaveTheirRowsAndNames)
             ASSERT_EQ(static_cast<qsizetype>(sheet.rows().size()), names.size());
             for (qsizetype i = 0; i < names.size(); ++i)
                 EXPECT_EQ(sheet.rows()[static_cast<size_t>(i)]->description().name, names[i]);
+            expectReadingOrder(sheet);
             keepPicture(sheet, QStringLiteral("insert-%1-%2")
                                    .arg(names.size())
                                    .arg(isDark ? QStringLiteral("dark") : QStringLiteral("light")));

@@ -11,6 +11,7 @@
 #include "effects/filters/Eq3Band.h"
 
 #include <QComboBox>
+#include <QLabel>
 #include <QWheelEvent>
 
 namespace velloria::test
@@ -153,6 +154,22 @@ TEST(ResponseChartTest, WhatTheSampleRateHasNoRoomForIsGrey)
     EXPECT_FALSE(ten.dialog->rows()[9]->editor()->isEnabled());
     EXPECT_FALSE(ten.chart().handles()[9].isOn);
     keepPictures(*ten.dialog, QStringLiteral("equalizer-10-at-22050"));
+    // Of what it would do nothing for, it is said why.
+    OpenEqualizer pass("high pass", 22050.0);
+    const auto isSaid = [&pass] {
+        for (const QLabel* const label : pass.dialog->findChildren<QLabel*>())
+            if (label->isVisible() && label->text().contains(QStringLiteral("10,000 Hz lies above")))
+                return true;
+        return false;
+    };
+    EXPECT_FALSE(isSaid());
+    pass.filter->setParameterValue(0, 10'000.0);
+    EXPECT_TRUE(isSaid());
+    EXPECT_FALSE(pass.dialog->rows()[1]->editor()->isEnabled());
+    EXPECT_TRUE(pass.dialog->rows()[0]->editor()->isEnabled());
+    keepPictures(*pass.dialog, QStringLiteral("high-pass-beyond"));
+    pass.filter->setParameterValue(0, 9'000.0);
+    EXPECT_FALSE(isSaid());
 }
 
 } // namespace velloria::test

@@ -1,4 +1,5 @@
 #include "app/kit/AppTestKit.h"
+#include "app/kit/TabOrder.h"
 #include "app/menus/DocumentMenus.h"
 #include "app/menus/EditActions.h"
 #include "app/preferences/Settings.h"
@@ -76,6 +77,9 @@ TEST_F(EditingTest, SilenceOfATypedLengthInAnyUnit)
         whenShown<FormSheet>([text](FormSheet& sheet) {
             auto* const field = sheet.findChild<TimeField*>();
             auto* const ok = sheet.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+            EXPECT_EQ(sheet.focusWidget(), field) << "who types, types the length";
+            EXPECT_EQ(field->selectedText(), field->text());
+            expectReadingOrder(sheet);
             for (const char* const wrong : {"", "nan", "inf", "-1 s", "0", "1e999 s", "x"}) {
                 field->setText(QString::fromUtf8(wrong));
                 EXPECT_FALSE(ok->isEnabled()) << wrong;
@@ -104,6 +108,7 @@ TEST_F(EditingTest, SheetsDoWhatTheyAreAskedFor)
     window->controller().selection().selectAll();
     window->controller().editing().copy();
     whenShown<FormSheet>([](FormSheet& sheet) {
+        expectReadingOrder(sheet);
         keepPicture(sheet, QStringLiteral("sheet-mix"));
         accept(sheet);
     });
@@ -111,6 +116,7 @@ TEST_F(EditingTest, SheetsDoWhatTheyAreAskedFor)
     EXPECT_EQ(window->document().undoManager().undoText(), QStringLiteral("Mix Paste"));
     whenShown<FormSheet>([](FormSheet& sheet) {
         sheet.findChild<QComboBox*>()->setEditText(QStringLiteral("22050"));
+        expectReadingOrder(sheet);
         keepPicture(sheet, QStringLiteral("sheet-resample"));
         accept(sheet);
     });
@@ -125,6 +131,7 @@ TEST_F(EditingTest, SheetsDoWhatTheyAreAskedFor)
     EXPECT_EQ(window->document().sampleRate(), 44'100);
     EXPECT_EQ(window->document().numberOfFrames(), 22'050);
     whenShown<FormSheet>([](FormSheet& sheet) {
+        expectReadingOrder(sheet);
         keepPicture(sheet, QStringLiteral("sheet-grid"));
         sheet.reject();
     });
@@ -198,6 +205,7 @@ TEST_F(EditingTest, SplitsIntoTheChosenFolder)
     EXPECT_FALSE(ok->isEnabled());
     sheet.findChild<QLineEdit*>()->setText(mFolder.path());
     EXPECT_TRUE(ok->isEnabled());
+    expectReadingOrder(sheet);
     keepPicture(sheet, QStringLiteral("sheet-split"));
     SilentProgress progress;
     EXPECT_EQ(MarkerSplitter(window->document(), sheet.request()).run(progress).paths.size(), 3);
