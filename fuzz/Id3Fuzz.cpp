@@ -1,7 +1,7 @@
+#include "formats/tagediting/Id3Edit.h"
+#include "formats/tagediting/OtherTagEdits.h"
 #include "formats/tags/AudioMetadata.h"
 #include "formats/tags/ID3Data.h"
-#include "formats/tags/Id3Edit.h"
-#include "formats/tags/OtherTagEdits.h"
 #include "platform/Log.h"
 
 #include <cstdlib>

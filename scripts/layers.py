@@ -17,6 +17,8 @@ ORDER = [
     "measurement",
     "formats/ledger",
     "formats/tags",
+    "formats/tagediting",
+    "formats/comments",
     "formats/decoding",
     "formats/saving",
     "formats/file",

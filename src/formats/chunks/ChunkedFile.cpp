@@ -3,7 +3,7 @@
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/file/Id3SoundChange.h"
-#include "formats/tags/Id3Intake.h"
+#include "formats/tagediting/Id3Intake.h"
 #include "platform/Log.h"
 
 #include <algorithm>

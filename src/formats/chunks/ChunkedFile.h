@@ -2,7 +2,7 @@
 
 #include "formats/chunks/RiffChunkList.h"
 #include "formats/file/AudioFile.h"
-#include "formats/tags/Id3Save.h"
+#include "formats/tagediting/Id3Save.h"
 
 namespace velloria
 {

@@ -1,5 +1,7 @@
 #include "formats/flac/FLACFile.h"
 
+#include "formats/comments/VorbisChapters.h"
+#include "formats/comments/VorbisCommentEdit.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/file/StartTime.h"
 #include "formats/flac/FlacConversion.h"
@@ -11,8 +13,6 @@
 #include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/IntegerFeed.h"
-#include "formats/tags/VorbisChapters.h"
-#include "formats/tags/VorbisCommentEdit.h"
 #include "platform/Log.h"
 #include "platform/MissedReads.h"
 

@@ -4,7 +4,7 @@
 #include "formats/flac/FlacLedger.h"
 #include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggStreams.h"
-#include "formats/tags/TagsAround.h"
+#include "formats/tagediting/TagsAround.h"
 #include "platform/Log.h"
 #include "platform/codec/ElementaryStreams.h"
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "formats/comments/VorbisComments.h"
 #include "formats/flac/FlacMetadataEdit.h"
 #include "formats/flac/FlacStreamDecoder.h"
 #include "formats/ledger/FileLedger.h"
-#include "formats/tags/VorbisComments.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 #include "formats/flac/FlacLayout.h"
 
-#include "formats/tags/TagsAround.h"
+#include "formats/tagediting/TagsAround.h"
 
 #include <FLAC/format.h>
 

@@ -1,7 +1,7 @@
 #include "formats/flac/FlacLedger.h"
 
 #include "formats/flac/FlacLayout.h"
-#include "formats/tags/TagsAround.h"
+#include "formats/tagediting/TagsAround.h"
 
 #include <FLAC/format.h>
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "formats/flac/FlacMetadataEdit.h"
 
-#include "formats/tags/PictureBlock.h"
+#include "formats/comments/PictureBlock.h"
 
 #include <FLAC/format.h>
 #include <algorithm>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "document/clips/AudioMarker.h"
+#include "formats/comments/VorbisCommentPacket.h"
 #include "formats/flac/FlacLayout.h"
 #include "formats/tags/AttachedPicture.h"
-#include "formats/tags/VorbisCommentPacket.h"
 #include "platform/Error.h"
 
 #include <QByteArray>

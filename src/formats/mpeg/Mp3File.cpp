@@ -5,8 +5,8 @@
 #include "formats/file/Id3SoundChange.h"
 #include "formats/mpeg/Mp3Saver.h"
 #include "formats/mpeg/PacketStreamLedger.h"
+#include "formats/tagediting/Id3Intake.h"
 #include "formats/tags/ID3Data.h"
-#include "formats/tags/Id3Intake.h"
 #include "platform/MissedReads.h"
 #include "platform/codec/ElementaryStreams.h"
 

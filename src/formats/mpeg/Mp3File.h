@@ -2,7 +2,7 @@
 
 #include "formats/file/DecodedFile.h"
 #include "formats/mpeg/PacketStreamTags.h"
-#include "formats/tags/Id3Save.h"
+#include "formats/tagediting/Id3Save.h"
 #include "platform/codec/ElementaryStreams.h"
 #include "platform/codec/Mp3Encoder.h"
 

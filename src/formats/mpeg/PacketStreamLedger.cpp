@@ -1,6 +1,6 @@
 #include "formats/mpeg/PacketStreamLedger.h"
 
-#include "formats/tags/TagsAround.h"
+#include "formats/tagediting/TagsAround.h"
 
 namespace velloria
 {

@@ -1,7 +1,7 @@
 #include "formats/mpeg/PacketStreamTags.h"
 
 #include "formats/mpeg/PacketStreamLedger.h"
-#include "formats/tags/OtherTagEdits.h"
+#include "formats/tagediting/OtherTagEdits.h"
 
 namespace velloria
 {

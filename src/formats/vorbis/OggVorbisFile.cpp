@@ -1,5 +1,8 @@
 #include "formats/vorbis/OggVorbisFile.h"
 
+#include "formats/comments/PictureBlock.h"
+#include "formats/comments/VorbisChapters.h"
+#include "formats/comments/VorbisCommentEdit.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/file/StartTime.h"
 #include "formats/ogg/OggHeaderEdit.h"
@@ -8,9 +11,6 @@
 #include "formats/ogg/OggSerialNumber.h"
 #include "formats/ogg/OggStreams.h"
 #include "formats/saving/FrameFeed.h"
-#include "formats/tags/PictureBlock.h"
-#include "formats/tags/VorbisChapters.h"
-#include "formats/tags/VorbisCommentEdit.h"
 #include "formats/vorbis/VorbisConversion.h"
 #include "formats/vorbis/VorbisEncoder.h"
 #include "formats/vorbis/VorbisHeaders.h"

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "formats/comments/VorbisCommentPacket.h"
 #include "formats/file/AudioFile.h"
 #include "formats/file/SurroundLosses.h"
-#include "formats/tags/VorbisCommentPacket.h"
 
 namespace velloria
 {

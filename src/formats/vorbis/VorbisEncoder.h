@@ -1,7 +1,7 @@
 #pragma once
 
+#include "formats/comments/VorbisCommentPacket.h"
 #include "formats/ogg/OggPageWriter.h"
-#include "formats/tags/VorbisCommentPacket.h"
 
 #include <vorbis/codec.h>
 

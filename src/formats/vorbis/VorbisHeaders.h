@@ -1,7 +1,7 @@
 #pragma once
 
+#include "formats/comments/VorbisCommentPacket.h"
 #include "formats/ogg/OggHeaders.h"
-#include "formats/tags/VorbisCommentPacket.h"
 
 namespace velloria
 {

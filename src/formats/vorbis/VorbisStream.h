@@ -1,7 +1,7 @@
 #pragma once
 
-#include "formats/tags/VorbisCommentPacket.h"
-#include "formats/tags/VorbisComments.h"
+#include "formats/comments/VorbisCommentPacket.h"
+#include "formats/comments/VorbisComments.h"
 #include "formats/vorbis/VorbisLinks.h"
 #include "platform/FileHandle.h"
 

@@ -4,7 +4,7 @@
 #include "formats/decoding/FileDamage.h"
 #include "formats/file/SampleWidth.h"
 #include "formats/streams/EndianSwap.h"
-#include "formats/tags/Id3Intake.h"
+#include "formats/tagediting/Id3Intake.h"
 #include "formats/wave/WaveChunkNames.h"
 #include "formats/wave/WaveMarkers.h"
 #include "platform/Log.h"

@@ -1,7 +1,7 @@
 #include "formats/tags/Id3Chapters.h"
 
+#include "formats/tagediting/Id3Save.h"
 #include "formats/tags/Id3ChapterFrames.h"
-#include "formats/tags/Id3Save.h"
 #include "formats/tags/Id3TestTags.h"
 
 #include <gtest/gtest.h>

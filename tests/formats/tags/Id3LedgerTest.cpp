@@ -1,6 +1,6 @@
+#include "formats/tagediting/Id3Intake.h"
 #include "formats/tags/AudioMetadata.h"
 #include "formats/tags/Id3Frames.h"
-#include "formats/tags/Id3Intake.h"
 #include "formats/tags/Id3Parser.h"
 #include "formats/tags/Id3TestTags.h"
 

@@ -1,4 +1,4 @@
-#include "formats/tags/Id3Save.h"
+#include "formats/tagediting/Id3Save.h"
 
 #include "formats/tags/Id3Writer.h"
 #include "formats/tags/ValueChanges.h"

@@ -1,7 +1,7 @@
-#include "formats/tags/VorbisCommentPacket.h"
+#include "formats/comments/VorbisCommentPacket.h"
 
-#include "formats/tags/PictureBlock.h"
-#include "formats/tags/VorbisCommentEdit.h"
+#include "formats/comments/PictureBlock.h"
+#include "formats/comments/VorbisCommentEdit.h"
 
 #include <QtEndian>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "formats/tags/Id3Intake.h"
+#include "formats/tagediting/Id3Intake.h"
 
 #include "formats/tags/Id3Parser.h"
 #include "formats/tags/ValueChanges.h"

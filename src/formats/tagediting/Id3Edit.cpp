@@ -1,6 +1,6 @@
-#include "formats/tags/Id3Edit.h"
+#include "formats/tagediting/Id3Edit.h"
 
-#include "formats/tags/Id3ExtendedHeader.h"
+#include "formats/tagediting/Id3ExtendedHeader.h"
 #include "formats/tags/Id3Parser.h"
 #include "formats/tags/ValueChanges.h"
 #include "platform/Log.h"

@@ -1,7 +1,7 @@
-#include "formats/tags/VorbisCommentEdit.h"
+#include "formats/comments/VorbisCommentEdit.h"
 
-#include "formats/tags/VorbisCommentNames.h"
-#include "formats/tags/VorbisComments.h"
+#include "formats/comments/VorbisCommentNames.h"
+#include "formats/comments/VorbisComments.h"
 
 #include <algorithm>
 #include <map>

@@ -1,4 +1,4 @@
-#include "formats/tags/VorbisComments.h"
+#include "formats/comments/VorbisComments.h"
 
 #include <QtEndian>
 #include <gtest/gtest.h>

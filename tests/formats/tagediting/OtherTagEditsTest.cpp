@@ -1,4 +1,4 @@
-#include "formats/tags/OtherTagEdits.h"
+#include "formats/tagediting/OtherTagEdits.h"
 
 #include "formats/tags/Id3TestTags.h"
 

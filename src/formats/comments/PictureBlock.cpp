@@ -1,4 +1,4 @@
-#include "formats/tags/PictureBlock.h"
+#include "formats/comments/PictureBlock.h"
 
 #include <QtEndian>
 #include <algorithm>

@@ -1,9 +1,9 @@
-#include "formats/tags/VorbisComments.h"
+#include "formats/comments/VorbisComments.h"
 
-#include "formats/tags/PictureBlock.h"
+#include "formats/comments/PictureBlock.h"
+#include "formats/comments/VorbisChapters.h"
+#include "formats/comments/VorbisCommentNames.h"
 #include "formats/tags/ValueChanges.h"
-#include "formats/tags/VorbisChapters.h"
-#include "formats/tags/VorbisCommentNames.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "formats/ledger/FileLedger.h"
-#include "formats/tags/Id3Edit.h"
+#include "formats/tagediting/Id3Edit.h"
 
 namespace velloria
 {

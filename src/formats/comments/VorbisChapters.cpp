@@ -1,4 +1,4 @@
-#include "formats/tags/VorbisChapters.h"
+#include "formats/comments/VorbisChapters.h"
 
 #include <QRegularExpression>
 #include <algorithm>

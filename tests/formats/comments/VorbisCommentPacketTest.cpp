@@ -1,6 +1,6 @@
-#include "formats/tags/VorbisCommentPacket.h"
+#include "formats/comments/VorbisCommentPacket.h"
 
-#include "formats/tags/PictureBlock.h"
+#include "formats/comments/PictureBlock.h"
 
 #include <gtest/gtest.h>
 

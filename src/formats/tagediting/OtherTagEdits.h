@@ -1,7 +1,7 @@
 #pragma once
 
+#include "formats/tagediting/TagsAround.h"
 #include "formats/tags/AudioMetadata.h"
-#include "formats/tags/TagsAround.h"
 
 #include <QByteArray>
 

@@ -1,6 +1,6 @@
-#include "formats/tags/Id3Edit.h"
+#include "formats/tagediting/Id3Edit.h"
 
-#include "formats/tags/Id3Intake.h"
+#include "formats/tagediting/Id3Intake.h"
 #include "formats/tags/Id3TestTags.h"
 #include "platform/Log.h"
 

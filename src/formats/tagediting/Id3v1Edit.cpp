@@ -1,5 +1,5 @@
+#include "formats/tagediting/OtherTagEdits.h"
 #include "formats/tags/Id3Genres.h"
-#include "formats/tags/OtherTagEdits.h"
 #include "formats/tags/ValueChanges.h"
 
 #include <algorithm>

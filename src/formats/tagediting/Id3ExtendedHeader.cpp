@@ -1,4 +1,4 @@
-#include "formats/tags/Id3ExtendedHeader.h"
+#include "formats/tagediting/Id3ExtendedHeader.h"
 
 #include "formats/tags/Id3FrameMaker.h"
 

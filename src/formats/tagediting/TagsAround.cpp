@@ -1,4 +1,4 @@
-#include "formats/tags/TagsAround.h"
+#include "formats/tagediting/TagsAround.h"
 
 #include "formats/tags/Id3Layout.h"
 

@@ -1,4 +1,4 @@
-#include "formats/tags/VorbisCommentNames.h"
+#include "formats/comments/VorbisCommentNames.h"
 
 #include "formats/tags/AudioMetadata.h"
 

@@ -1,6 +1,6 @@
-#include "formats/tags/VorbisCommentEdit.h"
+#include "formats/comments/VorbisCommentEdit.h"
 
-#include "formats/tags/VorbisChapters.h"
+#include "formats/comments/VorbisChapters.h"
 
 #include <gtest/gtest.h>
 
