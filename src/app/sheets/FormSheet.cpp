@@ -1,6 +1,5 @@
 #include "app/sheets/FormSheet.h"
 
-#include <QAbstractButton>
 #include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -62,24 +61,30 @@ void FormSheet::check()
     mButtons->button(QDialogButtonBox::Ok)->setEnabled(!mIsAcceptable || mIsAcceptable());
 }
 
-/// The keyboard goes to the first field, and last to the buttons, although they were made first.
-void FormSheet::showEvent(QShowEvent* event)
+void FormSheet::setVisible(bool isVisible)
 {
-    QList<QWidget*> fields;
-    for (QWidget* widget = nextInFocusChain(); widget != this; widget = widget->nextInFocusChain()) {
-        const bool isField = isAncestorOf(widget) && !mButtons->isAncestorOf(widget) && !widget->focusProxy();
-        if (isField && (widget->focusPolicy() & Qt::TabFocus) && widget->isVisibleTo(this))
-            fields.append(widget);
-    }
-    if (!fields.isEmpty()) {
-        QWidget* last = fields.last();
-        for (QAbstractButton* const button : mButtons->buttons()) {
-            setTabOrder(last, button);
-            last = button;
-        }
-        fields.first()->setFocus(Qt::TabFocusReason);
-    }
-    QDialog::showEvent(event);
+    if (isVisible && isHidden())
+        putFocusInOrder();
+    QDialog::setVisible(isVisible);
+}
+
+/// The keyboard goes to the first field, and last to the buttons. They were made first, and a widget goes
+/// behind the others when it is put in.
+void FormSheet::putFocusInOrder()
+{
+    layout()->removeWidget(mButtons);
+    mButtons->setParent(nullptr);
+    layout()->addWidget(mButtons);
+    mButtons->show();
+    const auto isField = [this](const QWidget* widget) {
+        return isAncestorOf(widget) && !widget->focusProxy() && (widget->focusPolicy() & Qt::TabFocus) &&
+               widget->isVisibleTo(this) && widget->isEnabledTo(this);
+    };
+    QWidget* first = nextInFocusChain();
+    while (first != this && !isField(first))
+        first = first->nextInFocusChain();
+    if (first != this)
+        first->setFocus(Qt::TabFocusReason);
 }
 
 bool FormSheet::ask()

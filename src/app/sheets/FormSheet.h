@@ -24,11 +24,11 @@ public:
     void setCondition(std::function<bool()> isAcceptable);
     void check();
     bool ask();
-
-protected:
-    void showEvent(QShowEvent* event) override;
+    void setVisible(bool isVisible) override;
 
 private:
+    void putFocusInOrder();
+
     QFormLayout* mForm;
     QDialogButtonBox* mButtons;
     std::function<bool()> mIsAcceptable;

@@ -82,6 +82,7 @@ void SplitSheet::addFolder()
     //% "Choose…"
     auto* const choose = new QPushButton(qtTrId("split-choose"), this);
     choose->setAutoDefault(false);
+    setTabOrder(mFolder, choose);
     auto* const row = new QHBoxLayout;
     row->setSpacing(8);
     row->addWidget(mFolder, 1);
