@@ -133,7 +133,8 @@ TEST(DocumentConversions, ResamplesManySinesAtOnceToWhatTheyAreAtTheNewRate)
                           {96000, 44100}, {44100, 44056}, {192000, 8000}, {8000, 11025}};
     for (const Pair pair : pairs) {
         SCOPED_TRACE(testing::Message() << pair.from << " to " << pair.to);
-        // Close to the end of the passband the level falls by up to 0.01 dB.
+        // Close to the end of the passband the level falls by up to 0.01 dB; the whole is right to some 95
+        // dB.
         const double highest = 0.4 * std::min(pair.from, pair.to);
         const auto soundAt = [highest](double seconds, int track) {
             double sum = 0.0;
@@ -160,7 +161,7 @@ TEST(DocumentConversions, ResamplesManySinesAtOnceToWhatTheyAreAtTheNewRate)
             EXPECT_EQ(samples.size(),
                       static_cast<size_t>(std::ceil(static_cast<double>(numFrames) * pair.to / pair.from)));
             for (size_t i = edge; i + edge < samples.size(); ++i)
-                ASSERT_NEAR(samples[i], soundAt(static_cast<double>(i) / pair.to, track), 3e-6) << i;
+                ASSERT_NEAR(samples[i], soundAt(static_cast<double>(i) / pair.to, track), 2e-5) << i;
         }
     }
 }

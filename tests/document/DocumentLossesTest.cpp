@@ -462,7 +462,12 @@ TEST_F(DocumentLosses, NameOtherHandsOnTheFiles)
     const auto document = open("a.wav");
     const SaveRequest request = requestFor("a.wav", SaveOperation::save);
     EXPECT_TRUE(mention(document->lossesWhenSaving(request), "hard link"));
-    EXPECT_TRUE(mention(document->lossesWhenSaving(request), "pad1"));
+    EXPECT_FALSE(mention(document->lossesWhenSaving(request), "pad1"));
+    ASSERT_EQ(messageOfSaving(*document, request), "");
+    EXPECT_EQ(bytesOf("a.wav"), withChunk);
+    SaveRequest other = requestFor("a.aif", SaveOperation::saveAs);
+    other.uti = QStringLiteral("public.aiff-audio");
+    EXPECT_TRUE(mention(document->lossesWhenSaving(other), "pad1"));
 }
 
 } // namespace
