@@ -38,6 +38,19 @@ QString notOffered(const QString& uti, const FileOptions& options)
     return QStringLiteral("%1 files offer the options %2").arg(name, tags.join(QStringLiteral(", ")));
 }
 
+QString extensionOf(const std::filesystem::path& path)
+{
+    const std::string extension = path.extension().native();
+    return QString::fromUtf8(extension.data(), qsizetype(extension.size())).sliced(extension.empty() ? 0 : 1);
+}
+
+/// True for two names of one type, as film.mp4 and film.mov.
+bool areOpenedAlike(const std::filesystem::path& path, const std::filesystem::path& other)
+{
+    const AudioFileType* const type = AudioFileRegistry::typeOpenedByExtension(extensionOf(path));
+    return type && type == AudioFileRegistry::typeOpenedByExtension(extensionOf(other));
+}
+
 } // namespace
 
 const AudioFileType* type(const QString& typeName, const std::filesystem::path& path, QString* error)
@@ -69,9 +82,11 @@ std::optional<TargetType> targetType(const QString& typeName, const std::filesys
                                      const std::filesystem::path& source, QString* error)
 {
     const std::string extension = path.extension().native();
-    const bool follows = typeName.isEmpty() && !extension.empty() &&
-                         qstricmp(extension.c_str(), source.extension().c_str()) == 0;
-    const AudioFileType* named = type(typeName, path, follows ? nullptr : error);
+    const bool isSame = !extension.empty() && qstricmp(extension.c_str(), source.extension().c_str()) == 0;
+    const AudioFileType* named = type(typeName, path, nullptr);
+    const bool follows = typeName.isEmpty() && (isSame || (!named && areOpenedAlike(path, source)));
+    if (!named && !follows)
+        type(typeName, path, error);
     if (!named && !follows)
         return std::nullopt;
     return TargetType{named ? named->uti : QString(), follows};

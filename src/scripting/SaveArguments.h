@@ -20,8 +20,9 @@ const AudioFileType* type(const QString& typeName, const std::filesystem::path& 
 struct TargetType {
     /// Empty when the words name none that Velloria can write.
     QString uti;
-    /// No type is named, and the path has the extension of the document's own file: it stays what it is, as
-    /// Apple Lossless in .m4a and FLAC in .ogg.
+    /// No type is named, and the path has the extension of the document's own file, or another one that
+    /// files of its type are found under: it stays what it is, as Apple Lossless in .m4a, FLAC in .ogg, a
+    /// film in .mp4 that is saved as .mov.
     bool followsDocument = false;
 };
 

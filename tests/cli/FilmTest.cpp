@@ -30,9 +30,11 @@ TEST_F(FilmCommandTest, AnOutputWithTheFilmsExtensionKeepsItsPictures)
         std::string in;
         std::string out;
         bool becomesAac = false;
-    } cases[] = {{"film.mp4", "other.mp4"},      {"film.mp4", "film.mp4"},    {"film.m4v", "film.m4v"},
-                 {"film.m4b", "other.m4b"},      {"film.3gp", "film.3gp"},    {"film.mov", "other.mov", true},
-                 {"film.mov", "film.mov", true}, {"mp3.mp4", "mp3.mp4", true}};
+    } cases[] = {{"film.mp4", "other.mp4"},      {"film.mp4", "film.mp4"},
+                 {"film.m4v", "film.m4v"},       {"film.m4b", "other.m4b"},
+                 {"film.3gp", "film.3gp"},       {"film.mov", "other.mov", true},
+                 {"film.mov", "film.mov", true}, {"mp3.mp4", "mp3.mp4", true},
+                 {"film.mp4", "moved.mov"},      {"film.m4v", "moved.mp4"}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.in + " to " + c.out);
         const QByteArray pictures = picturesOf(c.in);
