@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <cmath>
+#include <gtest/gtest.h>
 #include <numbers>
 
 namespace velloria::kit

@@ -101,8 +101,8 @@ TEST(OtherTagEditsTest, ApeItemsFollowByTheirUsualNames)
     const QByteArray undo = item("MP3GAIN_UNDO", "+3,+3,N");
     const QByteArray cover = item("Cover Art (Front)", bytes("c.png\0\x89PNGold"), 2);
     const QByteArray binary = item("Title", bytes("\1\2"), 2);
-    for (const auto& [hasHeader, hasFooter] : {std::pair(true, true), {false, true}, {true, false}}) {
-        const auto tag = [&](const QList<QByteArray>& items) { return ape(items, hasHeader, hasFooter); };
+    for (const auto& ends : {std::pair(true, true), {false, true}, {true, false}}) {
+        const auto tag = [&](const QList<QByteArray>& items) { return ape(items, ends.first, ends.second); };
         const QByteArray before = tag({gain, item("TITLE", "Old"), binary, item("Artist", bytes("A\0B")),
                                        item("Track", "3/12"), cover, undo});
         EXPECT_EQ(OtherTagEdits::edited(Kind::ape, before, read, read), before);
