@@ -270,7 +270,7 @@ FlacMetadataEdit::Blocks FLACFile::blocksToEncode() const
     if (hasComments || !edited || isInOgg())
         FlacMetadataEdit::setComments(blocks, comments);
     if (isInOgg())
-        std::ranges::stable_partition(blocks, [](const FlacMetadataEdit::Block& block) {
+        std::stable_partition(blocks.begin(), blocks.end(), [](const FlacMetadataEdit::Block& block) {
             return block.type == FLAC__METADATA_TYPE_VORBIS_COMMENT;
         });
     return blocks;

@@ -142,8 +142,7 @@ MaybeError FlacEncoder::finish()
     if (mSeekTable)
         std::ranges::find(mBlocks, FLAC__METADATA_TYPE_SEEKTABLE, &FlacMetadataEdit::Block::type)->payload =
             mSeekTable->payload();
-    const MaybeError error = mSink->finish(streamInfo(), mBlocks);
-    if (error)
+    if (MaybeError error = mSink->finish(streamInfo(), mBlocks))
         return error;
     return isFinished ? std::nullopt : MaybeError(failure());
 }

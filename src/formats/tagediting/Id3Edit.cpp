@@ -53,7 +53,10 @@ Id3Edit::Id3Edit(const QByteArray& tag, Id3Layout layout)
 std::optional<Id3Edit> Id3Edit::ofTag(const QByteArray& tag)
 {
     auto layout = Id3Layout::ofTag(tag);
-    return layout ? std::optional(Id3Edit(tag, *std::move(layout))) : std::nullopt;
+    // An extended header that leaves no room for a frame is damaged, and nothing behind it would be found.
+    if (!layout || (layout->frames().empty() && layout->extendedHeader().length > 0))
+        return std::nullopt;
+    return Id3Edit(tag, *std::move(layout));
 }
 
 QByteArray Id3Edit::edited(const AudioMetadata& read, const AudioMetadata& now, const Id3SoundChange& sound)

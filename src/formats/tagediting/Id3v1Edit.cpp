@@ -17,6 +17,7 @@ constexpr qsizetype commentOffset = 97;
 constexpr qsizetype trackOffset = 126;
 constexpr qsizetype genreOffset = 127;
 constexpr qsizetype enhancedGenreOffset = 185;
+constexpr qsizetype enhancedLength = 227;
 constexpr char noGenre = '\xFF';
 
 struct Field {
@@ -69,7 +70,7 @@ QByteArray editedId3v1(QByteArray tag, const AudioMetadata& read, const AudioMet
         return tag;
     QByteArray block = tag.chopped(tagLength);
     tag = tag.last(tagLength);
-    if (!block.isEmpty())
+    if (block.size() == enhancedLength && block.startsWith("TAG+"))
         clearEnhanced(block, changes);
     for (const Field& field : fields) {
         if (changes.contains(field.key))

@@ -146,7 +146,7 @@ WaveFile::ChunkPlan WaveFile::chunkPlan() const
     // Taken in their places, else behind all others.
     const auto take = [&made](FourCharCode ident) {
         const auto found = std::ranges::find(made, ident, identOf);
-        const QByteArray chunk = found == made.end() ? QByteArray() : *found;
+        QByteArray chunk = found == made.end() ? QByteArray() : *found;
         if (found != made.end())
             made.erase(found);
         return chunk;
