@@ -54,6 +54,7 @@ std::shared_ptr<SoundDocument> open(const std::filesystem::path& path)
 std::vector<FloatBuffer> samplesOf(const SoundDocument& document)
 {
     std::vector<FloatBuffer> tracks;
+    tracks.reserve(static_cast<size_t>(document.trackCount()));
     for (int32_t track = 0; track < document.trackCount(); ++track)
         tracks.push_back(document.sampleDataAtOffset(0, document.numberOfFrames(), track));
     return tracks;

@@ -79,7 +79,7 @@ const FileHandle& newSound()
 {
     static const std::shared_ptr<FileHandle> handle = [] {
         Mpeg4AppleLosslessFile writer(44100.0, 16, 1);
-        const std::shared_ptr<FileHandle> file = memoryFile({});
+        std::shared_ptr<FileHandle> file = memoryFile({});
         writer.setFileHandle(file);
         writer.validateAndCorrectParameters();
         SilentProgress progress;

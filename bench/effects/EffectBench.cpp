@@ -12,7 +12,7 @@ using namespace velloria;
 namespace
 {
 
-constexpr int64_t kNumFrames = 10 * 60 * 44100;
+constexpr int64_t kNumFrames = int64_t{10} * 60 * 44100;
 
 FloatBuffer sawtooth(size_t numFrames)
 {

@@ -15,7 +15,7 @@ namespace velloria
 namespace
 {
 
-constexpr int64_t numFrames = 60 * 44100;
+constexpr int64_t numFrames = 60 * int64_t{44100};
 
 std::filesystem::path benchPath(const char* name)
 {

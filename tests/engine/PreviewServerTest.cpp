@@ -49,9 +49,11 @@ protected:
         const size_t numHeard = sound.size() / 2;
         if (numHeard > numFrames || numHeard + maxFramesMissing < numFrames)
             return false;
-        for (size_t i = 0; i < sound.size(); ++i)
-            if (sound[i] != static_cast<float>(numFrames - numHeard + i / 2 + 1) * kStep)
+        for (size_t i = 0; i < sound.size(); ++i) {
+            const size_t frame = numFrames - numHeard + i / 2 + 1;
+            if (sound[i] != static_cast<float>(frame) * kStep)
                 return false;
+        }
         return true;
     }
 

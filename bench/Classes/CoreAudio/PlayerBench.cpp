@@ -20,7 +20,7 @@ namespace
 
 constexpr uint32_t kBlockFrames = 512;
 constexpr double kRate = 44100.0;
-constexpr int64_t kNumFrames = 60 * 44100;
+constexpr int64_t kNumFrames = 60 * int64_t{44100};
 
 /// A minute of stereo that plays on simulated hardware.
 struct PlayingDocument {

@@ -21,7 +21,7 @@ class BenchSubject : public WaveformSubject
 {
 public:
     int32_t numTracks() const override { return 2; }
-    int64_t numFrames() const override { return 10 * 60 * 44100; }
+    int64_t numFrames() const override { return int64_t{10} * 60 * 44100; }
     double sampleRate() const override { return 44100; }
     FloatBuffer columns(int64_t first, int64_t count, double, int32_t) override
     {

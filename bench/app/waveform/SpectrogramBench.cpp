@@ -35,7 +35,9 @@ AudioTrackPtr makeHour(unsigned seed)
         return nullptr;
     minute->finalizeCache();
     std::vector<AudioClipPtr> clips;
-    for (int i = 0; i < 60; ++i)
+    constexpr int numMinutes = 60;
+    clips.reserve(numMinutes);
+    for (int i = 0; i < numMinutes; ++i)
         clips.push_back(minute->subdataWithOffset(0, minute->numFrames()));
     return std::make_shared<AudioTrack>(ClipList(clips));
 }

@@ -128,7 +128,7 @@ void BM_SummaryOfFloats(benchmark::State& state)
 /// A screen of 2000 columns over ten hours.
 void BM_ColumnsOfTenHours(benchmark::State& state)
 {
-    const int64_t numFrames = 10 * 3600 * int64_t{44100};
+    const int64_t numFrames = int64_t{10} * 3600 * 44100;
     WaveformCache cache;
     cache.setData(std::vector<int16_t>(static_cast<size_t>(numFrames / 512 * 2), 1));
     for (auto _ : state) {
@@ -138,7 +138,7 @@ void BM_ColumnsOfTenHours(benchmark::State& state)
 }
 
 constexpr int64_t kCached = 256;
-constexpr int64_t kUncached = 256 * 1024;
+constexpr int64_t kUncached = 256 * int64_t{1024};
 
 BENCHMARK(BM_MemcpyInt16)->Arg(kCached)->Arg(kUncached);
 BENCHMARK(BM_PlainMinMaxInt16)->Arg(kCached)->Arg(kUncached);

@@ -60,7 +60,7 @@ public:
         }
     }
 
-    int64_t numFrames() const { return mNumFrames; }
+    int64_t numberOfFrames() const override { return mNumFrames; }
     int64_t soundDataOffset() const override { return 0; }
     bool isFloat() const override { return false; }
     int64_t channelCount() const override { return 2; }
@@ -82,8 +82,9 @@ StereoTracks unedited(const std::shared_ptr<const StereoFile>& file)
 {
     StereoTracks tracks;
     for (size_t channel = 0; channel < 2; ++channel) {
-        auto clip = std::make_shared<AudioClip>(file, 0, file->numFrames(), static_cast<int64_t>(channel));
-        std::vector<int16_t> entries(static_cast<size_t>(file->numFrames() / 512 * 2), 1000);
+        auto clip =
+            std::make_shared<AudioClip>(file, 0, file->numberOfFrames(), static_cast<int64_t>(channel));
+        std::vector<int16_t> entries(static_cast<size_t>(file->numberOfFrames() / 512 * 2), 1000);
         clip->waveformCache().setData(std::move(entries));
         tracks[channel] = std::make_shared<AudioTrack>(ClipList(std::move(clip)));
     }
@@ -164,7 +165,7 @@ double secondsToRead(const StereoTracks& tracks)
 double ratioOfBareReads(const StereoFile& file, int64_t numPieces)
 {
     std::vector<std::byte> block(65536);
-    const int64_t numBytes = 4 * file.numFrames();
+    const int64_t numBytes = 4 * file.numberOfFrames();
     const auto pieceBytes = std::min<int64_t>(65536, numBytes / numPieces);
     std::mt19937_64 engine(3);
     const auto secondsFor = [&](int64_t count, size_t size, const std::function<int64_t(int64_t)>& place) {
@@ -215,7 +216,7 @@ void BM_EditSession(benchmark::State& state)
         state.counters["edit_ratio"] = lastThousand / firstThousand;
         state.counters["read_ratio"] = secondsToRead(session.tracks()) / readBefore;
         state.counters["bare_ratio"] = ratioOfBareReads(*file, session.tracks()[0]->clips().count());
-        state.counters["read_GB/s"] = static_cast<double>(8 * file->numFrames()) / readBefore / 1e9;
+        state.counters["read_GB/s"] = static_cast<double>(8 * file->numberOfFrames()) / readBefore / 1e9;
     }
 }
 
@@ -245,7 +246,7 @@ void BM_ReadUneditedTracks(benchmark::State& state)
         }
         benchmark::DoNotOptimize(left.data());
         benchmark::DoNotOptimize(right.data());
-        offset = (offset + kBlockFrames) % file->numFrames();
+        offset = (offset + kBlockFrames) % file->numberOfFrames();
     }
     state.SetBytesProcessed(state.iterations() * kBlockFrames * 4);
 }

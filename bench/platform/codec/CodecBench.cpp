@@ -11,7 +11,7 @@ using namespace velloria;
 namespace
 {
 
-constexpr int64_t kNumFrames = 44100 * 60;
+constexpr int64_t kNumFrames = int64_t{44100} * 60;
 
 std::vector<float> stereoSound()
 {
