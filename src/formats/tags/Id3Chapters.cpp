@@ -20,6 +20,8 @@ constexpr size_t noFrame = SIZE_MAX;
 struct Place {
     Id3Chapter chapter;
     size_t frame = noFrame;
+    /// In the order of time, from 1; the marker that is made of it has the same.
+    int32_t ident = 0;
 };
 
 std::vector<Place> placesOf(const Id3Layout& layout)
@@ -34,10 +36,12 @@ std::vector<Place> placesOf(const Id3Layout& layout)
     }
     std::stable_sort(places.begin(), places.end(),
                      [](const Place& a, const Place& b) { return a.chapter.start < b.chapter.start; });
+    for (size_t i = 0; i < places.size(); ++i)
+        places[i].ident = static_cast<int32_t>(i) + 1;
     return places;
 }
 
-/// Gives each marker the chapter that it was, as far as time and name tell.
+/// Gives each marker the chapter that it was, as far as time and name tell, or its number where both changed.
 class Matching
 {
 public:
@@ -49,15 +53,17 @@ public:
         const auto time = [sampleRate](const AudioMarker& marker) {
             return timeOf(marker.position(), sampleRate);
         };
-        match(markers, [&](const AudioMarker& marker, const Id3Chapter& chapter) {
-            return time(marker) == chapter.start && marker.name() == chapter.title;
+        match(markers, [&](const AudioMarker& marker, const Place& place) {
+            return time(marker) == place.chapter.start && marker.name() == place.chapter.title;
         });
-        match(markers, [&](const AudioMarker& marker, const Id3Chapter& chapter) {
-            return time(marker) == chapter.start;
+        match(markers, [&](const AudioMarker& marker, const Place& place) {
+            return time(marker) == place.chapter.start;
         });
-        match(markers, [](const AudioMarker& marker, const Id3Chapter& chapter) {
-            return !chapter.title.isEmpty() && marker.name() == chapter.title;
+        match(markers, [](const AudioMarker& marker, const Place& place) {
+            return !place.chapter.title.isEmpty() && marker.name() == place.chapter.title;
         });
+        match(markers,
+              [](const AudioMarker& marker, const Place& place) { return marker.ident() == place.ident; });
     }
 
     /// Null for a new one.
@@ -73,7 +79,7 @@ private:
         for (size_t i = 0, next = 0; i < markers.size() && !mBefore.empty(); ++i) {
             for (size_t k = 0; k < mBefore.size() && mMatches[i] == noFrame; ++k) {
                 const size_t candidate = (next + k) % mBefore.size();
-                if (mIsUsed[candidate] || !isSame(*markers[i], mBefore[candidate].chapter))
+                if (mIsUsed[candidate] || !isSame(*markers[i], mBefore[candidate]))
                     continue;
                 mIsUsed[candidate] = true;
                 mMatches[i] = candidate;
@@ -216,9 +222,8 @@ MarkerList markers(const QByteArray& tag, double sampleRate)
     std::vector<AudioMarkerPtr> list;
     if (layout) {
         for (const Place& place : placesOf(*layout))
-            list.push_back(std::make_shared<AudioMarker>(static_cast<int32_t>(list.size()) + 1,
-                                                         positionOf(place.chapter.start, sampleRate),
-                                                         place.chapter.title));
+            list.push_back(std::make_shared<AudioMarker>(
+                place.ident, positionOf(place.chapter.start, sampleRate), place.chapter.title));
     }
     return list.empty() ? nullptr : std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(list));
 }

@@ -122,6 +122,12 @@ TEST(Id3ChaptersTest, MarkersThatMoveTakeTheirChaptersAlong)
         EXPECT_EQ(edited(before, renamed),
                   whole(chapter(version, "a", 0, 4000, title(version, "Eins") + picture) + third + other +
                         second + list(version, {"a", "b", "c"}, name)));
+        // Both at once: its number tells which it is.
+        auto both = markers();
+        both[0] = std::make_shared<AudioMarker>(1, 48000, QStringLiteral("Eins"));
+        EXPECT_EQ(edited(before, both),
+                  whole(chapter(version, "a", 1000, 4000, title(version, "Eins") + picture) + third + other +
+                        second + list(version, {"a", "b", "c"}, name)));
         // One less, and one more, in front of which another chapter ends.
         EXPECT_EQ(edited(before, {markers()[0], markers()[2]}),
                   whole(chapter(version, "a", 0, 8000, title(version, "One") + picture) + third + other +
