@@ -4,6 +4,7 @@
 #include "document/clips/FrameSource.h"
 #include "formats/file/AudioFile.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <sys/mman.h>
 
@@ -11,10 +12,13 @@
 namespace velloria::fuzz
 {
 
-inline void require(bool condition)
+/// The line is told, because the compiler makes one call of all that abort.
+inline void require(bool condition, int line = __builtin_LINE())
 {
-    if (!condition)
-        std::abort();
+    if (condition)
+        return;
+    std::fprintf(stderr, "requirement of line %d does not hold\n", line);
+    std::abort();
 }
 
 /// Ends decoding before a small file that stands for hours of silence fills the disk.

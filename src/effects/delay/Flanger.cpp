@@ -19,6 +19,8 @@ constexpr double kScriptSpeed = 2.0;
 constexpr double kScriptDelay = 10.0;
 constexpr double kScriptDepth = 15.0;
 
+/// Long enough for tracks side by side to be worth waking a core for.
+constexpr uint64_t kBlockNumFrames = 16384;
 /// Shorter blocks cost less than to wake another core for them.
 constexpr size_t kLeastFramesToShare = 1024;
 
@@ -108,6 +110,7 @@ Flanger::Flanger(const QString& name, const std::vector<ParameterDescription>& d
     : Filter(name, descriptions)
     , mTrackOutOfPhase(trackOutOfPhase)
 {
+    setMaxBufferNumFrames(kBlockNumFrames);
 }
 
 const PresetFormat* Flanger::presetFormat() const

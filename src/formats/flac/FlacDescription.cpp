@@ -154,6 +154,9 @@ std::optional<FlacDescription> FlacDescription::read(const std::shared_ptr<const
     const auto decoder =
         FlacStreamDecoder::open(handle, container, FlacStreamDecoder::Metadata::told, intake);
     description.isComplete = decoder && decoder->readMetadata();
+    // What nobody could read to its end is no metadata that could be edited.
+    if (!description.isComplete)
+        description.blocks.reset();
     if (container.isBare && description.isComplete)
         decoder->decodeNext();
     if (!container.isOgg)

@@ -174,7 +174,8 @@ private:
         }
         const auto head =
             mHeadOf(reinterpret_cast<const uint8_t*>(mWindow.constData()) + (offset - mWindowStart));
-        return head && head->kind == mKind.value_or(head->kind) ? head : std::nullopt;
+        const bool isOfStream = head && (mKind == 0 || head->kind == mKind);
+        return isOfStream ? head : std::nullopt;
     }
 
     /// Where a packet begins that another one follows, or the end.
@@ -199,7 +200,8 @@ private:
     const FileHandle& mHandle;
     int64_t mEnd;
     HeadReader mHeadOf;
-    std::optional<uint32_t> mKind;
+    // Of the packets so far, 0 before the first; a kind is never 0, because it has the bits of the sync word.
+    uint32_t mKind = 0;
     QByteArray mWindow;
     int64_t mWindowStart = 0;
     int64_t mNumPackets = 0;

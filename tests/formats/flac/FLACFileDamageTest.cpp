@@ -232,6 +232,25 @@ TEST_F(FLACFileDamageTest, RefusesWhatHoldsNoSoundWithOneSentence)
     }
 }
 
+TEST_F(FLACFileDamageTest, MetadataThatTheDecoderCannotReadIsNotEdited)
+{
+    constexpr qsizetype behindDescription = 4 + 4 + 34;
+    QByteArray twice = mWhole;
+    // A second description, of no bytes.
+    twice.insert(behindDescription, QByteArray(4, '\0'));
+    for (const bool isWhole : {true, false}) {
+        const auto file = openFlac(isWhole ? mWhole : twice);
+        ASSERT_TRUE(file);
+        FLACFile writer(44100.0, 16, 2);
+        writer.setOpenedFile(file);
+        writer.setDataFormat(file->dataFormat());
+        writer.setFilePath(path("out.flac"));
+        writer.validateAndCorrectParameters();
+        writer.offerSound(file);
+        EXPECT_EQ(writer.keptSound() != nullptr, isWhole);
+    }
+}
+
 TEST_F(FLACFileDamageTest, CommentsThatClaimMoreThanTheFileHasAreHarmless)
 {
     const auto block = [](const QByteArray& comments) {
