@@ -21,6 +21,7 @@ ORDER = [
     "formats/comments",
     "formats/decoding",
     "formats/saving",
+    "formats/seams",
     "formats/file",
     "formats/chunks",
     "formats/wave",

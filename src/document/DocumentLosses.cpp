@@ -143,6 +143,10 @@ QStringList lossesToLossy(const AudioFile& writer, const AudioFile* opened, cons
 QStringList precisionLosses(const AudioFile& writer, const AudioFile* opened, int64_t sampleSize,
                             const Sources& sources)
 {
+    if (writer.encodesWithLoss() && writer.piecesSource()) {
+        const QString loss = writer.seams().loss(writer.sampleRate());
+        return loss.isEmpty() ? QStringList() : QStringList(loss);
+    }
     if (writer.encodesWithLoss())
         return lossesToLossy(writer, opened, sources);
     if (writer.storesIntegers())

@@ -7,6 +7,7 @@
 #include "platform/FileReplacer.h"
 #include "platform/Log.h"
 #include "platform/MissedReads.h"
+#include "platform/UserDefaults.h"
 
 #include <algorithm>
 #include <chrono>
@@ -82,19 +83,39 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
     if (const int tag = optionTagFor(request); tag != 0)
         writer->configureWithPopUpTag(tag);
     writer->validateAndCorrectParameters();
-    writer->offerSound(untouchedSound(request));
+    offerPackets(*writer, request);
     return writer;
 }
 
-/// The file whose packets hold just what the request saves. One that was changed since it was opened does no
-/// more: what was decoded of it is encoded then.
-std::shared_ptr<const AudioFile> SoundDocument::untouchedSound(const SaveRequest& request) const
+SeamMode SoundDocument::seamMode(const SaveRequest& request)
+{
+    const UserDefaults& defaults = UserDefaults::standard();
+    const bool isCopying = !defaults.isSet(copyPacketsKey) || defaults.boolValue(copyPacketsKey);
+    return request.seams.value_or(isCopying ? SeamMode::exact : SeamMode::none);
+}
+
+/// Offers the file whose packets hold what the request saves, all of it or some. One that was changed since
+/// it was opened holds it no more: what was decoded of it is encoded then.
+void SoundDocument::offerPackets(AudioFile& writer, const SaveRequest& request) const
 {
     const std::shared_ptr<const AudioFile>& file = mOpenedSound.file();
-    if (!file || request.selection || request.takesWhatIsLeft || !file->fileHandle() ||
-        !mOpenedSound.isWholeIn(*audioTracks(), sampleRate()) || file->fileHandle()->hasChangedOnDisk())
-        return nullptr;
-    return file;
+    const SeamMode mode = seamMode(request);
+    if (mode == SeamMode::none || !file || request.takesWhatIsLeft || !file->fileHandle() ||
+        file->fileHandle()->hasChangedOnDisk())
+        return;
+    if (!request.selection && mOpenedSound.isWholeIn(*audioTracks(), sampleRate()))
+        writer.offerSound(file);
+    writer.offerPieces(file, untouchedPieces(request), mode);
+}
+
+SoundPieces SoundDocument::untouchedPieces(const SaveRequest& request) const
+{
+    const SaveRange range = request.selection
+                                ? SaveRange::ofSelection(*this, *request.selection)
+                                : SaveRange::ofDocument(*this, static_cast<uint32_t>(trackCount()));
+    if (range.firstTrack != 0 || range.numTracks != trackCount())
+        return {};
+    return mOpenedSound.piecesIn(*audioTracks(), sampleRate(), range.startFrame, range.numFrames);
 }
 
 int SoundDocument::optionTagFor(const SaveRequest& request) const
@@ -164,9 +185,10 @@ MaybeError SoundDocument::writeToPath(const SaveRequest& request, Progress& prog
 QString SoundDocument::lossOfChangedSource(const AudioFile& writer) const
 {
     const std::shared_ptr<const AudioFile>& file = mOpenedSound.file();
-    if (!file || file != mAudioFile || !file->fileHandle() || writer.keptSound() ||
+    if (!file || file != mAudioFile || !file->fileHandle() || writer.keptSound() || writer.piecesSource() ||
         !writer.encodesWithLoss() || writer.fileFormatUTI() != file->fileFormatUTI() ||
-        !file->fileHandle()->hasChangedOnDisk() || !mOpenedSound.isWholeIn(*audioTracks(), sampleRate()))
+        !file->fileHandle()->hasChangedOnDisk() ||
+        mOpenedSound.piecesIn(*audioTracks(), sampleRate(), 0, numberOfFrames()).empty())
         return {};
     return QStringLiteral("“%1” was changed by another program since it was opened; its packets were not "
                           "copied, and the sound was encoded once more.")
@@ -238,6 +260,8 @@ SourceWatch SoundDocument::watchSources(const AudioFile& writer, const SaveReque
         watch.add(clipsAtOffset(range.startFrame, range.numFrames, range.firstTrack + i));
     if (writer.keptSound())
         watch.add(std::shared_ptr<const FileHandle>(writer.keptSound()->fileHandle()));
+    if (writer.piecesSource())
+        watch.add(std::shared_ptr<const FileHandle>(writer.piecesSource()->fileHandle()));
     if (writer.readsOpenedFile())
         watch.add(std::shared_ptr<const FileHandle>(writer.openedFile()->fileHandle()));
     return watch;

@@ -25,6 +25,14 @@ public:
     /// Whether these tracks, at this rate, are that sound, whole and untouched.
     bool isWholeIn(const std::vector<AudioTrackPtr>& tracks, double sampleRate) const;
 
+    /// Which runs of a range of these tracks, at this rate, are that sound on every track; where frames lie
+    /// is counted from the start of the range. None where something plays the tracks otherwise (another rate,
+    /// order, pan or volume), and where there are more than maximumNumberOfPieces: what is kept of so many
+    /// would be next to nothing.
+    SoundPieces piecesIn(const std::vector<AudioTrackPtr>& tracks, double sampleRate, int64_t startFrame,
+                         int64_t numFrames) const;
+    static constexpr size_t maximumNumberOfPieces = 1'000'000;
+
     /// Of the file, so far.
     int64_t numMissedReads() const;
 

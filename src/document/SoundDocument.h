@@ -33,6 +33,10 @@ struct DecodingStart;
 
 enum class SaveOperation { save, saveAs, saveTo };
 
+/// Preference: whether packets of an opened file are copied where they can be (as when it was never set), or
+/// all sound is encoded.
+inline const QString copyPacketsKey = QStringLiteral("file.copyPackets");
+
 /// What a save writes and how; see SoundDocument::writeToPath.
 struct SaveRequest {
     std::filesystem::path path;
@@ -46,6 +50,8 @@ struct SaveRequest {
     std::optional<SoundSelection> selection;
     /// The selection is cut out between markers; that it has none goes without saying.
     bool isBetweenMarkers = false;
+    /// How much of an opened file's packets is copied; what the preference says where it is not set.
+    std::optional<SeamMode> seams;
     /// When set, written in place of the document's tags.
     std::optional<AudioMetadata> metadata;
     /// Writes what can still be read where files were changed or cut by others, silence in place of the rest,
@@ -229,7 +235,9 @@ private:
     bool hasMarkerWithin(const SoundSelection& selection) const;
     std::shared_ptr<AudioFile> configuredWriter(const SaveRequest& request) const;
     int optionTagFor(const SaveRequest& request) const;
-    std::shared_ptr<const AudioFile> untouchedSound(const SaveRequest& request) const;
+    static SeamMode seamMode(const SaveRequest& request);
+    void offerPackets(AudioFile& writer, const SaveRequest& request) const;
+    SoundPieces untouchedPieces(const SaveRequest& request) const;
     SourceWatch watchSources(const AudioFile& writer, const SaveRequest& request) const;
     /// What another program did to the document's own file, where the request would overwrite it.
     std::optional<QString> changeOfOwnFile(const SaveRequest& request) const;

@@ -432,6 +432,8 @@ void AudioFile::takeOverLedger()
     mLedger = std::move(ledger);
     mOpenedFile = nullptr;
     mKeptSound = nullptr;
+    mPiecesSource = nullptr;
+    mKeptPieces.clear();
 }
 
 bool AudioFile::storesSamplesLike(const SampleFile& source) const

@@ -6,6 +6,8 @@
 #include "document/clips/SoundSelection.h"
 #include "formats/ledger/FileLedger.h"
 #include "formats/saving/SampleFile.h"
+#include "formats/seams/SeamReport.h"
+#include "formats/seams/SoundPieces.h"
 #include "formats/tags/AudioMetadata.h"
 #include "platform/FileHandle.h"
 #include "platform/FourCharCode.h"
@@ -161,6 +163,18 @@ public:
     void offerSound(const std::shared_ptr<const AudioFile>& source);
     /// The file whose packets a save copies; null where it encodes.
     const std::shared_ptr<const AudioFile>& keptSound() const { return mKeptSound; }
+    /// The same where only runs of what will be saved are untouched sound of that file: a type of packets
+    /// keeps those that lie whole within them, and encodes what is around the seams. To be called behind
+    /// offerSound(), and does nothing where that was accepted. What the save writes is the same to the frame
+    /// (SeamMode::exact), or moved by less than a packet at cuts (SeamMode::packets).
+    void offerPieces(const std::shared_ptr<const AudioFile>& source, SoundPieces pieces, SeamMode mode);
+    /// The file whose packets a save copies in part, and the runs within which it may; null and none where it
+    /// copies all or none.
+    const std::shared_ptr<const AudioFile>& piecesSource() const { return mPiecesSource; }
+    const SoundPieces& keptPieces() const { return mKeptPieces; }
+    SeamMode seamMode() const { return mSeamMode; }
+    /// What is encoded where pieces are kept, as it is planned: a save tells it before it begins.
+    virtual SeamReport seams() const { return {}; }
 
     // Writing hooks called by the save loop.
     /// False when the file would exceed the format's size limit.
@@ -205,6 +219,10 @@ protected:
     /// over what its type knows of them (bit rate and dataFormat() will be those of that file). Changes
     /// nothing where they cannot.
     virtual bool takeSound(const AudioFile&) { return false; }
+    /// The same for runs of that file's sound, of which there is at least one. seamMode() tells how they may
+    /// be kept; writeRange() finds them in keptPieces() then. Called whenever a person looks at the options
+    /// of a save, so it must not take long.
+    virtual bool takePieces(const AudioFile&, const SoundPieces&) { return false; }
     /// Writes the whole file with the packets of keptSound(): the header, keptBytes() and the footer, unless
     /// a format does it another way.
     virtual MaybeError writeKeptSound(Progress& progress);
@@ -268,6 +286,9 @@ private:
 
     std::shared_ptr<const AudioFile> mOpenedFile;
     std::shared_ptr<const AudioFile> mKeptSound;
+    std::shared_ptr<const AudioFile> mPiecesSource;
+    SoundPieces mKeptPieces;
+    SeamMode mSeamMode = SeamMode::exact;
     DecodingWatcher* mDecodingWatcher = nullptr;
 };
 

@@ -1,4 +1,4 @@
-// How a file takes over the packets of another one.
+// How a file takes over the packets of another one, all or some.
 #include "formats/file/AudioFile.h"
 #include "formats/file/SoundCopy.h"
 
@@ -10,6 +10,20 @@ void AudioFile::offerSound(const std::shared_ptr<const AudioFile>& source)
     mKeptSound = source && source->fileHandle() && takeSound(*source) ? source : nullptr;
     if (!mKeptSound)
         return;
+    mBitRate = source->bitRate();
+    mDataFormat = source->dataFormat();
+}
+
+void AudioFile::offerPieces(const std::shared_ptr<const AudioFile>& source, SoundPieces pieces, SeamMode mode)
+{
+    mSeamMode = mode;
+    mPiecesSource = nullptr;
+    mKeptPieces.clear();
+    if (mKeptSound || mode == SeamMode::none || pieces.empty() || !source || !source->fileHandle() ||
+        !takePieces(*source, pieces))
+        return;
+    mPiecesSource = source;
+    mKeptPieces = std::move(pieces);
     mBitRate = source->bitRate();
     mDataFormat = source->dataFormat();
 }
