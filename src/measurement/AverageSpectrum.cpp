@@ -69,8 +69,8 @@ public:
                 frames[i] = std::fabs(samples[i]) <= FLT_MAX ? samples[i] * mWeights[i] : 0.0F;
             mTransform.forward(frames, spectrum);
             for (size_t bin = 0; bin < powers.size(); ++bin) {
-                const auto real = static_cast<double>(spectrum.real[bin]);
-                const auto imaginary = static_cast<double>(spectrum.imaginary[bin]);
+                const auto real = static_cast<double>(spectrum[bin].real());
+                const auto imaginary = static_cast<double>(spectrum[bin].imag());
                 powers[bin] += real * real + imaginary * imaginary;
             }
         }

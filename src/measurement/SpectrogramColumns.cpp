@@ -102,9 +102,7 @@ std::vector<uint8_t> SpectrogramColumns::levels(const AudioTrack& track, int64_t
                 frames[i] = std::fabs(samples[i]) <= FLT_MAX ? samples[i] * mWeights[i] : 0.0F;
             mTransform.forward(frames, spectrum);
             for (size_t bin = 0; bin < powers.size(); ++bin)
-                powers[bin] =
-                    std::max(powers[bin], 4.0F * (spectrum.real[bin] * spectrum.real[bin] +
-                                                  spectrum.imaginary[bin] * spectrum.imaginary[bin]));
+                powers[bin] = std::max(powers[bin], 4.0F * std::norm(spectrum[bin]));
         }
         for (size_t row = 0; row < numRows; ++row) {
             const float level = 10.0F * std::log10(std::max(powerOfRow(mRows[row], powers), FLT_MIN));

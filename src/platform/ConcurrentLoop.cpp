@@ -5,6 +5,7 @@
 #include <atomic>
 #include <list>
 #include <thread>
+#include <utility>
 
 namespace velloria
 {
@@ -12,16 +13,21 @@ namespace velloria
 namespace
 {
 
+/// The loops that the present thread is inside of, those that it only helps with among them.
+thread_local int tDepth = 0;
+
 /// One call of runConcurrently(), on its caller's stack.
 struct Loop {
     Loop(int countToRun, const std::function<void(int)>& function)
         : count(countToRun)
         , fn(function)
+        , depth(tDepth + 1)
     {
     }
 
     const int count;
     const std::function<void(int)>& fn;
+    const int depth;
     std::atomic<int> nextIndex = 0;
     int numHelpers = 0;
     std::condition_variable helpersLeft;
@@ -33,7 +39,9 @@ struct Loop {
             const int index = nextIndex.fetch_add(1, std::memory_order_relaxed);
             if (index >= count)
                 return;
+            const int before = std::exchange(tDepth, depth);
             fn(index);
+            tDepth = before;
         }
     }
 };
@@ -59,20 +67,40 @@ public:
         loop.helpersLeft.wait(lock, [&loop] { return loop.numHelpers == 0; });
     }
 
+    void waitAndHelp(const std::function<bool()>& isDone)
+    {
+        std::unique_lock lock(mMutex);
+        while (!isDone()) {
+            // Never with a loop that this one is inside of: its other calls may wait for the same thing.
+            if (Loop* const loop = findUnfinished(tDepth + 1))
+                help(*loop, lock);
+            else
+                mWake.wait(lock);
+        }
+    }
+
+    void wakeAll()
+    {
+        // With the lock, since who looked before may not wait yet.
+        const std::lock_guard lock(mMutex);
+        mWake.notify_all();
+    }
+
 private:
     std::list<Loop*>::iterator open(Loop& loop)
     {
         const std::lock_guard lock(mMutex);
         const auto entry = mOpenLoops.insert(mOpenLoops.end(), &loop);
-        for (int i = 0; i < std::min(loop.count - 1, mNumWorkers); ++i)
-            mWake.notify_one();
+        // One wake might reach a waiting call that must not help with this one.
+        if (mNumWorkers > 0)
+            mWake.notify_all();
         return entry;
     }
 
-    Loop* findUnfinished() const
+    Loop* findUnfinished(int leastDepth) const
     {
-        const auto isUnfinished = [](const Loop* loop) {
-            return loop->nextIndex.load(std::memory_order_relaxed) < loop->count;
+        const auto isUnfinished = [leastDepth](const Loop* loop) {
+            return loop->depth >= leastDepth && loop->nextIndex.load(std::memory_order_relaxed) < loop->count;
         };
         const auto found = std::find_if(mOpenLoops.begin(), mOpenLoops.end(), isUnfinished);
         return found == mOpenLoops.end() ? nullptr : *found;
@@ -83,14 +111,19 @@ private:
         std::unique_lock lock(mMutex);
         for (;;) {
             Loop* loop = nullptr;
-            mWake.wait(lock, [this, &loop] { return (loop = findUnfinished()) != nullptr; });
-            ++loop->numHelpers;
-            lock.unlock();
-            loop->runAvailable();
-            lock.lock();
-            if (--loop->numHelpers == 0)
-                loop->helpersLeft.notify_one();
+            mWake.wait(lock, [this, &loop] { return (loop = findUnfinished(1)) != nullptr; });
+            help(*loop, lock);
         }
+    }
+
+    static void help(Loop& loop, std::unique_lock<std::mutex>& lock)
+    {
+        ++loop.numHelpers;
+        lock.unlock();
+        loop.runAvailable();
+        lock.lock();
+        if (--loop.numHelpers == 0)
+            loop.helpersLeft.notify_one();
     }
 
     std::mutex mMutex;
@@ -98,6 +131,13 @@ private:
     std::list<Loop*> mOpenLoops;
     const int mNumWorkers;
 };
+
+/// Never destroyed: its threads live as long as the process.
+Crew& crew()
+{
+    static auto* const crew = new Crew;
+    return *crew;
+}
 
 } // namespace
 
@@ -108,10 +148,18 @@ void runConcurrently(int count, const std::function<void(int)>& fn)
             fn(0);
         return;
     }
-    // Never destroyed: its threads live as long as the process.
-    static auto* const crew = new Crew;
     Loop loop(count, fn);
-    crew->run(loop);
+    crew().run(loop);
+}
+
+void waitAndHelp(const std::function<bool()>& isDone)
+{
+    crew().waitAndHelp(isDone);
+}
+
+void wakeWaitingCalls()
+{
+    crew().wakeAll();
 }
 
 } // namespace velloria

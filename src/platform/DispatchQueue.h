@@ -58,4 +58,10 @@ void postToMainThread(std::function<void()> job);
 /// must not depend on each other.
 void runConcurrently(int count, const std::function<void(int)>& fn);
 
+/// For a call of runConcurrently() that needs what another call of the same loop is computing: helps with the
+/// loops inside that one, so that no core idles meanwhile, and returns when isDone() answers true. Whoever
+/// makes it so calls wakeWaitingCalls() then. isDone is called under a lock and does not block.
+void waitAndHelp(const std::function<bool()>& isDone);
+void wakeWaitingCalls();
+
 } // namespace velloria

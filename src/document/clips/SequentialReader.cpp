@@ -1,5 +1,7 @@
 #include "document/clips/SequentialReader.h"
 
+#include "platform/DispatchQueue.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -20,7 +22,10 @@ void SequentialReader::read(size_t track, int64_t offset, std::span<float> out)
         if (done == out.size())
             return;
         if (mIsComputing) {
-            mComputed.wait(lock);
+            const uint64_t numSteps = mNumSteps.load(std::memory_order_relaxed);
+            lock.unlock();
+            waitAndHelp([&] { return mNumSteps.load(std::memory_order_acquire) != numSteps; });
+            lock.lock();
             continue;
         }
         if (offset + static_cast<int64_t>(done) < mPosition) {
@@ -50,7 +55,8 @@ bool SequentialReader::step(std::unique_lock<std::mutex>& lock)
     mIsComputing = false;
     if (hasMore)
         keep(mPosition, frames);
-    mComputed.notify_all();
+    mNumSteps.fetch_add(1, std::memory_order_release);
+    wakeWaitingCalls();
     return hasMore;
 }
 

@@ -2,7 +2,7 @@
 
 #include "document/clips/AudioClip.h"
 
-#include <condition_variable>
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <vector>
@@ -42,8 +42,8 @@ private:
     static size_t take(Pieces& pieces, int64_t offset, std::span<float> out);
 
     std::mutex mMutex;
-    std::condition_variable mComputed;
     bool mIsComputing = false; ///< some thread, which does not hold the mutex meanwhile
+    std::atomic<uint64_t> mNumSteps = 0;
     bool mHasBegun = false;
     int64_t mPosition = 0;        ///< of the next frame to be computed
     std::vector<Pieces> mWaiting; ///< computed and not yet read, of each track

@@ -44,14 +44,10 @@ CircularInterpolatedBuffer::stretchOf(const InterpolationTaps& taps) const
     const auto numReads = static_cast<int32_t>(taps.numReads());
     if (numReads == 0)
         return std::nullopt;
-    Stretch stretch = {taps.firstSlot(0), taps.firstSlot(0) + kNumTaps};
-    for (int32_t i = 0; i < numReads; ++i) {
-        const int32_t slot = taps.firstSlot(static_cast<size_t>(i));
-        if (slot < -numFrames() || slot + kNumTaps > 0)
-            return std::nullopt;
-        stretch.start = std::min(stretch.start, slot + i);
-        stretch.end = std::max(stretch.end, slot + i + kNumTaps);
-    }
+    const InterpolationTaps::Extent extent = taps.extent();
+    if (extent.lowestSlot < -numFrames() || extent.highestSlot + kNumTaps > 0)
+        return std::nullopt;
+    const Stretch stretch = {extent.lowestPlace, extent.highestPlace + kNumTaps};
     return stretch.end - stretch.start <= kLongest ? std::optional(stretch) : std::nullopt;
 }
 

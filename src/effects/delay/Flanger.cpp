@@ -156,8 +156,8 @@ int64_t Flanger::tailTimeNumFrames() const
 /// A track's part of a block, in runs of reads.
 template <typename Process> void Flanger::sweepThrough(size_t numFrames, double phase, Process process) const
 {
-    const Sweep sweep = {parameterValue(waveform) != 0.0, mDelayBase, mDelayDeviation, parameterValue(speed),
-                         sampleRate()};
+    const Sweep sweep(
+        {parameterValue(waveform) != 0.0, mDelayBase, mDelayDeviation, parameterValue(speed), sampleRate()});
     std::array<float, InterpolationTaps::kMostReads> positions;
     InterpolationTaps taps;
     for (size_t start = 0; start < numFrames; start += positions.size()) {

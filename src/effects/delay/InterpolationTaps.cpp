@@ -87,6 +87,25 @@ struct EntryKernel {
     }
 };
 
+struct ExtentKernel {
+    VELLORIA_KERNEL static void run(const int32_t* firsts, size_t count, InterpolationTaps::Extent* extent)
+    {
+        int32_t lowestSlot = INT32_MAX;
+        int32_t highestSlot = INT32_MIN;
+        int32_t lowestPlace = INT32_MAX;
+        int32_t highestPlace = INT32_MIN;
+        for (size_t i = 0; i < count; ++i) {
+            const int32_t slot = firsts[i] + 1;
+            const int32_t place = slot + static_cast<int32_t>(i);
+            lowestSlot = slot < lowestSlot ? slot : lowestSlot;
+            highestSlot = slot > highestSlot ? slot : highestSlot;
+            lowestPlace = place < lowestPlace ? place : lowestPlace;
+            highestPlace = place > highestPlace ? place : highestPlace;
+        }
+        *extent = {lowestSlot, highestSlot, lowestPlace, highestPlace};
+    }
+};
+
 /// One row of weights for each tap.
 struct MixKernel {
     VELLORIA_KERNEL static void run(const float* weights, const float* values, float* __restrict samples,
@@ -103,6 +122,13 @@ struct MixKernel {
 };
 
 } // namespace
+
+InterpolationTaps::Extent InterpolationTaps::extent() const
+{
+    Extent extent{};
+    runKernel<ExtentKernel>(mFirsts.data(), mNumReads, &extent);
+    return extent;
+}
 
 size_t InterpolationTaps::numReadsAlike(size_t read) const
 {

@@ -27,6 +27,16 @@ public:
         return mFirsts[read] + 1;
     }
 
+    /// The first slots of all reads, which are at least one: counted from the mark as it is when each is
+    /// read, and as it is before the first one, when the mark goes on by one slot a read.
+    struct Extent {
+        int32_t lowestSlot;
+        int32_t highestSlot;
+        int32_t lowestPlace;
+        int32_t highestPlace;
+    };
+    Extent extent() const;
+
     /// The number of reads from `read` on whose first slots are the same.
     size_t numReadsAlike(size_t read) const;
     /// For `samples.size()` of these reads, each of which takes kMostTaps values from one further than that

@@ -36,34 +36,56 @@ VELLORIA_KERNEL double cosineOfCycles(double x)
     return angle * (1.0 + sum);
 }
 
-struct SineKernel {
-    VELLORIA_KERNEL static void run(float* positions, size_t count, double firstFrame, double phase,
-                                    Sweep sweep)
+struct WayKernel {
+    VELLORIA_KERNEL static void run(double* __restrict cosines, double* __restrict sines, size_t count,
+                                    double sampleRate, double cyclesPerSecond)
     {
-        const double cyclesPerSecond = 1.0 / sweep.secondsPerCycle;
         for (size_t i = 0; i < count; ++i) {
-            const double frame = static_cast<double>(static_cast<int32_t>(i)) + firstFrame;
-            const double cycles = phase + (frame / sweep.sampleRate) * cyclesPerSecond;
-            const double swing = sweep.deviationFrames * cosineOfCycles(cycles);
-            positions[i] = static_cast<float>(-(sweep.baseFrames - swing + 1.0));
+            const double cycles =
+                (static_cast<double>(static_cast<int32_t>(i)) / sampleRate) * cyclesPerSecond;
+            cosines[i] = cosineOfCycles(cycles);
+            sines[i] = cosineOfCycles(cycles - 0.25);
+        }
+    }
+};
+
+struct SineKernel {
+    VELLORIA_KERNEL static void run(float* __restrict positions, const double* cosines, const double* sines,
+                                    size_t count, double cycles, double baseFrames, double deviationFrames)
+    {
+        // cos(a + b) = cos a cos b - sin a sin b
+        const double cosine = cosineOfCycles(cycles);
+        const double sine = cosineOfCycles(cycles - 0.25);
+        for (size_t i = 0; i < count; ++i) {
+            const double swing = deviationFrames * (cosine * cosines[i] - sine * sines[i]);
+            positions[i] = static_cast<float>(-(baseFrames - swing + 1.0));
         }
     }
 };
 
 } // namespace
 
+Sweep::Sweep(const Shape& shape)
+    : mShape(shape)
+    , mCyclesPerSecond(1.0 / shape.secondsPerCycle)
+{
+    if (shape.isSine)
+        runKernel<WayKernel>(mCosines.data(), mSines.data(), mCosines.size(), shape.sampleRate,
+                             mCyclesPerSecond);
+}
+
 void Sweep::getPositions(double firstFrame, double phase, std::span<float> positions) const
 {
-    if (isSine) {
-        runKernel<SineKernel>(positions.data(), positions.size(), firstFrame, phase, *this);
+    if (mShape.isSine) {
+        runKernel<SineKernel>(positions.data(), mCosines.data(), mSines.data(), positions.size(),
+                              phase + cyclesUntil(firstFrame), mShape.baseFrames, mShape.deviationFrames);
         return;
     }
     // Named a triangle, heard as a ramp: it rises from 1 to 5 and falls back at once. Its sound is known so.
-    const double cyclesPerSecond = 1.0 / secondsPerCycle;
     for (size_t i = 0; i < positions.size(); ++i) {
-        const double cycles = phase + ((static_cast<double>(i) + firstFrame) / sampleRate) * cyclesPerSecond;
+        const double cycles = phase + cyclesUntil(static_cast<double>(i) + firstFrame);
         const double level = 2.0 * std::fabs(2.0 * std::fmod(cycles, 1.0) + 1.0) - 1.0;
-        positions[i] = static_cast<float>(-(baseFrames + deviationFrames * level));
+        positions[i] = static_cast<float>(-(mShape.baseFrames + mShape.deviationFrames * level));
     }
 }
 

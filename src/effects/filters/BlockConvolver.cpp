@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <type_traits>
 #include <utility>
 
 namespace velloria
@@ -13,51 +14,72 @@ namespace velloria
 namespace
 {
 
-/// Two rows of complex numbers whose parts lie apart.
+/// Two rows of complex numbers, one of them as ConvolutionKernel::Part has it.
 struct Factors {
-    const HalfSpectrum* a;
-    const HalfSpectrum* b;
+    const float* spectrum;
+    const float* reals;
+    const float* imaginaries;
 };
 
 /// The sum of products of rows, in tiles of which the sum stays in the innermost cache.
 struct SumOfProducts {
     static constexpr size_t kTileSize = 512;
 
-    VELLORIA_KERNEL static void run(const Factors* factors, size_t numFactors, HalfSpectrum* sum)
+    /// `size` complex numbers.
+    VELLORIA_KERNEL static void run(const Factors* factors, size_t numFactors, float* products, size_t size)
     {
-        const size_t size = sum->real.size();
         for (size_t start = 0; start < size; start += kTileSize) {
             const size_t count = size - start < kTileSize ? size - start : kTileSize;
-            float* __restrict const sumReal = sum->real.data() + start;
-            float* __restrict const sumImaginary = sum->imaginary.data() + start;
-            for (size_t i = 0; i < count; ++i)
-                sumReal[i] = sumImaginary[i] = 0.0F;
+            float* __restrict const sum = products + 2 * start;
+            for (size_t i = 0; i < 2 * count; ++i)
+                sum[i] = 0.0F;
             for (size_t part = 0; part < numFactors; ++part) {
-                const float* __restrict const aReal = factors[part].a->real.data() + start;
-                const float* __restrict const aImaginary = factors[part].a->imaginary.data() + start;
-                const float* __restrict const bReal = factors[part].b->real.data() + start;
-                const float* __restrict const bImaginary = factors[part].b->imaginary.data() + start;
-                for (size_t i = 0; i < count; ++i) {
-                    sumReal[i] += aReal[i] * bReal[i] - aImaginary[i] * bImaginary[i];
-                    sumImaginary[i] += aReal[i] * bImaginary[i] + aImaginary[i] * bReal[i];
+                const float* __restrict const spectrum = factors[part].spectrum + 2 * start;
+                const float* __restrict const reals = factors[part].reals + 2 * start;
+                const float* __restrict const imaginaries = factors[part].imaginaries + 2 * start;
+                for (size_t i = 0; i < 2 * count; i += 2) {
+                    const float real = spectrum[i];
+                    const float imaginary = spectrum[i + 1];
+                    sum[i] += real * reals[i] + imaginary * imaginaries[i];
+                    sum[i + 1] += imaginary * reals[i + 1] + real * imaginaries[i + 1];
                 }
             }
         }
     }
 };
 
+/// Complex numbers are pairs of them.
+template <typename Spectrum> auto* floatsOf(Spectrum& spectrum)
+{
+    using Float = std::conditional_t<std::is_const_v<Spectrum>, const float, float>;
+    return reinterpret_cast<Float*>(spectrum.bins().data());
+}
+
 } // namespace
+
+ConvolutionKernel::Part::Part(const HalfSpectrum& spectrum)
+    : reals(2 * spectrum.size())
+    , imaginaries(2 * spectrum.size())
+{
+    for (size_t bin = 0; bin < spectrum.size(); ++bin) {
+        reals[2 * bin] = reals[2 * bin + 1] = spectrum[bin].real();
+        imaginaries[2 * bin] = -spectrum[bin].imag();
+        imaginaries[2 * bin + 1] = spectrum[bin].imag();
+    }
+}
 
 ConvolutionKernel::ConvolutionKernel(std::span<const float> taps, const RealTransform& transform)
 {
     const size_t blockNumFrames = transform.size() / 2;
     const float scale = 1.0F / static_cast<float>(transform.size());
+    HalfSpectrum spectrum(transform.size());
     for (size_t start = 0; start < taps.size(); start += blockNumFrames) {
         TransformBuffer frames(transform.size());
         const size_t count = std::min(blockNumFrames, taps.size() - start);
         for (size_t i = 0; i < count; ++i)
             frames[i] = taps[start + i] * scale;
-        transform.forward(frames, mParts.emplace_back(transform.size()));
+        transform.forward(frames, spectrum);
+        mParts.emplace_back(spectrum);
     }
 }
 
@@ -128,9 +150,11 @@ void BlockConvolver::convolve(const Kernel& kernel, std::span<float> output)
     std::vector<Factors> factors;
     for (size_t part = 0; part < kernel->size(); ++part) {
         const size_t age = (mNewest + mSpectra.size() - part) % mSpectra.size();
-        factors.push_back({&kernel->part(part), &mSpectra[age]});
+        factors.push_back({floatsOf(mSpectra[age]), kernel->part(part).reals.values().data(),
+                           kernel->part(part).imaginaries.values().data()});
     }
-    runKernel<SumOfProducts>(static_cast<const Factors*>(factors.data()), factors.size(), &mSum);
+    runKernel<SumOfProducts>(static_cast<const Factors*>(factors.data()), factors.size(), floatsOf(mSum),
+                             mSum.size());
     mTransform.inverse(mSum, mConvolved);
     std::copy_n(mConvolved.values().begin() + static_cast<std::ptrdiff_t>(blockSize), blockSize,
                 output.begin());

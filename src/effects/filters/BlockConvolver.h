@@ -16,11 +16,19 @@ public:
     /// Taps beyond the last whole block are a block filled up with zeros.
     ConvolutionKernel(std::span<const float> taps, const RealTransform& transform);
 
+    /// A block's spectrum as a loop over pairs of floats likes it: for each bin the real part twice, and the
+    /// imaginary part with both signs, minus first.
+    struct Part {
+        explicit Part(const HalfSpectrum& spectrum);
+        TransformBuffer reals;
+        TransformBuffer imaginaries;
+    };
+
     size_t size() const { return mParts.size(); }
-    const HalfSpectrum& part(size_t index) const { return mParts[index]; }
+    const Part& part(size_t index) const { return mParts[index]; }
 
 private:
-    std::vector<HalfSpectrum> mParts;
+    std::vector<Part> mParts;
 };
 
 /// Convolves one track with an impulse response, block by block by the Fourier transform (overlap-save with a

@@ -19,7 +19,7 @@ std::vector<float> MinimumPhase::impulseResponse(const std::function<double(doub
     TransformBuffer frames(size);
     for (size_t bin = 0; bin <= half; ++bin) {
         const double frequency = rate * static_cast<double>(bin) / static_cast<double>(size);
-        spectrum.real[bin] = static_cast<float>(decibels(frequency) * std::numbers::ln10 / 20.0);
+        spectrum[bin] = static_cast<float>(decibels(frequency) * std::numbers::ln10 / 20.0);
     }
     transform.inverse(spectrum, frames);
     // What lies before time 0 is folded over: the logarithm of the spectrum becomes causal, and so does its
@@ -28,12 +28,8 @@ std::vector<float> MinimumPhase::impulseResponse(const std::function<double(doub
     for (size_t i = 0; i < size; ++i)
         frames[i] *= i == 0 || i == half ? scale : i < half ? 2.0F * scale : 0.0F;
     transform.forward(frames, spectrum);
-    for (size_t bin = 0; bin <= half; ++bin) {
-        const float magnitude = std::exp(spectrum.real[bin]);
-        const float phase = spectrum.imaginary[bin];
-        spectrum.real[bin] = magnitude * std::cos(phase);
-        spectrum.imaginary[bin] = magnitude * std::sin(phase);
-    }
+    for (HalfSpectrum::Bin& bin : spectrum.bins())
+        bin = std::exp(bin);
     transform.inverse(spectrum, frames);
     std::vector<float> taps(frames.values().begin(), frames.values().begin() + std::ptrdiff_t(numTaps));
     // The end fades out, so that a cut tail leaves no ripple.

@@ -11,7 +11,7 @@ namespace
 {
 
 /// Small enough for the cache, large enough that another core is worth waking for it.
-constexpr int64_t kFramesPerStep = 8192;
+constexpr int64_t kFramesPerStep = 16384;
 
 /// Tracks as they were, of a document that has others since.
 class TracksBefore final : public FrameSource

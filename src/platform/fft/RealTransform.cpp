@@ -17,11 +17,10 @@ std::mutex& planner()
     return mutex;
 }
 
-/// So many floats that the next ones are aligned for vectors, too.
-size_t alignedSize(size_t size)
+/// Both are a pair of floats.
+fftwf_complex* forLibrary(std::span<HalfSpectrum::Bin> bins)
 {
-    constexpr size_t kFloatsInVector = 16;
-    return (size + kFloatsInVector - 1) / kFloatsInVector * kFloatsInVector;
+    return reinterpret_cast<fftwf_complex*>(bins.data());
 }
 
 } // namespace
@@ -45,10 +44,15 @@ void RealTransform::Deleter::operator()(fftwf_plan_s* plan) const
 }
 
 HalfSpectrum::HalfSpectrum(size_t numFrames)
-    : mData(2 * alignedSize(numFrames / 2 + 1))
+    : mSize(numFrames / 2 + 1)
+    , mBins(static_cast<Bin*>(fftwf_malloc(mSize * sizeof(Bin))))
 {
-    real = mData.values().first(numFrames / 2 + 1);
-    imaginary = mData.values().subspan(alignedSize(numFrames / 2 + 1), numFrames / 2 + 1);
+    std::fill_n(mBins.get(), mSize, Bin());
+}
+
+void HalfSpectrum::Deleter::operator()(Bin* bins) const
+{
+    fftwf_free(bins);
 }
 
 RealTransform::RealTransform(size_t size)
@@ -57,27 +61,22 @@ RealTransform::RealTransform(size_t size)
     TransformBuffer frames(size);
     HalfSpectrum spectrum(size);
     float* const time = frames.values().data();
-    float* const real = spectrum.real.data();
-    float* const imaginary = spectrum.imaginary.data();
-    const fftwf_iodim dimension = {static_cast<int>(size), 1, 1};
+    fftwf_complex* const bins = forLibrary(spectrum.bins());
     const std::lock_guard lock(planner());
-    mForward.reset(
-        fftwf_plan_guru_split_dft_r2c(1, &dimension, 0, nullptr, time, real, imaginary, FFTW_ESTIMATE));
-    mInverse.reset(
-        fftwf_plan_guru_split_dft_c2r(1, &dimension, 0, nullptr, real, imaginary, time, FFTW_ESTIMATE));
+    mForward.reset(fftwf_plan_dft_r2c_1d(static_cast<int>(size), time, bins, FFTW_ESTIMATE));
+    mInverse.reset(fftwf_plan_dft_c2r_1d(static_cast<int>(size), bins, time, FFTW_ESTIMATE));
 }
 
 void RealTransform::forward(const TransformBuffer& frames, HalfSpectrum& spectrum) const
 {
     // It takes what it only reads as if it wrote there.
     auto* const time = const_cast<float*>(frames.values().data());
-    fftwf_execute_split_dft_r2c(mForward.get(), time, spectrum.real.data(), spectrum.imaginary.data());
+    fftwf_execute_dft_r2c(mForward.get(), time, forLibrary(spectrum.bins()));
 }
 
 void RealTransform::inverse(HalfSpectrum& spectrum, TransformBuffer& frames) const
 {
-    fftwf_execute_split_dft_c2r(mInverse.get(), spectrum.real.data(), spectrum.imaginary.data(),
-                                frames.values().data());
+    fftwf_execute_dft_c2r(mInverse.get(), forLibrary(spectrum.bins()), frames.values().data());
 }
 
 } // namespace velloria

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <complex>
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -29,18 +30,26 @@ private:
     size_t mSize;
 };
 
-/// The lower half of a spectrum, from 0 to half of the sample rate. Both parts lie in one piece of memory,
-/// because a plan holds for buffers that are as far apart as those that it was made with.
+/// The lower half of a spectrum: numFrames / 2 + 1 bins from 0 to half of the sample rate.
 class HalfSpectrum
 {
 public:
+    using Bin = std::complex<float>;
+
     explicit HalfSpectrum(size_t numFrames);
 
-    std::span<float> real;
-    std::span<float> imaginary;
+    std::span<Bin> bins() { return {mBins.get(), mSize}; }
+    std::span<const Bin> bins() const { return {mBins.get(), mSize}; }
+    size_t size() const { return mSize; }
+    Bin& operator[](size_t bin) { return mBins[bin]; }
+    const Bin& operator[](size_t bin) const { return mBins[bin]; }
 
 private:
-    TransformBuffer mData;
+    struct Deleter {
+        void operator()(Bin* bins) const;
+    };
+    size_t mSize;
+    std::unique_ptr<Bin[], Deleter> mBins;
 };
 
 /// The Fourier transform of real numbers in single precision, by FFTW. Neither direction is scaled: there and

@@ -29,8 +29,8 @@ void expectDefinition(size_t size)
             real += frames[i] * std::cos(angle);
             imaginary -= frames[i] * std::sin(angle);
         }
-        EXPECT_NEAR(spectrum.real[bin], real, 1e-4);
-        EXPECT_NEAR(spectrum.imaginary[bin], imaginary, 1e-4);
+        EXPECT_NEAR(spectrum[bin].real(), real, 1e-4);
+        EXPECT_NEAR(spectrum[bin].imag(), imaginary, 1e-4);
     }
     TransformBuffer back(size);
     transform.inverse(spectrum, back);
