@@ -89,8 +89,8 @@ std::shared_ptr<AudioFile> SoundDocument::configuredWriter(const SaveRequest& re
 
 SeamMode SoundDocument::seamMode(const SaveRequest& request)
 {
-    const UserDefaults& defaults = UserDefaults::standard();
-    const bool isCopying = !defaults.isSet(copyPacketsKey) || defaults.boolValue(copyPacketsKey);
+    const QVariant preferred = UserDefaults::standard().value(copyPacketsKey);
+    const bool isCopying = !preferred.isValid() || preferred.toBool();
     return request.seams.value_or(isCopying ? SeamMode::exact : SeamMode::none);
 }
 

@@ -8,6 +8,7 @@
 #include "formats/flac/FlacEncoder.h"
 #include "formats/flac/FlacInOgg.h"
 #include "formats/flac/FlacLedger.h"
+#include "formats/flac/FlacSeamWriter.h"
 #include "formats/ogg/OggHeaderEdit.h"
 #include "formats/ogg/OggLedger.h"
 #include "formats/ogg/OggSerialNumber.h"
@@ -17,6 +18,7 @@
 #include "platform/MissedReads.h"
 
 #include <FLAC/format.h>
+#include <QtEndian>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -34,6 +36,8 @@ constexpr int defaultSampleSize = 16;
 constexpr uint32_t narrowestSample = 8;
 constexpr uint32_t widestSample = 32;
 constexpr double highestRate = 4294967295.0;
+// Integers of more bits are not what they were when floats were made of them.
+constexpr uint32_t widestExactSample = 24;
 // Eight blocks of the file: handing them over costs nothing then, and cancelling is still heard at once.
 constexpr int64_t framesPerPass = int64_t{8} * 4096;
 // Bytes of a file against those of its samples, for each bit of the sample size: what music comes to.
@@ -139,6 +143,7 @@ void FLACFile::declareWhatDecodingFound(const FlacConversion& conversion)
         mLedger.add(*std::move(rest));
     if (mSampleRate > 0.0)
         declareStartTime(static_cast<double>(conversion.firstFrame()) / mSampleRate, mLedger);
+    mIsSoundComplete = !conversion.isDamaged() && conversion.firstFrame() == 0;
     if (conversion.isDamaged())
         mLedger.addWithSound(QStringLiteral("damaged sound"));
 }
@@ -251,8 +256,9 @@ FlacMetadataEdit::Blocks FLACFile::blocksToWrite() const
     return blocks;
 }
 
-/// In front of sound that is encoded anew, by a library that has a name.
-FlacMetadataEdit::Blocks FLACFile::blocksToEncode() const
+/// In front of sound that is encoded anew, by a library that has a name; that of most packets may be another
+/// one.
+FlacMetadataEdit::Blocks FLACFile::blocksToEncode(bool keepsPackets) const
 {
     const FLACFile* const edited = editedFile();
     FlacMetadataEdit::Blocks blocks = blocksToWrite();
@@ -266,7 +272,8 @@ FlacMetadataEdit::Blocks FLACFile::blocksToEncode() const
     });
     VorbisCommentPacket comments = FlacMetadataEdit::commentsOf(blocks);
     const bool hasComments = !comments.entries().isEmpty() || !comments.vendor().isEmpty();
-    comments.setVendor(FlacEncoder::vendor());
+    if (!edited || !keepsPackets)
+        comments.setVendor(FlacEncoder::vendor());
     if (hasComments || !edited || isInOgg())
         FlacMetadataEdit::setComments(blocks, comments);
     if (isInOgg())
@@ -282,9 +289,12 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
                                mNumberOfChannels, mBitsPerSample};
     setInOgg(shouldBeInOgg());
     takeAbilitiesOf(editedFile());
-    mBlocks = blocksToEncode();
+    const std::optional<FlacSeamPlan> plan = planSeams(range.numFrames);
+    mBlocks = blocksToEncode(plan.has_value());
     if (MaybeError error = FlacMetadataEdit::refusal(*mBlocks))
         return error;
+    if (plan)
+        return writeSeams(*plan, document, range, format, progress);
     std::optional<int> serialNumber;
     if (isInOgg())
         serialNumber = oggSerialNumber(document, range, FlacMetadataEdit::commentsOf(*mBlocks).text());
@@ -318,7 +328,49 @@ bool FLACFile::takeSound(const AudioFile& source)
                           : !FlacLayout::ofFile(handle).isWhole)
         return false;
     takeAbilitiesOf(opened);
+    mIsSoundComplete = opened->mIsSoundComplete;
     return true;
+}
+
+/// Whether the packets follow one another is looked at when they are copied, since that takes some time.
+bool FLACFile::takePieces(const AudioFile& source, const SoundPieces&)
+{
+    const auto* const opened = dynamic_cast<const FLACFile*>(&source);
+    return opened && opened->mIsSoundComplete && !opened->isInOgg() && !shouldBeInOgg() &&
+           opened->bitsPerSample() == mBitsPerSample && mBitsPerSample <= widestExactSample &&
+           opened->numberOfChannels() == mNumberOfChannels &&
+           FlacLayout::ofFile(*opened->fileHandle()).isWhole;
+}
+
+/// Nothing where all is to be encoded.
+std::optional<FlacSeamPlan> FLACFile::planSeams(int64_t numFrames) const
+{
+    if (!piecesSource() || isInOgg())
+        return std::nullopt;
+    const FileHandle& source = *piecesSource()->fileHandle();
+    const FlacLayout layout = FlacLayout::ofFile(source);
+    auto packets = layout.isWhole
+                       ? FlacPacketIndex::read(source, layout.sound, piecesSource()->numberOfFrames())
+                       : std::nullopt;
+    if (!packets)
+        return std::nullopt;
+    // The description tells the longest packet in its second number.
+    const QByteArray told = source.readAt(layout.blocks.front().payload().offset + 2, 2);
+    int64_t length = told.size() == 2 ? qFromBigEndian<quint16>(told.constData()) : 0;
+    for (const FlacPacket& packet : *packets)
+        length = std::max<int64_t>(length, packet.numFrames);
+    FlacSeamPlan plan(*std::move(packets), keptPieces(), numFrames,
+                      std::max(length, FlacPacketHead::leastFrames));
+    return plan.keepsAny() ? std::optional(std::move(plan)) : std::nullopt;
+}
+
+MaybeError FLACFile::writeSeams(const FlacSeamPlan& plan, const FrameSource& document, const SaveRange& range,
+                                const FlacFormat& format, Progress& progress)
+{
+    FlacSeamWriter writer(plan, *piecesSource()->fileHandle(), fileHandle(), format);
+    const MaybeError error = writer.write(document, range, *mBlocks, progress);
+    mBlocks = writer.blocks();
+    return error;
 }
 
 MaybeError FLACFile::writeKeptSound(Progress& progress)

@@ -7,7 +7,9 @@ namespace velloria
 {
 
 class FlacConversion;
+class FlacSeamPlan;
 struct FlacDescription;
+struct FlacFormat;
 
 /// FLAC files, also FLAC in Ogg. Opening reads the metadata; the sound is decoded into scratch files. Written
 /// are plain FLAC files, or Ogg files where dataFormat() says so ("Oflc", as a file that was opened from Ogg
@@ -47,6 +49,7 @@ public:
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
     bool takeSound(const AudioFile& source) override;
+    bool takePieces(const AudioFile& source, const SoundPieces& pieces) override;
     MaybeError writeKeptSound(Progress& progress) override;
 
 private:
@@ -57,7 +60,10 @@ private:
     void takeAbilitiesOf(const FLACFile* edited);
     bool holdsSoundAsLongAs(const FLACFile& other) const;
     FlacMetadataEdit::Blocks blocksToWrite() const;
-    FlacMetadataEdit::Blocks blocksToEncode() const;
+    FlacMetadataEdit::Blocks blocksToEncode(bool keepsPackets) const;
+    std::optional<FlacSeamPlan> planSeams(int64_t numFrames) const;
+    MaybeError writeSeams(const FlacSeamPlan& plan, const FrameSource& document, const SaveRange& range,
+                          const FlacFormat& format, Progress& progress);
     MaybeError writeKeptFrames(Progress& progress);
     MaybeError writeKeptPages(Progress& progress);
     void declareWhatDecodingFound(const FlacConversion& conversion);
@@ -66,6 +72,8 @@ private:
     std::unique_ptr<const FlacDescription> mDescription;
     /// Of the file that was opened or written, behind the description; nothing where they are not known.
     std::optional<FlacMetadataEdit::Blocks> mBlocks;
+    /// All of its packets were decoded, the first one being number 0.
+    bool mIsSoundComplete = false;
 };
 
 } // namespace velloria

@@ -16,14 +16,19 @@ static_assert(std::endian::native == std::endian::little);
 
 /// The low kSize bytes of each sample.
 template <size_t kSize>
-void pack(const FLAC__int32* const channels[], size_t numChannels, std::byte* out, size_t numFrames)
+void packBytes(std::span<const int32_t* const> channels, std::byte* out, size_t numFrames)
 {
-    for (size_t c = 0; c < numChannels; ++c) {
-        const FLAC__int32* const in = channels[c];
+    for (size_t c = 0; c < channels.size(); ++c) {
+        const int32_t* const in = channels[c];
         std::byte* to = out + c * kSize;
-        for (size_t i = 0; i < numFrames; ++i, to += numChannels * kSize)
+        for (size_t i = 0; i < numFrames; ++i, to += channels.size() * kSize)
             std::memcpy(to, in + i, kSize);
     }
+}
+
+size_t bytesPerSample(uint32_t bits)
+{
+    return (bits + 7) / 8;
 }
 
 } // namespace
@@ -38,13 +43,6 @@ void FlacBlock::start(const FlacFormat& format, bool isPacking)
     mPacked.clear();
 }
 
-std::byte* FlacBlock::growPacked(size_t numFrames)
-{
-    const size_t size = mPacked.size();
-    mPacked.resize(size + numFrames * mFormat.numChannels * ((mFormat.bitsPerSample + 7) / 8));
-    return mPacked.data() + size;
-}
-
 void FlacBlock::append(const FLAC__int32* const channels[], size_t numFrames)
 {
     const float scale = std::ldexp(1.0F, 1 - static_cast<int>(mFormat.bitsPerSample));
@@ -54,18 +52,25 @@ void FlacBlock::append(const FLAC__int32* const channels[], size_t numFrames)
         samples.resize(size + numFrames);
         SampleKernels::scaleIntegers(channels[c], scale, samples.data() + size, numFrames);
     }
-    if (!mIsPacking)
-        return;
-    std::byte* const out = growPacked(numFrames);
-    switch ((mFormat.bitsPerSample + 7) / 8) {
+    if (mIsPacking)
+        pack(std::span(channels, mSamples.size()), numFrames, mFormat.bitsPerSample, mPacked);
+}
+
+void FlacBlock::pack(std::span<const int32_t* const> channels, size_t numFrames, uint32_t bits,
+                     std::vector<std::byte>& out)
+{
+    const size_t size = out.size();
+    out.resize(size + numFrames * channels.size() * bytesPerSample(bits));
+    std::byte* const to = out.data() + size;
+    switch (bytesPerSample(bits)) {
     case 1:
-        return pack<1>(channels, mSamples.size(), out, numFrames);
+        return packBytes<1>(channels, to, numFrames);
     case 2:
-        return pack<2>(channels, mSamples.size(), out, numFrames);
+        return packBytes<2>(channels, to, numFrames);
     case 3:
-        return pack<3>(channels, mSamples.size(), out, numFrames);
+        return packBytes<3>(channels, to, numFrames);
     default:
-        return pack<4>(channels, mSamples.size(), out, numFrames);
+        return packBytes<4>(channels, to, numFrames);
     }
 }
 
@@ -74,7 +79,8 @@ void FlacBlock::appendSilence(size_t numFrames)
     for (std::vector<float>& samples : mSamples)
         samples.resize(samples.size() + numFrames);
     if (mIsPacking)
-        growPacked(numFrames);
+        mPacked.resize(mPacked.size() +
+                       numFrames * mFormat.numChannels * bytesPerSample(mFormat.bitsPerSample));
 }
 
 void FlacBlock::dropFirst(size_t numFrames)
@@ -82,7 +88,8 @@ void FlacBlock::dropFirst(size_t numFrames)
     const auto count = static_cast<std::ptrdiff_t>(numFrames);
     for (std::vector<float>& samples : mSamples)
         samples.erase(samples.begin(), samples.begin() + count);
-    const auto frameSize = static_cast<std::ptrdiff_t>(mSamples.size() * ((mFormat.bitsPerSample + 7) / 8));
+    const auto frameSize =
+        static_cast<std::ptrdiff_t>(mSamples.size() * bytesPerSample(mFormat.bitsPerSample));
     if (mIsPacking)
         mPacked.erase(mPacked.begin(), mPacked.begin() + count * frameSize);
 }

@@ -3,6 +3,7 @@
 #include "formats/flac/FlacDescription.h"
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace velloria
@@ -12,6 +13,11 @@ namespace velloria
 class FlacBlock
 {
 public:
+    /// Appends frames as the checksum of a file is computed over them: interleaved little-endian integers of
+    /// as many whole bytes as samples of `bits` need.
+    static void pack(std::span<const int32_t* const> channels, size_t numFrames, uint32_t bits,
+                     std::vector<std::byte>& out);
+
     /// Empties the block for frames of this format.
     void start(const FlacFormat& format, bool isPacking);
     /// Adds frames; `channels` has one pointer for each channel of the format.
@@ -31,8 +37,6 @@ public:
     const std::vector<std::byte>& packed() const { return mPacked; }
 
 private:
-    std::byte* growPacked(size_t numFrames);
-
     FlacFormat mFormat;
     bool mIsPacking = false;
     std::vector<std::vector<float>> mSamples;

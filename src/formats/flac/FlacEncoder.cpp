@@ -1,9 +1,8 @@
 #include "formats/flac/FlacEncoder.h"
 
+#include "formats/flac/FlacEncoderStart.h"
 #include "formats/flac/FlacFrameSink.h"
 #include "platform/Log.h"
-
-#include <algorithm>
 
 namespace velloria
 {
@@ -79,17 +78,10 @@ MaybeError FlacEncoder::start(FlacMetadataEdit::Blocks blocks)
         return Error{Error::Code::failed, QStringLiteral("The FLAC encoder could not be started.")};
     }
     mBlocks = std::move(blocks);
-    const auto seekTable =
-        std::ranges::find(mBlocks, FLAC__METADATA_TYPE_SEEKTABLE, &FlacMetadataEdit::Block::type);
-    if (seekTable != mBlocks.end()) {
-        mSeekTable.emplace(seekTable->payload, mNumFrames);
-        seekTable->payload = mSeekTable->payload();
-    }
-    FLAC__StreamEncoderInitStatus status = initialise(true);
-    // Rates and sizes that are out of the ordinary are only told in the file's header then, not in every
-    // frame; every decoder of files can do with that.
-    if (status == FLAC__STREAM_ENCODER_INIT_STATUS_NOT_STREAMABLE)
-        status = initialise(false);
+    mSeekTable = FlacSeekTable::inPlaceOf(mBlocks, mNumFrames);
+    const FlacEncoderStart::Callbacks callbacks = {Callbacks::write, Callbacks::seek, Callbacks::tell, this};
+    const FLAC__StreamEncoderInitStatus status =
+        FlacEncoderStart::start(*mEncoder, mFormat, mNumFrames, 0, callbacks);
     if (status != FLAC__STREAM_ENCODER_INIT_STATUS_OK) {
         logLine(
             QStringLiteral("FLAC__stream_encoder_init_stream() error: %1.").arg(static_cast<int>(status)));
@@ -98,18 +90,6 @@ MaybeError FlacEncoder::start(FlacMetadataEdit::Blocks blocks)
     mHasStarted = true;
     mSink->start(streamInfo(), mBlocks);
     return mSink->error();
-}
-
-FLAC__StreamEncoderInitStatus FlacEncoder::initialise(bool isStreamable)
-{
-    FLAC__StreamEncoder* const encoder = mEncoder.get();
-    FLAC__stream_encoder_set_streamable_subset(encoder, isStreamable);
-    FLAC__stream_encoder_set_channels(encoder, mFormat.numChannels);
-    FLAC__stream_encoder_set_bits_per_sample(encoder, mFormat.bitsPerSample);
-    FLAC__stream_encoder_set_sample_rate(encoder, mFormat.sampleRate);
-    FLAC__stream_encoder_set_total_samples_estimate(encoder, static_cast<FLAC__uint64>(mNumFrames));
-    return FLAC__stream_encoder_init_stream(encoder, Callbacks::write, Callbacks::seek, Callbacks::tell,
-                                            nullptr, this);
 }
 
 void FlacEncoder::takeFrame(std::span<const std::byte> bytes, int64_t numFrames)
@@ -140,8 +120,7 @@ MaybeError FlacEncoder::finish()
         return failure();
     const bool isFinished = FLAC__stream_encoder_finish(mEncoder.get());
     if (mSeekTable)
-        std::ranges::find(mBlocks, FLAC__METADATA_TYPE_SEEKTABLE, &FlacMetadataEdit::Block::type)->payload =
-            mSeekTable->payload();
+        mSeekTable->putInto(mBlocks);
     if (MaybeError error = mSink->finish(streamInfo(), mBlocks))
         return error;
     return isFinished ? std::nullopt : MaybeError(failure());
@@ -151,10 +130,7 @@ Error FlacEncoder::failure() const
 {
     if (const MaybeError error = mSink->error())
         return *error;
-    return {Error::Code::failed, QStringLiteral("FLAC files cannot hold %1 channels of %2 bits at %3 Hz.")
-                                     .arg(mFormat.numChannels)
-                                     .arg(mFormat.bitsPerSample)
-                                     .arg(mFormat.sampleRate)};
+    return FlacEncoderStart::refusal(mFormat);
 }
 
 } // namespace velloria

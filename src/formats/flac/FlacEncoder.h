@@ -44,7 +44,6 @@ private:
         void operator()(FLAC__StreamEncoder* encoder) const { FLAC__stream_encoder_delete(encoder); }
     };
 
-    FLAC__StreamEncoderInitStatus initialise(bool isStreamable);
     void takeFrame(std::span<const std::byte> bytes, int64_t numFrames);
     QByteArray streamInfo() const;
     Error failure() const;

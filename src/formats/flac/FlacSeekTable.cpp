@@ -1,5 +1,6 @@
 #include "formats/flac/FlacSeekTable.h"
 
+#include <FLAC/format.h>
 #include <QtEndian>
 #include <algorithm>
 #include <limits>
@@ -17,6 +18,11 @@ constexpr qsizetype countInPoint = 16;
 constexpr quint64 placeholder = ~quint64{0};
 // More would not fit into a block of 16 MB.
 constexpr size_t mostPoints = 900000;
+
+auto findIn(FlacMetadataEdit::Blocks& blocks)
+{
+    return std::ranges::find(blocks, FLAC__METADATA_TYPE_SEEKTABLE, &FlacMetadataEdit::Block::type);
+}
 
 } // namespace
 
@@ -45,6 +51,22 @@ FlacSeekTable::FlacSeekTable(const QByteArray& other, int64_t numFrames)
             mTargets.push_back(place);
     }
     mNumPoints = std::max<int64_t>(1, static_cast<int64_t>(mTargets.size()) + numPlaceholders);
+}
+
+std::optional<FlacSeekTable> FlacSeekTable::inPlaceOf(FlacMetadataEdit::Blocks& blocks, int64_t numFrames)
+{
+    const auto block = findIn(blocks);
+    if (block == blocks.end())
+        return std::nullopt;
+    FlacSeekTable table(block->payload, numFrames);
+    block->payload = table.payload();
+    return table;
+}
+
+void FlacSeekTable::putInto(FlacMetadataEdit::Blocks& blocks) const
+{
+    if (const auto block = findIn(blocks); block != blocks.end())
+        block->payload = payload();
 }
 
 void FlacSeekTable::didWrite(int64_t firstFrame, int64_t offset, int64_t numFrames)

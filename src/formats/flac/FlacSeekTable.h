@@ -1,7 +1,10 @@
 #pragma once
 
+#include "formats/flac/FlacMetadataEdit.h"
+
 #include <QByteArray>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace velloria
@@ -14,6 +17,11 @@ class FlacSeekTable
 public:
     /// By the payload of the other table. `numFrames` is the length of the new sound.
     FlacSeekTable(const QByteArray& other, int64_t numFrames);
+
+    /// In the manner of the one among the metadata, whose place it takes there, still without points; nothing
+    /// where there is none.
+    static std::optional<FlacSeekTable> inPlaceOf(FlacMetadataEdit::Blocks& blocks, int64_t numFrames);
+    void putInto(FlacMetadataEdit::Blocks& blocks) const;
 
     /// Tells where a block of the sound went. Offsets count from the first one.
     void didWrite(int64_t firstFrame, int64_t offset, int64_t numFrames);
