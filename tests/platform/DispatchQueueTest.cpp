@@ -198,4 +198,37 @@ TEST(RunConcurrentlyTest, ManySmallLoopsSeeEachOthersResults)
     EXPECT_EQ(values, (std::vector{20'000, 20'000, 20'000}));
 }
 
+TEST(RunConcurrentlyTest, ACallThatWaitsHelpsWithTheLoopsInsideOfTheOneItWaitsFor)
+{
+    const int numCores = QThread::idealThreadCount();
+    if (numCores < 2)
+        GTEST_SKIP() << "needs two cores";
+    // All but the first call wait for it, so no thread is left for its inner loop but those that wait.
+    std::atomic<int> numInside = 0;
+    std::atomic<bool> isDone = false;
+    std::atomic<bool> didMeet = false;
+    std::atomic<int> mostInOneThread = 0;
+    const auto meet = [&](int) {
+        ++numInside;
+        const auto end = std::chrono::steady_clock::now() + 20s;
+        while (numInside < numCores && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        didMeet = numInside == numCores;
+    };
+    runConcurrently(4 * numCores, [&](int i) {
+        thread_local int numCalls = 0;
+        mostInOneThread = std::max(mostInOneThread.load(), ++numCalls);
+        if (i == 0) {
+            runConcurrently(numCores, meet);
+            isDone = true;
+            wakeWaitingCalls();
+        } else {
+            waitAndHelp([&] { return isDone.load(); });
+        }
+        --numCalls;
+    });
+    EXPECT_TRUE(didMeet);
+    EXPECT_EQ(mostInOneThread, 1) << "a call was begun inside of another one";
+}
+
 } // namespace velloria
