@@ -58,6 +58,14 @@ QString markersUnreadable(const QString& name)
     return QStringLiteral("Some markers of “%1” could not be read.").arg(name);
 }
 
+QString markersDisagree(const QString& name)
+{
+    return QStringLiteral(
+               "The cue points of “%1” are not the markers that stand beside them; the cue points were "
+               "opened.")
+        .arg(name);
+}
+
 QString tagsUnreadable(const QString& name)
 {
     return QStringLiteral("The tags of “%1” could not be read.").arg(name);

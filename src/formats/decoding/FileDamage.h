@@ -28,6 +28,8 @@ QString furtherSoundNotOpened(const QString& name);
 QString checksumWrong(const QString& name);
 QString headerNeverCompleted(const QString& name);
 QString markersUnreadable(const QString& name);
+/// Its cue points are not the markers that this program wrote into it.
+QString markersDisagree(const QString& name);
 QString tagsUnreadable(const QString& name);
 
 } // namespace FileDamage

@@ -1,12 +1,12 @@
 #include "formats/wave/InfoList.h"
 
 #include "formats/chunks/RiffChunkList.h"
+#include "formats/wave/ListEntries.h"
+#include "formats/wave/RiffText.h"
 
-#include <QStringDecoder>
 #include <QtEndian>
 #include <algorithm>
 #include <array>
-#include <optional>
 
 namespace velloria
 {
@@ -39,43 +39,19 @@ constexpr auto names = std::to_array<Name>({
     {fourCharCode("TRCK"), "track number"},
 });
 
-std::optional<QString> utf8Text(const QByteArray& bytes)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder(bytes);
-    return decoder.hasError() ? std::nullopt : std::optional(text);
-}
-
-QString textOf(const QByteArray& bytes)
-{
-    return utf8Text(bytes).value_or(QString::fromLatin1(bytes));
-}
-
 } // namespace
 
 InfoList::InfoList(const QByteArray& payload)
 {
     if (!payload.startsWith(listType))
         return;
-    qsizetype offset = listType.size();
-    while (offset + RiffChunk::headerLength <= payload.size() && mEntries.size() < mostEntries) {
-        const auto ident = qFromBigEndian<quint32>(payload.constData() + offset);
-        const qsizetype size = qFromLittleEndian<quint32>(payload.constData() + offset + 4);
-        const qsizetype start = offset + RiffChunk::headerLength;
-        if (size > payload.size() - start)
-            break;
-        qsizetype end = start + size;
-        // Some programs leave the pad byte out.
-        if (size % 2 != 0 && end < payload.size() && payload[end] == '\0')
-            ++end;
-        const QByteArray value = payload.mid(start, size);
-        const qsizetype zero = value.indexOf('\0');
-        const QByteArray text = zero < 0 ? value : value.first(zero);
-        mIsLatin1 = mIsLatin1 || !utf8Text(text);
-        mEntries.push_back({ident, payload.mid(offset, end - offset), text});
-        offset = end;
+    ListEntries list = ListEntries::ofPayload(payload, mostEntries);
+    for (const ListEntry& entry : list.entries) {
+        const QByteArray text = RiffText::bytesOfText(entry.value());
+        mIsWindows1252 = mIsWindows1252 || !RiffText::isUtf8(text);
+        mEntries.push_back({entry.ident, entry.bytes, text});
     }
-    mRest = payload.mid(offset);
+    mRest = std::move(list.rest);
 }
 
 QString InfoList::keyOf(FourCharCode ident)
@@ -90,7 +66,7 @@ MetadataDictionary InfoList::dictionary() const
     for (const Entry& entry : mEntries) {
         const QString key = keyOf(entry.ident);
         if (!key.isEmpty() && !entry.text.isEmpty() && !dictionary.contains(key))
-            dictionary.insert(key, textOf(entry.text));
+            dictionary.insert(key, RiffText::stringOf(entry.text));
     }
     return dictionary;
 }
@@ -123,18 +99,14 @@ InfoList::Entry InfoList::entryOf(FourCharCode ident, const QString& text, const
     Entry entry = {ident, {}, {}};
     if (text.isEmpty())
         return entry;
-    const QByteArray latin1 = text.toLatin1();
-    const bool isLatin1 = mIsLatin1 && QString::fromLatin1(latin1) == text;
-    entry.text = isLatin1 ? latin1 : text.toUtf8();
+    entry.text = RiffText::textOf(text, mIsWindows1252);
     const QByteArray value = before.mid(RiffChunk::headerLength);
     const bool endsWithZero =
         before.isEmpty() ||
         value.first(std::min<qsizetype>(value.size(), qFromLittleEndian<quint32>(before.constData() + 4)))
             .endsWith('\0');
-    QByteArray bytes = entry.text + (endsWithZero ? QByteArray(1, '\0') : QByteArray());
-    entry.bytes = riffChunkHeader(ident, bytes.size()) + bytes;
-    if (bytes.size() % 2 != 0)
-        entry.bytes += '\0';
+    entry.bytes =
+        ListEntry::ofValue(ident, entry.text + (endsWithZero ? QByteArray(1, '\0') : QByteArray())).bytes;
     return entry;
 }
 

@@ -9,8 +9,8 @@
 namespace velloria
 {
 
-/// The texts of a WAVE file's "LIST" chunk of the type "INFO": entries of four characters, a 32-bit size and
-/// a text, which ends at the first zero byte. It is UTF-8 where it can be that, else Latin-1.
+/// The texts of a WAVE file's "LIST" chunk of the type "INFO": entries (ListEntry) whose value is a text
+/// (RiffText).
 class InfoList
 {
 public:
@@ -45,7 +45,7 @@ private:
     std::vector<Entry> mEntries;
     /// Behind the last whole entry.
     QByteArray mRest;
-    bool mIsLatin1 = false;
+    bool mIsWindows1252 = false;
 };
 
 } // namespace velloria

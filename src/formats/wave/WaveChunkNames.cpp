@@ -135,6 +135,11 @@ void declareList(ByteRange list, const FileHandle& handle, ChunkByteOrder byteOr
 
 } // namespace
 
+QString nameOfWaveChunk(FourCharCode ident)
+{
+    return nameOfChunk(ident, chunkNames);
+}
+
 void declareWaveChunk(const RiffChunk& chunk, const FileHandle& handle, ChunkByteOrder byteOrder,
                       const WaveChunkFate& fate, FileLedger& ledger)
 {

@@ -14,6 +14,9 @@ struct WaveChunkFate {
     QStringList keysTaken;
 };
 
+/// A chunk or an entry of a list for a person: "cue points (cue )".
+QString nameOfWaveChunk(FourCharCode ident);
+
 /// Declares the payload of a chunk that is not taken in as a whole. Filler, what follows from the samples and
 /// the name of the writing program are structure; all else is named, lists by their entries: "cue points
 /// (cue )", the tag "artist (IART)".

@@ -1,7 +1,6 @@
 // Which chunks a WAVE file gets, and in which order: those of the file that was opened, as they stand there.
 #include "formats/wave/WaveChunkNames.h"
 #include "formats/wave/WaveFile.h"
-#include "formats/wave/WaveMarkers.h"
 
 #include <QtEndian>
 #include <algorithm>
@@ -87,8 +86,8 @@ bool WaveFile::carriesOver(const WaveFile& edited, const RiffChunk& chunk) const
 std::vector<QByteArray> WaveFile::modelChunks() const
 {
     std::vector<QByteArray> made;
-    if (mMarkers && !mMarkers->empty())
-        made.push_back(chunkWithPayload(fourCharCode("MARK"), WaveMarkers::payloadOfMarkers(*mMarkers)));
+    if (const QByteArray markers = ownMarkerChunk(); !markers.isEmpty())
+        made.push_back(markers);
     if (const QByteArray tag = id3Chunk(ChunkByteOrder::littleEndian); !tag.isEmpty() && !infoHoldsAllTags())
         made.push_back(tag);
     for (const QByteArray& chunk : mMetadata.waveBWFChunks())
@@ -159,8 +158,7 @@ WaveFile::ChunkPlan WaveFile::chunkPlan() const
     const WaveFile* const edited = editedFile();
     if (!edited || !edited->chunks().find(fourCharCode("fmt "))) {
         plan.inFront = {{format, {}}, {fact, {}}};
-        for (const QByteArray& chunk : made)
-            plan.behind.push_back({chunk, {}});
+        addNewChunks(made, plan);
         return plan;
     }
     std::vector<ChunkToWrite>* place = &plan.inFront;
@@ -185,13 +183,28 @@ WaveFile::ChunkPlan WaveFile::chunkPlan() const
             place->push_back({take(ident), {}});
         } else if (isFirst && kind == fourCharCode("INFO") && !edited->mInfo.isEmpty()) {
             place->push_back({chunkWithPayload(listIdent, infoToWrite().payload()), {}});
+        } else if (const auto cues = cueEdit().payloads.find(chunk.payloadOffset());
+                   cues != cueEdit().payloads.end()) {
+            if (!cues->second.isEmpty())
+                place->push_back({chunkWithPayload(chunk.ident, cues->second), {}});
         } else if (carriesOver(*edited, chunk)) {
             place->push_back({{}, {chunk.offset, chunk.end() - chunk.offset}});
         }
     }
+    addNewChunks(made, plan);
+    return plan;
+}
+
+/// Behind all others; cue points last, so that what a file had before they were written stands where it
+/// stood.
+void WaveFile::addNewChunks(const std::vector<QByteArray>& made, ChunkPlan& plan) const
+{
     for (const QByteArray& chunk : made)
         plan.behind.push_back({chunk, {}});
-    return plan;
+    if (!cueEdit().newPoints.isEmpty())
+        plan.behind.push_back({chunkWithPayload(fourCharCode("cue "), cueEdit().newPoints), {}});
+    if (!cueEdit().newTexts.isEmpty())
+        plan.behind.push_back({chunkWithPayload(listIdent, cueEdit().newTexts), {}});
 }
 
 bool WaveFile::willWrite(const FileItem& item) const
@@ -201,6 +214,8 @@ bool WaveFile::willWrite(const FileItem& item) const
         return ChunkedFile::willWrite(item);
     if (item.bytes.length == 0)
         return keepsFormat() || mKeptEncoding || ChunkedFile::willWrite(item);
+    if (const auto keeps = keepsItemOfMarkers(*edited, item))
+        return *keeps;
     return std::ranges::any_of(edited->chunks().chunks(), [&](const RiffChunk& chunk) {
         const bool isInside = item.bytes.offset >= chunk.offset && item.bytes.offset < chunk.end();
         return isInside && carriesOver(*edited, chunk);
@@ -220,6 +235,7 @@ void WaveFile::takeOverLedger()
     mInfo = written->mInfo;
     mHasTagChunk = written->mHasTagChunk;
     mModelOffsets = written->mModelOffsets;
+    takeOverMarkers(*written);
 }
 
 } // namespace velloria

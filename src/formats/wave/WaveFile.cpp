@@ -6,7 +6,6 @@
 #include "formats/streams/EndianSwap.h"
 #include "formats/tagediting/Id3Intake.h"
 #include "formats/wave/WaveChunkNames.h"
-#include "formats/wave/WaveMarkers.h"
 #include "platform/Log.h"
 
 #include <QtEndian>
@@ -22,7 +21,6 @@ namespace
 
 constexpr FourCharCode formatIdent = fourCharCode("fmt ");
 constexpr FourCharCode dataIdent = fourCharCode("data");
-constexpr FourCharCode markerIdent = fourCharCode("MARK");
 constexpr FourCharCode tagIdent = fourCharCode("ID3 ");
 constexpr FourCharCode lowerCaseTagIdent = fourCharCode("id3 ");
 
@@ -101,7 +99,7 @@ MaybeError WaveFile::readHeader()
     if (!chunks().find(dataIdent))
         return FileDamage::unreadable(name(), QStringLiteral("it has no sound data"));
     readSoundDataChunk();
-    readMarkerChunk();
+    readMarkers();
     readMetadata();
     readInfoList();
     readBroadcastWaveFileChunks();
@@ -172,21 +170,6 @@ void WaveFile::readSoundDataChunk()
     }
     mHoldsNoSound = requiresConversion() && sound.length == 0;
     declareSound(*data, sound);
-}
-
-void WaveFile::readMarkerChunk()
-{
-    const RiffChunk* const chunk = chunks().find(markerIdent);
-    // The chunk is little-endian, and our own: in a big-endian file it is something else.
-    if (!chunk || chunk->size > largestKeptChunk || !isLittleEndian())
-        return;
-    WaveMarkers::Result result = WaveMarkers::markersOfPayload(payloadOf(*chunk));
-    mLedger.addInModel(payloadRangeOf(*chunk));
-    markDeclared(*chunk);
-    mModelOffsets.push_back(chunk->offset);
-    if (!result.isComplete)
-        tellOfDamagedMarkers(*chunk, "WaveFile");
-    mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
 }
 
 void WaveFile::readMetadata()

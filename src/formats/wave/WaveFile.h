@@ -3,6 +3,7 @@
 #include "formats/chunks/ChunkedFile.h"
 #include "formats/wave/InfoList.h"
 #include "formats/wave/WaveContainer.h"
+#include "formats/wave/WaveCues.h"
 #include "formats/wave/WaveEncoding.h"
 #include "formats/wave/WaveFormat.h"
 
@@ -12,10 +13,11 @@ namespace velloria
 /// WAVE files in each of their containers: RIFF, RIFX (big-endian), RF64 and BW64 (more than 4 GB). Written
 /// is RIFF, RF64 where that would not hold the sound, and what the opened file was of those with long sizes.
 /// Integer PCM is read in place; every other encoding only says that it needs decoding. Markers live in a
-/// private "MARK" chunk, tags as an ID3v2 tag in an "ID3 " chunk, and the chunks of Broadcast Wave are
-/// carried through as they are. Damage that leaves sound to read is told in warnings(); a header that makes
-/// no sense is an error. Of a file that was opened all other chunks stay where they are, as long as they do
-/// not count frames of sound that has another length now, and the texts of its "LIST INFO" are edited.
+/// private "MARK" chunk and, for other programs, as cue points, regions and loops (WaveCues), tags as an
+/// ID3v2 tag in an "ID3 " chunk, and the chunks of Broadcast Wave are carried through as they are. Damage
+/// that leaves sound to read is told in warnings(); a header that makes no sense is an error. Of a file that
+/// was opened all other chunks stay where they are, as long as they do not count frames of sound that has
+/// another length now, and the texts of its "LIST INFO" are edited.
 class WaveFile : public ChunkedFile
 {
 public:
@@ -65,7 +67,10 @@ private:
     MaybeError readFormat();
     void readSoundDataChunk();
     bool wasNeverCompleted(const RiffChunk& data) const;
-    void readMarkerChunk();
+    void readMarkers();
+    std::vector<AudioMarkerPtr> readOwnMarkers();
+    void readCues(int32_t lastIdent);
+    void declareOwnMarkers(bool isInModel);
     void readMetadata();
     void readTagInFront(bool hasTagChunk);
     void readBroadcastWaveFileChunks();
@@ -91,10 +96,17 @@ private:
     bool canCarryOver(const RiffChunk& chunk) const;
     bool carriesOver(const WaveFile& edited, const RiffChunk& chunk) const;
     std::vector<QByteArray> modelChunks() const;
+    bool writesCuePoints() const;
+    bool writesOwnMarkers() const;
+    QByteArray ownMarkerChunk() const;
+    const WaveCues::Edit& cueEdit() const;
+    std::optional<bool> keepsItemOfMarkers(const WaveFile& edited, const FileItem& item) const;
+    void takeOverMarkers(const WaveFile& written);
     InfoList infoToWrite() const;
     bool infoHoldsAllTags() const;
     QByteArray factChunk(const QByteArray& payload) const;
     ChunkPlan chunkPlan() const;
+    void addNewChunks(const std::vector<QByteArray>& made, ChunkPlan& plan) const;
     WaveFormat formatToWrite() const;
     bool keepsFormat() const;
     int64_t soundLength() const;
@@ -116,6 +128,20 @@ private:
     bool mHasTagChunk = false;
     /// Of the chunks that the model was read from.
     std::vector<int64_t> mModelOffsets;
+    WaveCues mCues;
+    bool mHasOwnMarkers = false;
+    /// The payload of "MARK", where it is whole, and what would be written for the markers that were read.
+    QByteArray mOwnMarkers;
+    QByteArray mOwnMarkersAsRead;
+    /// Of warnings(), which are about the sound otherwise.
+    qsizetype mNumMarkerWarnings = 0;
+    /// For the markers as they were when the first question came.
+    struct CueEdit {
+        MarkerList markers;
+        const WaveFile* edited = nullptr;
+        WaveCues::Edit edit;
+    };
+    mutable std::optional<CueEdit> mCueEdit;
     /// Of the file whose sound this one has, where that is no plain PCM.
     std::optional<WaveEncoding> mKeptEncoding;
 };

@@ -17,19 +17,6 @@ bool isContinuationByte(char byte)
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-/// UTF-8 of at most 255 bytes, with no character cut in half.
-QByteArray storedName(const QString& name)
-{
-    QByteArray bytes = name.toUtf8();
-    if (bytes.size() <= longestName)
-        return bytes;
-    qsizetype length = longestName;
-    while (length > 0 && isContinuationByte(bytes[length]))
-        --length;
-    bytes.truncate(length);
-    return bytes;
-}
-
 template <typename Integer> void append(QByteArray& bytes, Integer value)
 {
     const qsizetype offset = bytes.size();
@@ -43,6 +30,18 @@ qsizetype entryLength(qsizetype nameLength)
 }
 
 } // namespace
+
+QByteArray storedName(const QString& name)
+{
+    QByteArray bytes = name.toUtf8();
+    if (bytes.size() <= longestName)
+        return bytes;
+    qsizetype length = longestName;
+    while (length > 0 && isContinuationByte(bytes[length]))
+        --length;
+    bytes.truncate(length);
+    return bytes;
+}
 
 QByteArray payloadOfMarkers(const std::vector<AudioMarkerPtr>& markers)
 {

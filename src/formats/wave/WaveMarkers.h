@@ -18,6 +18,9 @@ constexpr int64_t mostMarkers = 65535;
 constexpr qsizetype longestName = 255;
 constexpr int64_t highestPosition = 0xFFFFFFFF;
 
+/// A name as it is stored: UTF-8 of at most 255 bytes, with no character cut in half.
+QByteArray storedName(const QString& name);
+
 /// The payload for the first 65535 markers.
 QByteArray payloadOfMarkers(const std::vector<AudioMarkerPtr>& markers);
 

@@ -22,16 +22,6 @@ uint32_t WaveFile::maximumNumberOfChannels() const
     return largestFrame / static_cast<uint32_t>(std::max<int64_t>(1, sampleSizeInBytes()));
 }
 
-int64_t WaveFile::largestMarkerName() const
-{
-    return WaveMarkers::longestName;
-}
-
-int64_t WaveFile::maximumNumberOfMarkers() const
-{
-    return WaveMarkers::mostMarkers;
-}
-
 WaveFormat WaveFile::formatToWrite() const
 {
     WaveFormat format;
@@ -82,6 +72,7 @@ int64_t WaveFile::soundOffset(bool isLong) const
 bool WaveFile::writeHeader(MaybeError* error)
 {
     mOffsetEncoding = mBitsPerSample < 9;
+    mCueEdit.reset();
     // The product of absurd numbers need not fit 64 bits, and a file system holds no file of that size.
     constexpr int64_t largestFile = std::numeric_limits<int64_t>::max() / 2;
     if (!mKeptEncoding && mNumberOfFrames > largestFile / std::max<int64_t>(1, frameSize())) {
@@ -141,6 +132,8 @@ QStringList WaveFile::soundLosses() const
     if (mMarkers && std::any_of(mMarkers->begin(), mMarkers->end(), isBeyond))
         losses +=
             QStringLiteral("Markers beyond frame %1 are moved to it.").arg(WaveMarkers::highestPosition);
+    if (cueEdit().forgetsNames && !writesOwnMarkers())
+        losses += QStringLiteral("Ends of regions, and loops, have no names of their own in cue points.");
     return losses;
 }
 
@@ -195,7 +188,7 @@ bool WaveFile::takeSound(const AudioFile& source)
 {
     const auto* const opened = dynamic_cast<const WaveFile*>(&source);
     if (!opened || (!opened->requiresConversion() && !opened->mKeptEncoding) || mIsOptionChosen ||
-        !opened->warnings().isEmpty())
+        opened->warnings().size() > opened->mNumMarkerWarnings)
         return false;
     mKeptEncoding = WaveEncoding::ofFile(*opened->fileHandle());
     if (!mKeptEncoding)

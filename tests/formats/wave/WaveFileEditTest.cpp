@@ -10,6 +10,7 @@ namespace
 {
 
 const QByteArray kFormat = chunk("fmt ", formatPayload({.numChannels = 1}));
+const QByteArray kPlaylist = chunk("plst", QByteArray(16, '\0'));
 
 } // namespace
 
@@ -60,8 +61,8 @@ TEST_F(WaveFileEditTest, ChunksStayInTheirOrderOnTheirSideOfTheSound)
     const QByteArray bext = chunk("bext", QByteArray(602, 'b'));
     const QByteArray front = chunk("JUNK", QByteArray(28, '\0')) + bext + kFormat + chunk("wxyz", "odd") +
                              chunk("PAD ", QByteArray(10, '\7'));
-    const QByteArray behind =
-        cues + chunk("acid", QByteArray(24, 'a')) + labels + chunk("wxyz", "more") + chunk("iXML", "<x/>");
+    const QByteArray behind = cues + chunk("acid", QByteArray(24, 'a')) + labels + chunk("wxyz", "more") +
+                              chunk("iXML", "<x/>") + kPlaylist;
     const QByteArray bytes = riff(front + sound + info + behind);
     const auto file = openedFrom(bytes);
     EXPECT_EQ(file->metadata().title(), "Old");
@@ -86,9 +87,9 @@ TEST_F(WaveFileEditTest, ChunksStayInTheirOrderOnTheirSideOfTheSound)
 
     // What counts frames goes with sound of another length.
     EXPECT_EQ(saved(file, file->metadata(), 3),
-              riff(front + chunk("data", "abcdef") + info + chunk("acid", QByteArray(24, 'a')) +
-                   chunk("wxyz", "more") + chunk("iXML", "<x/>")));
-    EXPECT_EQ(mLost, QStringList({"cue points (cue )", "cue labels (labl)"}));
+              riff(front + chunk("data", "abcdef") + info + cues + chunk("acid", QByteArray(24, 'a')) +
+                   labels + chunk("wxyz", "more") + chunk("iXML", "<x/>")));
+    EXPECT_EQ(mLost, QStringList({"playlist (plst)"}));
 }
 
 TEST_F(WaveFileEditTest, WhatTheTextsHaveNoRoomForComesIntoATag)

@@ -63,9 +63,16 @@ TEST_F(WaveFileTest, WritesMarkersTagsAndBroadcastChunksInThisOrderBehindTheSoun
     save("out.wav", 3, 16, 1, markerList({{2, "ab"}, {1, "c"}}), metadata);
     const QByteArray marks = littleEndian16(2) + littleEndian16(0) + littleEndian32(2) + bytes("\2ab\0") +
                              littleEndian16(1) + littleEndian32(1) + bytes("\1c");
-    EXPECT_EQ(bytesOf("out.wav").mid(44 + 6), "MARK" + littleEndian32(marks.size()) + marks + "ID3 " +
-                                                  littleEndian32(tag.size()) + tag +
-                                                  bytes("bext\3\0\0\0abc\0") + chunk("iXML", "<x/>"));
+    const auto point = [](int64_t ident, int64_t position) {
+        return littleEndian32(ident) + littleEndian32(position) + "data" + QByteArray(8, '\0') +
+               littleEndian32(position);
+    };
+    const QByteArray cuePoints =
+        chunk("cue ", littleEndian32(2) + point(1, 2) + point(2, 1)) +
+        chunk("LIST", "adtl" + chunk("labl", bytes("\1\0\0\0ab\0")) + chunk("labl", bytes("\2\0\0\0c\0")));
+    EXPECT_EQ(bytesOf("out.wav").mid(44 + 6),
+              "MARK" + littleEndian32(marks.size()) + marks + "ID3 " + littleEndian32(tag.size()) + tag +
+                  bytes("bext\3\0\0\0abc\0") + chunk("iXML", "<x/>") + cuePoints);
     EXPECT_EQ(bytesOf("out.wav").mid(4, 4), littleEndian32(bytesOf("out.wav").size() - 8));
 }
 
@@ -97,12 +104,16 @@ TEST_F(WaveFileTest, CutsMarkersToWhatTheChunkCanHold)
     std::vector<std::pair<int64_t, QString>> many(70000, {5, ""});
     many[0] = {int64_t{1} << 40, QString(254, 'a') + "Ж"};
     many[1] = {-1, QString(300, 'b')};
-    const auto written = save("out.wav", 1, 16, 1, markerList(many));
-    EXPECT_EQ(written->maximumNumberOfMarkers(), 65535);
+    save("out.wav", 1, 16, 1, markerList(many));
+    const QByteArray file = bytesOf("out.wav");
+    const QByteArray count = bytes("\xFF\xFF\0\0\xFF\xFF\xFF\xFF\xFE");
+    EXPECT_EQ(file.mid(file.indexOf("MARK") + 8, 9 + 254), count + QByteArray(254, 'a'));
+    EXPECT_EQ(file.mid(file.indexOf("bbb") - 1, 257), '\xFF' + QByteArray(255, 'b') + '\2');
+    // Cue points hold them all, and the whole names.
     const auto markers = markersOf(*AudioFileRegistry::audioFileWithPath(path("out.wav"), nullptr));
-    ASSERT_EQ(markers.size(), 65535U);
-    EXPECT_EQ(markers[0], std::pair(int64_t{0xFFFFFFFF}, QString(254, 'a')));
-    EXPECT_EQ(markers[1], std::pair(int64_t{0}, QString(255, 'b')));
+    ASSERT_EQ(markers.size(), 70000U);
+    EXPECT_EQ(markers[0], std::pair(int64_t{0xFFFFFFFF}, QString(254, 'a') + "Ж"));
+    EXPECT_EQ(markers[1], std::pair(int64_t{0}, QString(300, 'b')));
 }
 
 TEST_F(WaveFileTest, ReadsPCMInPlace)
@@ -204,8 +215,8 @@ TEST_F(WaveFileTest, NamesTheChunksAndTagsThatAreNotInTheModel)
          {}},
         {chunk("PEAK", "1234") + chunk("cue ", "1234") + chunk("smpl", "1234") + info + labels +
              chunk("LIST", "abcd1234"),
-         {"peak levels (PEAK)", "cue points (cue )", "sampler loops (smpl)", "cue labels (labl) (2 times)",
-          "cue notes (note)", "LIST (abcd)"},
+         {"cue labels (labl) (2 times)", "cue notes (note)", "cue points (cue )", "peak levels (PEAK)",
+          "sampler loops (smpl)", "LIST (abcd)"},
          {"IXYZ"}},
         {chunk("bext", "1") + chunk("bext", "2") + chunk("data", "more") + chunk("fmt ", "more") +
              chunk("LGWV", "x") + chunk("LGWV", "y") + chunk("a\1\xFF\x62", "x"),
