@@ -1,5 +1,7 @@
 #include "platform/codec/ElementaryStreams.h"
 
+#include "platform/codec/MpegAudioHead.h"
+
 #include <QtEndian>
 #include <algorithm>
 #include <array>
@@ -22,49 +24,13 @@ struct Head {
     uint32_t bits = 0;
 };
 
-uint32_t bigEndian32(const uint8_t* bytes)
-{
-    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
-// kbit/s by index (ISO 11172-3 and 13818-3, 2.4.2.3).
-using BitRates = std::array<int, 15>;
-constexpr BitRates kRates1Layer1 = {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448};
-constexpr BitRates kRates1Layer2 = {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384};
-constexpr BitRates kRates1Layer3 = {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320};
-constexpr BitRates kRates2Layer1 = {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256};
-constexpr BitRates kRates2Layer23 = {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160};
-constexpr std::array kSampleRates = {44100, 48000, 32000};
-
-const BitRates& bitRatesOf(bool isVersion1, uint32_t layer)
-{
-    if (layer == 1)
-        return isVersion1 ? kRates1Layer1 : kRates2Layer1;
-    if (!isVersion1)
-        return kRates2Layer23;
-    return layer == 2 ? kRates1Layer2 : kRates1Layer3;
-}
-
-/// Packets of free format, whose length no head tells, are not known here.
 std::optional<Head> mpegHead(const uint8_t* bytes)
 {
-    const uint32_t head = bigEndian32(bytes);
-    const uint32_t version = head >> 19 & 3; // 0 is version 2.5, 1 is none, 2 is version 2, 3 is version 1
-    const uint32_t layer = 4 - (head >> 17 & 3);
-    const uint32_t bitRateIndex = head >> 12 & 15;
-    const uint32_t sampleRateIndex = head >> 10 & 3;
-    if (head >> 21 != 0x7FF || version == 1 || layer == 4 || bitRateIndex == 0 || bitRateIndex == 15 ||
-        sampleRateIndex == 3)
+    const auto head = MpegAudioHead::read(bytes);
+    if (!head)
         return std::nullopt;
-    const bool isVersion1 = version == 3;
-    const int sampleRate = kSampleRates[sampleRateIndex] >> (isVersion1 ? 0 : version == 2 ? 1 : 2);
-    const int bitRate = 1000 * bitRatesOf(isVersion1, layer)[bitRateIndex];
-    const int padding = head >> 9 & 1;
-    const int framesPerByte = layer == 1 ? 48 : layer == 3 && !isVersion1 ? 72 : 144;
-    const int64_t packetBytes = layer == 1 ? int64_t{4} * (12 * bitRate / sampleRate + padding)
-                                           : int64_t{framesPerByte} * bitRate / sampleRate + padding;
     constexpr uint32_t commonBits = 0xFFFE0C00; // version, layer, sample rate
-    return Head{head & commonBits, packetBytes, head};
+    return Head{head->bits & commonBits, head->packetBytes, head->bits};
 }
 
 std::optional<Head> adtsHead(const uint8_t* bytes)
@@ -271,21 +237,19 @@ std::optional<int64_t> numMpegPacketsTold(const FileHandle& handle)
 QByteArray emptyLayer3Packet(int sampleRate, bool isMono, int64_t bitRate, int64_t numBytes)
 {
     constexpr std::array<uint32_t, 3> versions = {3, 2, 0}; // 1, 2 and 2.5
-    for (uint32_t halvings = 0; halvings < versions.size(); ++halvings) {
-        for (uint32_t rateIndex = 0; rateIndex < kSampleRates.size(); ++rateIndex) {
-            if (kSampleRates[rateIndex] >> halvings != sampleRate)
-                continue;
-            for (uint32_t bitRateIndex = 1; bitRateIndex < 15; ++bitRateIndex) {
+    constexpr uint32_t numSampleRates = 3;
+    for (const uint32_t version : versions) {
+        for (uint32_t rateIndex = 0; rateIndex < numSampleRates; ++rateIndex) {
+            for (uint32_t index = 1; index <= MpegAudioHead::lastBitRateIndex; ++index) {
                 // Layer III, no checksum, original; one channel, or two in joint stereo.
-                const uint32_t head = 0xFFE30004 | versions[halvings] << 19 | bitRateIndex << 12 |
-                                      rateIndex << 10 | (isMono ? 3U : 1U) << 6;
-                QByteArray packet(kHeadBytes, '\0');
-                qToBigEndian(head, packet.data());
-                const int64_t size =
-                    mpegHead(reinterpret_cast<const uint8_t*>(packet.constData()))->packetBytes;
-                const int64_t rate = int64_t{1000} * bitRatesOf(halvings == 0, 3)[bitRateIndex];
-                if (rate >= bitRate && size >= numBytes)
-                    return packet.leftJustified(size, '\0');
+                const auto head = MpegAudioHead::of(0xFFE30004 | version << 19 | index << 12 |
+                                                    rateIndex << 10 | (isMono ? 3U : 1U) << 6);
+                if (!head || head->sampleRate != sampleRate || head->bitRate < bitRate ||
+                    head->packetBytes < numBytes)
+                    continue;
+                QByteArray packet(head->packetBytes, '\0');
+                qToBigEndian(head->bits, packet.data());
+                return packet;
             }
         }
     }
