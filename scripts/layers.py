@@ -31,6 +31,7 @@ ORDER = [
     "formats/ogg",
     "formats/flac",
     "formats/vorbis",
+    "formats/mpegframes",
     "formats/mpeg",
     "formats/mpeg4",
     "formats",

@@ -5,6 +5,7 @@
 #include "formats/file/Id3SoundChange.h"
 #include "formats/mpeg/Mp3Saver.h"
 #include "formats/mpeg/PacketStreamLedger.h"
+#include "formats/mpegframes/Mp3SeamWriter.h"
 #include "formats/tagediting/Id3Intake.h"
 #include "formats/tags/ID3Data.h"
 #include "platform/MissedReads.h"
@@ -73,6 +74,7 @@ MaybeError Mp3File::openDecoder()
         return failure ? failure
                        : FileDamage::unreadable(displayName(filePath()),
                                                 QStringLiteral("its MPEG audio is damaged"));
+    mPrimingFrames = decoder->numberOfPrimingFrames();
     takeDecoder(std::move(decoder));
     mPacketBitRate = mBitRate;
     readTag();
@@ -153,6 +155,7 @@ bool Mp3File::willWrite(const FileItem& item) const
 void Mp3File::takeOverLedger()
 {
     mTags = tagsToWrite();
+    mSeamPlan.reset();
     DecodedFile::takeOverLedger();
 }
 
@@ -247,7 +250,7 @@ QStringList Mp3File::lossesOfEncoding() const
 
 QStringList Mp3File::soundLosses() const
 {
-    QStringList losses = keptSound() ? QStringList() : lossesOfEncoding();
+    QStringList losses = keptSound() || piecesSource() ? QStringList() : lossesOfEncoding();
     if (const QString loss = lossOfMarkers(); !loss.isEmpty())
         losses += loss;
     return losses + id3Save().displayLosses(tagsBefore());
@@ -296,14 +299,66 @@ MaybeError Mp3File::writeRange(const FrameSource& document, const SaveRange& ran
     const QByteArray front = tags.front();
     if (MaybeError error = writeRawData(front, 0))
         return error;
-    mBitRate = effectiveBitRate();
     mSoundDataOffset = front.size();
+    if (MaybeError error =
+            piecesSource() ? writeWithSeams(document, range, progress) : encode(document, range, progress))
+        return error;
+    return writeRawData(tags.behind(), lengthOfFile());
+}
+
+MaybeError Mp3File::encode(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    mBitRate = effectiveBitRate();
     Mp3Saver saver(document, range, mBitRate);
     if (const auto written = output())
         mBitRate = written->bitRate;
-    if (MaybeError error = saver.run(*fileHandle(), mSoundDataOffset, progress))
-        return error;
-    return writeRawData(tags.behind(), lengthOfFile());
+    return saver.run(*fileHandle(), mSoundDataOffset, progress);
+}
+
+MaybeError Mp3File::writeWithSeams(const FrameSource& document, const SaveRange& range, Progress& progress)
+{
+    const auto index = static_cast<const Mp3File&>(*piecesSource()).frameIndex();
+    // The length of a selection was not known to the frame before.
+    if (index && mSeamPlan && mSeamPlan->numFrames != range.numFrames)
+        mSeamPlan = Mp3SeamPlan::make(*index, keptPieces(), range.numFrames);
+    if (!index || !mSeamPlan)
+        return encode(document, range, progress);
+    Mp3SeamWriter writer(document, range, *piecesSource()->fileHandle(), *index, *mSeamPlan);
+    return writer.run(*fileHandle(), mSoundDataOffset, progress);
+}
+
+/// Looked for when it is first asked for, which costs a pass over the packets.
+std::shared_ptr<const Mp3FrameIndex> Mp3File::frameIndex() const
+{
+    std::call_once(mIndexOnce, [this] {
+        const auto packets = packetStreamBytes(*fileHandle());
+        mIndex = packets ? Mp3FrameIndex::ofFile(*fileHandle(), *packets) : nullptr;
+    });
+    return mIndex;
+}
+
+/// Only where the packets are known to decode to what the document was opened with, frame for frame.
+bool Mp3File::takePieces(const AudioFile& source, const SoundPieces& pieces)
+{
+    mSeamPlan.reset();
+    const auto* const opened = dynamic_cast<const Mp3File*>(&source);
+    if (!opened || opened->mDataFormat != DataFormat::kMp3 ||
+        opened->mNumberOfChannels != mNumberOfChannels || opened->mSampleRate != mSampleRate ||
+        (closestValidBitRate(opened->mPacketBitRate) != effectiveBitRate() &&
+         closestValidBitRate(opened->bitRate()) != effectiveBitRate()))
+        return false;
+    const auto index = opened->frameIndex();
+    if (!index || index->numFrames() != opened->numberOfFrames() ||
+        opened->mPrimingFrames.value_or(index->primingFrames()) != index->primingFrames() ||
+        index->head().sampleRate != mSampleRate || index->head().isMono() != (mNumberOfChannels == 1))
+        return false;
+    const auto plan = Mp3SeamPlan::make(*index, pieces, mNumberOfFrames);
+    if (!plan || (plan->report().numFramesEncoded > 0 && !isLameInstalled()))
+        return false;
+    mSeamPlan = plan;
+    mPacketBitRate = opened->mPacketBitRate;
+    mPacketTraits = opened->mPacketTraits;
+    return true;
 }
 
 /// The packets tell their rate and length themselves, and the one with the encoder's notes (delay, padding,

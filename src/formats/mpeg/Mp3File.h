@@ -2,9 +2,12 @@
 
 #include "formats/file/DecodedFile.h"
 #include "formats/mpeg/PacketStreamTags.h"
+#include "formats/mpegframes/Mp3SeamPlan.h"
 #include "formats/tagediting/Id3Save.h"
 #include "platform/codec/ElementaryStreams.h"
 #include "platform/codec/Mp3Encoder.h"
+
+#include <mutex>
 
 namespace velloria
 {
@@ -14,7 +17,8 @@ namespace velloria
 /// put before and after the sound is no part where the file tells it; the sound is then decoded as a whole.
 /// Tags and pictures are those of the ID3v2 tag at the start of the file. Files are written by LAME with a
 /// constant bit rate: the tag, a packet that tells the encoder's delay, the sound. What has more than two
-/// tracks is mixed to stereo as it plays. Packets that are kept are copied with all that stands among them.
+/// tracks is mixed to stereo as it plays. Packets that are kept are copied with all that stands among them;
+/// of sound that was cut, those that lie whole within what is left.
 /// All tags of an opened file are edited, whether its packets are kept or not. Chapters in its ID3v2 tag are
 /// markers; a file that had none gets none.
 class Mp3File : public DecodedFile
@@ -49,16 +53,21 @@ public:
     bool willWrite(const FileItem& item) const override;
     void takeOverLedger() override;
     bool encodesWithLoss() const override { return true; }
+    SeamReport seams() const override { return mSeamPlan ? mSeamPlan->report() : SeamReport(); }
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
     bool takeSound(const AudioFile& source) override;
+    bool takePieces(const AudioFile& source, const SoundPieces& pieces) override;
     MaybeError writeKeptSound(Progress& progress) override;
 
 private:
     explicit Mp3File(std::shared_ptr<FileHandle> handle);
 
     MaybeError openDecoder();
+    std::shared_ptr<const Mp3FrameIndex> frameIndex() const;
+    MaybeError encode(const FrameSource& document, const SaveRange& range, Progress& progress);
+    MaybeError writeWithSeams(const FrameSource& document, const SaveRange& range, Progress& progress);
     int64_t effectiveBitRate() const;
     QStringList lossesOfEncoding() const;
     QString lossOfMarkers() const;
@@ -75,6 +84,12 @@ private:
     ElementaryStreams::MpegPacketTraits mPacketTraits;
     /// Of an opened file, or of one that was saved.
     PacketStreamTags mTags;
+    /// Of an opened file: what its decoder leaves out at the start.
+    std::optional<int64_t> mPrimingFrames;
+    mutable std::once_flag mIndexOnce;
+    mutable std::shared_ptr<const Mp3FrameIndex> mIndex;
+    /// For writing, where pieces are kept.
+    std::optional<Mp3SeamPlan> mSeamPlan;
 };
 
 } // namespace velloria

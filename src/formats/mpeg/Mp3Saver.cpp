@@ -11,25 +11,11 @@ namespace
 
 constexpr double highestSampleRate = 1e6;
 
-/// How much of each track of the range goes to the left and right. A single one fills both, wherever in the
-/// document it is heard.
-std::vector<AudioTrack::StereoGains> gainsOf(const FrameSource& document, const SaveRange& range)
-{
-    std::vector<AudioTrack::StereoGains> gains;
-    const TrackList tracks = document.audioTracks();
-    for (int32_t i = 0; i < range.numTracks; ++i) {
-        const AudioTrack& track = *(*tracks)[static_cast<size_t>(range.firstTrack) + static_cast<size_t>(i)];
-        const auto volume = static_cast<float>(track.scalarVolume());
-        gains.push_back(range.numTracks == 1 ? AudioTrack::StereoGains{volume, volume} : track.stereoGains());
-    }
-    return gains;
-}
-
 } // namespace
 
 Mp3Saver::Mp3Saver(const FrameSource& document, const SaveRange& range, int64_t bitRate)
     : mOptions(options(document.sampleRate(), range.numTracks, bitRate))
-    , mGains(gainsOf(document, range))
+    , mMix(document, range)
     , mFeed(document, range)
 {
 }
@@ -37,7 +23,7 @@ Mp3Saver::Mp3Saver(const FrameSource& document, const SaveRange& range, int64_t 
 Mp3Encoder::Options Mp3Saver::options(double sampleRate, int64_t numTracks, int64_t bitRate)
 {
     return {static_cast<int>(std::lround(std::clamp(sampleRate, 1.0, highestSampleRate))), bitRate,
-            numTracks == 1};
+            numTracks == 1, std::nullopt};
 }
 
 MaybeError Mp3Saver::run(FileHandle& file, int64_t offset, Progress& progress)
@@ -57,29 +43,13 @@ MaybeError Mp3Saver::run(FileHandle& file, int64_t offset, Progress& progress)
     };
     error = mFeed.run(
         [&](std::span<const float> interleaved) {
-            mixToStereo(interleaved);
-            return encoder->encode(mLeft, mRight, sink);
+            mMix.mix(interleaved);
+            return encoder->encode(mMix.left(), mMix.right(), sink);
         },
         progress);
     if (!error)
         error = encoder->finish(sink);
     return error ? error : file.writeAt(offset, encoder->infoPacket());
-}
-
-void Mp3Saver::mixToStereo(std::span<const float> interleaved)
-{
-    const size_t numTracks = mGains.size();
-    const size_t numFrames = interleaved.size() / numTracks;
-    mLeft.assign(numFrames, 0.0F);
-    mRight.assign(numFrames, 0.0F);
-    for (size_t t = 0; t < numTracks; ++t) {
-        const auto [left, right] = mGains[t];
-        for (size_t i = 0; i < numFrames; ++i) {
-            const float sample = interleaved[i * numTracks + t];
-            mLeft[i] += left * sample;
-            mRight[i] += right * sample;
-        }
-    }
 }
 
 } // namespace velloria

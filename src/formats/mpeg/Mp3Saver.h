@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/mpegframes/StereoMix.h"
 #include "formats/saving/FrameFeed.h"
 #include "platform/FileHandle.h"
 #include "platform/codec/Mp3Encoder.h"
@@ -22,13 +23,9 @@ public:
     MaybeError run(FileHandle& file, int64_t offset, Progress& progress);
 
 private:
-    void mixToStereo(std::span<const float> interleaved);
-
     Mp3Encoder::Options mOptions;
-    std::vector<AudioTrack::StereoGains> mGains;
+    StereoMix mMix;
     FrameFeed mFeed;
-    std::vector<float> mLeft;
-    std::vector<float> mRight;
 };
 
 } // namespace velloria

@@ -20,11 +20,14 @@
     F(lame_set_bWriteVbrTag)                                                                                 \
     F(lame_set_brate)                                                                                        \
     F(lame_set_debugf)                                                                                       \
+    F(lame_set_disable_reservoir)                                                                            \
+    F(lame_set_error_protection)                                                                             \
     F(lame_set_errorf)                                                                                       \
     F(lame_set_in_samplerate)                                                                                \
     F(lame_set_mode)                                                                                         \
     F(lame_set_msgf)                                                                                         \
     F(lame_set_num_channels)                                                                                 \
+    F(lame_set_out_samplerate)                                                                               \
     F(lame_set_write_id3tag_automatic)
 
 namespace velloria

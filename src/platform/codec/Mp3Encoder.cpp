@@ -83,8 +83,7 @@ MaybeError Mp3Encoder::configure(const Options& options)
     logIfFailed("lame_set_num_channels()", lame().lame_set_num_channels(mLame, 2));
     logIfFailed("lame_set_bWriteVbrTag()", lame().lame_set_bWriteVbrTag(mLame, 0));
     logIfFailed("lame_set_brate()", lame().lame_set_brate(mLame, static_cast<int>(options.bitRate / 1000)));
-    if (options.isMono || options.bitRate < kLowestStereoBitRate)
-        logIfFailed("lame_set_mode ()", lame().lame_set_mode(mLame, MONO));
+    configureMode(options);
     const int status = lame().lame_init_params(mLame);
     logIfFailed("lame_init_params()", status);
     // At some bit rates LAME makes everything up to 0.4 dB softer, so that decoders to integers clip less.
@@ -95,6 +94,23 @@ MaybeError Mp3Encoder::configure(const Options& options)
         return std::nullopt;
     return Error{Error::Code::unsupported,
                  QStringLiteral("MP3 files cannot hold sound of %1 Hz.").arg(options.sampleRate)};
+}
+
+void Mp3Encoder::configureMode(const Options& options)
+{
+    if (!options.insert) {
+        if (options.isMono || options.bitRate < kLowestStereoBitRate)
+            logIfFailed("lame_set_mode ()", lame().lame_set_mode(mLame, MONO));
+        return;
+    }
+    const Insert& insert = *options.insert;
+    const MPEG_mode mode = options.isMono ? MONO : insert.isJointStereo ? JOINT_STEREO : STEREO;
+    logIfFailed("lame_set_mode ()", lame().lame_set_mode(mLame, mode));
+    logIfFailed("lame_set_out_samplerate()", lame().lame_set_out_samplerate(mLame, options.sampleRate));
+    logIfFailed("lame_set_disable_reservoir()",
+                lame().lame_set_disable_reservoir(mLame, insert.hasReservoir ? 0 : 1));
+    logIfFailed("lame_set_error_protection()",
+                lame().lame_set_error_protection(mLame, insert.hasChecksums ? 1 : 0));
 }
 
 std::optional<Mp3Encoder::Output> Mp3Encoder::outputOf(const Options& options)

@@ -21,12 +21,21 @@ namespace velloria
 class Mp3Encoder
 {
 public:
+    /// For packets that will stand among those of another stream: what LAME must not choose.
+    struct Insert {
+        bool isJointStereo = true;
+        /// False for packets each of which can be decoded without what stands before it.
+        bool hasReservoir = true;
+        bool hasChecksums = false;
+    };
     struct Options {
         int sampleRate = 44100;
         /// Bits per second.
         int64_t bitRate = 128000;
         /// Both channels are mixed to one.
         bool isMono = false;
+        /// With it rate and channels stay as they are, whatever the bit rate.
+        std::optional<Insert> insert;
     };
     /// What LAME makes of the options: at low bit rates it lowers the rate, and we write one channel; low
     /// rates have lower bit rates than others.
@@ -59,6 +68,7 @@ public:
 private:
     Mp3Encoder() = default;
     MaybeError configure(const Options& options);
+    void configureMode(const Options& options);
     Output output() const;
     MaybeError give(int numBytes, const Sink& sink);
 

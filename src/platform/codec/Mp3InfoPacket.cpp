@@ -30,16 +30,25 @@ void append(QByteArray& bytes, int64_t value, int numBytes)
         bytes.append(static_cast<char>(value >> (8 * i)));
 }
 
-constexpr std::array<uint16_t, 256> checksumTable()
+// Bytes that are summed at once.
+constexpr size_t kSlices = 8;
+using ChecksumTable = std::array<uint16_t, 256>;
+
+/// What each value of a byte adds to the sum with 0 to 7 bytes behind it.
+constexpr std::array<ChecksumTable, kSlices> checksumTables()
 {
-    std::array<uint16_t, 256> table = {};
-    for (unsigned i = 0; i < table.size(); ++i) {
+    std::array<ChecksumTable, kSlices> tables = {};
+    for (unsigned i = 0; i < 256; ++i) {
         unsigned sum = i;
         for (int bit = 0; bit < 8; ++bit)
             sum = (sum & 1U) ? (sum >> 1) ^ 0xA001U : sum >> 1;
-        table[i] = static_cast<uint16_t>(sum);
+        tables[0][i] = static_cast<uint16_t>(sum);
     }
-    return table;
+    for (size_t k = 1; k < kSlices; ++k) {
+        for (size_t i = 0; i < 256; ++i)
+            tables[k][i] = static_cast<uint16_t>(tables[k - 1][i] >> 8 ^ tables[0][tables[k - 1][i] & 0xFF]);
+    }
+    return tables;
 }
 
 /// How the rate of the sound before it was encoded is told.
@@ -54,9 +63,17 @@ int sourceRateCode(int rate)
 
 uint16_t Mp3InfoPacket::checksumOf(std::span<const std::byte> bytes, uint16_t sum)
 {
-    static constexpr std::array table = checksumTable();
-    for (const std::byte byte : bytes)
-        sum = static_cast<uint16_t>(sum >> 8 ^ table[(sum ^ static_cast<uint8_t>(byte)) & 0xFF]);
+    static constexpr std::array tables = checksumTables();
+    const auto* at = reinterpret_cast<const uint8_t*>(bytes.data());
+    const uint8_t* const end = at + bytes.size();
+    for (; end - at >= static_cast<std::ptrdiff_t>(kSlices); at += kSlices) {
+        unsigned slices = tables[7][at[0] ^ (sum & 0xFFU)] ^ tables[6][at[1] ^ (sum >> 8U)];
+        for (size_t k = 2; k < kSlices; ++k)
+            slices ^= tables[kSlices - 1 - k][at[k]];
+        sum = static_cast<uint16_t>(slices);
+    }
+    for (; at < end; ++at)
+        sum = static_cast<uint16_t>(sum >> 8 ^ tables[0][(sum ^ *at) & 0xFF]);
     return sum;
 }
 
@@ -71,9 +88,8 @@ QByteArray Mp3InfoPacket::bytes() const
     QByteArray info("Info\0\0\0\x0F", 8); // everything up to the quality is there
     append(info, numPackets, 4);
     append(info, allBytes, 4);
-    // Where each hundredth of the time begins, in 256ths of the bytes.
     for (int i = 0; i < 100; ++i)
-        append(info, i * 256 / 100, 1);
+        append(info, seekTable ? (*seekTable)[static_cast<size_t>(i)] : i * 256 / 100, 1);
     append(info, 50, 4); // quality, of 100: LAME's default
     info += encoder.first(std::min<qsizetype>(9, encoder.size())).leftJustified(9, '\0');
     append(info, 1, 1); // constant bit rate

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 namespace velloria
@@ -31,6 +33,8 @@ struct Mp3InfoPacket {
     /// not counted in the first, but in the second.
     int64_t delay = 576;
     int64_t padding = 0;
+    /// Where each hundredth of the time begins, in 256ths of all bytes; of a constant bit rate without one.
+    std::optional<std::array<uint8_t, 100>> seekTable;
 
     /// Its size depends on the rates and channels only. Empty for a rate that the format does not have.
     QByteArray bytes() const;
