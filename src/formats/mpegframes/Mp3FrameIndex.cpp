@@ -1,7 +1,6 @@
 #include "formats/mpegframes/Mp3FrameIndex.h"
 
 #include "formats/mpegframes/Mp3InfoEdit.h"
-#include "formats/mpegframes/Mp3Packet.h"
 
 #include <algorithm>
 
@@ -12,8 +11,6 @@ namespace
 {
 
 constexpr int64_t windowBytes = int64_t{1} << 20;
-// Head, checksum and the first two bytes of the side information.
-constexpr int64_t bytesLookedAt = 8;
 
 /// Whether two packets can stand in one stream as we make it. Stereo and joint stereo may change from packet
 /// to packet.
@@ -40,10 +37,13 @@ public:
     {
         int64_t offset = mPackets.offset;
         while (offset < mPackets.end()) {
-            const uint8_t* const bytes = bytesAt(offset);
+            const uint8_t* bytes = bytesAt(offset, MpegAudioHead::numBytes);
             const auto head = bytes ? MpegAudioHead::read(bytes) : std::nullopt;
             if (!head || head->layer != 3 || head->mainDataBytes() < 0 ||
                 offset + head->packetBytes > mPackets.end())
+                return false;
+            bytes = bytesAt(offset, head->bytesBeforeMainData());
+            if (!bytes)
                 return false;
             if (offset == mPackets.offset && takeInfoPacket(*head, index)) {
                 offset += head->packetBytes;
@@ -57,6 +57,7 @@ public:
                 index.mHead = *MpegAudioHead::of(index.mHead.bits | 1U << 6);
             index.mOffsets.push_back(offset);
             index.mReservoirs.push_back(static_cast<uint16_t>(Mp3Packet::reservoirOf(*head, bytes)));
+            index.mWindows.push_back(Mp3Packet::windowsOf(*head, bytes));
             offset += head->packetBytes;
         }
         index.mOffsets.push_back(offset);
@@ -64,13 +65,14 @@ public:
     }
 
 private:
-    const uint8_t* bytesAt(int64_t offset)
+    /// Null where the file cannot be read any more.
+    const uint8_t* bytesAt(int64_t offset, int64_t count)
     {
-        if (offset < mWindowStart || offset + bytesLookedAt > mWindowStart + mWindow.size()) {
+        if (offset < mWindowStart || offset + count > mWindowStart + mWindow.size()) {
             mWindow = mHandle.readAt(offset, std::min(windowBytes, mPackets.end() - offset));
             mWindowStart = offset;
         }
-        return mWindow.size() - (offset - mWindowStart) < bytesLookedAt
+        return mWindow.size() - (offset - mWindowStart) < count
                    ? nullptr
                    : reinterpret_cast<const uint8_t*>(mWindow.constData()) + (offset - mWindowStart);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "formats/ledger/FileLedger.h"
+#include "formats/mpegframes/Mp3Packet.h"
 #include "platform/FileHandle.h"
 #include "platform/codec/MpegAudioHead.h"
 
@@ -36,7 +37,8 @@ public:
     /// Whether the packets before it have so many. The first ones of a file that was cut out of another
     /// one may not.
     bool hasReservoir(int64_t packet) const { return packet >= mNumPacketsWithoutReservoir; }
-    /// Those bytes themselves; empty when the file cannot be read any more.
+    Mp3Packet::Windows windowsOf(int64_t packet) const { return mWindows[static_cast<size_t>(packet)]; }
+    /// What a packet needs of those before it; empty when the file cannot be read any more.
     QByteArray readReservoir(const FileHandle& handle, int64_t packet) const;
 
     /// What the heads have in common; the mode is joint stereo where one packet is.
@@ -61,6 +63,7 @@ private:
     /// One more than there are packets.
     std::vector<int64_t> mOffsets;
     std::vector<uint16_t> mReservoirs;
+    std::vector<Mp3Packet::Windows> mWindows;
 };
 
 } // namespace velloria

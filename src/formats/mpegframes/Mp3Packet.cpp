@@ -18,48 +18,56 @@ const uint8_t* bytesOf(const QByteArray& bytes)
     return reinterpret_cast<const uint8_t*>(bytes.constData());
 }
 
-/// Reads side information bit by bit, the highest of each byte first.
-class BitReader
-{
-public:
-    explicit BitReader(const QByteArray& bytes)
-        : mBytes(bytes)
-    {
-    }
-    uint32_t take(int count)
-    {
-        uint32_t value = 0;
-        for (; count > 0 && mAt < 8 * mBytes.size(); --count, ++mAt)
-            value = value << 1 | (static_cast<uint8_t>(mBytes[mAt / 8]) >> (7 - mAt % 8) & 1U);
-        return value;
-    }
-    void skip(int count) { mAt += count; }
+/// Where side information has the entries of its granules and channels, in bits.
+struct SideInfoLayout {
+    int numChannels = 2;
+    int numGranules = 2;
+    /// The reservoir, private bits, and which scale factors are shared, stand in front.
+    int start = 0;
+    int bitsPerEntry = 0;
+    /// Within an entry, which begins with 12 bits for the length of its main data.
+    int windowOffset = 0;
 
-private:
-    const QByteArray& mBytes;
-    qsizetype mAt = 0;
+    explicit SideInfoLayout(const MpegAudioHead& head)
+        : numChannels(head.isMono() ? 1 : 2)
+        , numGranules(head.isVersion1() ? 2 : 1)
+        , start(head.isVersion1() ? 9 + (head.isMono() ? 5 : 3) + 4 * numChannels
+                                  : 8 + (head.isMono() ? 1 : 2))
+        , bitsPerEntry(head.isVersion1() ? 59 : 63)
+        , windowOffset(head.isVersion1() ? 33 : 38)
+    {
+    }
+    int entry(int granule, int channel) const
+    {
+        return start + (granule * numChannels + channel) * bitsPerEntry;
+    }
 };
+
+/// The highest bit of each byte is the first.
+uint32_t bitsAt(const uint8_t* bytes, int at, int count)
+{
+    uint32_t value = 0;
+    for (; count > 0; --count, ++at)
+        value = value << 1 | (bytes[at / 8] >> (7 - at % 8) & 1U);
+    return value;
+}
 
 /// By the part2_3_length of each granule and channel, in bits.
 int64_t mainDataBytes(const MpegAudioHead& head, const QByteArray& sideInfo)
 {
-    const bool isVersion1 = head.isVersion1();
-    const int numChannels = head.isMono() ? 1 : 2;
-    const int numGranules = isVersion1 ? 2 : 1;
-    BitReader reader(sideInfo);
-    // The reservoir, private bits, and which scale factors are shared.
-    if (isVersion1)
-        reader.skip(9 + (head.isMono() ? 5 : 3) + 4 * numChannels);
-    else
-        reader.skip(8 + (head.isMono() ? 1 : 2));
     constexpr int lengthBits = 12;
-    const int restBits = isVersion1 ? 47 : 51;
+    const SideInfoLayout layout(head);
     int64_t numBits = 0;
-    for (int i = 0; i < numGranules * numChannels; ++i) {
-        numBits += reader.take(lengthBits);
-        reader.skip(restBits);
+    for (int granule = 0; granule < layout.numGranules; ++granule) {
+        for (int channel = 0; channel < layout.numChannels; ++channel)
+            numBits += bitsAt(bytesOf(sideInfo), layout.entry(granule, channel), lengthBits);
     }
     return (numBits + 7) / 8;
+}
+
+const uint8_t* sideInfoOf(const MpegAudioHead& head, const uint8_t* packet)
+{
+    return packet + MpegAudioHead::numBytes + (head.hasChecksum() ? checksumBytes : 0);
 }
 
 /// The CRC-16 of ISO 11172-3, 2.4.3.1: over the last two bytes of the head and the side information.
@@ -151,9 +159,27 @@ bool growUntilFitting(const std::vector<Contents>& contents, std::vector<MpegAud
 
 int64_t reservoirOf(const MpegAudioHead& head, const uint8_t* packet)
 {
-    const uint8_t* const sideInfo =
-        packet + MpegAudioHead::numBytes + (head.hasChecksum() ? checksumBytes : 0);
+    const uint8_t* const sideInfo = sideInfoOf(head, packet);
     return head.isVersion1() ? sideInfo[0] << 1 | sideInfo[1] >> 7 : sideInfo[0];
+}
+
+Windows windowsOf(const MpegAudioHead& head, const uint8_t* packet)
+{
+    // Values of block_type where windows switch; 2 are short ones.
+    constexpr uint32_t fromLongToShort = 1;
+    constexpr uint32_t fromShortToLong = 3;
+    const SideInfoLayout layout(head);
+    const auto isLong = [&](int granule, int channel, uint32_t type) {
+        const int at = layout.entry(granule, channel) + layout.windowOffset;
+        const uint8_t* const sideInfo = sideInfoOf(head, packet);
+        return bitsAt(sideInfo, at, 1) == 0 || bitsAt(sideInfo, at + 1, 2) == type;
+    };
+    Windows windows;
+    for (int channel = 0; channel < layout.numChannels; ++channel) {
+        windows.beginLong = windows.beginLong && isLong(0, channel, fromLongToShort);
+        windows.endLong = windows.endLong && isLong(layout.numGranules - 1, channel, fromShortToLong);
+    }
+    return windows;
 }
 
 Contents contentsOf(const QByteArray& packet)
@@ -162,7 +188,8 @@ Contents contentsOf(const QByteArray& packet)
     if (!head)
         return {};
     const int64_t start = head->bytesBeforeMainData();
-    Contents contents = {*head, packet.mid(start - head->sideInfoBytes(), head->sideInfoBytes()), {}};
+    Contents contents = {*head, packet.mid(start - head->sideInfoBytes(), head->sideInfoBytes()), {}, {}};
+    contents.windows = windowsOf(*head, bytesOf(packet));
     contents.mainData = packet.mid(start, mainDataBytes(*head, contents.sideInfo));
     return contents;
 }
@@ -170,7 +197,7 @@ Contents contentsOf(const QByteArray& packet)
 Contents silence(const MpegAudioHead& like)
 {
     const MpegAudioHead head = like.withBitRateIndex(1);
-    return {head, QByteArray(head.sideInfoBytes(), '\0'), {}};
+    return {head, QByteArray(head.sideInfoBytes(), '\0'), {}, {}};
 }
 
 QByteArray withHeadLike(QByteArray packet, const MpegAudioHead& like)

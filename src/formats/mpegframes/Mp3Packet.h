@@ -17,12 +17,22 @@ namespace Mp3Packet
 /// behind head and checksum.
 int64_t reservoirOf(const MpegAudioHead& head, const uint8_t* packet);
 
+/// Which halves of its windows a packet shares with its neighbours. Only halves of one length overlap so that
+/// the transform's aliasing cancels; around a transient they are short.
+struct Windows {
+    bool beginLong = true;
+    bool endLong = true;
+};
+/// From the head and the side information, which stands behind checksum and head.
+Windows windowsOf(const MpegAudioHead& head, const uint8_t* packet);
+
 /// A packet that stands for itself: its side information with the reservoir left at 0, and its main data,
 /// without what fills them up. `packet` is one that needs no reservoir.
 struct Contents {
     MpegAudioHead head;
     QByteArray sideInfo;
     QByteArray mainData;
+    Windows windows;
 };
 Contents contentsOf(const QByteArray& packet);
 /// Nothing but silence, in a packet of the smallest standard bit rate.

@@ -80,7 +80,7 @@ MaybeError Mp3SeamEncoder::encode(const Packets& packets, const Taker& take, Pro
     options.bitRate = head.withBitRateIndex(packets.bitRateIndex).bitRate;
     options.isMono = head.isMono();
     options.insert = Mp3Encoder::Insert{head.mode() == 1, packets.hasReservoir,
-                                        packets.hasReservoir && head.hasChecksum()};
+                                        packets.hasReservoir && head.hasChecksum(), packets.hasShortWindows};
     MaybeError error;
     const auto encoder = Mp3Encoder::create(options, &error);
     if (!encoder)

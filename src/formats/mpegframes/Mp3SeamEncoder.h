@@ -31,6 +31,7 @@ public:
         uint32_t bitRateIndex = 1;
         /// False for packets that do not need one another's main data.
         bool hasReservoir = false;
+        bool hasShortWindows = true;
     };
     /// Takes each packet, with the bytes of main data that it needs in front of its own share; on another
     /// thread. An error stops.

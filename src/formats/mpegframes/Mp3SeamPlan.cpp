@@ -133,8 +133,12 @@ private:
             end = mNumPackets;
         end = std::min(end, mIndex.numPackets() - toSource);
         first = std::max(first, -toSource);
-        while (first < end && !mIndex.hasReservoir(first + toSource))
+        const auto windowsOf = [&](int64_t packet) { return mIndex.windowsOf(packet + toSource); };
+        while (first < end &&
+               (!mIndex.hasReservoir(first + toSource) || !(isFirst || windowsOf(first).beginLong)))
             ++first;
+        while (first < end && end < mNumPackets && !windowsOf(end - 1).endLong)
+            --end;
         if (end - first < fewestPacketsKept)
             return;
         encodeTo(first);

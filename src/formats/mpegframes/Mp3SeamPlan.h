@@ -22,6 +22,7 @@ namespace velloria
 /// What a packet decodes to reaches 1056 frames beyond it: half the overlapped transform (576) and the memory
 /// of the filter bank (480). Packets are kept that reach into nothing but their own run; those around a cut
 /// are encoded from the edited sound, so that what overlaps there was made of the same sound on both sides.
+/// They overlap with long windows: a packet whose neighbour has short ones is encoded, too.
 struct Mp3SeamPlan {
     struct Run {
         enum class Kind { copied, encoded, silent };

@@ -2,7 +2,6 @@
 
 #include "formats/file/SoundCopy.h"
 #include "formats/mpegframes/Mp3InfoEdit.h"
-#include "formats/mpegframes/Mp3Packet.h"
 #include "formats/mpegframes/PartProgress.h"
 #include "platform/MissedReads.h"
 #include "platform/codec/Mp3InfoPacket.h"
@@ -139,17 +138,33 @@ MaybeError Mp3SeamWriter::writeSeam(int64_t firstPacket, int64_t numPackets, con
         index = Mp3Packet::bitRateIndexWithRoom(head, index, numPackets);
     for (; index > 0; --index) {
         std::vector<Mp3Packet::Contents> contents;
-        const auto take = [&contents](const QByteArray& packet, const QByteArray&) {
-            contents.push_back(Mp3Packet::contentsOf(packet));
-            return MaybeError();
-        };
-        if (MaybeError error = mEncoder.encode({firstPacket, numPackets, index, false}, take, progress))
+        if (MaybeError error = encode(firstPacket, numPackets, index, contents, progress))
             return error;
         const std::vector<QByteArray> packets = Mp3Packet::layOut(contents, head, reservoir);
         if (!packets.empty())
             return writePackets(packets);
     }
     return doesNotFit();
+}
+
+/// Packets without a reservoir. Their outer windows are long like those of the copied packets beside them,
+/// even where that means long ones throughout.
+MaybeError Mp3SeamWriter::encode(int64_t firstPacket, int64_t numPackets, uint32_t bitRateIndex,
+                                 std::vector<Mp3Packet::Contents>& contents, Progress& progress)
+{
+    const auto take = [&contents](const QByteArray& packet, const QByteArray&) {
+        contents.push_back(Mp3Packet::contentsOf(packet));
+        return MaybeError();
+    };
+    for (const bool hasShortWindows : {true, false}) {
+        contents.clear();
+        if (MaybeError error = mEncoder.encode(
+                {firstPacket, numPackets, bitRateIndex, false, hasShortWindows}, take, progress))
+            return error;
+        if (contents.front().windows.beginLong && contents.back().windows.endLong)
+            break;
+    }
+    return std::nullopt;
 }
 
 /// Most of it is a stream of LAME with a reservoir of its own, between packets that do without one.
@@ -160,13 +175,7 @@ MaybeError Mp3SeamWriter::writeLongRun(const Run& run, const QByteArray& reservo
     SilentProgress silent;
     std::vector<Mp3Packet::Contents> first;
     const uint32_t firstIndex = Mp3Packet::bitRateIndexWithRoom(head, index, 1);
-    MaybeError error = mEncoder.encode(
-        {run.firstPacket, 1, firstIndex, false},
-        [&first](const QByteArray& packet, const QByteArray&) {
-            first.push_back(Mp3Packet::contentsOf(packet));
-            return MaybeError();
-        },
-        silent);
+    MaybeError error = encode(run.firstPacket, 1, firstIndex, first, silent);
     if (error)
         return error;
     const int64_t numAtEnd = reservoir.isEmpty() ? 0 : numPacketsAtEnd;
@@ -179,8 +188,8 @@ MaybeError Mp3SeamWriter::writeLongRun(const Run& run, const QByteArray& reservo
         }
         return writePackets({Mp3Packet::withHeadLike(packet, head)});
     };
-    error =
-        mEncoder.encode({run.firstPacket + 1, run.numPackets - 1 - numAtEnd, index, true}, take, progress);
+    error = mEncoder.encode({run.firstPacket + 1, run.numPackets - 1 - numAtEnd, index, true, true}, take,
+                            progress);
     if (error || numAtEnd == 0)
         return error;
     return writeSeam(run.end() - numAtEnd, numAtEnd, reservoir, silent);

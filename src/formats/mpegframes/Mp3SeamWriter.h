@@ -1,5 +1,6 @@
 #pragma once
 
+#include "formats/mpegframes/Mp3Packet.h"
 #include "formats/mpegframes/Mp3SeamEncoder.h"
 #include "platform/FileHandle.h"
 
@@ -32,6 +33,8 @@ private:
     MaybeError noteCopied(const Run& run);
     MaybeError writeSeam(int64_t firstPacket, int64_t numPackets, const QByteArray& reservoir,
                          Progress& progress);
+    MaybeError encode(int64_t firstPacket, int64_t numPackets, uint32_t bitRateIndex,
+                      std::vector<Mp3Packet::Contents>& contents, Progress& progress);
     MaybeError writeLongRun(const Run& run, const QByteArray& reservoir, Progress& progress);
     MaybeError writePackets(const std::vector<QByteArray>& packets);
     MaybeError flush();

@@ -25,6 +25,7 @@
     F(lame_set_errorf)                                                                                       \
     F(lame_set_in_samplerate)                                                                                \
     F(lame_set_mode)                                                                                         \
+    F(lame_set_no_short_blocks)                                                                              \
     F(lame_set_msgf)                                                                                         \
     F(lame_set_num_channels)                                                                                 \
     F(lame_set_out_samplerate)                                                                               \

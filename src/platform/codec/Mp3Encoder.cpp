@@ -111,6 +111,8 @@ void Mp3Encoder::configureMode(const Options& options)
                 lame().lame_set_disable_reservoir(mLame, insert.hasReservoir ? 0 : 1));
     logIfFailed("lame_set_error_protection()",
                 lame().lame_set_error_protection(mLame, insert.hasChecksums ? 1 : 0));
+    logIfFailed("lame_set_no_short_blocks()",
+                lame().lame_set_no_short_blocks(mLame, insert.hasShortWindows ? 0 : 1));
 }
 
 std::optional<Mp3Encoder::Output> Mp3Encoder::outputOf(const Options& options)

@@ -27,6 +27,9 @@ public:
         /// False for packets each of which can be decoded without what stands before it.
         bool hasReservoir = true;
         bool hasChecksums = false;
+        /// False for long windows throughout, which overlap with those of packets that end and begin with
+        /// such.
+        bool hasShortWindows = true;
     };
     struct Options {
         int sampleRate = 44100;

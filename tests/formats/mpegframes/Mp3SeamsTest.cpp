@@ -20,9 +20,27 @@ struct Encoding {
 class Mp3SeamsTest : public CompressedFileTest
 {
 protected:
-    void make(const std::string& name, const Encoding& encoding, int64_t numFrames) const
+    /// Something hit now and then, which encoders have short windows for.
+    static void addBlows(Sound& sound)
     {
-        writeSource("source64.wav", testSound(numFrames, encoding.numChannels, encoding.sampleRate));
+        std::mt19937 random(23);
+        std::uniform_real_distribution<float> uniform(-0.6F, 0.6F);
+        for (int64_t start = 3000; start + 1500 < sound.numFrames(); start += 3000 + random() % 6000) {
+            for (int64_t i = 0; i < 1500 * static_cast<int64_t>(sound.numChannels); ++i) {
+                const float level = std::exp(-0.01F * static_cast<float>(i));
+                sound.samples[static_cast<size_t>(start) * sound.numChannels + static_cast<size_t>(i)] +=
+                    level * uniform(random);
+            }
+        }
+    }
+
+    void make(const std::string& name, const Encoding& encoding, int64_t numFrames,
+              bool hasBlows = false) const
+    {
+        Sound sound = testSound(numFrames, encoding.numChannels, encoding.sampleRate);
+        if (hasBlows)
+            addBlows(sound);
+        writeSource("source64.wav", sound);
         const QString options = QString::fromLatin1(encoding.options);
         const QString target = QString::fromStdString(name);
         ffmpeg("-i source64.wav -c:a pcm_s16le source16.wav");
@@ -102,7 +120,7 @@ protected:
         }
         EXPECT_EQ(numWrong, 0) << "from sample " << firstWrong << " on";
         if (power > 0.0) {
-            EXPECT_LT(10.0 * std::log10(error / power), -12.0);
+            EXPECT_LT(10.0 * std::log10(error / power), -8.0);
         }
     }
 };
@@ -133,7 +151,7 @@ TEST_F(Mp3SeamsTest, CutsDecodeToTheEditedSamplesInEveryEncoding)
     std::mt19937 random(5);
     for (const Encoding& encoding : encodings) {
         SCOPED_TRACE(encoding.name);
-        make("a.mp3", encoding, 60000);
+        make("a.mp3", encoding, 60000, true);
         const auto source = open("a.mp3");
         ASSERT_TRUE(source);
         const Sound sound = decoded(*source);
@@ -209,6 +227,29 @@ TEST_F(Mp3SeamsTest, EncodesOnlyWhatIsAroundCuts)
         EXPECT_EQ(complaints("b.mp3"), "");
         EXPECT_EQ(open("b.mp3")->numberOfFrames(), cut.numFrames());
     }
+}
+
+/// Of a packet with short windows at its edge the neighbour is not encoded, as it would have long ones.
+TEST_F(Mp3SeamsTest, CopiedPacketsBeginAndEndWithLongWindowsAtSeams)
+{
+    make("a.mp3", {"", 44100.0, 2, "-b 160"}, 200000, true);
+    const auto index = indexOf("a.mp3");
+    ASSERT_TRUE(index);
+    int64_t numShort = 0;
+    for (int64_t i = 0; i < index->numPackets(); ++i)
+        numShort += index->windowsOf(i).beginLong ? 0 : 1;
+    ASSERT_GT(numShort, 10);
+    int64_t numMoved = 0;
+    for (int64_t start = 20000; start < 150000; start += 1152) {
+        const SoundPieces pieces = {{0, 0, start}, {start, start + 5760, index->numFrames() - start - 5760}};
+        const auto plan = Mp3SeamPlan::make(*index, pieces, index->numFrames() - 5760);
+        ASSERT_TRUE(plan);
+        ASSERT_EQ(plan->runs.size(), 3U);
+        EXPECT_TRUE(index->windowsOf(plan->runs[0].sourcePacket + plan->runs[0].numPackets - 1).endLong);
+        EXPECT_TRUE(index->windowsOf(plan->runs[2].sourcePacket).beginLong);
+        numMoved += plan->runs[1].numPackets > 2 ? 1 : 0;
+    }
+    EXPECT_GT(numMoved, 0);
 }
 
 /// What a program that knows nothing of Velloria takes for packets, by their MD5 sums.
