@@ -294,4 +294,19 @@ QList<QByteArray> edited(const QList<QByteArray>& entries, const MarkerList& mar
                                          : numberedAnew(entries, sorted, behind, chapters, sampleRate);
 }
 
+QString lossOf(const QList<QByteArray>& entries, const MarkerList& markers, double sampleRate)
+{
+    const std::vector<AudioMarkerPtr> now = inOrder(markers);
+    const MarkerList written = read(edited(entries, markers, sampleRate), sampleRate);
+    const auto isSame = [](const AudioMarkerPtr& a, const AudioMarkerPtr& b) {
+        return a->position() == b->position();
+    };
+    const std::vector<AudioMarkerPtr> then = inOrder(written);
+    if (std::ranges::equal(now, then, isSame))
+        return {};
+    return QStringLiteral(
+        "Chapters of this type begin at whole milliseconds; markers between these move by less "
+        "than one.");
+}
+
 } // namespace velloria::VorbisChapters

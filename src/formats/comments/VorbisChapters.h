@@ -33,6 +33,10 @@ QStringList namesNotRead(const QList<QByteArray>& entries);
 /// in its place. Where some come, go or change their order, all are numbered anew.
 QList<QByteArray> edited(const QList<QByteArray>& entries, const MarkerList& markers, double sampleRate);
 
+/// What is to be told of markers that edited() moves, because times of chapters are told in milliseconds;
+/// empty where all stay at their frames.
+QString lossOf(const QList<QByteArray>& entries, const MarkerList& markers, double sampleRate);
+
 } // namespace VorbisChapters
 
 } // namespace velloria

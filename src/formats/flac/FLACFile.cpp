@@ -49,12 +49,17 @@ FLACFile::FLACFile(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
     : AudioFile(sampleRate, sampleSize, numChannels)
 {
     mCanSaveMetadata = true;
+    // Beyond the plain description, which has neither: other programs read both.
+    mCanSaveMarkers = true;
+    mCanSaveArtwork = true;
 }
 
 FLACFile::FLACFile(std::shared_ptr<FileHandle> handle)
     : AudioFile(std::move(handle))
 {
     mCanSaveMetadata = true;
+    mCanSaveMarkers = true;
+    mCanSaveArtwork = true;
     mRequiresConversion = true;
     mDataFormat = flacFormat;
 }
@@ -189,11 +194,27 @@ double FLACFile::estimatedFileSizeWithTag(int tag) const
 
 MetadataDictionary FLACFile::writtenTags() const
 {
-    const FLACFile* const edited = editedFile();
-    VorbisCommentPacket comments =
-        edited ? FlacMetadataEdit::commentsOf(*edited->mBlocks) : VorbisCommentPacket();
+    VorbisCommentPacket comments = commentsBefore();
     comments.setTags(mMetadata.dictionary());
     return VorbisCommentEdit::tagsOf(comments.entries());
+}
+
+/// Of the file that is edited.
+VorbisCommentPacket FLACFile::commentsBefore() const
+{
+    const FLACFile* const edited = editedFile();
+    return edited ? FlacMetadataEdit::commentsOf(*edited->mBlocks) : VorbisCommentPacket();
+}
+
+bool FLACFile::canSavePicture(const AttachedPicture& picture) const
+{
+    return FlacMetadataEdit::canHold(picture);
+}
+
+QStringList FLACFile::soundLosses() const
+{
+    const QString loss = VorbisChapters::lossOf(commentsBefore().entries(), mMarkers, mSampleRate);
+    return loss.isEmpty() ? QStringList() : QStringList(loss);
 }
 
 void FLACFile::validateAndCorrectParameters()
@@ -201,7 +222,6 @@ void FLACFile::validateAndCorrectParameters()
     AudioFile::validateAndCorrectParameters();
     mBitsPerSample = std::clamp(mBitsPerSample, narrowestSample, widestSample);
     setInOgg(isInOgg());
-    takeAbilitiesOf(editedFile());
 }
 
 /// The file whose metadata this one gets, with what was changed; null for a new file.
@@ -210,14 +230,6 @@ const FLACFile* FLACFile::editedFile() const
     const auto& file = keptSound() ? keptSound() : openedFile();
     const auto* const opened = dynamic_cast<const FLACFile*>(file.get());
     return opened && opened->mBlocks ? opened : nullptr;
-}
-
-/// Pictures and chapters can be changed where there are some.
-void FLACFile::takeAbilitiesOf(const FLACFile* edited)
-{
-    mCanSaveArtwork = edited && !FlacMetadataEdit::pictureBlocks(*edited->mBlocks).isEmpty();
-    mCanSaveMarkers = edited && VorbisChapters::read(FlacMetadataEdit::commentsOf(*edited->mBlocks).entries(),
-                                                     1.0) != nullptr;
 }
 
 int64_t FLACFile::maximumNumberOfMarkers() const
@@ -246,12 +258,10 @@ FlacMetadataEdit::Blocks FLACFile::blocksToWrite() const
     VorbisCommentPacket comments = FlacMetadataEdit::commentsOf(blocks);
     const QList<QByteArray> entriesBefore = comments.entries();
     comments.setTags(mMetadata.dictionary());
-    if (mCanSaveMarkers)
-        comments.setEntries(VorbisChapters::edited(comments.entries(), mMarkers, mSampleRate));
+    comments.setEntries(VorbisChapters::edited(comments.entries(), mMarkers, mSampleRate));
     if (comments.entries() != entriesBefore)
         FlacMetadataEdit::setComments(blocks, comments);
-    if (mCanSaveArtwork)
-        FlacMetadataEdit::setPictures(blocks, mMetadata.artwork());
+    FlacMetadataEdit::setPictures(blocks, mMetadata.artwork());
     FlacMetadataEdit::settlePadding(blocks, before);
     return blocks;
 }
@@ -288,7 +298,6 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
     const FlacFormat format = {static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, highestRate)),
                                mNumberOfChannels, mBitsPerSample};
     setInOgg(shouldBeInOgg());
-    takeAbilitiesOf(editedFile());
     const std::optional<FlacSeamPlan> plan = planSeams(range.numFrames);
     mBlocks = blocksToEncode(plan.has_value());
     if (MaybeError error = FlacMetadataEdit::refusal(*mBlocks))
@@ -327,7 +336,6 @@ bool FLACFile::takeSound(const AudioFile& source)
     if (opened->isInOgg() ? !FlacInOgg::headersOf(handle) || !holdsOneOggStream(opened->ledger())
                           : !FlacLayout::ofFile(handle).isWhole)
         return false;
-    takeAbilitiesOf(opened);
     mIsSoundComplete = opened->mIsSoundComplete;
     return true;
 }

@@ -38,6 +38,8 @@ public:
 
     FileOptions fileOptions() const override;
     MetadataDictionary writtenTags() const override;
+    bool canSavePicture(const AttachedPicture& picture) const override;
+    QStringList soundLosses() const override;
     double estimatedFileSizeWithTag(int tag) const override;
     void validateAndCorrectParameters() override;
     uint32_t maximumNumberOfChannels() const override { return 8; }
@@ -57,7 +59,7 @@ private:
     void takeDescription(FlacDescription description);
     bool shouldBeInOgg() const;
     const FLACFile* editedFile() const;
-    void takeAbilitiesOf(const FLACFile* edited);
+    VorbisCommentPacket commentsBefore() const;
     bool holdsSoundAsLongAs(const FLACFile& other) const;
     FlacMetadataEdit::Blocks blocksToWrite() const;
     FlacMetadataEdit::Blocks blocksToEncode(bool keepsPackets) const;

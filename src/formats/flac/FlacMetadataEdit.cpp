@@ -130,6 +130,12 @@ void setPictures(Blocks& blocks, const QList<AttachedPicture>& pictures)
     blocks = std::move(edited);
 }
 
+bool canHold(const AttachedPicture& picture)
+{
+    const QByteArray block = PictureBlock::blockOf(picture);
+    return block.size() <= longestPayload && PictureBlock::pictureOf(block);
+}
+
 void settlePadding(Blocks& blocks, const Blocks& before)
 {
     const qsizetype growth = sizeWithoutPadding(blocks) - sizeWithoutPadding(before);

@@ -38,6 +38,9 @@ QList<QByteArray> pictureBlocks(const Blocks& blocks);
 /// Changes these; new ones stand behind the last one, or behind the comments.
 void setPictures(Blocks& blocks, const QList<AttachedPicture>& pictures);
 
+/// False for a picture that no block has room for.
+bool canHold(const AttachedPicture& picture);
+
 /// Makes the room that is kept free for tags smaller or larger by what the other blocks gained or lost since
 /// they were `before`; where it is too small it stays as it is.
 void settlePadding(Blocks& blocks, const Blocks& before);

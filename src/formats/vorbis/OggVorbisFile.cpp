@@ -72,12 +72,17 @@ OggVorbisFile::OggVorbisFile(double sampleRate, uint32_t sampleSize, uint32_t nu
     : AudioFile(sampleRate, sampleSize, numChannels)
 {
     mCanSaveMetadata = true;
+    // Beyond the plain description, which has neither: other programs read both.
+    mCanSaveMarkers = true;
+    mCanSaveArtwork = true;
 }
 
 OggVorbisFile::OggVorbisFile(std::shared_ptr<FileHandle> handle)
     : AudioFile(std::move(handle))
 {
     mCanSaveMetadata = true;
+    mCanSaveMarkers = true;
+    mCanSaveArtwork = true;
     mRequiresConversion = true;
     mDataFormat = vorbisFormat;
 }
@@ -245,11 +250,19 @@ const OggVorbisFile* OggVorbisFile::editedFile() const
     return dynamic_cast<const OggVorbisFile*>(keptSound() ? keptSound().get() : openedFile().get());
 }
 
-/// Pictures and chapters can be changed where there are some.
-void OggVorbisFile::takeAbilitiesOf(const OggVorbisFile* edited)
+bool OggVorbisFile::canSavePicture(const AttachedPicture& picture) const
 {
-    mCanSaveArtwork = edited && !edited->mComments.pictureBlocks().isEmpty();
-    mCanSaveMarkers = edited && VorbisChapters::read(edited->mComments.entries(), 1.0) != nullptr;
+    return PictureBlock::pictureOf(PictureBlock::blockOf(picture)).has_value();
+}
+
+QStringList OggVorbisFile::soundLosses() const
+{
+    QStringList losses = keptSound() ? QStringList() : surroundLosses(mNumberOfChannels, false);
+    const OggVorbisFile* const edited = editedFile();
+    const QList<QByteArray> before = edited ? edited->mComments.entries() : QList<QByteArray>();
+    if (const QString loss = VorbisChapters::lossOf(before, mMarkers, mSampleRate); !loss.isEmpty())
+        losses += loss;
+    return losses;
 }
 
 VorbisCommentPacket OggVorbisFile::commentsToWrite() const
@@ -261,10 +274,8 @@ VorbisCommentPacket OggVorbisFile::commentsToWrite() const
     else
         comments.setEntries({"ENCODER=" + VorbisEncoder::encoderName()});
     comments.setTags(mMetadata.dictionary());
-    if (mCanSaveMarkers)
-        comments.setEntries(VorbisChapters::edited(comments.entries(), mMarkers, mSampleRate));
-    if (mCanSaveArtwork)
-        comments.changePictures(PictureBlock::changes(comments.pictureBlocks(), mMetadata.artwork()));
+    comments.setEntries(VorbisChapters::edited(comments.entries(), mMarkers, mSampleRate));
+    comments.changePictures(PictureBlock::changes(comments.pictureBlocks(), mMetadata.artwork()));
     return comments;
 }
 
@@ -280,7 +291,6 @@ bool OggVorbisFile::willWrite(const FileItem& item) const
 
 void OggVorbisFile::validateAndCorrectParameters()
 {
-    takeAbilitiesOf(editedFile());
     // What it was is nearer to what its owner wants than the average that came out.
     if (const OggVorbisFile* const opened = mIsOptionChosen ? nullptr : openedVorbisFile()) {
         configureWithPopUpTag(opened->tagOfEncoding());
@@ -349,7 +359,6 @@ VorbisSettings OggVorbisFile::settings() const
 
 MaybeError OggVorbisFile::writeRange(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
-    takeAbilitiesOf(editedFile());
     mComments = commentsToWrite();
     mComments.setEncoder(VorbisEncoder::encoderName());
     VorbisEncoder encoder(mFileHandle, settings(), oggSerialNumber(document, range, mComments.text()));
@@ -375,7 +384,6 @@ bool OggVorbisFile::takeSound(const AudioFile& source)
     mNominalBitRate = opened->mNominalBitRate;
     mHasManagedBitRate = opened->mHasManagedBitRate;
     mHoldsOneStream = true;
-    takeAbilitiesOf(opened);
     return true;
 }
 

@@ -50,10 +50,8 @@ public:
     bool willWrite(const FileItem& item) const override;
     /// What it needs of it was read when that was opened.
     bool readsOpenedFile() const override { return false; }
-    QStringList soundLosses() const override
-    {
-        return keptSound() ? QStringList() : surroundLosses(mNumberOfChannels, false);
-    }
+    bool canSavePicture(const AttachedPicture& picture) const override;
+    QStringList soundLosses() const override;
 
 protected:
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
@@ -70,7 +68,6 @@ private:
     int tagNearestTo(int64_t nominalBitRate) const;
     const OggVorbisFile* openedVorbisFile() const;
     const OggVorbisFile* editedFile() const;
-    void takeAbilitiesOf(const OggVorbisFile* edited);
     VorbisCommentPacket commentsToWrite() const;
 
     float mEncodingQuality = 0.0F;
