@@ -365,11 +365,16 @@ TEST_F(DocumentLosses, NameTheTrackThatSurroundSoundKeepsTheLowFrequenciesOf)
 TEST_F(DocumentLosses, NameMarkersWhoseNamesAreCut)
 {
     makeWave("a.wav", 100, 16);
+    // Cue points have room for any name; a file with markers of ours alone gets none.
+    writeBytes("own.wav", bytesOf("a.wav").replace("cue ", "none"));
     for (const int numLetters : {127, 128}) {
+        const auto own = open("own.wav");
         const auto document = open("a.wav");
-        document->addMarker(std::make_shared<AudioMarker>(0, 0, QString(numLetters, QChar(u'ж'))));
-        EXPECT_EQ(mention(document->lossesWhenSaving(requestFor("b.wav")), "more than 255 bytes"),
+        for (const auto& each : {own, document})
+            each->addMarker(std::make_shared<AudioMarker>(0, 0, QString(numLetters, QChar(u'ж'))));
+        EXPECT_EQ(mention(own->lossesWhenSaving(requestFor("b.wav")), "more than 255 bytes"),
                   numLetters > 127);
+        EXPECT_FALSE(mention(document->lossesWhenSaving(requestFor("b.wav")), "more than 255 bytes"));
         SaveRequest request = requestFor("b.aif");
         request.uti = QStringLiteral("public.aiff-audio");
         EXPECT_EQ(document->lossesWhenSaving(request), QStringList());

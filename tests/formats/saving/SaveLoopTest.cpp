@@ -233,7 +233,7 @@ TEST_F(SaveLoopTest, WritesTheFooterAlsoWhenItIsCancelled)
     EXPECT_EQ(progress.markValue(), 65536);
     const QByteArray written = bytesOf("out.wav");
     EXPECT_LT(written.size(), 10'000'000);
-    EXPECT_TRUE(written.right(18).startsWith("MARK"));
+    EXPECT_TRUE(written.contains("MARK" + littleEndian32(10)));
     EXPECT_EQ(written.mid(4, 4), littleEndian32(written.size() - 8));
 }
 
