@@ -28,6 +28,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (file->numberOfChannels() < 1 || file->numberOfChannels() > 2 || !(file->sampleRate() >= 8000.0) ||
         file->numberOfFrames() < 0 || file->numberOfFrames() > mostFrames || !file->requiresConversion())
         std::abort();
+    // What is cut out of its midst is planned; nothing is encoded.
+    const int64_t half = file->numberOfFrames() / 2;
+    Mp3File writer(file->sampleRate(), 16, file->numberOfChannels());
+    writer.setBitRate(file->bitRate());
+    writer.setNumberOfFrames(file->numberOfFrames() - half / 2);
+    writer.validateAndCorrectParameters();
+    writer.offerPieces(file,
+                       {{0, 0, half}, {half, half + half / 2, file->numberOfFrames() - half - half / 2}},
+                       SeamMode::exact);
+    const SeamReport seams = writer.seams();
+    if (seams.numFramesEncoded < 0 || seams.numFramesEncoded > writer.numberOfFrames() || seams.numSeams > 3)
+        std::abort();
     AudioMetadata again;
     again.setValuesWithID3Data(file->metadata().id3Data());
     return 0;

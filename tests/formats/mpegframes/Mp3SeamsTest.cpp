@@ -1,3 +1,4 @@
+#include "formats/kit/DecodingTestKit.h"
 #include "formats/mpegframes/CutSound.h"
 
 #include "formats/mpeg/Mp3File.h"
@@ -383,6 +384,44 @@ TEST_F(Mp3SeamsTest, CutsAgainWhatItCut)
         ASSERT_EQ(got.numFrames(), cut.numFrames());
         EXPECT_LT(differenceDB(got.samples, cut.sound().samples), -25.0);
     }
+}
+
+TEST_F(Mp3SeamsTest, LeavesNoErrorUnsaid)
+{
+    make("a.mp3", {"", 44100.0, 2, "-b 320"}, 400000);
+    const auto source = open("a.mp3");
+    const Sound sound = decoded(*source);
+    CutSound cut(sound);
+    cut.remove(100000, 11520);
+    cut.remove(200000, 1000);
+    const TrackDocument document = documentOfSound(cut.sound());
+    const auto messageOf = [&](Progress& progress) {
+        const auto writer = writerFor(source, cut);
+        EXPECT_TRUE(writer->piecesSource());
+        writer->setFileHandle(newFile("b.mp3"));
+        MaybeError error;
+        progress.setTargetValue(document.numberOfFrames());
+        const bool isSaved = writer->saveDocument(document, nullptr, progress, &error);
+        EXPECT_EQ(isSaved, !error);
+        return error ? error->message : QString();
+    };
+    SilentProgress silent;
+    EXPECT_EQ(messageOf(silent), QString());
+    EXPECT_EQ(silent.markValue(), document.numberOfFrames());
+    ImpatientProgress impatient(3);
+    const auto writer = writerFor(source, cut);
+    writer->setFileHandle(newFile("b.mp3"));
+    MaybeError error;
+    impatient.setTargetValue(document.numberOfFrames());
+    EXPECT_FALSE(writer->saveDocument(document, nullptr, impatient, &error));
+    EXPECT_TRUE(error && error->isUserCancelled());
+    {
+        const FullDisk disk(200000);
+        EXPECT_NE(messageOf(silent), QString());
+    }
+    // Another program cuts the file off.
+    std::filesystem::resize_file(path("a.mp3"), 100000);
+    EXPECT_TRUE(messageOf(silent).contains("could not be read"));
 }
 
 TEST_F(Mp3SeamsTest, LeavesFilesAloneThatHaveNoGrid)
