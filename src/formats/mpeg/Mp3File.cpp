@@ -37,6 +37,8 @@ Mp3File::Mp3File(double sampleRate, uint32_t sampleSize, uint32_t numChannels)
     : DecodedFile(sampleRate, sampleSize, numChannels)
 {
     mCanSaveMetadata = true;
+    // Beyond the plain description, which has none: podcasts have chapters.
+    mCanSaveMarkers = true;
     mCanSaveArtwork = true;
     mDataFormat = DataFormat::kMp3;
 }
@@ -45,6 +47,7 @@ Mp3File::Mp3File(std::shared_ptr<FileHandle> handle)
     : DecodedFile(std::move(handle))
 {
     mCanSaveMetadata = true;
+    mCanSaveMarkers = true;
     mCanSaveArtwork = true;
 }
 
@@ -100,7 +103,6 @@ void Mp3File::readTag()
                                                               : PacketStreamTags::FirstTag::replaced);
     if (!mTags.id3().isEmpty())
         mMarkers = Id3Chapters::markers(mTags.id3(), mSampleRate);
-    mCanSaveMarkers = mMarkers != nullptr;
     mLedger = packetStreamLedger(*fileHandle(), true, tagLedger, &mPacketTraits);
 }
 
@@ -167,9 +169,12 @@ const Mp3File* Mp3File::openedMp3() const
 Id3Save Mp3File::id3Save() const
 {
     const Mp3File* const opened = openedMp3();
-    if (!opened)
-        return Id3Save(mMetadata);
-    Id3SoundChange sound = id3SoundChange(*opened, *this);
+    Id3SoundChange sound = opened ? id3SoundChange(*opened, *this) : Id3SoundChange();
+    const bool hasMarkers = mMarkers && !mMarkers->empty();
+    if (!opened || (hasMarkers && opened->mTags.id3().isEmpty())) {
+        sound.chapters = {mMarkers, mSampleRate, mNumberOfFrames, mNumberOfFrames, true};
+        return hasMarkers ? Id3Save(mMetadata, sound) : Id3Save(mMetadata);
+    }
     if (mCanSaveMarkers)
         sound.chapters = chaptersNow(*opened, sound.isEncodedAnew);
     return Id3Save(opened->mTags.id3(), opened->metadata(), mMetadata, sound);
@@ -199,9 +204,8 @@ void Mp3File::validateAndCorrectParameters()
     DecodedFile::validateAndCorrectParameters();
     mBitRate = effectiveBitRate();
     mDataFormat = DataFormat::kMp3;
-    // Of a file that had chapters they go on being kept; others are not given any.
     const Mp3File* const opened = openedMp3();
-    mCanSaveMarkers = opened && Id3Chapters::markers(opened->mTags.id3(), 1.0) != nullptr;
+    mCanSaveMarkers = !opened || opened->mTags.id3().isEmpty() || Id3Chapters::canHold(opened->mTags.id3());
 }
 
 /// Those that were read lie on whole milliseconds.

@@ -13,6 +13,13 @@ Id3Save::Id3Save(AudioMetadata now)
 {
 }
 
+/// Version 2.3 is the first one with chapters, and the one that most programs read.
+Id3Save::Id3Save(AudioMetadata now, const Id3SoundChange& sound)
+    : Id3Save(QByteArray("ID3\3\0\0\0\0\0\x0A", id3HeaderLength) + QByteArray(id3HeaderLength, '\0'), {},
+              std::move(now), sound)
+{
+}
+
 Id3Save::Id3Save(QByteArray opened, AudioMetadata read, AudioMetadata now, const Id3SoundChange& sound)
     : mOpened(std::move(opened))
     , mRead(std::move(read))

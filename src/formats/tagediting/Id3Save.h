@@ -13,6 +13,8 @@ class Id3Save
 public:
     /// A new tag.
     explicit Id3Save(AudioMetadata now);
+    /// A new tag that can hold chapters.
+    Id3Save(AudioMetadata now, const Id3SoundChange& sound);
     /// `opened` is the tag of the opened file as takeInId3Tag() took it in, or nothing; `read` is the
     /// metadata of that file.
     Id3Save(QByteArray opened, AudioMetadata read, AudioMetadata now, const Id3SoundChange& sound);

@@ -15,6 +15,8 @@ namespace
 
 constexpr double millisecondsPerSecond = 1000.0;
 constexpr size_t noFrame = SIZE_MAX;
+constexpr int firstVersionWithChapters = 3;
+constexpr size_t mostInList = 255; // its count has one byte; chapters beyond that stand without a list
 
 /// A chapter with the frame that it came from.
 struct Place {
@@ -102,15 +104,14 @@ std::vector<AudioMarkerPtr> sorted(const MarkerList& markers)
     return list;
 }
 
-QByteArray newElementID(QSet<QByteArray>& taken)
+/// `number` is the one that was given last.
+QByteArray newElementID(const QSet<QByteArray>& taken, int& number)
 {
-    for (int number = 1;; ++number) {
-        QByteArray id = "chp" + QByteArray::number(number);
-        if (taken.contains(id))
-            continue;
-        taken.insert(id);
-        return id;
-    }
+    QByteArray id;
+    do
+        id = "chp" + QByteArray::number(++number);
+    while (taken.contains(id));
+    return id;
 }
 
 /// A chapter ends where the next one begins, or with the sound, unless there was a gap before.
@@ -151,11 +152,12 @@ std::vector<Place> placesNow(const std::vector<Place>& before, const Id3FrameMak
     for (const Place& place : before)
         taken.insert(place.chapter.elementID);
     std::vector<Place> now;
+    int lastNumber = 0;
     for (size_t i = 0; i < markers.size(); ++i) {
         const Place* const was = matching.of(i);
         Place place = was ? *was : Place{};
         if (!was)
-            place.chapter.elementID = newElementID(taken);
+            place.chapter.elementID = newElementID(taken, lastNumber);
         place.chapter.start = timeOf(markers[i]->position(), target.sampleRate);
         if (place.chapter.title != markers[i]->name())
             place.chapter.setTitle(markers[i]->name(), maker);
@@ -202,6 +204,18 @@ void editLists(const Id3Layout& layout, const Id3FrameMaker& maker, const std::v
     }
 }
 
+/// As other programs expect it: at the top, in the order of time.
+QByteArray firstList(const Id3FrameMaker& maker, const std::vector<Place>& now)
+{
+    constexpr char isTopLevelAndOrdered = 3;
+    Id3ChapterList list;
+    list.elementID = "toc";
+    list.flags = isTopLevelAndOrdered;
+    for (const Place& place : now)
+        list.children.append(place.chapter.elementID);
+    return maker.data("CTOC", list.payload(), nullptr);
+}
+
 } // namespace
 
 uint32_t timeOf(int64_t position, double sampleRate)
@@ -228,6 +242,12 @@ MarkerList markers(const QByteArray& tag, double sampleRate)
     return list.empty() ? nullptr : std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(list));
 }
 
+bool canHold(const QByteArray& tag)
+{
+    const auto layout = Id3Layout::ofTag(tag);
+    return layout && layout->version() >= firstVersionWithChapters;
+}
+
 std::optional<bool> holdsMore(QByteArrayView id, QByteArrayView payload)
 {
     if (id == "CTOC") {
@@ -245,9 +265,11 @@ Edit edit(const Id3Layout& layout, const Id3FrameMaker& maker, const Target& tar
 {
     Edit edit;
     const std::vector<Place> before = placesOf(layout);
-    if (before.empty())
-        return edit;
     const std::vector<Place> now = placesNow(before, maker, target);
+    if (layout.version() < firstVersionWithChapters || (before.empty() && now.empty()))
+        return edit;
+    if (before.empty() && now.size() <= mostInList)
+        edit.appended += firstList(maker, now);
     for (const Place& place : before)
         edit.replacements[place.frame] = QByteArray();
     for (const Place& place : now) {

@@ -17,6 +17,9 @@ namespace Id3Chapters
 /// The chapters of a tag as markers, in the order of their times. Null when there are none.
 MarkerList markers(const QByteArray& tag, double sampleRate);
 
+/// False for a tag of version 2.2, and for bytes that are none.
+bool canHold(const QByteArray& tag);
+
 /// What the payload of a CHAP or CTOC frame holds that no marker can: pictures, addresses, a list's name.
 /// Nothing for a payload that is damaged.
 std::optional<bool> holdsMore(QByteArrayView id, QByteArrayView payload);
@@ -39,7 +42,8 @@ struct Edit {
 
 /// The frames of a tag that has chapters for the markers as they are now. Chapters that begin where they did
 /// under the name that they had stay as they are; others keep what else they hold. A chapter ends where the
-/// next one begins, if it did so before. Nothing changes in a tag without chapters.
+/// next one begins, if it did so before. The first ones of a tag get a list as well; tags of version 2.2 can
+/// hold none.
 Edit edit(const Id3Layout& layout, const Id3FrameMaker& maker, const Target& target);
 
 /// Milliseconds.

@@ -179,10 +179,16 @@ TEST_F(EveryFormatTest, KeepsTenThousandMarkersWithLongNamesOfEveryScript)
         SilentProgress progress;
         ASSERT_TRUE(saved(*writer, *type, silence(80000), nullptr, progress).hasSucceeded);
         const auto found = markersOf(*opened(fileName(*type)));
-        ASSERT_EQ(found.size(), markers.size());
-        for (size_t i = 0; i < markers.size(); ++i) {
+        const size_t most = static_cast<size_t>(writer->maximumNumberOfMarkers());
+        ASSERT_EQ(found.size(), std::min(markers.size(), most));
+        // Chapters of packet streams begin at whole milliseconds.
+        const QString uti = type->uti;
+        const bool isInMilliseconds = uti.contains(QLatin1String("mp3")) ||
+                                      uti.contains(QLatin1String("flac")) ||
+                                      uti.contains(QLatin1String("ogg"));
+        for (size_t i = 0; i < found.size(); ++i) {
             const auto& [position, name] = markers[i];
-            ASSERT_EQ(found[i].first, position);
+            ASSERT_NEAR(found[i].first, position, isInMilliseconds ? 44100 / 2000 + 1 : 0);
             // Names in WAVE files are of at most 255 bytes; whole characters of them.
             if (type->uti == QLatin1String("com.microsoft.waveform-audio")) {
                 ASSERT_TRUE(name.startsWith(found[i].second)) << i;

@@ -124,7 +124,7 @@ TEST_F(FLACFileEditTest, BlocksThatNobodyChangedStay)
     }
 }
 
-TEST_F(FLACFileEditTest, PicturesAndChaptersChangeWhereAFileHasSome)
+TEST_F(FLACFileEditTest, PicturesAndChaptersChange)
 {
     makeFullFile("a.flac");
     const auto edited = opened("a.flac");
@@ -156,13 +156,35 @@ TEST_F(FLACFileEditTest, PicturesAndChaptersChangeWhereAFileHasSome)
             run("metaflac", {"--list", "--block-type=PICTURE", argument("b.flac")}).count("METADATA block"),
             3);
     }
-    // Where there are none, none come in, which a document tells.
-    run("metaflac", {"--remove", "--block-type=PICTURE", argument("a.flac")});
-    run("metaflac", {"--remove-tag=CHAPTER001", argument("a.flac")});
-    FLACFile writer(44100.0, 16, 1);
-    writer.setOpenedFile(opened("a.flac"));
-    writer.validateAndCorrectParameters();
-    EXPECT_FALSE(writer.canSaveArtwork() || writer.canSaveMarkers());
+}
+
+TEST_F(FLACFileEditTest, PicturesAndChaptersComeIntoNewFiles)
+{
+    makeFullFile("a.flac");
+    AudioMetadata metadata;
+    metadata.setArtwork(opened("a.flac")->metadata().artwork());
+    FLACFile flac(44100.0, 16, 1);
+    OggVorbisFile ogg(44100.0, 16, 1);
+    for (AudioFile* const writer : std::initializer_list<AudioFile*>{&flac, &ogg}) {
+        writer->setMetadata(metadata);
+        writer->setMarkers(markerList({{4410, "One"}, {44101, "Two"}}));
+        EXPECT_EQ(writer->soundLosses().size(), 1) << "the second one lies between two milliseconds";
+        save(*writer, "new", noiseDocument(numFrames, 1));
+        const auto again = opened("new");
+        ASSERT_TRUE(again && again->markers());
+        EXPECT_EQ(again->metadata().artwork(), metadata.artwork());
+        EXPECT_EQ(again->markers()->front()->position(), 4410);
+        EXPECT_EQ(again->markers()->back()->position(), 44100);
+        EXPECT_EQ(again->markers()->back()->name(), "Two");
+        const QByteArray found = run("ffprobe", {"-v", "error", "-show_entries",
+                                                 "stream=codec_name:chapter=start_time:chapter_tags", "-of",
+                                                 "compact", argument("new")});
+        EXPECT_TRUE(found.contains("codec_name=mjpeg")) << found.toStdString();
+        EXPECT_TRUE(found.contains("start_time=1.000000") && found.contains("title=Two"))
+            << found.toStdString();
+    }
+    QByteArray tooLarge = "\x89PNG" + QByteArray(16 << 20, 'p');
+    EXPECT_FALSE(flac.canSavePicture(*AttachedPicture::withPictureData(tooLarge)));
 }
 
 TEST_F(FLACFileEditTest, SoundOfAnotherLengthGetsItsOwnSeekTableAndNoCueSheet)

@@ -143,10 +143,26 @@ TEST(Id3ChaptersTest, MarkersThatMoveTakeTheirChaptersAlong)
     }
 }
 
-TEST(Id3ChaptersTest, ATagWithoutChaptersGetsNone)
+TEST(Id3ChaptersTest, ATagWithoutChaptersGetsThemWithAList)
 {
-    const QByteArray whole = tag(3, test::version3Frame("TIT2", bytes("\0T")));
-    EXPECT_EQ(edited(whole, {marker(0, "x")}), whole);
+    const QByteArray name = test::version3Frame("TIT2", bytes("\0T"));
+    const QByteArray whole = tag(3, name);
+    EXPECT_EQ(edited(whole, {}), whole);
+    const QByteArray found = edited(whole, {marker(48000, "Two"), marker(0, "One")});
+    const QByteArray frames = list(3, {"chp1", "chp2"}) + chapter(3, "chp1", 0, 1000, title(3, "One"));
+    EXPECT_TRUE(found.sliced(10 + name.size()).startsWith(frames.first(10))) << "a list comes first";
+    const MarkerList again = Id3Chapters::markers(found, 48000.0);
+    ASSERT_TRUE(again && again->size() == 2);
+    EXPECT_EQ(again->back()->name(), "Two");
+    EXPECT_EQ(again->back()->position(), 48000);
+    // The count of a list has one byte.
+    std::vector<AudioMarkerPtr> many;
+    for (int i = 0; i < 300; ++i)
+        many.push_back(marker(48 * i, "x"));
+    const QByteArray large = edited(whole, many);
+    EXPECT_FALSE(large.contains("CTOC"));
+    EXPECT_EQ(Id3Chapters::markers(large, 48000.0)->size(), 300U);
+    EXPECT_FALSE(Id3Chapters::canHold(tag(2, QByteArray("TT2\0\0\2\0x", 8))));
 }
 
 TEST(Id3ChaptersTest, SaysWhatNoMarkerHolds)
