@@ -3322,5 +3322,19 @@ What the window shows: %3</source>
         <source>The sound of the cowbell is missing; yours stays as it is. %1</source>
         <translation type="unfinished"></translation>
     </message>
+    <message id="preferences-saving">
+        <source>Saving</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-compressed">
+        <source>Compressed sound:</source>
+        <extracomment>In front of the box &quot;Copy what was not edited&quot;</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
+    <message id="preferences-copy-packets">
+        <source>Copy what was not edited</source>
+        <extracomment>Where a file of compressed sound is edited and saved, sound that no edit touched is not encoded once more</extracomment>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 </TS>

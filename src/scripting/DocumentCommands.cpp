@@ -18,6 +18,9 @@ const QString kCount = QStringLiteral("Count");
 const QString kPath = QStringLiteral("Path");
 const QString kType = QStringLiteral("Type");
 const QString kOption = QStringLiteral("Option");
+const QString kSeams = QStringLiteral("Seams");
+// In the order of SeamMode.
+const QStringList kSeamModes = {QStringLiteral("exact"), QStringLiteral("packets"), QStringLiteral("none")};
 const QString kFolder = QStringLiteral("Folder");
 const QString kPrefix = QStringLiteral("Prefix");
 // What the formats that hold most of them can count.
@@ -134,6 +137,8 @@ MaybeError save(SoundController& controller, const QVariantMap& arguments)
         return Error{Error::Code::failed, QStringLiteral("The document has no file yet: Path= is missing.")};
     if (arguments.contains(kOption))
         request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
+    if (arguments.contains(kSeams))
+        request.seams = static_cast<SeamMode>(kSeamModes.indexOf(arguments.value(kSeams).toString()));
     if (arguments.contains(kPath)) {
         QString problem;
         const auto target = SaveArguments::targetType(arguments.value(kType).toString(), request.path,
@@ -150,6 +155,18 @@ MaybeError save(SoundController& controller, const QVariantMap& arguments)
     return controller.save(request);
 }
 
+CommandParameter seamsParameter()
+{
+    CommandParameter parameter =
+        makeParameter(kSeams, Type::string, {}, {}, {}, {},
+                      QStringLiteral("Copies packets of the opened file that no command touched: exact keeps "
+                                     "every frame in its place, packets may move cuts by up to half a packet "
+                                     "to encode less, none encodes all. Left out, the preference tells "
+                                     "(exact, or none)."));
+    parameter.choices = kSeamModes;
+    return parameter;
+}
+
 CommandDescription saveCommand()
 {
     CommandDescription command;
@@ -162,6 +179,7 @@ CommandDescription saveCommand()
                       QStringLiteral("File type; left out, the path's extension tells it.")),
         makeParameter(kOption, Type::string, {}, {}, {}, {},
                       QStringLiteral("Sample size in bits or bit rate, from the type's list.")),
+        seamsParameter(),
     };
     command.check = checkSave;
     command.run = save;

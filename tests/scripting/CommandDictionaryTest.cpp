@@ -265,6 +265,38 @@ TEST_F(CommandDictionaryTest, SavesOverItsOwnFileOrElsewhere)
     EXPECT_TRUE(unsaved.run("save").contains(QStringLiteral("Path= is missing")));
 }
 
+TEST_F(CommandDictionaryTest, SavesWithOrWithoutPacketsOfTheOpenedFile)
+{
+    SilentProgress progress;
+    // Louder noise would be stored sample by sample, the same in all packets.
+    kit::TrackSamples sound = {kit::noise(30'000, 1)};
+    for (float& sample : sound.front())
+        sample *= 0.05F;
+    SaveRequest request;
+    request.path = path("a.flac");
+    request.uti = QStringLiteral("org.videolan.flac");
+    ASSERT_FALSE(kit::documentOf(sound)->writeToPath(request, progress));
+    const auto document = SoundDocument::readFromPath(path("a.flac"), {}, progress, nullptr);
+    ASSERT_TRUE(document);
+    kit::HostRecorder host;
+    SoundController controller(document, host);
+    const auto saved = [&](const QString& keys) {
+        const QString text = QStringLiteral("save Path=\"%1\"%2").arg(argument("b.flac"), keys);
+        EXPECT_FALSE(CommandDictionary::run(*CommandDictionary::parse(text, nullptr), controller));
+        return bytesOf("b.flac");
+    };
+    EXPECT_FALSE(CommandDictionary::run(
+        *CommandDictionary::parse("select StartFrame=0 EndFrame=100", nullptr), controller));
+    EXPECT_FALSE(CommandDictionary::run(*CommandDictionary::parse("delete", nullptr), controller));
+    const QByteArray copied = saved({});
+    // The tail of a packet that stays is the same bytes, without the sum behind it.
+    const QByteArray tail = bytesOf("a.flac").chopped(2).last(1000);
+    EXPECT_TRUE(copied.contains(tail));
+    EXPECT_TRUE(saved(QStringLiteral(" Seams=exact")) == copied);
+    EXPECT_TRUE(saved(QStringLiteral(" Seams=packets")) == copied);
+    EXPECT_FALSE(saved(QStringLiteral(" Seams=none")).contains(tail));
+}
+
 TEST_F(CommandDictionaryTest, StopsAnEffectThatIsCancelled)
 {
     ScriptedWindow window({kit::noise(100'000, 1)});

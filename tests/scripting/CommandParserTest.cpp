@@ -59,6 +59,7 @@ TEST(CommandParserTest, ParsesNamesKeysAndValues)
         {"save", R"(save {})"},
         {"save Path=x.wav Option=24", R"(save {"Option":"24","Path":"x.wav"})"},
         {"save Path=x.any Type=wave", R"(save {"Path":"x.any","Type":"wave"})"},
+        {"save seams=NONE", R"(save {"Seams":"none"})"},
     };
     for (const Case& each : cases)
         EXPECT_EQ(parsed(each.text), each.expected) << each.text;

@@ -39,6 +39,7 @@ PreferencesDialog::PreferencesDialog(QWidget* parent)
     addNewDocuments(*form);
     addView(*form);
     addSnapping(*form);
+    addSaving(*form);
     //% "Sound"
     pages->addTab(new SoundPreferences(pages), qtTrId("preferences-sound"));
     layout->addWidget(pages);
@@ -140,6 +141,19 @@ void PreferencesDialog::addSnapping(QFormLayout& form)
     //% "Snap to:"
     addCheckBox(form, qtTrId("preferences-snap"), qtTrId("view-snap-markers"), Settings::snapsToMarkers);
     addCheckBox(form, QString(), qtTrId("view-snap-zero"), Settings::snapsToZeroCrossings);
+}
+
+void PreferencesDialog::addSaving(QFormLayout& form)
+{
+    //% "Saving"
+    addHeading(form, qtTrId("preferences-saving"));
+    //: In front of the box "Copy what was not edited"
+    //% "Compressed sound:"
+    addCheckBox(form, qtTrId("preferences-compressed"),
+                //: Where a file of compressed sound is edited and saved, sound that no edit touched is not
+                //: encoded once more
+                //% "Copy what was not edited"
+                qtTrId("preferences-copy-packets"), Settings::copiesPackets);
 }
 
 } // namespace velloria

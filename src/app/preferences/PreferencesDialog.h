@@ -20,6 +20,7 @@ private:
     void addNewDocuments(QFormLayout& form);
     void addView(QFormLayout& form);
     void addSnapping(QFormLayout& form);
+    void addSaving(QFormLayout& form);
     /// A pop-up whose items stand for values of a preference.
     QComboBox* addPopUp(QFormLayout& form, const QString& label, const QString& key,
                         const std::vector<std::pair<QString, QVariant>>& items);

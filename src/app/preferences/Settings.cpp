@@ -22,6 +22,7 @@ void Settings::registerDefaults()
     AutoRecordController::registerDefaults();
     defaults.registerDefault(sampleRate, 44100.0);
     defaults.registerDefault(sampleSize, 16);
+    defaults.registerDefault(copiesPackets, true);
     defaults.registerDefault(rulerUnits, static_cast<int>(kRulerUnitsMinutesAndSeconds));
     defaults.registerDefault(defaultZoom, 0);
     defaults.registerDefault(appearance, static_cast<int>(Appearance::system));

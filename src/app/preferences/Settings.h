@@ -12,6 +12,7 @@ namespace Settings
 {
 inline const QString sampleRate = QStringLiteral("file.sampleRate");
 inline const QString sampleSize = QStringLiteral("file.sampleSize");
+inline const QString copiesPackets = QStringLiteral("file.copyPackets");
 inline const QString rulerUnits = QStringLiteral("view.ruler.units");
 inline const QString defaultZoom = QStringLiteral("defaultZoom");
 inline const QString appearance = QStringLiteral("view.appearance");
