@@ -8,6 +8,7 @@
 #include "formats/flac/FlacEncoder.h"
 #include "formats/flac/FlacInOgg.h"
 #include "formats/flac/FlacLedger.h"
+#include "formats/flac/FlacPacketIndex.h"
 #include "formats/flac/FlacSeamWriter.h"
 #include "formats/ogg/OggHeaderEdit.h"
 #include "formats/ogg/OggLedger.h"
@@ -298,7 +299,7 @@ MaybeError FLACFile::writeRange(const FrameSource& document, const SaveRange& ra
     const FlacFormat format = {static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, highestRate)),
                                mNumberOfChannels, mBitsPerSample};
     setInOgg(shouldBeInOgg());
-    const std::optional<FlacSeamPlan> plan = planSeams(range.numFrames);
+    const std::optional<PacketPlan> plan = planSeams(range.numFrames);
     mBlocks = blocksToEncode(plan.has_value());
     if (MaybeError error = FlacMetadataEdit::refusal(*mBlocks))
         return error;
@@ -351,7 +352,7 @@ bool FLACFile::takePieces(const AudioFile& source, const SoundPieces&)
 }
 
 /// Nothing where all is to be encoded.
-std::optional<FlacSeamPlan> FLACFile::planSeams(int64_t numFrames) const
+std::optional<PacketPlan> FLACFile::planSeams(int64_t numFrames) const
 {
     if (!piecesSource() || isInOgg())
         return std::nullopt;
@@ -365,14 +366,14 @@ std::optional<FlacSeamPlan> FLACFile::planSeams(int64_t numFrames) const
     // The description tells the longest packet in its second number.
     const QByteArray told = source.readAt(layout.blocks.front().payload().offset + 2, 2);
     int64_t length = told.size() == 2 ? qFromBigEndian<quint16>(told.constData()) : 0;
-    for (const FlacPacket& packet : *packets)
+    for (const SoundPacket& packet : *packets)
         length = std::max<int64_t>(length, packet.numFrames);
-    FlacSeamPlan plan(*std::move(packets), keptPieces(), numFrames,
-                      std::max(length, FlacPacketHead::leastFrames));
+    PacketPlan plan(*std::move(packets), keptPieces(), numFrames,
+                    {std::max(length, FlacPacketHead::leastFrames), FlacPacketHead::leastFrames});
     return plan.keepsAny() ? std::optional(std::move(plan)) : std::nullopt;
 }
 
-MaybeError FLACFile::writeSeams(const FlacSeamPlan& plan, const FrameSource& document, const SaveRange& range,
+MaybeError FLACFile::writeSeams(const PacketPlan& plan, const FrameSource& document, const SaveRange& range,
                                 const FlacFormat& format, Progress& progress)
 {
     FlacSeamWriter writer(plan, *piecesSource()->fileHandle(), fileHandle(), format);

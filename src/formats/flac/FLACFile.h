@@ -7,7 +7,7 @@ namespace velloria
 {
 
 class FlacConversion;
-class FlacSeamPlan;
+class PacketPlan;
 struct FlacDescription;
 struct FlacFormat;
 
@@ -63,8 +63,8 @@ private:
     bool holdsSoundAsLongAs(const FLACFile& other) const;
     FlacMetadataEdit::Blocks blocksToWrite() const;
     FlacMetadataEdit::Blocks blocksToEncode(bool keepsPackets) const;
-    std::optional<FlacSeamPlan> planSeams(int64_t numFrames) const;
-    MaybeError writeSeams(const FlacSeamPlan& plan, const FrameSource& document, const SaveRange& range,
+    std::optional<PacketPlan> planSeams(int64_t numFrames) const;
+    MaybeError writeSeams(const PacketPlan& plan, const FrameSource& document, const SaveRange& range,
                           const FlacFormat& format, Progress& progress);
     MaybeError writeKeptFrames(Progress& progress);
     MaybeError writeKeptPages(Progress& progress);

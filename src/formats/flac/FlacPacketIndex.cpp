@@ -28,8 +28,8 @@ size_t numBytesBefore(std::byte value, std::span<const std::byte> bytes)
 
 } // namespace
 
-std::optional<std::vector<FlacPacket>> FlacPacketIndex::read(const FileHandle& file, ByteRange sound,
-                                                             int64_t numFrames)
+std::optional<std::vector<SoundPacket>> FlacPacketIndex::read(const FileHandle& file, ByteRange sound,
+                                                              int64_t numFrames)
 {
     FlacPacketIndex index(file, sound);
     if (!index.start())

@@ -2,23 +2,13 @@
 
 #include "formats/flac/FlacPacketHead.h"
 #include "formats/ledger/FileLedger.h"
+#include "formats/seams/PacketPlan.h"
 #include "platform/FileHandle.h"
 
 #include <vector>
 
 namespace velloria
 {
-
-/// Where one packet of a file lies, and which frames of its sound it holds.
-struct FlacPacket {
-    int64_t offset = 0;
-    int64_t firstFrame = 0;
-    int32_t numBytes = 0;
-    int32_t numFrames = 0;
-
-    int64_t endFrame() const { return firstFrame + numFrames; }
-    int64_t end() const { return offset + numBytes; }
-};
 
 /// Finds the packets of a FLAC file without decoding them: FLAC does not tell how long they are. One ends
 /// where its checksum comes out right and the head of the next one follows, with the next number.
@@ -28,8 +18,8 @@ public:
     /// `sound` is where the packets lie, `numFrames` what they decode to. Nothing where they do not follow
     /// one another without a gap from the first frame to the last, or one is damaged; then no packet is to be
     /// taken for what was decoded of it. A last one with other bytes behind it is left out.
-    static std::optional<std::vector<FlacPacket>> read(const FileHandle& file, ByteRange sound,
-                                                       int64_t numFrames);
+    static std::optional<std::vector<SoundPacket>> read(const FileHandle& file, ByteRange sound,
+                                                        int64_t numFrames);
 
 private:
     FlacPacketIndex(const FileHandle& file, ByteRange sound)
@@ -48,7 +38,7 @@ private:
 
     const FileHandle& mFile;
     const ByteRange mSound;
-    std::vector<FlacPacket> mPackets;
+    std::vector<SoundPacket> mPackets;
     /// A stretch of the file. The current packet begins at mBegin in there, at mOffset in the file.
     std::vector<std::byte> mBytes;
     size_t mBegin = 0;

@@ -1,6 +1,7 @@
 #include "formats/flac/FlacSeamWriter.h"
 
 #include "formats/flac/FlacGapEncoder.h"
+#include "formats/flac/FlacPacketHead.h"
 #include "formats/flac/FlacSampleSum.h"
 #include "platform/MissedReads.h"
 
@@ -29,7 +30,7 @@ void FlacSeamWriter::Extent::take(int64_t value)
     most = std::max(most, value);
 }
 
-FlacSeamWriter::FlacSeamWriter(const FlacSeamPlan& plan, const FileHandle& source,
+FlacSeamWriter::FlacSeamWriter(const PacketPlan& plan, const FileHandle& source,
                                std::shared_ptr<FileHandle> target, const FlacFormat& format)
     : mPlan(plan)
     , mSource(source)
@@ -54,7 +55,7 @@ MaybeError FlacSeamWriter::write(const FrameSource& document, const SaveRange& r
         const MaybeError failure = addPacket(packet);
         return failure ? failure : tell(sum.numFramesSoFar());
     });
-    for (const FlacSeamPlan::Step& step : mPlan.steps()) {
+    for (const PacketPlan::Step& step : mPlan.steps()) {
         if (error)
             return error;
         SaveRange gap = range;
@@ -81,7 +82,7 @@ MaybeError FlacSeamWriter::tell(int64_t numFramesSummed)
 }
 
 /// As many at a time as are read at once.
-MaybeError FlacSeamWriter::copyPackets(const FlacSeamPlan::Step& step)
+MaybeError FlacSeamWriter::copyPackets(const PacketPlan::Step& step)
 {
     auto left = std::span(mPlan.packets()).subspan(step.firstPacket, step.numPackets);
     while (!left.empty()) {
@@ -97,7 +98,7 @@ MaybeError FlacSeamWriter::copyPackets(const FlacSeamPlan::Step& step)
 }
 
 /// They stand one behind the other.
-MaybeError FlacSeamWriter::copyPackets(std::span<const FlacPacket> packets)
+MaybeError FlacSeamWriter::copyPackets(std::span<const SoundPacket> packets)
 {
     const int64_t start = packets.front().offset;
     mRead.resize(static_cast<size_t>(packets.back().end() - start));
@@ -105,7 +106,7 @@ MaybeError FlacSeamWriter::copyPackets(std::span<const FlacPacket> packets)
         mSource.noteMissedRead();
         return missedReadsError(mSource);
     }
-    for (const FlacPacket& packet : packets) {
+    for (const SoundPacket& packet : packets) {
         const auto bytes = std::span<const std::byte>(mRead).subspan(
             static_cast<size_t>(packet.offset - start), static_cast<size_t>(packet.numBytes));
         if (MaybeError error = addPacket(bytes))

@@ -2,9 +2,9 @@
 
 #include "formats/flac/FlacDescription.h"
 #include "formats/flac/FlacFrameSink.h"
-#include "formats/flac/FlacSeamPlan.h"
 #include "formats/flac/FlacSeekTable.h"
 #include "formats/saving/SaveLoop.h"
+#include "formats/seams/PacketPlan.h"
 #include "platform/Progress.h"
 
 namespace velloria
@@ -15,7 +15,7 @@ namespace velloria
 class FlacSeamWriter
 {
 public:
-    FlacSeamWriter(const FlacSeamPlan& plan, const FileHandle& source, std::shared_ptr<FileHandle> target,
+    FlacSeamWriter(const PacketPlan& plan, const FileHandle& source, std::shared_ptr<FileHandle> target,
                    const FlacFormat& format);
 
     /// `range` of the document is the sound that was planned for.
@@ -33,13 +33,13 @@ private:
         void take(int64_t value);
     };
 
-    MaybeError copyPackets(const FlacSeamPlan::Step& step);
-    MaybeError copyPackets(std::span<const FlacPacket> packets);
+    MaybeError copyPackets(const PacketPlan::Step& step);
+    MaybeError copyPackets(std::span<const SoundPacket> packets);
     MaybeError addPacket(std::span<const std::byte> packet);
     MaybeError tell(int64_t numFramesSummed);
     QByteArray streamInfo(const QByteArray& sum) const;
 
-    const FlacSeamPlan& mPlan;
+    const PacketPlan& mPlan;
     const FileHandle& mSource;
     const FlacFormat mFormat;
     /// Of all packets but the last one; 0 where they differ.

@@ -1,19 +1,19 @@
-#include "formats/flac/FlacSeamPlan.h"
+#include "formats/seams/PacketPlan.h"
 
 #include <algorithm>
 
 namespace velloria
 {
 
-FlacSeamPlan::FlacSeamPlan(std::vector<FlacPacket> packets, const SoundPieces& pieces, int64_t numFrames,
-                           int64_t packetFrames)
+PacketPlan::PacketPlan(std::vector<SoundPacket> packets, const SoundPieces& pieces, int64_t numFrames,
+                       const Lengths& lengths)
     : mPackets(std::move(packets))
-    , mPacketFrames(packetFrames)
+    , mLengths(lengths)
 {
     int64_t frame = 0;
     for (Step run : keptRuns(pieces, numFrames)) {
         // What is too short for a packet of its own is encoded together with the packet behind it.
-        while (run.numPackets > 0 && run.frame > frame && run.frame - frame < FlacPacketHead::leastFrames) {
+        while (run.numPackets > 0 && run.frame > frame && run.frame - frame < mLengths.least) {
             const int64_t dropped = mPackets[run.firstPacket].numFrames;
             ++run.firstPacket;
             --run.numPackets;
@@ -29,13 +29,13 @@ FlacSeamPlan::FlacSeamPlan(std::vector<FlacPacket> packets, const SoundPieces& p
     addEncoded(frame, numFrames, true);
 }
 
-bool FlacSeamPlan::keepsAny() const
+bool PacketPlan::keepsAny() const
 {
     return std::ranges::any_of(mSteps, [](const Step& step) { return step.numPackets > 0; });
 }
 
 /// The packets that lie whole within the pieces, where they come to lie.
-std::vector<FlacSeamPlan::Step> FlacSeamPlan::keptRuns(const SoundPieces& pieces, int64_t numFrames) const
+std::vector<PacketPlan::Step> PacketPlan::keptRuns(const SoundPieces& pieces, int64_t numFrames) const
 {
     std::vector<Step> runs;
     for (const SoundPiece& piece : pieces)
@@ -43,13 +43,13 @@ std::vector<FlacSeamPlan::Step> FlacSeamPlan::keptRuns(const SoundPieces& pieces
     return runs;
 }
 
-void FlacSeamPlan::addRun(const SoundPiece& piece, int64_t numFrames, std::vector<Step>& runs) const
+void PacketPlan::addRun(const SoundPiece& piece, int64_t numFrames, std::vector<Step>& runs) const
 {
-    const auto first = std::ranges::lower_bound(mPackets, piece.sourceFrame, {}, &FlacPacket::firstFrame);
+    const auto first = std::ranges::lower_bound(mPackets, piece.sourceFrame, {}, &SoundPacket::firstFrame);
     bool goesOn = false;
     for (auto packet = first; packet != mPackets.end() && packet->endFrame() <= piece.sourceEnd(); ++packet) {
         const int64_t frame = piece.frame + packet->firstFrame - piece.sourceFrame;
-        if (packet->numFrames < FlacPacketHead::leastFrames && frame + packet->numFrames < numFrames) {
+        if (packet->numFrames < mLengths.least && frame + packet->numFrames < numFrames) {
             goesOn = false;
             continue;
         }
@@ -62,24 +62,24 @@ void FlacSeamPlan::addRun(const SoundPiece& piece, int64_t numFrames, std::vecto
 }
 
 /// What is left over when packets of the usual length are taken away must not be too short, but at the end.
-void FlacSeamPlan::addEncoded(int64_t frame, int64_t end, bool isLast)
+void PacketPlan::addEncoded(int64_t frame, int64_t end, bool isLast)
 {
     if (frame == end)
         return;
-    const int64_t rest = (end - frame) % mPacketFrames;
-    if (isLast || rest == 0 || rest >= FlacPacketHead::leastFrames) {
-        mSteps.push_back({frame, end - frame, 0, 0, mPacketFrames});
+    const int64_t rest = (end - frame) % mLengths.usual;
+    if (isLast || rest == 0 || rest >= mLengths.least) {
+        mSteps.push_back({frame, end - frame, 0, 0, mLengths.usual});
         return;
     }
     // The last whole packet and the rest are one packet, or two halves where that would not be too short.
-    const int64_t tail = mPacketFrames + rest;
+    const int64_t tail = mLengths.usual + rest;
     if (end - frame > tail)
-        mSteps.push_back({frame, end - frame - tail, 0, 0, mPacketFrames});
-    const int64_t half = tail >= 2 * FlacPacketHead::leastFrames ? (tail + 1) / 2 : tail;
+        mSteps.push_back({frame, end - frame - tail, 0, 0, mLengths.usual});
+    const int64_t half = tail >= 2 * mLengths.least ? (tail + 1) / 2 : tail;
     mSteps.push_back({end - tail, tail, 0, 0, half});
 }
 
-int64_t FlacSeamPlan::commonLength() const
+int64_t PacketPlan::commonLength() const
 {
     int64_t common = 0;
     int64_t before = 0;

@@ -1,14 +1,26 @@
 #pragma once
 
-#include "formats/flac/FlacPacketIndex.h"
 #include "formats/seams/SoundPieces.h"
+
+#include <cstddef>
 
 namespace velloria
 {
 
-/// How a FLAC file is put together from packets of another one and new ones around the seams. Packets of any
-/// length may follow one another where their frames are counted; only the last one may be very short.
-class FlacSeamPlan
+/// Where one packet of a file lies, and which frames of its sound it holds.
+struct SoundPacket {
+    int64_t offset = 0;
+    int64_t firstFrame = 0;
+    int32_t numBytes = 0;
+    int32_t numFrames = 0;
+
+    int64_t endFrame() const { return firstFrame + numFrames; }
+    int64_t end() const { return offset + numBytes; }
+};
+
+/// How the sound of a file is put together from packets of another one, each of which can stand anywhere, and
+/// new ones around the seams.
+class PacketPlan
 {
 public:
     /// A run of packets that are copied, or, where there are none, of frames that are encoded: as many
@@ -21,18 +33,24 @@ public:
         int64_t packetFrames = 0;
     };
 
-    /// For a sound of numFrames frames of which `pieces` are in the file with these packets. New packets are
-    /// as long as those of that file, `packetFrames`.
-    FlacSeamPlan(std::vector<FlacPacket> packets, const SoundPieces& pieces, int64_t numFrames,
-                 int64_t packetFrames);
+    /// Frames of a packet.
+    struct Lengths {
+        /// Of a new one, but for the last of each run.
+        int64_t usual = 0;
+        /// Only the last packet of the sound may have fewer.
+        int64_t least = 1;
+    };
 
-    const std::vector<FlacPacket>& packets() const { return mPackets; }
+    /// For a sound of numFrames frames of which `pieces` are in the file with these packets.
+    PacketPlan(std::vector<SoundPacket> packets, const SoundPieces& pieces, int64_t numFrames,
+               const Lengths& lengths);
+
+    const std::vector<SoundPacket>& packets() const { return mPackets; }
     /// In order and without a gap.
     const std::vector<Step>& steps() const { return mSteps; }
     bool keepsAny() const;
 
-    /// The length that all packets but the last one have, which is no longer; 0 where they differ. Packets
-    /// are counted then, and else frames.
+    /// The length that all packets but the last one have, which is no longer; 0 where they differ.
     int64_t commonLength() const;
 
 private:
@@ -40,8 +58,8 @@ private:
     void addRun(const SoundPiece& piece, int64_t numFrames, std::vector<Step>& runs) const;
     void addEncoded(int64_t frame, int64_t end, bool isLast);
 
-    std::vector<FlacPacket> mPackets;
-    int64_t mPacketFrames;
+    std::vector<SoundPacket> mPackets;
+    Lengths mLengths;
     std::vector<Step> mSteps;
 };
 
