@@ -1,5 +1,7 @@
 #include "formats/mpeg4/Mpeg4AppleLosslessFile.h"
 
+#include "formats/mpeg4/AppleLosslessSeams.h"
+
 namespace velloria
 {
 
@@ -49,6 +51,22 @@ void Mpeg4AppleLosslessFile::validateAndCorrectParameters()
 bool Mpeg4AppleLosslessFile::isConfiguredLike(const Mpeg4File& opened) const
 {
     return writtenBits(opened.bitsPerSample()) == mBitsPerSample;
+}
+
+/// Whether the packets mean the same here is looked at when they are copied.
+bool Mpeg4AppleLosslessFile::takePieces(const AudioFile& source, const SoundPieces&)
+{
+    const auto* const opened = dynamic_cast<const Mpeg4AppleLosslessFile*>(&source);
+    return opened && opened->bitsPerSample() == mBitsPerSample &&
+           opened->numberOfChannels() == mNumberOfChannels;
+}
+
+std::unique_ptr<Mpeg4Seams> Mpeg4AppleLosslessFile::planSeams(int64_t numFrames) const
+{
+    const auto* const opened = dynamic_cast<const Mpeg4AppleLosslessFile*>(piecesSource().get());
+    return opened ? AppleLosslessSeams::plan(opened->fileHandle(), opened->openedSound().primingFrames,
+                                             keptPieces(), numFrames, fileDataFormat())
+                  : nullptr;
 }
 
 } // namespace velloria

@@ -20,6 +20,8 @@ public:
 
 protected:
     bool isConfiguredLike(const Mpeg4File& opened) const override;
+    bool takePieces(const AudioFile& source, const SoundPieces& pieces) override;
+    std::unique_ptr<Mpeg4Seams> planSeams(int64_t numFrames) const override;
 };
 
 } // namespace velloria

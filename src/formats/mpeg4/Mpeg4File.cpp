@@ -9,7 +9,6 @@
 #include "formats/mpeg4/Mpeg4Movie.h"
 #include "formats/mpeg4/Mpeg4Splice.h"
 #include "formats/mpeg4/Mpeg4Tags.h"
-#include "formats/saving/PacketSaver.h"
 #include "platform/FileReplacer.h"
 #include "platform/codec/AudioFormats.h"
 #include "platform/codec/ContainerWriter.h"
@@ -262,6 +261,22 @@ MaybeError Mpeg4File::writeRange(const FrameSource& document, const SaveRange& r
                   : writeNewFile(document, range, progress);
 }
 
+/// With packets of the opened file where `seams` is not null.
+MaybeError Mpeg4File::writeSound(const FrameSource& document, const SaveRange& range,
+                                 const PacketSaver::Options& options, Mpeg4Seams* seams,
+                                 ContainerWriter& container, PacketTable& table, Progress& progress)
+{
+    if (seams) {
+        table = seams->packetTable();
+        return seams->write(document, range, container, progress);
+    }
+    PacketSaver saver(document, range, options);
+    if (MaybeError error = saver.run(container, progress))
+        return error;
+    table = saver.packetTable();
+    return std::nullopt;
+}
+
 MaybeError Mpeg4File::writeNewFile(const FrameSource& document, const SaveRange& range, Progress& progress)
 {
     Mpeg4Extras extras;
@@ -270,13 +285,16 @@ MaybeError Mpeg4File::writeNewFile(const FrameSource& document, const SaveRange&
     extras.numFrames = range.numFrames;
     const QByteArray gapless = isAac(mWrittenFormat) ? gaplessTag({range.numFrames, 0, 0}) : QByteArray();
     extras.meta = Mpeg4Tags::box(mMetadata, gapless);
-    ContainerWriter container(fileHandle(), ContainerType::kMpeg4, {range.numFrames, extras.numBytes()});
+    const std::unique_ptr<Mpeg4Seams> seams = planSeams(range.numFrames);
+    ContainerWriter container(fileHandle(), ContainerType::kMpeg4,
+                              {range.numFrames, extras.numBytes() + (seams ? seams->numTableBytes() : 0)});
     extras.meta.clear();
-    PacketSaver saver(document, range, {fileDataFormat(), isAac(mWrittenFormat) ? mBitRate : 0});
-    MaybeError error = saver.run(container, progress);
-    if (error)
+    PacketTable table;
+    if (MaybeError error =
+            writeSound(document, range, {fileDataFormat(), isAac(mWrittenFormat) ? mBitRate : 0}, seams.get(),
+                       container, table, progress))
         return error;
-    extras.meta = Mpeg4Tags::box(mMetadata, gapless.isEmpty() ? gapless : gaplessTag(saver.packetTable()));
+    extras.meta = Mpeg4Tags::box(mMetadata, gapless.isEmpty() ? gapless : gaplessTag(table));
     return putIntoMpeg4File(*fileHandle(), extras);
 }
 
@@ -293,18 +311,17 @@ MaybeError Mpeg4File::writeIntoCopy(const Mpeg4File& opened, const FrameSource& 
     const std::unique_ptr<FileReplacer> scratch = FileReplacer::create(filePath(), &error);
     if (!scratch)
         return error;
+    const Mpeg4Track& track = *layout.track(opened.mSound.trackID);
+    const int64_t priming = Mpeg4SoundTrack::leastPrimingFrames(track, opened.mSound, mSampleRate);
+    const std::unique_ptr<Mpeg4Seams> seams = planSeams(range.numFrames);
+    const bool usesSeams = seams && seams->packetTable().primingFrames >= priming;
     ContainerWriter container(scratch->handle(),
                               opened.mIsQuickTime ? ContainerType::kQuickTime : ContainerType::kMpeg4,
-                              {range.numFrames, 0});
-    const Mpeg4Track& track = *layout.track(opened.mSound.trackID);
-    PacketSaver saver(document, range,
-                      {fileDataFormat(), isAac(mWrittenFormat) ? mBitRate : 0,
-                       Mpeg4SoundTrack::leastPrimingFrames(track, opened.mSound, mSampleRate)});
-    error = saver.run(container, progress);
-    if (error)
-        return error;
-
-    return writeCopy(opened, layout, scratch->handle().get(), saver.packetTable(), progress);
+                              {range.numFrames, usesSeams ? seams->numTableBytes() : 0});
+    PacketTable table;
+    error = writeSound(document, range, {fileDataFormat(), isAac(mWrittenFormat) ? mBitRate : 0, priming},
+                       usesSeams ? seams.get() : nullptr, container, table, progress);
+    return error ? error : writeCopy(opened, layout, scratch->handle().get(), table, progress);
 }
 
 /// The opened file with other tags and chapters, and new sound unless that is null.

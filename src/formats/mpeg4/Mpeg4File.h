@@ -2,11 +2,15 @@
 
 #include "formats/file/DecodedFile.h"
 #include "formats/mpeg4/Mpeg4FileLedger.h"
+#include "formats/mpeg4/Mpeg4Seams.h"
 #include "formats/mpeg4/Mpeg4SoundTrack.h"
+#include "formats/saving/PacketSaver.h"
 #include "platform/codec/StreamDescription.h"
 
 namespace velloria
 {
+
+class ContainerWriter;
 
 /// MPEG-4 files (.m4a, .mp4) and QuickTime movies: the first sound track that can be decoded, tags in iTunes'
 /// list, chapters as markers. Opening counts the frames; the sound is decoded as a whole. What an encoder put
@@ -42,15 +46,22 @@ protected:
     MaybeError writeKeptSound(Progress& progress) override;
     /// Whether sound of an opened file is encoded as this one is configured to.
     virtual bool isConfiguredLike(const Mpeg4File& opened) const = 0;
+    /// How keptPieces() are put into a sound of that length; null where all is encoded.
+    virtual std::unique_ptr<Mpeg4Seams> planSeams(int64_t /*numFrames*/) const { return nullptr; }
+    StreamDescription fileDataFormat() const;
+    /// Of an opened file.
+    const Mpeg4OpenedSound& openedSound() const { return mSound; }
 
 private:
     void readTables(const VLAudioFileDecompressor& decoder);
     void tellOfEncoding();
     void readAccount(const VLAudioFileDecompressor& decoder);
-    StreamDescription fileDataFormat() const;
     const Mpeg4File* carriedFile() const;
     bool isExtractOf(const Mpeg4File& opened) const;
     MarkerList markersOfFile(double sampleRate) const;
+    static MaybeError writeSound(const FrameSource& document, const SaveRange& range,
+                                 const PacketSaver::Options& options, Mpeg4Seams* seams,
+                                 ContainerWriter& container, PacketTable& table, Progress& progress);
     MaybeError writeNewFile(const FrameSource& document, const SaveRange& range, Progress& progress);
     MaybeError writeCopy(const Mpeg4File& opened, const Mpeg4Layout& layout, const FileHandle* sound,
                          const PacketTable& table, Progress& progress);

@@ -35,6 +35,14 @@ constexpr std::array trackStructure = {fourCharCode("tkhd"), fourCharCode("edts"
                                        fourCharCode("mdia"), fourCharCode("load"), fourCharCode("tapt")};
 constexpr std::array freeSpace = {fourCharCode("free"), fourCharCode("skip"), fourCharCode("wide")};
 
+/// With these TagLib fills the room that it leaves for tags.
+bool holdsOnlyOnes(const FileHandle& file, ByteRange bytes)
+{
+    constexpr int64_t longestFiller = 65536;
+    const QByteArray filler = file.readAt(bytes.offset, std::min(bytes.length, longestFiller));
+    return bytes.length <= longestFiller && filler.count('\1') == bytes.length;
+}
+
 template <typename List> bool contains(const List& list, FourCharCode type)
 {
     return std::find(list.begin(), list.end(), type) != list.end();
@@ -212,7 +220,8 @@ Mpeg4Account Declarer::run()
 /// Some programs keep something of their own where everybody else sees free space.
 void Declarer::declareFree(FourCharCode type, ByteRange bytes)
 {
-    if (mFile.holdsOnlyZeros(bytes.offset + mpeg4BoxHeaderBytes, bytes.length - mpeg4BoxHeaderBytes))
+    const ByteRange payload = {bytes.offset + mpeg4BoxHeaderBytes, bytes.length - mpeg4BoxHeaderBytes};
+    if (mFile.holdsOnlyZeros(payload.offset, payload.length) || holdsOnlyOnes(mFile, payload))
         return mLedger.addStructure(bytes);
     addCarried(ItemKind::part, QStringLiteral("contents of free space (%1)").arg(textOf(type)), bytes);
 }

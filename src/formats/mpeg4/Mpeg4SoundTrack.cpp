@@ -117,13 +117,15 @@ void Mpeg4SoundTrack::readPackets(const FileHandle& sound, const PacketTable& ta
         samples.size() > 1 ? std::max<int64_t>(1, samples[1].time - samples[0].time) : numFrames;
     // Packets behind the last frame would be silence that lasts; the last one is as long as its frames.
     int64_t time = 0;
-    for (const Mpeg4SampleTable::Sample& sample : samples) {
+    for (size_t i = 0; i < samples.size(); ++i) {
+        const Mpeg4SampleTable::Sample& sample = samples[i];
         if (time >= numFrames)
             break;
         const bool isInOrder = mPackets.empty() || sample.bytes.offset == mFirstOffset;
         if (!isInOrder)
             return mPackets.clear();
-        const int64_t duration = std::min(framesPerPacket, numFrames - time);
+        const int64_t told = i + 1 < samples.size() ? samples[i + 1].time - sample.time : framesPerPacket;
+        const int64_t duration = std::min(std::max<int64_t>(1, told), numFrames - time);
         mPackets.push_back({static_cast<uint32_t>(sample.bytes.length), static_cast<uint32_t>(duration)});
         time += duration;
         mFirstOffset = sample.bytes.end();

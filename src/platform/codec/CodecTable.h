@@ -15,7 +15,7 @@ struct CodecEntry {
     FourCharCode dataFormat;
     /// The decoder that is meant where there are several for one codec; null for the default one.
     const char* decoderName;
-    /// True when each packet holds the same number of frames (the last one of Apple Lossless may hold fewer).
+    /// True when each packet holds the same number of frames (those of Apple Lossless may hold fewer).
     bool hasEqualPackets;
 };
 

@@ -44,7 +44,8 @@ SharedPacket sharedCopy(const AVPacket& packet)
 struct ConcurrentStreamDecoder::Run {
     std::vector<SharedPacket> preroll;
     std::vector<SharedPacket> packets;
-    int64_t framesOfSilentPacket = 0;
+    /// What stands for each of the packets where it cannot be decoded.
+    std::vector<int64_t> framesWhenSilent;
     int64_t numDamagedPackets = 0;
     std::vector<std::vector<float>> planar;
     std::shared_ptr<DispatchGroup> group = std::make_shared<DispatchGroup>();
@@ -61,14 +62,14 @@ struct ConcurrentStreamDecoder::Run {
             while (const int64_t count = decoder->numFramesAvailable())
                 decoder->skip(count);
         }
-        for (const SharedPacket& packet : packets)
-            decodePacket(*decoder, *packet);
+        for (size_t i = 0; i < packets.size(); ++i)
+            decodePacket(*decoder, *packets[i], framesWhenSilent[i]);
         preroll.clear();
         packets.clear();
     }
 
 private:
-    void decodePacket(PacketDecoder& decoder, const AVPacket& packet)
+    void decodePacket(PacketDecoder& decoder, const AVPacket& packet, int64_t framesIfSilent)
     {
         bool isSilent = true;
         numDamagedPackets += decoder.send(packet) ? 0 : 1;
@@ -77,7 +78,7 @@ private:
             decoder.take(count, grow(count));
         }
         if (isSilent)
-            grow(framesOfSilentPacket);
+            grow(framesIfSilent);
     }
 
     /// Room for more frames in each channel, zero at first.
@@ -143,7 +144,7 @@ std::shared_ptr<ConcurrentStreamDecoder::Run> ConcurrentStreamDecoder::readRun()
     if (!run)
         run = std::make_shared<Run>();
     run->preroll.assign(mRecent.begin(), mRecent.end());
-    run->framesOfSilentPacket = mReader.streamDescription().framesPerPacket();
+    run->framesWhenSilent.clear();
     run->planar.resize(mNumChannels);
     for (std::vector<float>& channel : run->planar) {
         channel.clear();
@@ -151,6 +152,7 @@ std::shared_ptr<ConcurrentStreamDecoder::Run> ConcurrentStreamDecoder::readRun()
     }
     while (static_cast<int64_t>(run->packets.size()) < mPacketsPerRun && mReader.readPacket(*mPacket)) {
         run->packets.push_back(sharedCopy(*mPacket));
+        run->framesWhenSilent.push_back(mReader.nominalFrames(*mPacket));
         rememberForPreroll(*mPacket);
     }
     return run->packets.empty() ? nullptr : run;

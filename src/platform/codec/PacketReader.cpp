@@ -1,5 +1,6 @@
 #include "platform/codec/PacketReader.h"
 
+#include "platform/codec/AppleLosslessPacket.h"
 #include "platform/codec/AudioFormats.h"
 #include "platform/codec/CafPacketTable.h"
 #include "platform/codec/CodecTable.h"
@@ -88,20 +89,10 @@ StreamDescription linearPcmDescription(const LinearPcmLayout& layout, double sam
     return description;
 }
 
-/// Frames of an Apple Lossless packet: a full one, unless its head says how many. The head: 3 bits element,
-/// 4 instance, 12 unused, 1 "has a frame count", 2 shift, 1 verbatim, then 32 bits frame count.
-int64_t framesOfAppleLosslessPacket(const uint8_t* data, int64_t size, int64_t fullFrames)
+int64_t framesOfAppleLossless(const QByteArray& head, int64_t fullFrames)
 {
-    constexpr int headBytes = 7;
-    if (size < headBytes)
-        return fullFrames;
-    const auto head = qFromBigEndian<uint32_t>(data);
-    constexpr uint32_t hasFrameCount = 1U << 12;
-    if (!(head & hasFrameCount))
-        return fullFrames;
-    const int64_t count =
-        int64_t{head & 0x1FF} << 23 | int64_t{qFromBigEndian<uint32_t>(data + 3) & 0xFFFFFF} >> 1;
-    return std::min(count, fullFrames);
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(head.constData());
+    return AppleLosslessPacket::numFrames({bytes, static_cast<size_t>(head.size())}, fullFrames);
 }
 
 } // namespace
@@ -114,6 +105,8 @@ struct PacketReader::Walk {
     int64_t duration = 0; // in the stream's time base
     QByteArray headOfLast;
     int64_t sizeOfLast = 0;
+    /// Of Apple Lossless: what the heads of all packets tell.
+    int64_t numFrames = 0;
     /// The tables tell of packets that are not in the file.
     bool isCutShort = false;
     int64_t firstSkip = 0;
@@ -268,6 +261,8 @@ MaybeError PacketReader::walk(Walk& result)
         result.duration += std::max<int64_t>(0, packet->duration);
         result.headOfLast =
             QByteArray(reinterpret_cast<const char*>(packet->data), std::min(packet->size, 16));
+        result.numFrames +=
+            framesOfAppleLossless(result.headOfLast, framesPerPacketOfAppleLossless(codecParameters()));
     }
     return isDecoded ? std::nullopt : MaybeError(noPackets());
 }
@@ -300,8 +295,28 @@ bool PacketReader::walkIndex(Walk& result) const
     found.duration = timing->mediaDuration;
     if (last)
         found.headOfLast = mHandle->readAt(last->pos, std::min(last->size, 16));
+    if (last && codecParameters().codec_id == AV_CODEC_ID_ALAC)
+        countAppleLossless(found);
     result = found;
     return last != nullptr;
+}
+
+/// By the heads of the packets of a complete index. These are read where the durations tell that packets
+/// before the last one are short, too.
+void PacketReader::countAppleLossless(Walk& walk) const
+{
+    const int64_t numFramesBeforeLast = (walk.numPackets - 1) * mFramesPerPacket;
+    walk.numFrames = numFramesBeforeLast + framesOfAppleLossless(walk.headOfLast, mFramesPerPacket);
+    if (walk.isCutShort || framesOf(walk.duration) > numFramesBeforeLast)
+        return;
+    const FFmpegLibraries& av = FFmpegLibraries::loaded();
+    AVStream& stream = mDemuxer->stream();
+    walk.numFrames = 0;
+    for (int i = 0; i < walk.numPackets; ++i) {
+        const AVIndexEntry* const entry = av.avformat_index_get_entry(&stream, i);
+        const int64_t headBytes = std::min<int64_t>(entry->size, AppleLosslessPacket::headBytes);
+        walk.numFrames += framesOfAppleLossless(mHandle->readAt(entry->pos, headBytes), mFramesPerPacket);
+    }
 }
 
 /// Packets without a container around them, where the file ends within the last one, or its first one tells
@@ -363,9 +378,7 @@ void PacketReader::countFrames(const Walk& walk)
     const AVCodecID codec = codecParameters().codec_id;
     const int64_t bytesPerFrame = mDescription.bytesPerFrame();
     if (codec == AV_CODEC_ID_ALAC) {
-        const auto* const head = reinterpret_cast<const uint8_t*>(walk.headOfLast.constData());
-        const int64_t last = framesOfAppleLosslessPacket(head, walk.headOfLast.size(), mFramesPerPacket);
-        mNumFramesInPackets = (walk.numPackets - 1) * mFramesPerPacket + last;
+        mNumFramesInPackets = walk.numFrames;
     } else if (!codecEntry(codec)->hasEqualPackets && bytesPerFrame > 0) {
         mNumFramesInPackets = walk.numBytes / bytesPerFrame;
     } else if (!codecEntry(codec)->hasEqualPackets && walk.duration > 0) {
@@ -455,6 +468,9 @@ bool PacketReader::readPacket(AVPacket& packet)
 
 int64_t PacketReader::nominalFrames(const AVPacket& packet) const
 {
+    if (codecParameters().codec_id == AV_CODEC_ID_ALAC)
+        return AppleLosslessPacket::numFrames({packet.data, static_cast<size_t>(packet.size)},
+                                              mFramesPerPacket);
     const bool isEqual = codecEntry(codecParameters().codec_id)->hasEqualPackets;
     return isEqual ? mFramesPerPacket : std::min(framesOf(packet.duration), kMaxFramesPerPacket);
 }

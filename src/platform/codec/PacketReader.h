@@ -91,6 +91,7 @@ private:
     MaybeError readPackets(FourCharCode typeHint);
     MaybeError walk(Walk& result);
     bool walkIndex(Walk& result) const;
+    void countAppleLossless(Walk& walk) const;
     bool areElementaryPacketsCutShort(const Walk& walk) const;
     void fillDescription(const PacketDecoder& decoder);
     void countFrames(const Walk& walk);

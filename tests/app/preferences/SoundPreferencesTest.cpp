@@ -3,8 +3,10 @@
 #include "Classes/CoreAudio/VLRTAudioPlayer.h"
 #include "app/kit/AppTestKit.h"
 #include "app/preferences/PreferencesDialog.h"
+#include "document/SoundDocument.h"
 #include "platform/hardware/SimulatedHardware.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QTabWidget>
 
@@ -43,6 +45,20 @@ protected:
 
     std::shared_ptr<SimulatedHardware> hardware = std::make_shared<SimulatedHardware>();
 };
+
+TEST_F(SoundPreferencesTest, PacketsAreCopiedUnlessTheBoxSaysOtherwise)
+{
+    PreferencesDialog dialog(nullptr);
+    dialog.show();
+    keepPicture(dialog, QStringLiteral("preferences-general"));
+    const QList<QCheckBox*> boxes = dialog.findChildren<QCheckBox*>();
+    const auto box = std::ranges::find(boxes, QStringLiteral("Copy what was not edited"), &QCheckBox::text);
+    ASSERT_NE(box, boxes.end());
+    EXPECT_TRUE((*box)->isChecked());
+    (*box)->click();
+    EXPECT_FALSE(UserDefaults::standard().boolValue(copyPacketsKey));
+    UserDefaults::standard().removeValue(copyPacketsKey);
+}
 
 TEST_F(SoundPreferencesTest, OffersTheOutputsAndTheirChannels)
 {
