@@ -424,6 +424,50 @@ TEST_F(FlacSeamsTest, WhatCannotBeKeptIsEncoded)
     EXPECT_NE(firstLength(nothing), restOfCommon);
 }
 
+TEST_F(FlacSeamsTest, WhatDamagedFilesDecodeToIsWhatIsSaved)
+{
+    makeFlac(QStringLiteral("-b 256"), 16, 1, 5003);
+    const QByteArray whole = readBytes("a.flac");
+    std::mt19937 random(11);
+    const auto below = [&random](qsizetype end) { return static_cast<qsizetype>(random() % size_t(end)); };
+    int numOpened = 0;
+    for (int round = 0; round < 200 && !HasFailure(); ++round) {
+        SCOPED_TRACE(round);
+        QByteArray bytes = whole;
+        // Bits, a stretch that is gone, doubled or exchanged, an end; the sound begins behind some 8 kB.
+        const qsizetype at = bytes.size() / 2 + below(bytes.size() / 2);
+        const qsizetype count = std::min<qsizetype>(1 + below(700), bytes.size() - at);
+        switch (round % 5) {
+        case 0:
+            bytes[at] = static_cast<char>(bytes[at] ^ (1 << (random() % 8)));
+            break;
+        case 1:
+            bytes.remove(at, count);
+            break;
+        case 2:
+            bytes.insert(at, bytes.sliced(at, count));
+            break;
+        case 3:
+            bytes.replace(at, count, bytes.sliced(at - count, count));
+            break;
+        default:
+            bytes.truncate(at);
+        }
+        writeBytes("damaged.flac", bytes);
+        SilentProgress progress;
+        const auto document = SoundDocument::readFromPath(path("damaged.flac"), {}, progress, nullptr);
+        if (!document || document->numberOfFrames() < 1000)
+            continue;
+        ++numOpened;
+        EditedSound sound(document, 16, static_cast<unsigned>(round));
+        sound.cut(sound.random(0, sound.length() - 100), 50);
+        save(*document, copyTo(*document, "b.flac"));
+        EXPECT_TRUE(samplesOf(*open("b.flac")) == sound.samples());
+        run("flac", {"-s", "-t", "--warnings-as-errors", "b.flac"});
+    }
+    EXPECT_GT(numOpened, 100);
+}
+
 } // namespace
 
 } // namespace velloria::kit
