@@ -13,7 +13,7 @@ struct Packet {
     QByteArray sum;
 };
 
-class AppleLosslessSeamsTest : public KeptSoundTest
+class AppleLosslessSeamsTest : public SeamsTest
 {
 protected:
     void makeFile(const QString& arguments, int bits, size_t numChannels, size_t frames = 60001) const
@@ -40,17 +40,6 @@ protected:
         return packets;
     }
 
-    std::vector<int32_t> decoded(const std::string& name, int bits) const
-    {
-        const QByteArray raw =
-            run("ffmpeg", {"-v", "error", "-i", QString::fromStdString(name), "-f", "s32le", "-"});
-        std::vector<int32_t> integers(static_cast<size_t>(raw.size()) / sizeof(int32_t));
-        std::memcpy(integers.data(), raw.constData(), integers.size() * sizeof(int32_t));
-        for (int32_t& integer : integers)
-            integer >>= 32 - bits;
-        return integers;
-    }
-
     /// Packets of the source that lie whole in what no edit touched and do not stand there in the result.
     static int64_t numNotKept(const std::vector<Packet>& source, const std::vector<Packet>& result,
                               const std::vector<int64_t>& origins, int64_t* numKept)
@@ -73,19 +62,12 @@ protected:
         return numLost;
     }
 
-    SaveRequest copyTo(const SoundDocument& document, const std::string& name) const
-    {
-        SaveRequest request = requestFor(document, name);
-        request.operation = SaveOperation::saveTo;
-        return request;
-    }
-
     void saveAndCompare(EditedSound& sound, int bits, const std::vector<Packet>& source,
                         int64_t* numKept) const
     {
         EXPECT_THAT(losses(sound.document(), copyTo(sound.document(), "b.m4a")), testing::IsEmpty());
         save(sound.document(), copyTo(sound.document(), "b.m4a"));
-        EXPECT_TRUE(decoded("b.m4a", bits) == integersOf(sound.samples(), bits));
+        EXPECT_TRUE(decodedByFfmpeg("b.m4a", bits) == integersOf(sound.samples(), bits));
         const auto again = open("b.m4a");
         ASSERT_TRUE(again);
         EXPECT_TRUE(samplesOf(*again) == sound.samples());
@@ -158,7 +140,7 @@ TEST_F(AppleLosslessSeamsTest, AnEffectOnAPartOfAFilmKeepsItsOtherPackets)
     sound.compute(20'000, 333);
     sound.compute(50'001, 5'000);
     save(sound.document(), requestFor(sound.document()));
-    EXPECT_TRUE(decoded("a.mov", 16) == integersOf(sound.samples(), 16));
+    EXPECT_TRUE(decodedByFfmpeg("a.mov", 16) == integersOf(sound.samples(), 16));
     EXPECT_TRUE(samplesOf(*open("a.mov")) == sound.samples());
     int64_t numKept = 0;
     EXPECT_EQ(numNotKept(source, packetsOf("a.mov"), sound.origins(), &numKept), 0);

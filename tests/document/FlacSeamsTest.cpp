@@ -21,7 +21,7 @@ struct Packet {
     QByteArray sound;
 };
 
-class FlacSeamsTest : public KeptSoundTest
+class FlacSeamsTest : public SeamsTest
 {
 protected:
     /// `arguments` of flac; `bits` those of the samples.
@@ -47,15 +47,6 @@ protected:
                                            "--sign=signed", QString::fromStdString(name)}),
                               bits)
                    : decodedByFfmpeg(name, bits);
-    }
-
-    std::vector<int32_t> decodedByFfmpeg(const std::string& name, int bits) const
-    {
-        std::vector<int32_t> integers = unpacked(
-            run("ffmpeg", {"-v", "error", "-i", QString::fromStdString(name), "-f", "s32le", "-"}), 32);
-        for (int32_t& integer : integers)
-            integer >>= 32 - bits;
-        return integers;
     }
 
     static std::vector<int32_t> unpacked(const QByteArray& raw, int bits)
@@ -158,13 +149,6 @@ protected:
         const std::vector<Packet> result = packetsOf("b.flac");
         EXPECT_EQ(numNotKept(source, result, sound.origins(), numKept), 0);
         return result;
-    }
-
-    SaveRequest copyTo(const SoundDocument& document, const std::string& name) const
-    {
-        SaveRequest request = requestFor(document, name);
-        request.operation = SaveOperation::saveTo;
-        return request;
     }
 };
 

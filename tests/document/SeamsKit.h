@@ -130,4 +130,28 @@ inline std::vector<int32_t> integersOf(const TrackSamples& samples, int bits)
     return integers;
 }
 
+/// Files of one kind of packets that are edited and saved elsewhere.
+class SeamsTest : public KeptSoundTest
+{
+protected:
+    SaveRequest copyTo(const SoundDocument& document, const std::string& name) const
+    {
+        SaveRequest request = requestFor(document, name);
+        request.operation = SaveOperation::saveTo;
+        return request;
+    }
+
+    /// Interleaved, as ffmpeg decodes a lossless file.
+    std::vector<int32_t> decodedByFfmpeg(const std::string& name, int bits) const
+    {
+        const QByteArray raw =
+            run("ffmpeg", {"-v", "error", "-i", QString::fromStdString(name), "-f", "s32le", "-"});
+        std::vector<int32_t> integers(static_cast<size_t>(raw.size()) / sizeof(int32_t));
+        std::memcpy(integers.data(), raw.constData(), integers.size() * sizeof(int32_t));
+        for (int32_t& integer : integers)
+            integer >>= 32 - bits;
+        return integers;
+    }
+};
+
 } // namespace velloria::kit
