@@ -146,6 +146,17 @@ QString timeStampLoss(const QString& chunk)
     return QStringLiteral("The time stamp of the recording (%1) is that of the original's start.").arg(chunk);
 }
 
+/// What a person should know of a time stamp that is not the one in the file; empty for one that is.
+QString movedStamp(int64_t time, double sampleRate, const AudioFile& file)
+{
+    const std::optional<int64_t> inFile = BroadcastWave::timeReference(file.metadata().waveBWFChunks());
+    const int64_t moved = inFile ? time - scaled(*inFile, file.sampleRate(), sampleRate) : 0;
+    return moved == 0 ? QString()
+                      : QStringLiteral("The time stamp of the recording (bext) moves with the start of the "
+                                       "sound, by %1 frames.")
+                            .arg(moved);
+}
+
 /// Frames from midnight to the start at another rate; below 0 for one before midnight.
 int64_t timeOf(const Start& start, int64_t reference, double sampleRate)
 {
@@ -178,9 +189,13 @@ BroadcastChunks BroadcastChunks::forSaving(const FrameSource& document,
     const std::optional<int64_t> reference = BroadcastWave::timeReference(read);
     const std::optional<Start> start = startOf(document, range, read, file);
     const int64_t time = start && reference ? timeOf(*start, *reference, document.sampleRate()) : -1;
-    if (time >= 0)
+    if (time >= 0) {
         result.chunks = BroadcastWave::withTimeReference(read, time);
-    else if (reference)
+        // A part of a sound starts elsewhere, as everybody knows.
+        if (const QString moved = movedStamp(time, document.sampleRate(), file);
+            !selection && !moved.isEmpty())
+            result.losses += moved;
+    } else if (reference)
         result.losses += timeStampLoss(QStringLiteral("bext"));
     const bool hasMoved = !start || start->frame != 0 || start->reference != reference;
     if (hasMoved && BroadcastWave::hasTimeInText(read))
