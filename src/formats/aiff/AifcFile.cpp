@@ -88,6 +88,11 @@ std::shared_ptr<AudioFile> AifcFile::open(std::shared_ptr<FileHandle> handle, Ma
     return openedFile(std::shared_ptr<AifcFile>(new AifcFile(std::move(handle))), isAifc, error);
 }
 
+std::shared_ptr<AudioFile> AifcFile::reopened() const
+{
+    return mFileHandle ? open(mFileHandle, nullptr) : nullptr;
+}
+
 QString AifcFile::fileFormatUTI() const
 {
     return QStringLiteral("public.aifc-audio");

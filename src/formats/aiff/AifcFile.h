@@ -43,6 +43,7 @@ public:
     QString compressionName() const;
 
 protected:
+    std::shared_ptr<AudioFile> reopened() const override;
     bool isCompressed() const override { return true; }
     void readSound(const AiffFormat& format, const RiffChunk& chunk) override;
     std::optional<LinearPcmLayout> linearLayout() const override { return mLayout; }

@@ -46,7 +46,7 @@ bool isFiller(FourCharCode ident)
 
 } // namespace
 
-void declareAiffChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedger& ledger)
+void declareAiffChunk(const RiffChunk& chunk, const FileHandle& handle, Keeping keeping, FileLedger& ledger)
 {
     const int64_t end = std::min(chunk.end(), handle.length());
     const ByteRange bytes = {chunk.payloadOffset(), std::max<int64_t>(0, end - chunk.payloadOffset())};
@@ -54,7 +54,7 @@ void declareAiffChunk(const RiffChunk& chunk, const FileHandle& handle, FileLedg
     if (chunk.size == 0 || isFiller(chunk.ident) || isPlainLayout)
         ledger.addStructure(bytes);
     else
-        ledger.addNotKept(ItemKind::part, nameOfChunk(chunk.ident, chunkNames), bytes);
+        ledger.add({ItemKind::part, keeping, nameOfChunk(chunk.ident, chunkNames), bytes});
 }
 
 } // namespace velloria

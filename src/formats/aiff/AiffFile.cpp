@@ -1,15 +1,14 @@
 #include "formats/aiff/AiffFile.h"
 
 #include "formats/aiff/AiffChunkNames.h"
+#include "formats/aiff/AiffFields.h"
 #include "formats/chunks/UnusedBytes.h"
 #include "formats/decoding/FileDamage.h"
 #include "formats/streams/EndianSwap.h"
-#include "formats/streams/MacRoman.h"
 #include "platform/Log.h"
 
 #include <QtEndian>
 #include <algorithm>
-#include <array>
 
 namespace velloria
 {
@@ -29,36 +28,7 @@ constexpr int64_t shortestFile = 40;
 // Offset of the first sample and size of a block, 32 bits each.
 constexpr int64_t soundHeaderLength = 8;
 constexpr int64_t unknownSize = 0xFFFFFFFF;
-constexpr uint32_t versionOfAifc = 0xA2805140;
 constexpr int64_t longestCommonPayload = 512;
-
-struct TextField {
-    FourCharCode ident;
-    const QString& (AudioMetadata::*value)() const;
-    void (AudioMetadata::*setValue)(const QString&);
-};
-
-constexpr std::array textFields = {
-    TextField{fourCharCode("NAME"), &AudioMetadata::title, &AudioMetadata::setTitle},
-    TextField{fourCharCode("AUTH"), &AudioMetadata::artist, &AudioMetadata::setArtist},
-    TextField{fourCharCode("(c) "), &AudioMetadata::copyright, &AudioMetadata::setCopyright},
-    TextField{fourCharCode("ANNO"), &AudioMetadata::comments, &AudioMetadata::setComments},
-};
-
-struct RawField {
-    FourCharCode ident;
-    const QByteArray& (AudioMetadata::*payload)() const;
-    void (AudioMetadata::*setPayload)(const QByteArray&);
-};
-
-constexpr std::array rawFields = {
-    RawField{fourCharCode("INST"), &AudioMetadata::aiffInstrumentChunk,
-             &AudioMetadata::setAiffInstrumentChunk},
-    RawField{fourCharCode("MIDI"), &AudioMetadata::aiffMIDIChunk, &AudioMetadata::setAiffMIDIChunk},
-    RawField{fourCharCode("AESD"), &AudioMetadata::aiffAudioRecordingChunk,
-             &AudioMetadata::setAiffAudioRecordingChunk},
-    RawField{fourCharCode("COMT"), &AudioMetadata::aiffCommentChunk, &AudioMetadata::setAiffCommentChunk},
-};
 
 FourCharCode identAt(const FileHandle& handle, int64_t offset)
 {
@@ -66,46 +36,9 @@ FourCharCode identAt(const FileHandle& handle, int64_t offset)
     return bytes.size() == 4 ? qFromBigEndian<quint32>(bytes.constData()) : 0;
 }
 
-QByteArray chunkHeader(FourCharCode ident, int64_t size)
-{
-    return riffChunkHeader(ident, size, ChunkByteOrder::bigEndian);
-}
-
-/// A chunk with its pad byte; nothing for an empty payload.
-QByteArray paddedChunk(FourCharCode ident, const QByteArray& payload)
-{
-    if (payload.isEmpty())
-        return {};
-    return chunkHeader(ident, payload.size()) + payload + QByteArray(payload.size() % 2, '\0');
-}
-
-/// Some programs skip the pad bytes only of chunks that they know, so this one needs none: a byte behind the
-/// archive does not matter to its reader.
-QByteArray evenArchiveOf(const MarkerList& markers)
-{
-    const QByteArray archive = archivedMarkers(markers);
-    return archive + QByteArray(archive.size() % 2, '\0');
-}
-
-/// The zero byte that some strings end with is no part of the text.
-QByteArray textPayload(const QString& text)
-{
-    QByteArray bytes = macRomanFromString(text);
-    if (bytes.endsWith('\0'))
-        bytes.chop(1);
-    return bytes;
-}
-
 MarkerList listOf(AiffMarkers::Result result)
 {
     return std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
-}
-
-QByteArray withoutTrailingZeros(QByteArray bytes)
-{
-    while (bytes.endsWith('\0'))
-        bytes.chop(1);
-    return bytes;
 }
 
 } // namespace
@@ -149,6 +82,11 @@ std::shared_ptr<AudioFile> AiffFile::openedFile(const std::shared_ptr<AiffFile>&
     if (failure && error)
         *error = failure;
     return nullptr;
+}
+
+std::shared_ptr<AudioFile> AiffFile::reopened() const
+{
+    return mFileHandle ? open(mFileHandle, nullptr) : nullptr;
 }
 
 QString AiffFile::fileFormatUTI() const
@@ -262,8 +200,9 @@ bool AiffFile::readMarkerArchive()
     const QByteArray payload = payloadOf(*archive);
     mMarkers = markersFromArchive(payload);
     // Another program's record of the same name cannot be read.
-    if (!mMarkers->empty() || payload.startsWith(archivedMarkers(nullptr)))
-        takeChunk(unicodeMarkerIdent);
+    mHasArchive = !mMarkers->empty() || payload.startsWith(archivedMarkers(nullptr));
+    if (mHasArchive)
+        takeModelChunk(unicodeMarkerIdent);
     return !mMarkers->empty();
 }
 
@@ -271,71 +210,109 @@ void AiffFile::readMarkerChunk()
 {
     const bool hasArchive = readMarkerArchive();
     const RiffChunk* const chunk = chunks().find(markerIdent);
-    if (!chunk || chunk->size > largestKeptChunk)
-        return;
-    const QByteArray payload = payloadOf(*chunk);
-    if (hasArchive) {
-        // Those that another program changed since are not taken, so they are left to be told.
-        const bool isOurs = payload == AiffMarkers::payloadOfMarkers(*mMarkers);
-        if (isOurs)
-            takeChunk(markerIdent);
-        mNumbering = {isOurs ? mMarkers : listOf(AiffMarkers::markersOfPayload(payload)), isOurs};
-        return;
+    if (chunk && chunk->size <= largestKeptChunk) {
+        const QByteArray payload = payloadOf(*chunk);
+        mModelOffsets.push_back(chunk->offset);
+        mMarkList = AiffMarkList(payload);
+        if (hasArchive)
+            compareMarkers(*chunk, payload);
+        else
+            takeMarkers(*chunk, payload);
     }
+    mMarkersAsRead = archivedMarkers(mMarkers);
+}
+
+/// Those that another program changed since are not taken, so they are left to be told when they go.
+void AiffFile::compareMarkers(const RiffChunk& chunk, const QByteArray& payload)
+{
+    if (mMarkList.pairWith(*mMarkers))
+        takeChunk(markerIdent);
+    else
+        declareAiffChunk(chunk, *fileHandle(), chunk.isComplete ? Keeping::asBytes : Keeping::notKept,
+                         mLedger);
+    markDeclared(chunk);
+    const bool isOurs = payload == AiffMarkers::payloadOfMarkers(*mMarkers);
+    mNumbering = {isOurs ? mMarkers : listOf(AiffMarkers::markersOfPayload(payload)), isOurs};
+}
+
+void AiffFile::takeMarkers(const RiffChunk& chunk, const QByteArray& payload)
+{
     AiffMarkers::Result result = AiffMarkers::markersOfPayload(payload);
-    mLedger.addInModel(payloadRangeOf(*chunk));
-    markDeclared(*chunk);
+    mLedger.addInModel(payloadRangeOf(chunk));
+    markDeclared(chunk);
     if (!result.isComplete)
-        tellOfDamagedMarkers(*chunk, "AiffFile");
+        tellOfDamagedMarkers(chunk, "AiffFile");
     mMarkers = listOf(std::move(result));
     mNumbering = {mMarkers, false};
 }
 
+/// The numbers of an opened AIFF file stay; in a new one they are others.
 bool AiffFile::movesReferences(const AudioFile& opened, const AudioFile& writer)
 {
-    if (!dynamic_cast<const AiffFile*>(&writer))
+    const auto* const written = dynamic_cast<const AiffFile*>(&writer);
+    if (!written)
         return false;
+    const QByteArray& instrument = writer.metadata().aiffInstrumentChunk();
+    const QByteArray& comments = writer.metadata().aiffCommentChunk();
+    if (const AiffFile* const edited = written->editedFile(); edited && !edited->mMarkList.isEmpty())
+        return edited->mMarkList.losesAnyOf(AiffMarkers::identsNamed(instrument, comments),
+                                            written->markersNow());
     // In a file of another type the markers have only the numbers that they were read with.
     AiffMarkers::Numbering numbering = {opened.markers(), false};
     if (const auto* const file = dynamic_cast<const AiffFile*>(&opened)) {
         const bool wasWritten = file->chunks().chunks().empty();
         numbering = wasWritten ? AiffMarkers::Numbering{file->markers(), true} : file->mNumbering;
     }
-    return AiffMarkers::movesReferences(writer.metadata().aiffInstrumentChunk(),
-                                        writer.metadata().aiffCommentChunk(), numbering, writer.markers());
+    return AiffMarkers::movesReferences(instrument, comments, numbering, writer.markers());
 }
 
-QString AiffFile::textOfChunk(FourCharCode ident) const
+/// Null for none that can be a text.
+const RiffChunk* AiffFile::textChunk(FourCharCode ident) const
 {
     const RiffChunk* const chunk = chunks().find(ident);
-    if (!chunk || !chunk->isComplete || chunk->size > largestKeptChunk)
-        return {};
-    return stringFromMacRoman(withoutTrailingZeros(payloadOf(*chunk)));
+    return chunk && chunk->isComplete && chunk->size <= largestKeptChunk ? chunk : nullptr;
 }
 
 void AiffFile::readMetadata()
 {
     mMetadata = AudioMetadata();
-    for (const TextField& field : textFields)
-        (mMetadata.*field.setValue)(textOfChunk(field.ident));
-    if (const RiffChunk* const tag = chunks().find(tagIdent))
+    for (const AiffTextField& field : aiffTextFields) {
+        const RiffChunk* const chunk = textChunk(field.ident);
+        if (!chunk)
+            continue;
+        mModelOffsets.push_back(chunk->offset);
+        (mMetadata.*field.setValue)(aiffTextOf(payloadOf(*chunk)));
+    }
+    if (const RiffChunk* const tag = chunks().find(tagIdent)) {
         readId3Chunk(*tag, "AiffFile");
-    for (const RawField& field : rawFields) {
-        if (const RiffChunk* const chunk = takeChunk(field.ident))
+        mModelOffsets.push_back(tag->offset);
+    }
+    for (const AiffRawField& field : aiffRawFields) {
+        if (const RiffChunk* const chunk = takeModelChunk(field.ident))
             (mMetadata.*field.setPayload)(payloadOf(*chunk));
     }
 }
 
-/// True for a text chunk that a save would write again; where there is an ID3v2 tag too, that may say
+/// Of the chunks that are written where they stood.
+const RiffChunk* AiffFile::takeModelChunk(FourCharCode ident)
+{
+    const RiffChunk* const chunk = takeChunk(ident);
+    if (chunk)
+        mModelOffsets.push_back(chunk->offset);
+    return chunk;
+}
+
+/// True for a text chunk that says what the metadata say; where there is an ID3v2 tag too, that may say
 /// something else.
 bool AiffFile::isTextInMetadata(const RiffChunk& chunk) const
 {
-    const auto* const field = std::find_if(textFields.begin(), textFields.end(),
-                                           [&](const TextField& each) { return each.ident == chunk.ident; });
-    if (field == textFields.end() || !chunk.isComplete || chunk.size > largestKeptChunk)
+    const auto* const field =
+        std::find_if(aiffTextFields.begin(), aiffTextFields.end(),
+                     [&](const AiffTextField& each) { return each.ident == chunk.ident; });
+    if (field == aiffTextFields.end() || !chunk.isComplete || chunk.size > largestKeptChunk)
         return false;
-    return withoutTrailingZeros(payloadOf(chunk)).trimmed() ==
-           textPayload((mMetadata.*(field->value))()).trimmed();
+    return aiffTextOf(payloadOf(chunk)).trimmed() ==
+           aiffTextOf(aiffTextPayload((mMetadata.*(field->value))())).trimmed();
 }
 
 void AiffFile::declareFormat()
@@ -354,7 +331,8 @@ void AiffFile::declareOtherChunk(const RiffChunk& chunk)
     if (isTextInMetadata(chunk))
         mLedger.addInModel(payloadRangeOf(chunk));
     else
-        declareAiffChunk(chunk, *fileHandle(), mLedger);
+        declareAiffChunk(chunk, *fileHandle(), canCarryOver(chunk) ? Keeping::asBytes : Keeping::notKept,
+                         mLedger);
 }
 
 int64_t AiffFile::readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const
@@ -368,81 +346,6 @@ MaybeError AiffFile::writeAudioData(std::span<std::byte> data, int64_t offset)
 {
     endianSwapData(data, mBitsPerSample);
     return AudioFile::writeAudioData(data, offset);
-}
-
-AiffFormat AiffFile::formatToWrite() const
-{
-    AiffFormat format;
-    format.numChannels = static_cast<uint16_t>(mNumberOfChannels);
-    format.numFrames = static_cast<uint32_t>(std::clamp<int64_t>(mNumberOfFrames, 0, 0xFFFFFFFF));
-    format.bitsPerSample = static_cast<uint16_t>(mBitsPerSample);
-    format.sampleRate = mSampleRate;
-    return format;
-}
-
-QByteArray AiffFile::chunksBeforeSound() const
-{
-    QByteArray written;
-    if (isCompressed()) {
-        QByteArray version(4, Qt::Uninitialized);
-        qToBigEndian<quint32>(versionOfAifc, version.data());
-        written += paddedChunk(fourCharCode("FVER"), version);
-    }
-    written += paddedChunk(commonIdent, formatToWrite().payload());
-    if (mMarkers && !mMarkers->empty()) {
-        written += paddedChunk(markerIdent, AiffMarkers::payloadOfMarkers(*mMarkers));
-        written += paddedChunk(unicodeMarkerIdent, evenArchiveOf(mMarkers));
-    }
-    for (const TextField& field : textFields)
-        written += paddedChunk(field.ident, textPayload((mMetadata.*field.value)()));
-    for (const RawField& field : rawFields)
-        written += paddedChunk(field.ident, (mMetadata.*field.payload)());
-    return written;
-}
-
-QByteArray AiffFile::metadataChunk() const
-{
-    // Unlike the other chunks without a pad byte: it is the last one.
-    return id3Chunk(ChunkByteOrder::bigEndian);
-}
-
-int64_t AiffFile::soundDataLength() const
-{
-    // Compared by division: the product of absurd numbers need not fit 64 bits.
-    const bool isTooLarge = mNumberOfFrames > largestFileOf32Bits / std::max<int64_t>(1, frameSize());
-    return isTooLarge ? largestFileOf32Bits + 1 : mNumberOfFrames * frameSize();
-}
-
-/// The sizes of the whole and of the sound are 32-bit numbers.
-int64_t AiffFile::lengthWithFooter() const
-{
-    return mSoundDataOffset + soundDataLength() + soundDataLength() % 2 + metadataChunk().size();
-}
-
-bool AiffFile::writeHeader(MaybeError* error)
-{
-    const QByteArray before = chunksBeforeSound();
-    mSoundDataOffset = formHeaderLength + before.size() + RiffChunk::headerLength + soundHeaderLength;
-    const int64_t length = lengthWithFooter();
-    if (length > largestFileOf32Bits)
-        return false;
-    const QByteArray formType = isCompressed() ? QByteArrayLiteral("AIFC") : QByteArrayLiteral("AIFF");
-    const MaybeError failure =
-        writeRawData(chunkHeader(formIdent, length - RiffChunk::headerLength) + formType + before +
-                         chunkHeader(soundIdent, soundDataLength() + soundHeaderLength) +
-                         QByteArray(soundHeaderLength, '\0'),
-                     0);
-    if (failure && error)
-        *error = failure;
-    return !failure;
-}
-
-MaybeError AiffFile::writeFooter()
-{
-    // A pad byte follows sound of odd length, as the format asks for: without it other programs find nothing
-    // of what stands behind.
-    const int64_t end = lengthOfFile();
-    return writeRawData(QByteArray((end - mSoundDataOffset) % 2, '\0') + metadataChunk(), end);
 }
 
 void AiffFile::debugAllChunks() const

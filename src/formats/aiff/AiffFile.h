@@ -1,16 +1,20 @@
 #pragma once
 
 #include "formats/aiff/AiffFormat.h"
+#include "formats/aiff/AiffMarkList.h"
 #include "formats/aiff/AiffMarkers.h"
 #include "formats/chunks/ChunkedFile.h"
 
 namespace velloria
 {
 
+struct AiffTextField;
+
 /// Uncompressed AIFF files, read in place and written sample by sample, and the base of AIFF-C. Markers live
 /// in the "MARK" chunk and, with every property and their full names, in a private "uMrk" chunk; tags in the
 /// text chunks and as an ID3v2 tag in an "ID3 " chunk. The chunks INST, MIDI, AESD and COMT are carried
-/// through as they are. Damage that leaves sound to read is told in warnings(); a header that makes no sense
+/// through as they are. Of a file that was opened all chunks stay where they are, unchanged but for what was
+/// edited. Damage that leaves sound to read is told in warnings(); a header that makes no sense
 /// is an error.
 class AiffFile : public ChunkedFile
 {
@@ -30,6 +34,9 @@ public:
     int64_t readAudioDataAtOffset(int64_t offset, std::span<std::byte> out) const override;
     MaybeError writeAudioData(std::span<std::byte> data, int64_t offset) override;
 
+    MetadataDictionary writtenTags() const override;
+    bool willWrite(const FileItem& item) const override;
+    void takeOverLedger() override;
     bool writeHeader(MaybeError* error) override;
     MaybeError writeFooter() override;
 
@@ -37,8 +44,8 @@ public:
     virtual int64_t soundDataLength() const;
 
     /// True when `writer` writes an AIFF file in which loops or comments that name markers by number, and
-    /// stay as they are, would name others than in the file that is open now, or none: a save numbers markers
-    /// from 0 on.
+    /// stay as they are, would name others than in the file that is open now, or none. Markers of an opened
+    /// AIFF file keep their numbers; in a new one they are numbered from 0 on.
     static bool movesReferences(const AudioFile& opened, const AudioFile& writer);
 
     /// Logs every chunk's name and size, for looking into a file.
@@ -65,6 +72,9 @@ protected:
     /// The samples from soundDataOffset() on are in the model; the sound's own header is structure.
     void declareSamples(const RiffChunk& chunk, int64_t numBytes);
     void declareOtherChunk(const RiffChunk& chunk) override;
+    bool sharesTagWith(const ChunkedFile& opened) const override;
+    /// The file that was written, read anew; null where that fails.
+    virtual std::shared_ptr<AudioFile> reopened() const;
 
 private:
     MaybeError readHeader();
@@ -72,17 +82,50 @@ private:
     bool readMarkerArchive();
     void readMarkerChunk();
     void readMetadata();
-    QString textOfChunk(FourCharCode ident) const;
+    void compareMarkers(const RiffChunk& chunk, const QByteArray& payload);
+    void takeMarkers(const RiffChunk& chunk, const QByteArray& payload);
+    const RiffChunk* textChunk(FourCharCode ident) const;
+    const RiffChunk* takeModelChunk(FourCharCode ident);
     bool isTextInMetadata(const RiffChunk& chunk) const;
     void declareFormat();
 
-    QByteArray chunksBeforeSound() const;
-    QByteArray metadataChunk() const;
-    int64_t lengthWithFooter() const;
+    const AiffFile* editedFile() const;
+    const std::vector<AudioMarkerPtr>& markersNow() const;
+    bool isModelChunk(const RiffChunk& chunk) const;
+    bool canCarryOver(const RiffChunk& chunk) const;
+    bool carriesOver(const AiffFile& edited, const RiffChunk& chunk) const;
+    bool hasSameMarkersAs(const AiffFile& edited) const;
+    /// What the model has for a chunk of that name, in a file that is edited, or a new one.
+    QByteArray formatPayload() const;
+    QByteArray versionPayload() const;
+    QByteArray markerPayload() const;
+    QByteArray archivePayload() const;
+    QByteArray textPayload(const AiffTextField& field) const;
+    QByteArray payloadIn(const AiffFile& edited, FourCharCode ident) const;
+    bool textsHoldAllTags() const;
+    struct ModelChunk {
+        FourCharCode ident = 0;
+        QByteArray bytes;
+    };
+    std::vector<ModelChunk> modelChunks() const;
+    ModelChunk tagChunk() const;
+    static void putEmptyInFrontOfAnother(const AiffFile& edited, const RiffChunk& chunk,
+                                         std::vector<ChunkToWrite>& place);
+    ChunkPlan newPlan() const;
+    ChunkPlan chunkPlan() const;
+    int64_t lengthWithFooter(const ChunkPlan& plan) const;
 
     AiffFormat mFormat;
     /// Of a file that was read.
     AiffMarkers::Numbering mNumbering;
+    // Of a file that was opened, or saved.
+    AiffMarkList mMarkList;
+    /// Our private chunk is there.
+    bool mHasArchive = false;
+    /// The markers as they were then.
+    QByteArray mMarkersAsRead;
+    /// Of the chunks that the model was read from.
+    std::vector<int64_t> mModelOffsets;
 };
 
 } // namespace velloria

@@ -13,16 +13,12 @@ namespace velloria::AiffMarkers
 namespace
 {
 
-constexpr int64_t mostMarkers = 65535;
-constexpr int64_t highestPosition = 0xFFFFFFFF;
 constexpr qsizetype longestName = 255;
-// ID, position and the name's length byte.
-constexpr int64_t entryHeaderLength = 7;
 
 using Markers = std::vector<AudioMarkerPtr>;
 
 /// Two loops of play mode (0 for none), begin and end (16 bits each) follow notes, velocities and gain.
-void addLoops(const QByteArray& instrument, std::vector<uint16_t>& idents)
+void addLoops(const QByteArray& instrument, std::set<uint16_t>& idents)
 {
     constexpr qsizetype instrumentLength = 20;
     constexpr qsizetype loopLength = 6;
@@ -32,21 +28,21 @@ void addLoops(const QByteArray& instrument, std::vector<uint16_t>& idents)
         const char* const loop = instrument.constData() + offset;
         if (qFromBigEndian<quint16>(loop) == 0)
             continue;
-        idents.push_back(qFromBigEndian<quint16>(loop + 2));
-        idents.push_back(qFromBigEndian<quint16>(loop + 4));
+        idents.insert(qFromBigEndian<quint16>(loop + 2));
+        idents.insert(qFromBigEndian<quint16>(loop + 4));
     }
 }
 
 /// A count (16 bits), then time (32), marker (0 for none), length of the text (16 each) and the text padded
 /// to be even.
-void addComments(const QByteArray& comments, std::vector<uint16_t>& idents)
+void addComments(const QByteArray& comments, std::set<uint16_t>& idents)
 {
     BigEndianInputStream stream(comments);
     const auto count = static_cast<uint16_t>(stream.readSInt16());
     for (int i = 0; i < count && stream.remaining() > 0; ++i) {
         stream.readSInt32();
         if (const auto ident = static_cast<uint16_t>(stream.readSInt16()); ident != 0)
-            idents.push_back(ident);
+            idents.insert(ident);
         const auto length = static_cast<uint16_t>(stream.readSInt16());
         std::vector<std::byte> text(size_t{length} + length % 2);
         stream.read(text);
@@ -89,22 +85,40 @@ bool isCopyOf(const AudioMarkerPtr& marker, const Markers& before, const AudioMa
 
 } // namespace
 
+QByteArray storedName(const QString& name)
+{
+    return macRomanFromString(name).left(longestName);
+}
+
+QByteArray entryOf(uint16_t ident, const AudioMarker& marker)
+{
+    const QByteArray name = storedName(marker.name());
+    BigEndianOutputStream stream;
+    stream.writeUInt16(ident);
+    stream.writeUInt32(static_cast<uint32_t>(std::clamp<int64_t>(marker.position(), 0, highestPosition)));
+    stream.writeUInt8(static_cast<uint8_t>(name.size()));
+    stream.appendData(name);
+    if (name.size() % 2 == 0)
+        stream.writeUInt8(0);
+    return stream.data();
+}
+
+std::set<uint16_t> identsNamed(const QByteArray& instrument, const QByteArray& comments)
+{
+    std::set<uint16_t> idents;
+    addLoops(instrument, idents);
+    addComments(comments, idents);
+    return idents;
+}
+
 QByteArray payloadOfMarkers(const std::vector<AudioMarkerPtr>& markers)
 {
     const auto count =
         static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(markers.size()), mostMarkers));
     BigEndianOutputStream stream;
     stream.writeUInt16(static_cast<uint16_t>(count));
-    for (size_t index = 0; index < count; ++index) {
-        const QByteArray name = macRomanFromString(markers[index]->name()).left(longestName);
-        stream.writeUInt16(static_cast<uint16_t>(index));
-        stream.writeUInt32(
-            static_cast<uint32_t>(std::clamp<int64_t>(markers[index]->position(), 0, highestPosition)));
-        stream.writeUInt8(static_cast<uint8_t>(name.size()));
-        stream.appendData(name);
-        if (name.size() % 2 == 0)
-            stream.writeUInt8(0);
-    }
+    for (size_t index = 0; index < count; ++index)
+        stream.appendData(entryOf(static_cast<uint16_t>(index), *markers[index]));
     return stream.data();
 }
 
@@ -134,9 +148,7 @@ Result markersOfPayload(const QByteArray& payload)
 bool movesReferences(const QByteArray& instrument, const QByteArray& comments, const Numbering& opened,
                      const MarkerList& written)
 {
-    std::vector<uint16_t> idents;
-    addLoops(instrument, idents);
-    addComments(comments, idents);
+    const std::set<uint16_t> idents = identsNamed(instrument, comments);
     const Markers none;
     const Markers& before = opened.markers ? *opened.markers : none;
     const Markers& after = written ? *written : none;

@@ -3,6 +3,7 @@
 #include "document/clips/AudioMarker.h"
 
 #include <QByteArray>
+#include <set>
 #include <vector>
 
 namespace velloria
@@ -14,8 +15,20 @@ namespace velloria
 namespace AiffMarkers
 {
 
+constexpr int64_t mostMarkers = 65535;
+constexpr int64_t highestPosition = 0xFFFFFFFF;
+// ID, position and the name's length byte.
+constexpr int64_t entryHeaderLength = 7;
+
 /// The payload for the first 65535 markers. IDs are the markers' indices, from 0 on.
 QByteArray payloadOfMarkers(const std::vector<AudioMarkerPtr>& markers);
+
+/// A name as it is stored: Mac Roman of at most 255 bytes.
+QByteArray storedName(const QString& name);
+/// The entry of a marker, with the zero byte behind its name.
+QByteArray entryOf(uint16_t ident, const AudioMarker& marker);
+/// The IDs that loops of an "INST" and comments of a "COMT" chunk name.
+std::set<uint16_t> identsNamed(const QByteArray& instrument, const QByteArray& comments);
 
 struct Result {
     std::vector<AudioMarkerPtr> markers;

@@ -5,6 +5,7 @@
 #include "formats/file/Id3SoundChange.h"
 #include "formats/tagediting/Id3Intake.h"
 #include "platform/Log.h"
+#include "platform/MissedReads.h"
 
 #include <algorithm>
 
@@ -66,12 +67,17 @@ void ChunkedFile::takeOverLedger()
     AudioFile::takeOverLedger();
 }
 
-/// The opened file, where it is of the same type and has a tag.
+/// The opened file, where it has a tag that this one keeps.
 const ChunkedFile* ChunkedFile::openedWithTag() const
 {
     const auto* const opened = dynamic_cast<const ChunkedFile*>(openedFile().get());
     const bool holdsTag = opened && !opened->mId3Tag.isEmpty();
-    return holdsTag && opened->fileFormatUTI() == fileFormatUTI() ? opened : nullptr;
+    return holdsTag && sharesTagWith(*opened) ? opened : nullptr;
+}
+
+bool ChunkedFile::sharesTagWith(const ChunkedFile& opened) const
+{
+    return opened.fileFormatUTI() == fileFormatUTI();
 }
 
 Id3Save ChunkedFile::id3Save() const
@@ -105,6 +111,38 @@ QStringList ChunkedFile::soundLosses() const
 QString ChunkedFile::name() const
 {
     return displayName(filePath());
+}
+
+int64_t ChunkedFile::ChunkToWrite::length() const
+{
+    const int64_t size = bytes.isEmpty() ? source.length : bytes.size();
+    return size + (isPadded ? size % 2 : 0);
+}
+
+int64_t ChunkedFile::lengthOf(const std::vector<ChunkToWrite>& chunks)
+{
+    int64_t length = 0;
+    for (const ChunkToWrite& chunk : chunks)
+        length += chunk.length();
+    return length;
+}
+
+MaybeError ChunkedFile::writeChunks(const std::vector<ChunkToWrite>& chunks, int64_t* offset)
+{
+    for (const ChunkToWrite& chunk : chunks) {
+        QByteArray bytes = chunk.bytes;
+        if (bytes.isEmpty() && chunk.source.length > 0) {
+            const FileHandle& source = *openedFile()->fileHandle();
+            bytes = source.readAt(chunk.source.offset, chunk.source.length);
+            if (bytes.size() != chunk.source.length)
+                return missedReadsError(source);
+        }
+        bytes += QByteArray(chunk.length() - bytes.size(), '\0');
+        if (MaybeError error = writeRawData(bytes, *offset))
+            return error;
+        *offset += bytes.size();
+    }
+    return std::nullopt;
 }
 
 QByteArray ChunkedFile::payloadOf(const RiffChunk& chunk) const

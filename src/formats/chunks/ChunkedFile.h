@@ -56,6 +56,26 @@ protected:
     void readId3Chunk(const RiffChunk& chunk, const char* className);
     /// The chunk of the tag to write; empty when there is none.
     QByteArray id3Chunk(ChunkByteOrder byteOrder) const;
+    /// Whether the tag of an opened file is the one that this file has, edited.
+    virtual bool sharesTagWith(const ChunkedFile& opened) const;
+
+    /// A chunk with its header, without its pad byte: bytes, or a stretch of the opened file.
+    struct ChunkToWrite {
+        QByteArray bytes = {};
+        ByteRange source = {};
+        bool isPadded = true;
+        /// With the pad byte.
+        int64_t length() const;
+    };
+    /// The chunks on both sides of the sound, which come at even offsets.
+    struct ChunkPlan {
+        std::vector<ChunkToWrite> inFront;
+        std::vector<ChunkToWrite> behind;
+    };
+    static int64_t lengthOf(const std::vector<ChunkToWrite>& chunks);
+    /// One behind the other; `offset` moves behind them.
+    MaybeError writeChunks(const std::vector<ChunkToWrite>& chunks, int64_t* offset);
+
     void tellOfDamagedMarkers(const RiffChunk& chunk, const char* className);
     QString name() const;
 

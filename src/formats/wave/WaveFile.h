@@ -78,17 +78,6 @@ private:
 
     void readInfoList();
 
-    /// A chunk with its header: bytes, or a stretch of the opened file.
-    struct ChunkToWrite {
-        QByteArray bytes;
-        ByteRange source;
-        int64_t paddedSize() const;
-    };
-    struct ChunkPlan {
-        std::vector<ChunkToWrite> inFront;
-        std::vector<ChunkToWrite> behind;
-    };
-
     const WaveFile* openedWave() const;
     const WaveFile* editedFile() const;
     bool holdsSoundAsLongAs(const WaveFile& other) const;
@@ -115,8 +104,6 @@ private:
     int64_t lengthToWrite(bool isLong) const;
     bool isTooLongForRiff() const;
     MaybeError writeContainerChunk(int64_t fileLength);
-    MaybeError writeChunks(const std::vector<ChunkToWrite>& chunks, int64_t* offset);
-    MaybeError writeChunk(const QByteArray& chunk, int64_t* offset);
     void convertTwosComplementData(std::span<std::byte> data) const;
 
     bool mOffsetEncoding = false;

@@ -1,7 +1,6 @@
 #include "formats/file/RateLoss.h"
 #include "formats/wave/WaveFile.h"
 #include "formats/wave/WaveMarkers.h"
-#include "platform/MissedReads.h"
 
 #include <algorithm>
 #include <cmath>
@@ -46,12 +45,6 @@ bool WaveFile::keepsFormat() const
            opened->mFormat.containerBits() == mBitsPerSample;
 }
 
-int64_t WaveFile::ChunkToWrite::paddedSize() const
-{
-    const int64_t size = bytes.isEmpty() ? source.length : bytes.size();
-    return size + size % 2;
-}
-
 /// In bytes.
 int64_t WaveFile::soundLength() const
 {
@@ -63,10 +56,7 @@ int64_t WaveFile::soundLength() const
 int64_t WaveFile::soundOffset(bool isLong) const
 {
     const int64_t sizes = isLong ? RiffChunk::headerLength + WaveContainer::longSizesLength : 0;
-    int64_t offset = WaveContainer::headerLength + sizes;
-    for (const ChunkToWrite& chunk : chunkPlan().inFront)
-        offset += chunk.paddedSize();
-    return offset + RiffChunk::headerLength;
+    return WaveContainer::headerLength + sizes + lengthOf(chunkPlan().inFront) + RiffChunk::headerLength;
 }
 
 bool WaveFile::writeHeader(MaybeError* error)
@@ -101,11 +91,8 @@ bool WaveFile::writeHeader(MaybeError* error)
 
 int64_t WaveFile::lengthToWrite(bool isLong) const
 {
-    int64_t length = soundOffset(isLong) + soundLength();
-    length += length % 2;
-    for (const ChunkToWrite& chunk : chunkPlan().behind)
-        length += chunk.paddedSize();
-    return length;
+    const int64_t length = soundOffset(isLong) + soundLength();
+    return length + length % 2 + lengthOf(chunkPlan().behind);
 }
 
 /// Sizes of the RIFF and data chunks are 32-bit numbers, so these bound the whole file.
@@ -139,10 +126,11 @@ QStringList WaveFile::soundLosses() const
 
 MaybeError WaveFile::writeFooter()
 {
-    int64_t offset = lengthOfFile();
+    const int64_t end = lengthOfFile();
     // A pad byte follows sound of odd length, as the format asks for: without it other programs find nothing
     // of what stands behind.
-    if (auto error = writeChunk({}, &offset))
+    int64_t offset = end + end % 2;
+    if (auto error = writeRawData(QByteArray(offset - end, '\0'), end))
         return error;
     if (auto error = writeChunks(chunkPlan().behind, &offset))
         return error;
@@ -154,33 +142,6 @@ MaybeError WaveFile::writeContainerChunk(int64_t fileLength)
     if (!mContainer.hasLongSizes)
         return writeRawData(WaveContainer::header(fileLength), 0);
     return writeRawData(mContainer.longHeader(fileLength, soundLength(), mNumberOfFrames), 0);
-}
-
-MaybeError WaveFile::writeChunks(const std::vector<ChunkToWrite>& chunks, int64_t* offset)
-{
-    for (const ChunkToWrite& chunk : chunks) {
-        QByteArray bytes = chunk.bytes;
-        if (bytes.isEmpty() && chunk.source.length > 0) {
-            const FileHandle& source = *openedFile()->fileHandle();
-            bytes = source.readAt(chunk.source.offset, chunk.source.length);
-            if (bytes.size() != chunk.source.length)
-                return missedReadsError(source);
-        }
-        if (MaybeError error = writeChunk(bytes, offset))
-            return error;
-    }
-    return std::nullopt;
-}
-
-/// Pads so that the chunk ends at an even offset; `offset` moves behind it.
-MaybeError WaveFile::writeChunk(const QByteArray& chunk, int64_t* offset)
-{
-    QByteArray bytes = chunk;
-    if ((*offset + bytes.size()) % 2 != 0)
-        bytes.append('\0');
-    MaybeError error = writeRawData(bytes, *offset);
-    *offset += bytes.size();
-    return error;
 }
 
 /// Plain PCM is read in place, and its bytes are carried over by the clips.
