@@ -5,6 +5,7 @@
 #include "formats/file/RateLoss.h"
 #include "formats/streams/BigEndianInputStream.h"
 #include "formats/streams/BigEndianOutputStream.h"
+#include "formats/streams/ByteText.h"
 #include "formats/streams/EndianSwap.h"
 
 #include <QtEndian>
@@ -20,7 +21,6 @@ namespace
 
 constexpr FourCharCode magic = fourCharCode(".snd");
 constexpr int64_t shortestHeader = 24;
-constexpr int64_t writtenHeader = 28;
 constexpr int64_t largestFile = 0xFFFFFFFF;
 // What a program writes that does not know the size yet.
 constexpr int64_t unknownSize = 0xFFFFFFFF;
@@ -28,7 +28,7 @@ constexpr int64_t unknownSize = 0xFFFFFFFF;
 constexpr double highestSampleRate = 100'000'000.0;
 constexpr uint32_t mostChannels = 65535;
 constexpr uint32_t widestSample = 32;
-constexpr int64_t longestAnnotationShown = 60;
+constexpr int64_t longestAnnotation = int64_t{1} << 20;
 
 struct SampleFormat {
     uint32_t encoding;
@@ -136,7 +136,7 @@ MaybeError NeXTSunFile::readHeader()
     readSampleFormat();
     readSoundDataSize(numBytes);
     mLedger.addStructure({0, shortestHeader});
-    declareAnnotation();
+    readAnnotation();
     declareSound();
     return std::nullopt;
 }
@@ -190,23 +190,66 @@ void NeXTSunFile::readSoundDataSize(int64_t numBytes)
         mNumberOfFrames = numBytes / frameSize();
 }
 
-/// What stands between header and sound, for which there is no room in a file that we write.
-void NeXTSunFile::declareAnnotation()
+/// What stands between header and sound: a text up to the first zero, or something else that stays as it is.
+void NeXTSunFile::readAnnotation()
 {
     const ByteRange bytes = {shortestHeader, std::min(mSoundDataOffset, lengthOfFile()) - shortestHeader};
-    const QByteArray start =
-        readRawDataAtOffset(bytes.offset, std::min(bytes.length, longestAnnotationShown));
-    const qsizetype end = start.indexOf('\0');
-    const QByteArray text = (end < 0 ? start : start.left(end)).simplified();
-    const auto isNoText = [](char byte) { return static_cast<unsigned char>(byte) < ' '; };
-    const bool isText = !text.isEmpty() && std::none_of(text.begin(), text.end(), isNoText);
-    if (isText)
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("annotation (“%1”)").arg(QString::fromUtf8(text)),
-                           bytes);
-    else if (start.simplified().isEmpty() && bytes.length <= longestAnnotationShown)
-        mLedger.addStructure(bytes);
+    if (bytes.length <= longestAnnotation)
+        mAnnotation = readRawDataAtOffset(bytes.offset, bytes.length);
+    const QByteArray text = ByteText::bytesOfText(mAnnotation);
+    const auto isNoText = [](char byte) {
+        return static_cast<unsigned char>(byte) < ' ' && !QByteArrayView("\t\n\r").contains(byte);
+    };
+    const bool isText = std::none_of(text.begin(), text.end(), isNoText);
+    const int64_t textLength = isText ? text.size() : 0;
+    if (isText && !text.trimmed().isEmpty())
+        mMetadata.setComments(ByteText::stringOf(text));
+    mLedger.addInModel({bytes.offset, textLength});
+    const ByteRange rest = {bytes.offset + textLength, bytes.length - textLength};
+    const bool isFiller =
+        rest.length <= longestAnnotation && fileHandle()->holdsOnlyZeros(rest.offset, rest.length);
+    if (isFiller)
+        mLedger.addStructure(rest);
     else
-        declareUnused(mLedger, *fileHandle(), bytes, QStringLiteral("annotation of %1 bytes"));
+        mLedger.add({ItemKind::part, bytes.length <= longestAnnotation ? Keeping::asBytes : Keeping::notKept,
+                     QStringLiteral("annotation of %1 bytes").arg(rest.length), rest});
+}
+
+const NeXTSunFile* NeXTSunFile::editedFile() const
+{
+    return dynamic_cast<const NeXTSunFile*>(openedFile().get());
+}
+
+/// True where it goes on to say what the metadata do.
+bool NeXTSunFile::keepsAnnotation() const
+{
+    const NeXTSunFile* const edited = editedFile();
+    return edited && edited->metadata().comments() == mMetadata.comments() && edited->mSoundDataOffset > 0;
+}
+
+/// Four zero bytes where there is nothing to say; a text ends with a zero and fills whole words.
+QByteArray NeXTSunFile::annotationToWrite() const
+{
+    constexpr qsizetype wordLength = 4;
+    if (keepsAnnotation())
+        return editedFile()->mAnnotation;
+    const NeXTSunFile* const edited = editedFile();
+    const bool isWindows1252 = edited && !ByteText::isUtf8(ByteText::bytesOfText(edited->mAnnotation));
+    const QByteArray text =
+        ByteText::bytesOfText(ByteText::textOf(mMetadata.comments(), isWindows1252)).left(longestAnnotation);
+    return text + QByteArray(wordLength - text.size() % wordLength, '\0');
+}
+
+MetadataDictionary NeXTSunFile::writtenTags() const
+{
+    AudioMetadata found;
+    found.setComments(ByteText::stringOf(ByteText::bytesOfText(mMetadata.comments().toUtf8())));
+    return found.dictionary();
+}
+
+bool NeXTSunFile::willWrite(const FileItem& item) const
+{
+    return item.keeping == Keeping::asBytes ? keepsAnnotation() : AudioFile::willWrite(item);
 }
 
 void NeXTSunFile::declareSound()
@@ -241,6 +284,8 @@ void NeXTSunFile::validateAndCorrectParameters()
     AudioFile::validateAndCorrectParameters();
     // Wider integers (offered to a document of 64-bit floats) could only be written as zeros.
     mBitsPerSample = std::min(mBitsPerSample, widestSample);
+    // There is room for remarks, and nothing else.
+    mCanSaveMetadata = !mMetadata.comments().isEmpty();
 }
 
 QStringList NeXTSunFile::soundLosses() const
@@ -250,7 +295,8 @@ QStringList NeXTSunFile::soundLosses() const
 
 bool NeXTSunFile::writeHeader(MaybeError* error)
 {
-    mSoundDataOffset = writtenHeader;
+    mAnnotation = annotationToWrite();
+    mSoundDataOffset = shortestHeader + mAnnotation.size();
     mIsFloat = mIsFloat && mKeepsEncoding;
     mIsLittleEndian = false;
     const uint32_t encoding = mKeepsEncoding ? mEncoding : encodingForBits(mBitsPerSample);
@@ -269,7 +315,7 @@ bool NeXTSunFile::writeHeader(MaybeError* error)
     header.writeUInt32(encoding);
     header.writeUInt32(static_cast<uint32_t>(std::clamp(std::round(mSampleRate), 0.0, 4294967295.0)));
     header.writeUInt32(mNumberOfChannels);
-    header.writeUInt32(0);
+    header.appendData(mAnnotation);
     const MaybeError failure = writeRawData(header.data(), 0);
     if (failure && error)
         *error = failure;
@@ -283,7 +329,7 @@ bool NeXTSunFile::takeSound(const AudioFile& source)
     const bool isOther =
         opened && (opened->requiresConversion() || opened->isFloat() || opened->mKeepsEncoding);
     if (!isOther || mIsOptionChosen || !opened->warnings().isEmpty() || opened->mNumBytesOfSound <= 0 ||
-        opened->mNumBytesOfSound > largestFile - writtenHeader)
+        opened->mNumBytesOfSound > largestFile - opened->mSoundDataOffset)
         return false;
     mKeepsEncoding = true;
     mEncoding = opened->mEncoding;

@@ -28,6 +28,8 @@ public:
 
     void validateAndCorrectParameters() override;
     QStringList soundLosses() const override;
+    MetadataDictionary writtenTags() const override;
+    bool willWrite(const FileItem& item) const override;
 
     /// Rounds the sample size up to 8, 16, 24 or 32 bits.
     bool writeHeader(MaybeError* error) override;
@@ -43,15 +45,20 @@ private:
     MaybeError checkHeader() const;
     void readSampleFormat();
     void readSoundDataSize(int64_t numBytes);
-    void declareAnnotation();
+    void readAnnotation();
     void declareSound();
     QString name() const;
+    const NeXTSunFile* editedFile() const;
+    bool keepsAnnotation() const;
+    QByteArray annotationToWrite() const;
 
     /// As the header tells; 0 in a file that is written with integers.
     uint32_t mEncoding = 0;
     /// Bytes of sound in the opened file, or of that which is kept.
     int64_t mNumBytesOfSound = 0;
     bool mKeepsEncoding = false;
+    /// Between header and sound.
+    QByteArray mAnnotation;
 };
 
 } // namespace velloria

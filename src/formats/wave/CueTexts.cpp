@@ -1,7 +1,7 @@
 #include "formats/wave/CueTexts.h"
 
 #include "formats/chunks/RiffChunkList.h"
-#include "formats/wave/RiffText.h"
+#include "formats/streams/ByteText.h"
 #include "formats/wave/WaveChunkNames.h"
 
 #include <QtEndian>
@@ -61,14 +61,14 @@ void CueTexts::add(Entry entry)
 {
     if (entry.hasIdent) {
         mEntriesOf[entry.ident].push_back(mEntries.size());
-        mIsWindows1252 = mIsWindows1252 || !RiffText::isUtf8(textOf(entry));
+        mIsWindows1252 = mIsWindows1252 || !ByteText::isUtf8(textOf(entry));
     }
     mEntries.push_back(std::move(entry));
 }
 
 QByteArray CueTexts::textOf(const Entry& entry)
 {
-    return RiffText::bytesOfText(entry.stored.value().mid(textOffset(entry.stored.ident)));
+    return ByteText::bytesOfText(entry.stored.value().mid(textOffset(entry.stored.ident)));
 }
 
 std::vector<int64_t> CueTexts::listOffsets() const
@@ -98,7 +98,7 @@ const CueTexts::Entry* CueTexts::namingEntry(uint32_t ident) const
 QString CueTexts::nameOf(uint32_t ident) const
 {
     const Entry* const entry = namingEntry(ident);
-    return entry ? RiffText::stringOf(textOf(*entry)) : QString();
+    return entry ? ByteText::stringOf(textOf(*entry)) : QString();
 }
 
 std::vector<CueTexts::Region> CueTexts::regions() const
@@ -130,7 +130,7 @@ void CueTexts::setText(Entry& entry, const QString& name)
     const QByteArray before = entry.stored.value();
     const qsizetype start = textOffset(entry.stored.ident);
     const bool endsWithZero = before.size() <= start || before.endsWith('\0');
-    const QByteArray value = before.first(start) + RiffText::textOf(name, mIsWindows1252) +
+    const QByteArray value = before.first(start) + ByteText::textOf(name, mIsWindows1252) +
                              (endsWithZero ? QByteArray(1, '\0') : QByteArray());
     entry.stored.bytes = ListEntry::ofValue(entry.stored.ident, value).bytes;
 }
@@ -146,14 +146,14 @@ void CueTexts::setName(uint32_t ident, const QString& name)
         Entry& entry = mEntries[i];
         const bool isName =
             entry.stored.ident == nameIdent || (entry.stored.ident == regionIdent && !before.isEmpty());
-        if (!isName || RiffText::stringOf(textOf(entry)) != before)
+        if (!isName || ByteText::stringOf(textOf(entry)) != before)
             continue;
         setText(entry, name);
         hasName = true;
     }
     if (hasName)
         return;
-    const QByteArray value = number(ident) + RiffText::textOf(name, mIsWindows1252) + '\0';
+    const QByteArray value = number(ident) + ByteText::textOf(name, mIsWindows1252) + '\0';
     add({ListEntry::ofValue(nameIdent, value), -1, 0, ident, true});
 }
 

@@ -1,8 +1,8 @@
 #include "formats/wave/InfoList.h"
 
 #include "formats/chunks/RiffChunkList.h"
+#include "formats/streams/ByteText.h"
 #include "formats/wave/ListEntries.h"
-#include "formats/wave/RiffText.h"
 
 #include <QtEndian>
 #include <algorithm>
@@ -47,8 +47,8 @@ InfoList::InfoList(const QByteArray& payload)
         return;
     ListEntries list = ListEntries::ofPayload(payload, mostEntries);
     for (const ListEntry& entry : list.entries) {
-        const QByteArray text = RiffText::bytesOfText(entry.value());
-        mIsWindows1252 = mIsWindows1252 || !RiffText::isUtf8(text);
+        const QByteArray text = ByteText::bytesOfText(entry.value());
+        mIsWindows1252 = mIsWindows1252 || !ByteText::isUtf8(text);
         mEntries.push_back({entry.ident, entry.bytes, text});
     }
     mRest = std::move(list.rest);
@@ -66,7 +66,7 @@ MetadataDictionary InfoList::dictionary() const
     for (const Entry& entry : mEntries) {
         const QString key = keyOf(entry.ident);
         if (!key.isEmpty() && !entry.text.isEmpty() && !dictionary.contains(key))
-            dictionary.insert(key, RiffText::stringOf(entry.text));
+            dictionary.insert(key, ByteText::stringOf(entry.text));
     }
     return dictionary;
 }
@@ -99,7 +99,7 @@ InfoList::Entry InfoList::entryOf(FourCharCode ident, const QString& text, const
     Entry entry = {ident, {}, {}};
     if (text.isEmpty())
         return entry;
-    entry.text = RiffText::textOf(text, mIsWindows1252);
+    entry.text = ByteText::textOf(text, mIsWindows1252);
     const QByteArray value = before.mid(RiffChunk::headerLength);
     const bool endsWithZero =
         before.isEmpty() ||

@@ -10,7 +10,7 @@ namespace velloria
 {
 
 /// The texts of a WAVE file's "LIST" chunk of the type "INFO": entries (ListEntry) whose value is a text
-/// (RiffText).
+/// (ByteText).
 class InfoList
 {
 public:

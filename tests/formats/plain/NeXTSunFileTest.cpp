@@ -211,23 +211,49 @@ TEST_F(NeXTSunFileTest, OpensDamagedFilesAsFarAsTheyGo)
     }
 }
 
-TEST_F(NeXTSunFileTest, NamesTheAnnotationThatASaveWouldDrop)
+TEST_F(NeXTSunFileTest, KeepsTheAnnotationAndEditsItAsARemark)
 {
     const struct {
         QByteArray annotation;
+        QString remark;
+        /// Where another remark takes its place.
         QStringList notKept;
+        QByteArray edited;
     } cases[] = {
-        {bytes("\0\0\0\0"), {}},
-        {bytes("\0\0\0\0rubbish"), {"annotation of 11 bytes"}},
-        {bytes("\1\2\3\4"), {"annotation of 4 bytes"}},
-        {"  \n", {}},
-        {bytes("Grüße \n von mir\0rubbish"), {"annotation (“Grüße von mir”)"}},
+        {{}, {}, {}, bytes("Öl\0")},
+        {bytes("\0\0\0\0"), {}, {}, bytes("Öl\0")},
+        {bytes("\0\0\0\0rubbish"), {}, {"annotation of 11 bytes"}, bytes("Öl\0")},
+        {bytes("\1\2\3\4"), {}, {"annotation of 4 bytes"}, bytes("Öl\0")},
+        {"  \n", {}, {}, bytes("Öl\0")},
+        {bytes("Grüße \n von mir\0rubbish"), "Grüße \n von mir", {"annotation of 8 bytes"}, bytes("Öl\0")},
+        {bytes("Gr\xFC\xDF\0\0\0\0"), "Grüß", {}, bytes("\xD6l\0\0")},
     };
     for (const auto& c : cases) {
-        QByteArray file = sun({3, 44100, 2, 4, 24 + c.annotation.size()}, "");
-        file = file.left(24) + c.annotation + "abcd";
-        EXPECT_EQ(openSun(file)->chunksNotKept(), c.notKept);
-        EXPECT_EQ(openSun(file)->numberOfFrames(), 1);
+        const auto withAnnotation = [](const QByteArray& annotation) {
+            return sun({3, 44100, 2, 4, 24 + annotation.size()}, "").left(24) + annotation + "abcd";
+        };
+        const QByteArray file = withAnnotation(c.annotation);
+        const auto opened = openSun(file);
+        EXPECT_EQ(opened->numberOfFrames(), 1);
+        EXPECT_EQ(opened->metadata().comments(), c.remark);
+        EXPECT_EQ(opened->chunksNotKept(), QStringList());
+        const auto saved = [&](const QString& remark) {
+            NeXTSunFile writer(44100.0, 16, 2);
+            writer.setOpenedFile(opened);
+            AudioMetadata metadata;
+            metadata.setComments(remark);
+            writer.setMetadata(metadata);
+            writer.validateAndCorrectParameters();
+            EXPECT_EQ(writer.canSaveMetadata(), !remark.isEmpty());
+            EXPECT_EQ(writer.writtenTags(), metadata.dictionary());
+            EXPECT_EQ(opened->ledger().namesOf(ItemKind::part,
+                                               [&](const FileItem& item) { return !writer.willWrite(item); }),
+                      remark == c.remark ? QStringList() : c.notKept);
+            save(writer, "out.au", documentOf(opened));
+            return bytesOf("out.au");
+        };
+        EXPECT_EQ(saved(c.remark), file);
+        EXPECT_EQ(saved("Öl"), withAnnotation(c.edited));
     }
     EXPECT_EQ(openSun(sun({3, 44100, 2, 4}, "abcdefgh"))->chunksNotKept(),
               QStringList("4 bytes behind the sound"));

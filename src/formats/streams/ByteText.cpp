@@ -1,11 +1,11 @@
-#include "formats/wave/RiffText.h"
+#include "formats/streams/ByteText.h"
 
 #include "formats/streams/Windows1252.h"
 
 #include <QStringDecoder>
 #include <optional>
 
-namespace velloria::RiffText
+namespace velloria::ByteText
 {
 
 namespace
@@ -45,4 +45,4 @@ QByteArray textOf(const QString& string, bool isAmongWindows1252)
     return windows1252 && stringOf(*windows1252) == string ? *windows1252 : string.toUtf8();
 }
 
-} // namespace velloria::RiffText
+} // namespace velloria::ByteText
