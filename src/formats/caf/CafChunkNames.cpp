@@ -34,7 +34,7 @@ constexpr auto chunkNames = std::to_array<ChunkName>({
 
 } // namespace
 
-void declareCafChunk(const CafChunk& chunk, const FileHandle& handle, FileLedger& ledger)
+void declareCafChunk(const CafChunk& chunk, const FileHandle& handle, Keeping keeping, FileLedger& ledger)
 {
     const bool isFiller =
         std::find(fillerChunks.begin(), fillerChunks.end(), chunk.type) != fillerChunks.end();
@@ -43,7 +43,7 @@ void declareCafChunk(const CafChunk& chunk, const FileHandle& handle, FileLedger
     if (isFiller || isPlainLayout || chunk.size == 0)
         ledger.addStructure(chunk.payload());
     else
-        ledger.addNotKept(ItemKind::part, nameOfChunk(chunk.type, chunkNames), chunk.payload());
+        ledger.add({ItemKind::part, keeping, nameOfChunk(chunk.type, chunkNames), chunk.payload()});
 }
 
 } // namespace velloria

@@ -15,6 +15,10 @@ namespace CafInfo
 
 /// Keys with texts and numbers; nothing when there are none.
 QByteArray payloadOfDictionary(const MetadataDictionary& dictionary);
+/// A payload that was read, with the values that are others `now` than they were `before`: all of their keys,
+/// in their places, new ones behind. Everything else stays, the count's byte order included.
+QByteArray editedPayload(const QByteArray& payload, const MetadataDictionary& before,
+                         const MetadataDictionary& now);
 /// As far as the count or the payload goes, whichever ends first. A big-endian count is known too.
 /// `keysTwice` gets the keys whose first value another one replaced.
 MetadataDictionary dictionaryOfPayload(const QByteArray& payload, QStringList* keysTwice = nullptr);

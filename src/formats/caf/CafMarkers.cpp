@@ -16,8 +16,6 @@ namespace velloria::CafMarkers
 namespace
 {
 
-constexpr qsizetype markersHeader = 8;
-constexpr qsizetype markerLength = 28;
 constexpr qsizetype stringsHeader = 4;
 constexpr qsizetype stringLength = 12;
 constexpr double twoTo63 = 9223372036854775808.0;
@@ -32,9 +30,9 @@ double storedPosition(int64_t position)
 /// other way round is next to 0, as is a standard float of a frame number read this way.
 int64_t positionOfBytes(const char* bytes, bool* isAltered)
 {
-    double own;
-    std::memcpy(&own, bytes, sizeof own);
-    if (own >= 1.0 && own < twoTo64) {
+    if (isOwnPosition(bytes)) {
+        double own;
+        std::memcpy(&own, bytes, sizeof own);
         const uint64_t position = __builtin_bswap64(static_cast<uint64_t>(own));
         return static_cast<int64_t>(std::min<uint64_t>(position, std::numeric_limits<int64_t>::max()));
     }
@@ -91,13 +89,62 @@ bool tellsMore(const char* entry)
     return qFromBigEndian<quint32>(entry) != 0 || hasTime || qFromBigEndian<quint32>(entry + 24) != 0;
 }
 
-/// A zero would end the name early.
-QByteArray textOf(const AudioMarker& marker)
+} // namespace
+
+bool isOwnPosition(const char* bytes)
 {
-    return marker.name().toUtf8().replace('\0', "");
+    double own;
+    std::memcpy(&own, bytes, sizeof own);
+    return own >= 1.0 && own < twoTo64;
 }
 
-} // namespace
+void storePosition(int64_t position, bool isOwn, char* bytes)
+{
+    const double own = storedPosition(position);
+    const auto standard = static_cast<double>(std::max<int64_t>(0, position));
+    if (isOwn)
+        std::memcpy(bytes, &own, sizeof own);
+    else
+        qToBigEndian<quint64>(std::bit_cast<quint64>(standard), bytes);
+}
+
+QByteArray storedName(const QString& name)
+{
+    return name.toUtf8().replace('\0', "");
+}
+
+std::vector<Name> namesOfPayload(const QByteArray& stringsPayload)
+{
+    std::vector<Name> names;
+    bool isComplete = true;
+    const qsizetype count = numEntries(stringsPayload, 0, stringsHeader, stringLength, &isComplete);
+    const QByteArray text = stringsPayload.mid(stringsHeader + count * stringLength);
+    for (qsizetype i = 0; i < count; ++i) {
+        const char* const entry = stringsPayload.constData() + stringsHeader + i * stringLength;
+        const auto start = qFromBigEndian<qint64>(entry + 4);
+        const bool isInside = start >= 0 && start < text.size();
+        const qsizetype end = isInside ? text.indexOf('\0', start) : -1;
+        names.push_back({qFromBigEndian<quint32>(entry),
+                         isInside ? text.mid(start, end < 0 ? -1 : end - start) : QByteArray()});
+    }
+    return names;
+}
+
+QByteArray stringsPayloadOf(const std::vector<Name>& names)
+{
+    if (names.empty())
+        return {};
+    BigEndianOutputStream stream;
+    stream.writeUInt32(static_cast<uint32_t>(names.size()));
+    QByteArray text;
+    for (const Name& name : names) {
+        stream.writeUInt32(name.ident);
+        stream.writeSInt64(text.size());
+        text += name.text + '\0';
+    }
+    stream.appendData(text);
+    return stream.data();
+}
 
 QByteArray markerPayload(const std::vector<AudioMarkerPtr>& markers)
 {
@@ -118,17 +165,11 @@ QByteArray markerPayload(const std::vector<AudioMarkerPtr>& markers)
 
 QByteArray stringsPayload(const std::vector<AudioMarkerPtr>& markers)
 {
-    BigEndianOutputStream stream;
-    stream.writeUInt32(static_cast<uint32_t>(markers.size()));
-    QByteArray text;
-    uint32_t ident = 0;
-    for (const AudioMarkerPtr& marker : markers) {
-        stream.writeUInt32(++ident);
-        stream.writeSInt64(text.size());
-        text += textOf(*marker) + '\0';
-    }
-    stream.appendData(text);
-    return stream.data();
+    std::vector<Name> names;
+    names.reserve(markers.size());
+    for (const AudioMarkerPtr& marker : markers)
+        names.push_back({static_cast<uint32_t>(names.size() + 1), storedName(marker->name())});
+    return stringsPayloadOf(names);
 }
 
 Result markersOfPayloads(const QByteArray& markerPayload, const QByteArray& stringsPayload)

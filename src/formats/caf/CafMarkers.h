@@ -3,6 +3,7 @@
 #include "document/clips/AudioMarker.h"
 
 #include <QByteArray>
+#include <vector>
 
 namespace velloria
 {
@@ -12,6 +13,24 @@ namespace velloria
 /// its bytes reversed, its value as a float of the machine's byte order. Both are read: they do not overlap.
 namespace CafMarkers
 {
+
+constexpr qsizetype markersHeader = 8;
+constexpr qsizetype markerLength = 28;
+
+/// A position as a file has it: 8 bytes of our own kind, or of the format's.
+bool isOwnPosition(const char* bytes);
+void storePosition(int64_t position, bool isOwn, char* bytes);
+
+/// A name in UTF-8; a zero would end it early.
+QByteArray storedName(const QString& name);
+struct Name {
+    uint32_t ident = 0;
+    QByteArray text;
+};
+/// As far as the payload goes.
+std::vector<Name> namesOfPayload(const QByteArray& stringsPayload);
+/// Empty for no name.
+QByteArray stringsPayloadOf(const std::vector<Name>& names);
 
 /// The payload of "mark": SMPTE type and count (32 bits each), then 28 bytes a marker.
 QByteArray markerPayload(const std::vector<AudioMarkerPtr>& markers);

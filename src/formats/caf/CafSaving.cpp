@@ -1,5 +1,3 @@
-#include "formats/caf/CafInfo.h"
-#include "formats/caf/CafMarkers.h"
 #include "formats/caf/VLAFCoreAudioFile.h"
 #include "formats/saving/PacketSaver.h"
 #include "formats/saving/SampleBytesSink.h"
@@ -50,13 +48,6 @@ const Encoding* encodingOf(FourCharCode format)
     return found == encodings.end() ? nullptr : found;
 }
 
-QByteArray chunkOf(FourCharCode type, const QByteArray& payload)
-{
-    BigEndianOutputStream stream;
-    stream.writeCafChunk(type, payload);
-    return stream.data();
-}
-
 template <typename Word> void storeBigEndian(std::span<const float> samples, std::vector<std::byte>& out)
 {
     using Real = std::conditional_t<sizeof(Word) == 4, float, double>;
@@ -85,14 +76,6 @@ FileOptions VLAFCoreAudioFile::fileOptions() const
             options.selectedTag = static_cast<int>(selected);
     }
     return options;
-}
-
-MetadataDictionary VLAFCoreAudioFile::writtenTags() const
-{
-    AudioMetadata found;
-    found.setValuesWithDictionary(
-        CafInfo::dictionaryOfPayload(CafInfo::payloadOfDictionary(mMetadata.dictionary())));
-    return found.dictionary();
 }
 
 double VLAFCoreAudioFile::estimatedFileSizeWithTag(int tag) const
@@ -196,6 +179,11 @@ int64_t VLAFCoreAudioFile::soundDataLength() const
 /// no sizes.
 QByteArray VLAFCoreAudioFile::packetTablePayload() const
 {
+    const VLAFCoreAudioFile* const edited = editedFile();
+    const CafChunk* const table =
+        keptSound() && edited ? edited->mChunks.find(CafChunkType::packetTable) : nullptr;
+    if (table)
+        return edited->readRawDataAtOffset(table->payloadOffset(), table->size);
     BigEndianOutputStream stream;
     stream.writeSInt64(numPackets());
     stream.writeSInt64(mNumberOfFrames);
@@ -203,18 +191,6 @@ QByteArray VLAFCoreAudioFile::packetTablePayload() const
     stream.writeSInt32(
         static_cast<int32_t>(numPackets() * formatToWrite().framesPerPacket - mNumberOfFrames));
     return stream.data();
-}
-
-QByteArray VLAFCoreAudioFile::chunksBeforeSound() const
-{
-    QByteArray chunks = chunkOf(CafChunkType::description, formatToWrite().payload());
-    if (mMarkers && !mMarkers->empty()) {
-        chunks += chunkOf(CafChunkType::marker, CafMarkers::markerPayload(*mMarkers));
-        chunks += chunkOf(CafChunkType::strings, CafMarkers::stringsPayload(*mMarkers));
-    }
-    if (formatToWrite().framesPerPacket > 1)
-        chunks += chunkOf(CafChunkType::packetTable, packetTablePayload());
-    return chunks;
 }
 
 bool VLAFCoreAudioFile::writeHeader(MaybeError* error)
@@ -226,16 +202,23 @@ bool VLAFCoreAudioFile::writeHeader(MaybeError* error)
             *error = Error{Error::Code::fileTooLarge, QStringLiteral("The sound is too long for any file.")};
         return false;
     }
-    BigEndianOutputStream stream;
-    stream.writeUInt32(fourCharCode("caff"));
-    stream.writeUInt16(CafChunkList::fileVersion);
-    stream.writeUInt16(0);
-    stream.appendData(chunksBeforeSound());
-    stream.writeUInt32(CafChunkType::data);
-    stream.writeSInt64(CafChunkList::editCountLength + soundDataLength());
-    stream.writeUInt32(0);
-    mSoundDataOffset = stream.data().size();
-    const MaybeError failure = writeRawData(stream.data(), 0);
+    const ChunkPlan plan = chunkPlan();
+    mPeakOffset = 0;
+    BigEndianOutputStream start;
+    start.writeUInt32(fourCharCode("caff"));
+    start.writeUInt16(CafChunkList::fileVersion);
+    start.writeUInt16(0);
+    BigEndianOutputStream data;
+    data.writeUInt32(CafChunkType::data);
+    data.writeSInt64(CafChunkList::editCountLength + soundDataLength());
+    data.writeUInt32(editCount());
+    int64_t offset = start.data().size();
+    MaybeError failure = writeRawData(start.data(), 0);
+    if (!failure)
+        failure = writeChunks(plan.inFront, &offset);
+    if (!failure)
+        failure = writeRawData(data.data(), offset);
+    mSoundDataOffset = offset + data.data().size();
     if (failure && error)
         *error = failure;
     return !failure;
@@ -243,10 +226,10 @@ bool VLAFCoreAudioFile::writeHeader(MaybeError* error)
 
 MaybeError VLAFCoreAudioFile::writeFooter()
 {
-    const QByteArray info = CafInfo::payloadOfDictionary(mMetadata.dictionary());
-    if (info.isEmpty())
-        return std::nullopt;
-    return writeRawData(chunkOf(CafChunkType::info, info), mSoundDataOffset + soundDataLength());
+    int64_t offset = mSoundDataOffset + soundDataLength();
+    if (auto error = writeChunks(chunkPlan().behind, &offset))
+        return error;
+    return writePeaks();
 }
 
 MaybeError VLAFCoreAudioFile::writeRange(const FrameSource& document, const SaveRange& range,

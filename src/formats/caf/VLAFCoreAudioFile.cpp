@@ -178,6 +178,7 @@ void VLAFCoreAudioFile::take(const CafChunk& chunk)
 {
     mLedger.addInModel(chunk.payload());
     mOffsetsDeclared.push_back(chunk.offset);
+    mModelOffsets.push_back(chunk.offset);
 }
 
 /// Of the first chunk of the type, which is taken; empty when it is missing or larger than any description.
@@ -193,42 +194,64 @@ QByteArray VLAFCoreAudioFile::payloadOf(FourCharCode type)
 void VLAFCoreAudioFile::readMarkerChunk()
 {
     const CafChunk* const chunk = mChunks.find(CafChunkType::marker);
+    const CafChunk* const strings = mChunks.find(CafChunkType::strings);
+    if (!chunk && strings && canCarryOver(*strings)) {
+        // Names of other things, beside which those of new markers will stand.
+        mMarkList = CafMarkList({}, readRawDataAtOffset(strings->payloadOffset(), strings->size));
+        mModelOffsets.push_back(strings->offset);
+        mHasMarkers = true;
+    }
     if (!chunk)
         return;
     const QByteArray positions = payloadOf(CafChunkType::marker);
-    CafMarkers::Result result = CafMarkers::markersOfPayloads(positions, payloadOf(CafChunkType::strings));
+    const QByteArray names = payloadOf(CafChunkType::strings);
+    mMarkList = CafMarkList(positions, names);
+    mHasMarkers = !positions.isEmpty();
+    CafMarkers::Result result = CafMarkers::markersOfPayloads(positions, names);
     if (!result.isComplete || !chunk->isComplete) {
         logException(QStringLiteral("the chunks end before the last marker"));
         mWarnings.append(FileDamage::markersUnreadable(name()));
         mLedger.addNotKept(ItemKind::part, QStringLiteral("damaged markers (mark)"));
     }
+    declareMarkers(result);
+    mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
+}
+
+/// What stays where the chunks are edited.
+void VLAFCoreAudioFile::declareMarkers(const CafMarkers::Result& result)
+{
+    const auto add = [this](ItemKind kind, const QString& name) {
+        mLedger.add({kind, Keeping::asBytes, name, {}});
+    };
     if (result.tellsMore)
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("kinds, times and channels of markers (mark)"));
+        add(ItemKind::part, QStringLiteral("kinds, times and channels of markers (mark)"));
     if (result.hasOtherPositions)
-        mLedger.addNotKept(
-            ItemKind::value,
+        add(ItemKind::value,
             QStringLiteral("positions of markers between two frames or before the first move"));
     if (result.hasOtherNumbers)
-        mLedger.addNotKept(ItemKind::value, QStringLiteral("markers are numbered anew"));
+        add(ItemKind::value, QStringLiteral("markers are numbered anew"));
     if (result.numOtherNames > 0)
-        mLedger.addNotKept(ItemKind::part, QStringLiteral("names of other things than markers (strg)"));
-    mMarkers = std::make_shared<const std::vector<AudioMarkerPtr>>(std::move(result.markers));
+        add(ItemKind::part, QStringLiteral("names of other things than markers (strg)"));
 }
 
 void VLAFCoreAudioFile::readMetadata()
 {
     QStringList keysTwice;
-    const MetadataDictionary dictionary =
-        CafInfo::dictionaryOfPayload(payloadOf(CafChunkType::info), &keysTwice);
+    mInfo = payloadOf(CafChunkType::info);
+    const MetadataDictionary dictionary = CafInfo::dictionaryOfPayload(mInfo, &keysTwice);
     mMetadata.setValuesWithDictionary(dictionary);
-    ValueChanges::declare(dictionary, mMetadata, mLedger);
+    // Where the chunk is edited, all of these stay until somebody changes them.
+    FileLedger altered;
+    ValueChanges::declare(dictionary, mMetadata, altered);
+    for (const FileItem& item : altered.items())
+        mLedger.add({item.kind, Keeping::asBytes, item.name, {}});
     const QStringList& known = AudioMetadata::dictionaryKeys();
     for (const QString& key : dictionary.keys()) {
         if (!known.contains(key))
-            mLedger.addNotKept(ItemKind::tag, key);
+            mLedger.add({ItemKind::tag, Keeping::asBytes, key, {}});
     }
     for (const QString& key : keysTwice)
-        mLedger.addNotKept(ItemKind::tag, QStringLiteral("another %1").arg(key));
+        mLedger.add({ItemKind::tag, Keeping::asBytes, QStringLiteral("another %1").arg(key), {}});
 }
 
 void VLAFCoreAudioFile::declareChunks()
@@ -239,7 +262,8 @@ void VLAFCoreAudioFile::declareChunks()
         const bool isDeclared = std::find(mOffsetsDeclared.begin(), mOffsetsDeclared.end(), chunk.offset) !=
                                 mOffsetsDeclared.end();
         if (!isDeclared)
-            declareCafChunk(chunk, *fileHandle(), mLedger);
+            declareCafChunk(chunk, *fileHandle(), canCarryOver(chunk) ? Keeping::asBytes : Keeping::notKept,
+                            mLedger);
         end = chunk.end();
     }
     declareUnused(mLedger, *fileHandle(), {end, lengthOfFile() - end},

@@ -2,6 +2,7 @@
 
 #include "formats/caf/CafChunkList.h"
 #include "formats/caf/CafFormat.h"
+#include "formats/caf/CafMarkList.h"
 #include "formats/file/AudioFile.h"
 
 namespace velloria
@@ -9,8 +10,9 @@ namespace velloria
 
 /// CAF files. Every file is decoded when it is opened, plain PCM too. Written are integers and floats of
 /// several widths, big-endian, and IMA 4:1; of any length. Sound that is kept stays in any encoding whose
-/// packets are of one size. Markers live in the "mark" and "strg" chunks, tags in the "info" chunk; see
-/// CafMarkers and CafInfo for their byte orders.
+/// packets are of one size. Of a file that was opened all chunks stay where they are, unchanged but for what
+/// was edited and what no longer fits the sound. Markers live in the "mark" and "strg" chunks, tags in the
+/// "info" chunk; see CafMarkers and CafInfo for their byte orders.
 class VLAFCoreAudioFile : public AudioFile
 {
 public:
@@ -30,6 +32,8 @@ public:
     // Save options: the tags are the encodings' codes.
     FileOptions fileOptions() const override;
     MetadataDictionary writtenTags() const override;
+    bool willWrite(const FileItem& item) const override;
+    void takeOverLedger() override;
     double estimatedFileSizeWithTag(int tag) const override;
     void configureWithPopUpTag(int tag) override;
     /// An encoding that cannot be written becomes 32-bit floats.
@@ -61,6 +65,7 @@ private:
     void readMarkerChunk();
     void readMetadata();
     void declareChunks();
+    void declareMarkers(const CafMarkers::Result& result);
     QByteArray payloadOf(FourCharCode type);
     void take(const CafChunk& chunk);
     QString name() const;
@@ -71,12 +76,46 @@ private:
     int64_t numPackets() const;
     int64_t soundDataLength() const;
     QByteArray packetTablePayload() const;
-    QByteArray chunksBeforeSound() const;
+
+    struct ModelChunk {
+        FourCharCode type = 0;
+        QByteArray payload;
+    };
+    /// With its header: bytes, or a stretch of the opened file.
+    struct ChunkToWrite {
+        QByteArray bytes;
+        ByteRange source;
+    };
+    struct ChunkPlan {
+        std::vector<ChunkToWrite> inFront;
+        std::vector<ChunkToWrite> behind;
+    };
+    const VLAFCoreAudioFile* editedFile() const;
+    const std::vector<AudioMarkerPtr>& markersNow() const;
+    static bool canCarryOver(const CafChunk& chunk);
+    bool carriesOver(const VLAFCoreAudioFile& edited, const CafChunk& chunk) const;
+    bool isModelChunk(const CafChunk& chunk) const;
+    QByteArray infoToWrite() const;
+    CafMarkList::Payloads markersToWrite() const;
+    uint32_t editCount() const;
+    std::vector<ModelChunk> modelChunks() const;
+    ChunkPlan chunkPlan() const;
+    static int64_t lengthOf(const std::vector<ChunkToWrite>& chunks);
+    MaybeError writeChunks(const std::vector<ChunkToWrite>& chunks, int64_t* offset);
+    MaybeError writePeaks();
     MaybeError writePackets(const FrameSource& document, const SaveRange& range, Progress& progress);
 
     CafFormat mFormat;
     CafChunkList mChunks;
     std::vector<int64_t> mOffsetsDeclared;
+    // Of a file that was opened, or saved.
+    /// Of the chunks that the model was read from.
+    std::vector<int64_t> mModelOffsets;
+    QByteArray mInfo;
+    bool mHasMarkers = false;
+    CafMarkList mMarkList;
+    /// While writing: of the payload with the peaks; 0 for none.
+    int64_t mPeakOffset = 0;
     int64_t mNumBytesOfSound = 0;
     /// Of the file whose packets this one has.
     std::optional<CafFormat> mKeptFormat;

@@ -1,6 +1,7 @@
 #include "formats/caf/VLAFCoreAudioFile.h"
 
 #include "formats/aiff/AiffFile.h"
+#include "formats/kit/LedgerKit.h"
 #include "formats/kit/SavingTestKit.h"
 #include "formats/streams/BigEndianOutputStream.h"
 
@@ -247,12 +248,12 @@ TEST_F(VLAFCoreAudioFileTest, ReadsMarkersAndTagsOfOtherPrograms)
     EXPECT_EQ(markersOf(*file),
               (std::vector<std::pair<int64_t, QString>>{{1000, "verse"}, {0, "Marker"}, {0, "Marker"}}));
     EXPECT_EQ(file->metadata().title(), "Song");
-    EXPECT_EQ(file->tagsNotKept(), QStringList("mood"));
-    EXPECT_EQ(file->chunksNotKept(), QStringList("data of another program (uuid)"));
+    EXPECT_EQ(itemsOutside(*file, ItemKind::tag), QStringList("mood"));
+    EXPECT_EQ(chunksOutside(*file), QStringList("data of another program (uuid)"));
     const auto alteredIn = [&](const QByteArray& marks) {
         const QByteArray all = none + bigEndian32(static_cast<quint32>(marks.size() / 28)) + marks;
         const auto opened = openCaf(caf(description() + chunkBytes("mark", all) + dataChunk("abcd")));
-        return opened ? opened->ledger().namesNotKept(ItemKind::value) : QStringList("not opened");
+        return opened ? itemsOutside(*opened, ItemKind::value) : QStringList("not opened");
     };
     const QString moved = "positions of markers between two frames or before the first move";
     EXPECT_EQ(alteredIn(entry(0.0, 1) + entry(1000.0, 2)), QStringList());
@@ -303,8 +304,8 @@ TEST_F(VLAFCoreAudioFileTest, NamesWhatASaveWouldDrop)
     for (const auto& c : cases) {
         const auto file = openCaf(caf(description() + dataChunk("abcd") + c.chunks));
         ASSERT_TRUE(file);
-        EXPECT_EQ(file->chunksNotKept(), c.parts);
-        EXPECT_EQ(file->tagsNotKept(), c.tags);
+        EXPECT_EQ(chunksOutside(*file), c.parts);
+        EXPECT_EQ(itemsOutside(*file, ItemKind::tag), c.tags);
     }
     EXPECT_EQ(openCaf(caf(description() + dataChunk("abcde")))->chunksNotKept(),
               QStringList("1 bytes behind the last frame"));
