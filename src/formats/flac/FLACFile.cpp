@@ -377,7 +377,7 @@ MaybeError FLACFile::writeSeams(const PacketPlan& plan, const FrameSource& docum
                                 const FlacFormat& format, Progress& progress)
 {
     FlacSeamWriter writer(plan, *piecesSource()->fileHandle(), fileHandle(), format);
-    const MaybeError error = writer.write(document, range, *mBlocks, progress);
+    MaybeError error = writer.write(document, range, *mBlocks, progress);
     mBlocks = writer.blocks();
     return error;
 }
