@@ -33,8 +33,9 @@ TEST_F(CompandedSeamsTest, BytesThatNoEditTouchedAreCopied)
             ASSERT_EQ(saved.size(), 2 * sound.length());
             for (int64_t frame = 0; frame < sound.length(); ++frame) {
                 const int64_t origin = sound.origins()[static_cast<size_t>(frame)];
-                if (origin >= 0)
+                if (origin >= 0) {
                     ASSERT_EQ(saved.sliced(2 * frame, 2), bytes.sliced(2 * origin, 2)) << frame;
+                }
             }
         }
     }

@@ -5,6 +5,7 @@
 #include "formats/file/SampleWidth.h"
 #include "formats/saving/PacketSaver.h"
 #include "formats/saving/SampleBytesSink.h"
+#include "platform/MissedReads.h"
 #include "platform/codec/AudioFormats.h"
 
 #include <algorithm>
@@ -276,7 +277,28 @@ MaybeError AifcFile::writePackets(const FrameSource& document, const SaveRange& 
     SampleBytesSink sink(*this);
     MaybeError error = saver.run(sink, progress);
     mSoundDataLength = sink.numBytesWritten();
-    return error;
+    return error || !piecesSource() ? error : writeKeptPieces();
+}
+
+/// Of sound whose samples are bytes: over what was encoded of them. Nearly all are the same, but mu-law has
+/// two codes for silence.
+MaybeError AifcFile::writeKeptPieces()
+{
+    const FileHandle& source = *piecesSource()->fileHandle();
+    for (const SoundPiece& piece : keptPieces()) {
+        MaybeError error;
+        const int64_t numBytes = piece.numFrames * mNumberOfChannels;
+        const int64_t numCopied = fileHandle()->copyFrom(
+            source, piecesSource()->soundDataOffset() + piece.sourceFrame * mNumberOfChannels,
+            soundDataOffset() + piece.frame * mNumberOfChannels, numBytes, &error);
+        if (error)
+            return error;
+        if (numCopied == numBytes)
+            continue;
+        source.noteMissedRead();
+        return missedReadsError(source);
+    }
+    return std::nullopt;
 }
 
 /// The header counts packets or frames, whichever the program chose; it says the same of the same packets. A
@@ -290,6 +312,23 @@ bool AifcFile::takeSound(const AudioFile& source)
     mNumPackets = opened->mNumPackets;
     mSoundDataLength = opened->mSoundDataLength;
     return true;
+}
+
+/// A-law and mu-law: each byte is a sample of its own.
+bool AifcFile::takePieces(const AudioFile& source, const SoundPieces& pieces)
+{
+    const auto* const opened = dynamic_cast<const AifcFile*>(&source);
+    const bool isBytes = mDataFormat == DataFormat::kALaw || mDataFormat == DataFormat::kMuLaw;
+    return isBytes && opened && !opened->mLayout && opened->warnings().isEmpty() &&
+           opened->mDataFormat == mDataFormat && opened->numberOfChannels() == mNumberOfChannels &&
+           std::ranges::all_of(pieces, [&](const SoundPiece& piece) {
+               return piece.sourceEnd() <= opened->mSoundDataLength / mNumberOfChannels;
+           });
+}
+
+SeamReport AifcFile::seams() const
+{
+    return {mNumberOfFrames - numFramesOf(keptPieces()), 0};
 }
 
 ByteRange AifcFile::keptBytes() const

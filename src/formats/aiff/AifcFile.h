@@ -34,6 +34,7 @@ public:
     uint32_t maximumNumberOfChannels() const override;
     QStringList soundLosses() const override;
     bool encodesWithLoss() const override { return true; }
+    SeamReport seams() const override;
 
     /// Bytes of compressed sound.
     int64_t soundDataLength() const override { return mSoundDataLength; }
@@ -51,6 +52,7 @@ protected:
     AiffFormat formatToWrite() const override;
     MaybeError writeRange(const FrameSource& document, const SaveRange& range, Progress& progress) override;
     bool takeSound(const AudioFile& source) override;
+    bool takePieces(const AudioFile& source, const SoundPieces& pieces) override;
     ByteRange keptBytes() const override;
 
 private:
@@ -62,6 +64,7 @@ private:
 
     void predictPackets(const SaveRange& range);
     MaybeError writePackets(const FrameSource& document, const SaveRange& range, Progress& progress);
+    MaybeError writeKeptPieces();
 
     int64_t mNumPackets = 0;
     int64_t mSoundDataLength = 0;
