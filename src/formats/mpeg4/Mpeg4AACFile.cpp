@@ -1,6 +1,7 @@
 #include "formats/mpeg4/Mpeg4AACFile.h"
 
 #include "formats/mpeg/AacBitRates.h"
+#include "formats/mpeg4/AacCrop.h"
 
 namespace velloria
 {
@@ -34,6 +35,30 @@ void Mpeg4AACFile::validateAndCorrectParameters()
 bool Mpeg4AACFile::isConfiguredLike(const Mpeg4File& opened) const
 {
     return AacBitRates::closest(opened.bitRate(), opened.sampleRate(), opened.numberOfChannels()) == mBitRate;
+}
+
+bool Mpeg4AACFile::takePieces(const AudioFile& source, const SoundPieces& pieces)
+{
+    const auto* const opened = dynamic_cast<const Mpeg4AACFile*>(&source);
+    // Sound of the old length goes into a copy of the file, whose times are made for what is encoded.
+    if (!opened || pieces.size() != 1 || pieces.front().frame != 0 ||
+        pieces.front().numFrames != mNumberOfFrames || mNumberOfFrames == opened->numberOfFrames() ||
+        opened->sampleRate() != mSampleRate || opened->numberOfChannels() != mNumberOfChannels ||
+        !isConfiguredLike(*opened))
+        return false;
+    return AacCrop::plan(opened->fileHandle(), opened->openedSound().primingFrames,
+                         opened->openedSound().framesInPackets, pieces.front(), fileDataFormat()) != nullptr;
+}
+
+std::unique_ptr<Mpeg4Seams> Mpeg4AACFile::planSeams(int64_t numFrames) const
+{
+    const auto* const opened = dynamic_cast<const Mpeg4AACFile*>(piecesSource().get());
+    if (!opened)
+        return nullptr;
+    SoundPiece piece = keptPieces().front();
+    piece.numFrames = numFrames;
+    return AacCrop::plan(opened->fileHandle(), opened->openedSound().primingFrames,
+                         opened->openedSound().framesInPackets, piece, fileDataFormat());
 }
 
 } // namespace velloria

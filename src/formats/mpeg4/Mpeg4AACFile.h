@@ -22,11 +22,14 @@ public:
     bool encodesWithLoss() const override { return true; }
     QStringList soundLosses() const override
     {
-        return keptSound() ? QStringList() : surroundLosses(mNumberOfChannels, true);
+        return keptSound() || piecesSource() ? QStringList() : surroundLosses(mNumberOfChannels, true);
     }
 
 protected:
     bool isConfiguredLike(const Mpeg4File& opened) const override;
+    /// A single run of the sound is kept; where runs meet, or other sound, everything is encoded.
+    bool takePieces(const AudioFile& source, const SoundPieces& pieces) override;
+    std::unique_ptr<Mpeg4Seams> planSeams(int64_t numFrames) const override;
 };
 
 } // namespace velloria
