@@ -45,6 +45,7 @@ QByteArray payload(const FileHandle& handle, const LinearPcmRun& run, uint32_t n
     std::vector<std::vector<float>> blocks(numChannels,
                                            std::vector<float>(static_cast<size_t>(framesPerBlock)));
     std::vector<float*> channels;
+    channels.reserve(blocks.size());
     for (std::vector<float>& block : blocks)
         channels.push_back(block.data());
     const int64_t bytesPerFrame = std::max<int64_t>(1, int64_t{run.layout.bytesPerSample} * numChannels);

@@ -138,6 +138,25 @@ QByteArray WaveFile::factChunk(const QByteArray& payload) const
     return chunkWithPayload(fourCharCode("fact"), fact);
 }
 
+/// A chunk of the edited file that the model does not make as a whole, `isFirst` of its kind: edited, copied,
+/// or nothing.
+std::optional<WaveFile::ChunkToWrite> WaveFile::otherChunk(const WaveFile& edited, const RiffChunk& chunk,
+                                                           bool isFirst) const
+{
+    const auto madeOf = [&chunk](const QByteArray& payload) {
+        return payload.isEmpty() ? std::nullopt
+                                 : std::optional(ChunkToWrite{chunkWithPayload(chunk.ident, payload)});
+    };
+    if (isFirst && edited.kindOf(chunk) == fourCharCode("INFO") && !edited.mInfo.isEmpty())
+        return madeOf(infoToWrite().payload());
+    const auto cues = cueEdit().payloads.find(chunk.payloadOffset());
+    if (cues != cueEdit().payloads.end())
+        return madeOf(cues->second);
+    if (!carriesOver(edited, chunk))
+        return std::nullopt;
+    return ChunkToWrite{{}, {chunk.offset, chunk.end() - chunk.offset}};
+}
+
 WaveFile::ChunkPlan WaveFile::chunkPlan() const
 {
     ChunkPlan plan;
@@ -181,14 +200,8 @@ WaveFile::ChunkPlan WaveFile::chunkPlan() const
             place->push_back({fact, {}});
         } else if (std::ranges::find(edited->mModelOffsets, chunk.offset) != edited->mModelOffsets.end()) {
             place->push_back({take(ident), {}});
-        } else if (isFirst && kind == fourCharCode("INFO") && !edited->mInfo.isEmpty()) {
-            place->push_back({chunkWithPayload(listIdent, infoToWrite().payload()), {}});
-        } else if (const auto cues = cueEdit().payloads.find(chunk.payloadOffset());
-                   cues != cueEdit().payloads.end()) {
-            if (!cues->second.isEmpty())
-                place->push_back({chunkWithPayload(chunk.ident, cues->second), {}});
-        } else if (carriesOver(*edited, chunk)) {
-            place->push_back({{}, {chunk.offset, chunk.end() - chunk.offset}});
+        } else if (const auto other = otherChunk(*edited, chunk, isFirst)) {
+            place->push_back(*other);
         }
     }
     addNewChunks(made, plan);

@@ -94,6 +94,8 @@ private:
     InfoList infoToWrite() const;
     bool infoHoldsAllTags() const;
     QByteArray factChunk(const QByteArray& payload) const;
+    std::optional<ChunkToWrite> otherChunk(const WaveFile& edited, const RiffChunk& chunk,
+                                           bool isFirst) const;
     ChunkPlan chunkPlan() const;
     void addNewChunks(const std::vector<QByteArray>& made, ChunkPlan& plan) const;
     WaveFormat formatToWrite() const;

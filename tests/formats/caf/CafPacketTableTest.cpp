@@ -1,6 +1,6 @@
 #include "formats/caf/VLAFCoreAudioFile.h"
-#include "formats/kit/LedgerKit.h"
 #include "formats/kit/CompressedFileKit.h"
+#include "formats/kit/LedgerKit.h"
 
 #include <QtEndian>
 
