@@ -33,7 +33,8 @@ void SequentialReader::read(size_t track, int64_t offset, std::span<float> out)
             mHasBegun = false;
             mPosition = 0;
             for (Pieces& pieces : mWaiting)
-                pieces.clear();
+                while (!pieces.empty())
+                    drop(pieces, pieces.begin());
             done = 0;
         } else if (!step(lock)) {
             break;
@@ -48,8 +49,14 @@ bool SequentialReader::step(std::unique_lock<std::mutex>& lock)
     if (!std::exchange(mHasBegun, true))
         begin();
     mIsComputing = true;
-    lock.unlock();
     std::vector<FloatBuffer> frames(mWaiting.size());
+    for (FloatBuffer& buffer : frames) {
+        if (mSpare.empty())
+            break;
+        buffer = std::move(mSpare.back());
+        mSpare.pop_back();
+    }
+    lock.unlock();
     const bool hasMore = computeSome(frames);
     lock.lock();
     mIsComputing = false;
@@ -65,11 +72,17 @@ void SequentialReader::keep(int64_t position, std::vector<FloatBuffer>& frames)
     mPosition += std::ssize(frames.front());
     for (size_t track = 0; track < mWaiting.size(); ++track) {
         Pieces& pieces = mWaiting[track];
-        pieces.emplace(position, std::move(frames[track]));
+        pieces.emplace(position, Piece{std::move(frames[track])});
         // Of a track that nobody reads.
         while (pieces.begin()->first < mPosition - kMostWaiting)
-            pieces.erase(pieces.begin());
+            drop(pieces, pieces.begin());
     }
+}
+
+void SequentialReader::drop(Pieces& pieces, Pieces::iterator piece)
+{
+    mSpare.push_back(std::move(piece->second.frames));
+    pieces.erase(piece);
 }
 
 /// Moves the frames at `offset` that wait to `out`, as many as it has room for; gives their number.
@@ -78,24 +91,34 @@ size_t SequentialReader::take(Pieces& pieces, int64_t offset, std::span<float> o
     size_t done = 0;
     while (done < out.size()) {
         const int64_t position = offset + static_cast<int64_t>(done);
-        auto piece = pieces.upper_bound(position);
-        if (piece == pieces.begin())
+        auto found = pieces.upper_bound(position);
+        if (found == pieces.begin())
             break;
-        --piece;
-        const auto skipped = position - piece->first;
-        FloatBuffer& frames = piece->second;
-        if (skipped >= std::ssize(frames))
+        --found;
+        Piece& piece = found->second;
+        const std::span<const float> unread = piece.unread();
+        const auto skipped = static_cast<size_t>(position - found->first);
+        if (skipped >= unread.size())
             break;
-        const auto count = std::min(out.size() - done, frames.size() - static_cast<size_t>(skipped));
-        const auto first = frames.begin() + skipped;
-        const auto last = first + static_cast<std::ptrdiff_t>(count);
-        std::copy(first, last, out.begin() + static_cast<std::ptrdiff_t>(done));
+        const size_t count = std::min(out.size() - done, unread.size() - skipped);
+        std::copy_n(unread.begin() + static_cast<std::ptrdiff_t>(skipped), count,
+                    out.begin() + static_cast<std::ptrdiff_t>(done));
         done += count;
-        if (last != frames.end())
-            pieces.emplace(position + static_cast<int64_t>(count), FloatBuffer(last, frames.end()));
-        frames.resize(static_cast<size_t>(skipped));
-        if (frames.empty())
-            pieces.erase(piece);
+        const std::span<const float> behind = unread.subspan(skipped + count);
+        if (skipped > 0) {
+            // What lies before waits on, and what lies behind apart from it.
+            if (!behind.empty())
+                pieces.emplace(position + static_cast<int64_t>(count),
+                               Piece{FloatBuffer(behind.begin(), behind.end())});
+            piece.frames.resize(piece.numRead + skipped);
+        } else if (behind.empty()) {
+            drop(pieces, found);
+        } else {
+            piece.numRead += count;
+            auto node = pieces.extract(found);
+            node.key() += static_cast<int64_t>(count);
+            pieces.insert(std::move(node));
+        }
     }
     return done;
 }

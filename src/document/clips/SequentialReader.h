@@ -30,16 +30,23 @@ protected:
 
     /// Starts, the first time too, before the first frame. Never two calls of the two at once.
     virtual void begin() = 0;
-    /// The next frames, one buffer of one length a track; false, and nothing, at the end.
+    /// The next frames, one buffer of one length a track; false, and nothing, at the end. The buffers come
+    /// with whatever they held before, so that their memory serves again.
     virtual bool computeSome(std::vector<FloatBuffer>& frames) = 0;
 
 private:
-    /// Of one track, by position.
-    using Pieces = std::map<int64_t, FloatBuffer>;
+    struct Piece {
+        std::span<const float> unread() const { return std::span(frames).subspan(numRead); }
+        FloatBuffer frames;
+        size_t numRead = 0; ///< from its start on
+    };
+    /// Of one track, by the position of the first frame that is not read.
+    using Pieces = std::map<int64_t, Piece>;
 
     bool step(std::unique_lock<std::mutex>& lock);
     void keep(int64_t position, std::vector<FloatBuffer>& frames);
-    static size_t take(Pieces& pieces, int64_t offset, std::span<float> out);
+    size_t take(Pieces& pieces, int64_t offset, std::span<float> out);
+    void drop(Pieces& pieces, Pieces::iterator piece);
 
     std::mutex mMutex;
     bool mIsComputing = false; ///< some thread, which does not hold the mutex meanwhile
@@ -47,6 +54,7 @@ private:
     bool mHasBegun = false;
     int64_t mPosition = 0;        ///< of the next frame to be computed
     std::vector<Pieces> mWaiting; ///< computed and not yet read, of each track
+    std::vector<FloatBuffer> mSpare;
 };
 
 } // namespace velloria

@@ -10,8 +10,9 @@ namespace velloria
 namespace
 {
 
-/// Small enough for the cache, large enough that another core is worth waking for it.
-constexpr int64_t kFramesPerStep = 16384;
+/// Small enough for the cache and for memory that the allocator keeps, large enough that another core is
+/// worth waking for it.
+constexpr int64_t kFramesPerStep = 32768;
 
 /// Tracks as they were, of a document that has others since.
 class TracksBefore final : public FrameSource
