@@ -121,6 +121,7 @@ void Mpeg4File::readAccount(const VLAudioFileDecompressor& decoder)
     mStartFrames = Mpeg4Splice::startFrames(layout, mSound);
     mObstacle = Mpeg4Splice::obstacle(layout, mSound);
     mCanKeepSound = Mpeg4Splice::canKeepSound(layout, mSound);
+    mCanHaveLength = Mpeg4Splice::canHaveLength(layout, mSound);
     mChapterTrackID = Mpeg4Chapters::trackID(layout.movie());
     mHasOtherTracks =
         std::any_of(layout.tracks.begin(), layout.tracks.end(), [this](const Mpeg4Track& track) {
@@ -174,7 +175,8 @@ void Mpeg4File::takeOverLedger()
 }
 
 /// The opened file, when this one is to be a copy of it with new sound: its other tracks keep their times, so
-/// the sound must last as long as it did. A name that says that there is sound only (.m4a) gets sound only.
+/// where there are some the sound must last as long as it did. A name that says that there is sound only
+/// (.m4a) gets sound only.
 const Mpeg4File* Mpeg4File::carriedFile() const
 {
     if (keptSound())
@@ -182,10 +184,16 @@ const Mpeg4File* Mpeg4File::carriedFile() const
     const auto* const opened = dynamic_cast<const Mpeg4File*>(openedFile().get());
     if (!opened || !opened->mObstacle.isEmpty() || opened->mSound.trackID == 0)
         return nullptr;
+    const bool fits = opened->mCanHaveLength || isAsLongAs(*opened);
+    return fits && !isExtractOf(*opened) ? opened : nullptr;
+}
+
+bool Mpeg4File::isAsLongAs(const Mpeg4File& opened) const
+{
     const double seconds = static_cast<double>(mNumberOfFrames) / mSampleRate;
-    const double openedSeconds = static_cast<double>(opened->numberOfFrames()) / opened->sampleRate();
-    const double tick = 1.0 / std::min(mSampleRate, opened->sampleRate());
-    return std::abs(seconds - openedSeconds) < tick && !isExtractOf(*opened) ? opened : nullptr;
+    const double openedSeconds = static_cast<double>(opened.numberOfFrames()) / opened.sampleRate();
+    const double tick = 1.0 / std::min(mSampleRate, opened.sampleRate());
+    return std::abs(seconds - openedSeconds) < tick;
 }
 
 bool Mpeg4File::isExtractOf(const Mpeg4File& opened) const
@@ -341,7 +349,8 @@ MaybeError Mpeg4File::writeCopy(const Mpeg4File& opened, const Mpeg4Layout& layo
         options.tags = &tags;
     options.sampleRate = static_cast<uint32_t>(std::lround(mSampleRate));
     options.markers = mMarkers;
-    options.hasNewChapters = !areEqual(mMarkers, opened.markersOfFile(mSampleRate));
+    options.hasNewLength = sound && !isAsLongAs(opened);
+    options.hasNewChapters = options.hasNewLength || !areEqual(mMarkers, opened.markersOfFile(mSampleRate));
     options.oldChapterTrackID = opened.mChapterTrackID;
     MaybeError error = Mpeg4Splice(film, layout, sound, options).write(*fileHandle(), progress);
     return !error && film.hasChangedOnDisk() ? changedMeanwhile(film) : error;

@@ -57,6 +57,7 @@ private:
     void tellOfEncoding();
     void readAccount(const VLAudioFileDecompressor& decoder);
     const Mpeg4File* carriedFile() const;
+    bool isAsLongAs(const Mpeg4File& opened) const;
     bool isExtractOf(const Mpeg4File& opened) const;
     MarkerList markersOfFile(double sampleRate) const;
     static MaybeError writeSound(const FrameSource& document, const SaveRange& range,
@@ -81,6 +82,8 @@ private:
     /// Items of the ledger whose fate hangs on a value of the metadata, by where their bytes begin.
     std::map<int64_t, Mpeg4BoundItem> mBoundItems;
     bool mHasOtherTracks = false;
+    /// New sound may last longer or shorter than the one that is there.
+    bool mCanHaveLength = false;
     bool mIsQuickTime = false;
     /// Why no new sound can be put into it.
     QString mObstacle;

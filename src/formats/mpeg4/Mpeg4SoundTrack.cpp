@@ -99,6 +99,36 @@ Mpeg4SoundTrack::Mpeg4SoundTrack(const FileHandle& sound, const Mpeg4Track& old,
     dealOut();
 }
 
+void Mpeg4SoundTrack::setLength(int64_t numFrames, uint32_t movieTimescale)
+{
+    // Rounded up: players stop at the end of the edit, and behind the last frame there is nothing to hear.
+    mLength = static_cast<int64_t>(
+        std::ceil(static_cast<double>(numFrames) * movieTimescale / std::max(1U, mTimescale)));
+}
+
+QByteArray Mpeg4SoundTrack::withDuration(const Mpeg4Box& header, qsizetype place, qsizetype widePlace,
+                                         int64_t duration)
+{
+    const bool isWide = header.version() == 1;
+    BigEndianOutputStream out;
+    if (isWide)
+        out.writeSInt64(duration);
+    else
+        out.writeUInt32(static_cast<uint32_t>(std::clamp<int64_t>(duration, 0, kLongest32)));
+    QByteArray payload = header.copy(0, header.size());
+    const qsizetype at = isWide ? widePlace : place;
+    return payload.size() < at + out.data().size() ? payload
+                                                   : payload.replace(at, out.data().size(), out.data());
+}
+
+bool Mpeg4SoundTrack::canHaveLength(const Mpeg4Track& old)
+{
+    const std::vector<Edit> edits = editsOf(old.box);
+    return edits.size() < 2 && std::ranges::all_of(edits, [](const Edit& edit) {
+               return edit.start.has_value() && edit.rate == kNormalRate;
+           });
+}
+
 void Mpeg4SoundTrack::setFirstTime(int64_t time)
 {
     mFirstTime = rescaled(time, mOld.timescale, mTimescale);
@@ -172,15 +202,24 @@ QByteArray Mpeg4SoundTrack::edits() const
         const Mpeg4Box header = mOld.box.descendant({fourCharCode("tkhd")});
         edits.push_back(
             {header.version() == 1 ? header.number(28, 8) : header.number(20, 4), 0, kNormalRate});
-        if (mPrimingFrames == mOldPriming)
+        if (mLength ? mPrimingFrames == 0 : mPrimingFrames == mOldPriming)
             return {};
     }
     for (Edit& edit : edits) {
-        if (edit.start)
+        if (mLength)
+            edit = {static_cast<uint64_t>(*mLength), mPrimingFrames, kNormalRate};
+        else if (edit.start)
             edit.start = std::max<int64_t>(0, rescaled(*edit.start, mOld.timescale, mTimescale) -
                                                   mOldPriming + mPrimingFrames);
     }
     return editList(edits);
+}
+
+/// The 'tkhd' box.
+QByteArray Mpeg4SoundTrack::header(const Mpeg4Box& old) const
+{
+    return mpeg4Box(fourCharCode("tkhd"),
+                    mLength ? withDuration(old, 20, 28, *mLength) : old.copy(0, old.size()));
 }
 
 QByteArray Mpeg4SoundTrack::box(std::span<const int64_t> offsets, bool isWide) const
@@ -188,8 +227,8 @@ QByteArray Mpeg4SoundTrack::box(std::span<const int64_t> offsets, bool isWide) c
     const bool hasEdits = !mOld.box.children(fourCharCode("edts")).empty();
     const QByteArray payload = mpeg4PayloadWith(
         mOld.box, [&](const Mpeg4Box::Child& child, const Mpeg4Box& old) -> std::optional<QByteArray> {
-            if (child.type == fourCharCode("tkhd") && !hasEdits)
-                return mOld.box.wholeOf(child) + edits();
+            if (child.type == fourCharCode("tkhd"))
+                return header(old) + (hasEdits ? QByteArray() : edits());
             if (child.type == fourCharCode("edts"))
                 return edits();
             if (child.type == fourCharCode("mdia"))

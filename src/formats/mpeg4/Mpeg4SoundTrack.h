@@ -52,6 +52,15 @@ public:
     QByteArray fragmentTime(size_t part) const;
     /// The 'trun' box of a part; `dataOffset` is from the base of the fragment.
     QByteArray fragmentRun(size_t part, int32_t dataOffset) const;
+    /// For sound that lasts longer or shorter than the old one: times of the track's header and of its only
+    /// edit, which shows `numFrames` behind the priming, are counted in this unit.
+    void setLength(int64_t numFrames, uint32_t movieTimescale);
+    /// The payload of a 'tkhd' or 'mvhd' box whose duration, at one place or the other by its version, is
+    /// another.
+    static QByteArray withDuration(const Mpeg4Box& header, qsizetype place, qsizetype widePlace,
+                                   int64_t duration);
+    /// Whether that can be told: the old track shows its sound in one piece.
+    static bool canHaveLength(const Mpeg4Track& old);
     /// Where the samples of fragments begin in the media's time, in its old units.
     void setFirstTime(int64_t time);
 
@@ -64,6 +73,7 @@ private:
     void readPackets(const FileHandle& sound, const PacketTable& table);
     void dealOut();
     QByteArray edits() const;
+    QByteArray header(const Mpeg4Box& old) const;
     QByteArray mediaHeader(const Mpeg4Box& old) const;
     QByteArray media(const Mpeg4Box& old, std::span<const int64_t> offsets, bool isWide) const;
     QByteArray sampleTable(std::span<const int64_t> offsets, bool isWide) const;
@@ -80,6 +90,8 @@ private:
     int64_t mOldPriming = 0;
     int64_t mFirstTime = 0;
     int64_t mFirstOffset = 0;
+    /// In units of the movie; nothing where it is the old one.
+    std::optional<int64_t> mLength;
     std::vector<Packet> mPackets;
     std::vector<Part> mParts;
 };

@@ -144,6 +144,16 @@ QString Mpeg4Splice::obstacle(const Mpeg4Layout& layout, const Mpeg4OpenedSound&
     return {};
 }
 
+bool Mpeg4Splice::canHaveLength(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened)
+{
+    const Mpeg4Track* const sound = layout.track(opened.trackID);
+    const uint32_t chapterTrackID = Mpeg4Chapters::trackID(layout.movie());
+    return sound && layout.fragments.empty() && Mpeg4SoundTrack::canHaveLength(*sound) &&
+           std::ranges::all_of(layout.tracks, [&](const Mpeg4Track& track) {
+               return track.id == opened.trackID || track.id == chapterTrackID;
+           });
+}
+
 double Mpeg4Splice::startFrames(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened)
 {
     const Mpeg4Track* const sound = layout.track(opened.trackID);
@@ -178,13 +188,31 @@ Mpeg4Splice::Mpeg4Splice(const FileHandle& film, const Mpeg4Layout& layout, cons
         mNewTrack.emplace(*sound, mOldTrack, mOptions.opened, mOptions.table);
     if (sound && mOldTrack.numChunks == 0)
         mNewTrack->setFirstTime(firstTime(layout, mOldTrack.id).value_or(0));
+    if (sound && mOptions.hasNewLength)
+        mNewTrack->setLength(mOptions.table.numberOfValidFrames, movieTimescale());
     if (mOptions.hasNewChapters && mOptions.markers && !mOptions.markers->empty()) {
         const double scale = mOptions.sampleRate / mOptions.opened.sampleRate;
         mChapters.emplace(mOptions.markers, mOptions.sampleRate, mOptions.table.numberOfValidFrames,
                           std::llround(startFrames(layout, mOptions.opened) * scale));
-        mChapters->setMovieTimescale(
-            std::max(1U, mpeg4Timescale(layout.movie().descendant({fourCharCode("mvhd")}))));
+        mChapters->setMovieTimescale(movieTimescale());
     }
+}
+
+uint32_t Mpeg4Splice::movieTimescale() const
+{
+    return std::max(1U, mpeg4Timescale(mLayout.movie().descendant({fourCharCode("mvhd")})));
+}
+
+/// The 'mvhd' box; the sound is all that lasts.
+QByteArray Mpeg4Splice::movieHeader(const Mpeg4Box& old) const
+{
+    const double length = static_cast<double>(mOptions.table.numberOfValidFrames) * movieTimescale() /
+                          std::max(1U, mOptions.sampleRate);
+    const bool isAsItWas = !mNewTrack || !mOptions.hasNewLength;
+    return mpeg4Box(
+        fourCharCode("mvhd"),
+        isAsItWas ? old.copy(0, old.size())
+                  : Mpeg4SoundTrack::withDuration(old, 16, 24, static_cast<int64_t>(std::ceil(length))));
 }
 
 /// The media data that stay, and between them the places of the sound.
@@ -413,7 +441,9 @@ QByteArray Mpeg4Splice::movie() const
 {
     size_t index = 0;
     QByteArray payload = mpeg4PayloadWith(
-        mLayout.movie(), [&](const Mpeg4Box::Child& child, const Mpeg4Box&) -> std::optional<QByteArray> {
+        mLayout.movie(), [&](const Mpeg4Box::Child& child, const Mpeg4Box& old) -> std::optional<QByteArray> {
+            if (child.type == fourCharCode("mvhd"))
+                return movieHeader(old);
             if (child.type != fourCharCode("trak"))
                 return std::nullopt;
             return trackBox(mLayout.tracks[index++]);

@@ -15,7 +15,7 @@ namespace velloria
 /// the other tracks' samples. Everything else is carried over byte for byte (pictures, other sound,
 /// subtitles, user data, private boxes); only the tables that say where samples lie are made anew, movie
 /// fragments and their indexes included. New sound lasts as long as the old one, so that no time in the file
-/// changes; without new sound the old one stays, packet by packet.
+/// changes, unless it stands there alone; without new sound the old one stays, packet by packet.
 class Mpeg4Splice
 {
 public:
@@ -23,6 +23,8 @@ public:
         Mpeg4OpenedSound opened;
         /// Where the document's frames lie in the new sound.
         PacketTable table;
+        /// The new sound lasts longer or shorter than the old one.
+        bool hasNewLength = false;
         /// Tags that are to be changed; null for none.
         const Mpeg4MovieEdit::Tags* tags = nullptr;
         /// Whether the chapters are made anew, from these (which may be none), on the clock of `sampleRate`.
@@ -35,6 +37,9 @@ public:
 
     /// Why new sound cannot be put into a file, for a person; empty when it can.
     static QString obstacle(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened);
+    /// Whether new sound may have another length: nothing else in the file has times, chapters apart, which
+    /// are made anew then.
+    static bool canHaveLength(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened);
     /// Whether a file can be written with other tags and chapters around the sound that it has.
     static bool canKeepSound(const Mpeg4Layout& layout, const Mpeg4OpenedSound& opened);
 
@@ -84,6 +89,8 @@ private:
     std::vector<int64_t> chunkOffsets(const Mpeg4Track& track) const;
 
     QByteArray movie() const;
+    QByteArray movieHeader(const Mpeg4Box& old) const;
+    uint32_t movieTimescale() const;
     QByteArray trackBox(const Mpeg4Track& track) const;
     Mpeg4MovieEdit::Chapters chapters() const;
     MaybeError writePiece(const Piece& piece, FileHandle& out, Progress& progress) const;

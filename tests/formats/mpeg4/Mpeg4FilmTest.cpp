@@ -325,6 +325,43 @@ TEST_F(Mpeg4FilmTest, KeepsWhatStandsInFreeSpaceOrTellsIt)
     EXPECT_EQ(packetsOf("new.mp4", "v"), packetsOf("film.mp4", "v"));
 }
 
+TEST_F(Mpeg4FilmTest, KeepsWhatStandsBesideSoundOfAnotherLength)
+{
+    for (const char* const line : {"-c:a alac", "-c:a alac -movflags +faststart", "-c:a aac"}) {
+        ffmpeg(QStringLiteral("-i sound.wav -i c.txt -map_metadata 1 -metadata title=Kept %1 alone.m4a")
+                   .arg(line));
+        const QByteArray box = mpeg4Box(fourCharCode("uuid"), QByteArray(16, 'u') + "private");
+        writeBytes("alone.m4a", readBytes("alone.m4a") + box);
+        const auto file = open("alone.m4a");
+        ASSERT_TRUE(file);
+        const Sound whole = decoded(*file);
+        for (const int64_t numFrames : {int64_t{1}, int64_t{50001}, whole.numFrames() * 2}) {
+            SCOPED_TRACE(QStringLiteral("%1, %2").arg(line).arg(numFrames).toStdString());
+            Sound sound = whole;
+            sound.samples.resize(static_cast<size_t>(numFrames) * 2);
+            for (size_t n = 0; n < sound.samples.size(); ++n)
+                sound.samples[n] = std::round(whole.samples[n % whole.samples.size()] * 16384.0F) / 32768.0F;
+            const std::vector<std::pair<int64_t, QString>> markers = {{0, "first"}};
+            saveInto<Mpeg4AppleLosslessFile>(file, "new.m4a", sound, markerList(markers));
+            EXPECT_TRUE(readBytes("new.m4a").contains(box));
+            const auto again = open("new.m4a");
+            ASSERT_TRUE(again);
+            EXPECT_EQ(decoded(*again).samples, sound.samples);
+            EXPECT_EQ(markersOf(*again), markers);
+            EXPECT_EQ(again->metadata().title(), "Kept");
+            const QJsonObject found = probed("new.m4a");
+            const double seconds = static_cast<double>(numFrames) / sound.sampleRate;
+            EXPECT_NEAR(found["format"].toObject()["duration"].toString().toDouble(), seconds, 0.002);
+            EXPECT_EQ(run("bash", {"-c", "ffmpeg -v warning -i new.m4a -map 0:a -f null - 2>&1"}), "");
+            EXPECT_EQ(
+                run("ffmpeg", {"-v", "error", "-i", "new.m4a", "-map", "0:a", "-f", "s16le", "-"}).size(),
+                numFrames * 4);
+            std::filesystem::remove(path("new.m4a"));
+        }
+        std::filesystem::remove(path("alone.m4a"));
+    }
+}
+
 TEST_F(Mpeg4FilmTest, TellsWhatItCannotKeepAndRefusesToReplaceTheFilm)
 {
     makeFilm(
