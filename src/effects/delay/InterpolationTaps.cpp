@@ -57,33 +57,49 @@ Products makeProducts()
     return products;
 }
 
-/// The first of a read's neighbours, from the mark.
+/// Of each read the first of its neighbours, from the mark, how far that lies from it, and whether there are
+/// six.
 struct FirstKernel {
-    VELLORIA_KERNEL static void run(const float* positions, size_t count, int32_t* __restrict firsts)
+    VELLORIA_KERNEL static void run(const float* positions, size_t count, int32_t* __restrict firsts,
+                                    float* __restrict distances, int32_t* __restrict haveSix)
     {
-        // Truncation rounds up what is below zero, and is an instruction where rounding is a call.
-        for (size_t i = 0; i < count; ++i)
-            firsts[i] = static_cast<int32_t>(positions[i] - kHalfWidth);
+        for (size_t i = 0; i < count; ++i) {
+            const float lowest = positions[i] - kHalfWidth;
+            // Truncation rounds up what is below zero, and is an instruction where rounding is a call.
+            const auto first = static_cast<int32_t>(lowest);
+            const float highest = lowest + kWidth;
+            const auto truncated = static_cast<int32_t>(highest);
+            const int32_t last = highest < static_cast<float>(truncated) ? truncated - 1 : truncated;
+            firsts[i] = first;
+            distances[i] = static_cast<float>(first) - positions[i];
+            haveSix[i] = first + 5 <= last ? 1 : 0;
+        }
     }
 };
 
+/// Where the product for a neighbour stands that lies `tap` frames behind the first one.
 struct EntryKernel {
-    VELLORIA_KERNEL static void run(const float* positions, const int32_t* firsts, size_t count, int32_t tap,
+    VELLORIA_KERNEL static void run(const float* distances, size_t count, float tap,
                                     int32_t* __restrict entries)
     {
         for (size_t i = 0; i < count; ++i) {
-            const float highest = positions[i] - kHalfWidth + kWidth;
-            const auto truncated = static_cast<int32_t>(highest);
-            const int32_t last = highest < static_cast<float>(truncated) ? truncated - 1 : truncated;
-            const float distance =
-                std::fabs(static_cast<float>(firsts[i]) - positions[i] + static_cast<float>(tap));
+            const float distance = std::fabs(distances[i] + tap);
             // Two scales, as the tables are read: their last digits differ.
             const auto inFilter = static_cast<int32_t>(distance * 1023.0F * 0.36363637F);
             const auto inWindow = static_cast<int32_t>(2.0F * distance * 0.18181819F * 1023.0F);
             const int32_t lastFilter = inFilter < kLastEntry ? inFilter : kLastEntry;
             const int32_t lastWindow = inWindow < kLastEntry ? inWindow : kLastEntry;
-            entries[i] = firsts[i] + tap <= last ? 2 * lastFilter + lastWindow + 1 : kNoWeight;
+            entries[i] = 2 * lastFilter + lastWindow + 1;
         }
+    }
+};
+
+/// A sixth neighbour that there is not has no weight; five there are always.
+struct SixthKernel {
+    VELLORIA_KERNEL static void run(const int32_t* haveSix, size_t count, int32_t* __restrict entries)
+    {
+        for (size_t i = 0; i < count; ++i)
+            entries[i] = haveSix[i] != 0 ? entries[i] : kNoWeight;
     }
 };
 
@@ -150,11 +166,15 @@ void InterpolationTaps::set(std::span<const float> positions)
     static const Products products = makeProducts();
     const size_t count = positions.size();
     mNumReads = count;
+    std::array<float, kMostReads> distances;
+    std::array<int32_t, kMostReads> haveSix;
     std::array<int32_t, kMostReads> entries;
-    runKernel<FirstKernel>(positions.data(), count, mFirsts.data());
+    runKernel<FirstKernel>(positions.data(), count, mFirsts.data(), distances.data(), haveSix.data());
     for (size_t tap = 0; tap < kMostTaps; ++tap) {
-        runKernel<EntryKernel>(positions.data(), static_cast<const int32_t*>(mFirsts.data()), count,
-                               static_cast<int32_t>(tap), entries.data());
+        runKernel<EntryKernel>(static_cast<const float*>(distances.data()), count, static_cast<float>(tap),
+                               entries.data());
+        if (tap + 1 == kMostTaps)
+            runKernel<SixthKernel>(static_cast<const int32_t*>(haveSix.data()), count, entries.data());
         for (size_t i = 0; i < count; ++i)
             mWeights[tap][i] = products[static_cast<size_t>(entries[i])];
     }
