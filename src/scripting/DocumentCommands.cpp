@@ -19,8 +19,8 @@ const QString kPath = QStringLiteral("Path");
 const QString kType = QStringLiteral("Type");
 const QString kOption = QStringLiteral("Option");
 const QString kSeams = QStringLiteral("Seams");
-// In the order of SeamMode.
-const QStringList kSeamModes = {QStringLiteral("exact"), QStringLiteral("packets"), QStringLiteral("none")};
+const QString kEncodeAll = QStringLiteral("none");
+const QStringList kSeamModes = {QStringLiteral("exact"), kEncodeAll};
 const QString kFolder = QStringLiteral("Folder");
 const QString kPrefix = QStringLiteral("Prefix");
 // What the formats that hold most of them can count.
@@ -138,7 +138,7 @@ MaybeError save(SoundController& controller, const QVariantMap& arguments)
     if (arguments.contains(kOption))
         request.optionTag = SaveArguments::optionTag(arguments.value(kOption).toString()).value_or(0);
     if (arguments.contains(kSeams))
-        request.seams = static_cast<SeamMode>(kSeamModes.indexOf(arguments.value(kSeams).toString()));
+        request.seams = arguments.value(kSeams).toString() == kEncodeAll ? SeamMode::none : SeamMode::exact;
     if (arguments.contains(kPath)) {
         QString problem;
         const auto target = SaveArguments::targetType(arguments.value(kType).toString(), request.path,
@@ -157,12 +157,11 @@ MaybeError save(SoundController& controller, const QVariantMap& arguments)
 
 CommandParameter seamsParameter()
 {
-    CommandParameter parameter =
-        makeParameter(kSeams, Type::string, {}, {}, {}, {},
-                      QStringLiteral("Copies packets of the opened file that no command touched: exact keeps "
-                                     "every frame in its place, packets may move cuts by up to half a packet "
-                                     "to encode less, none encodes all. Left out, the preference tells "
-                                     "(exact, or none)."));
+    CommandParameter parameter = makeParameter(
+        kSeams, Type::string, {}, {}, {}, {},
+        QStringLiteral("Copies packets of the opened file that no command touched: exact does and "
+                       "keeps every frame in its place, none encodes all. Left out, the "
+                       "preference tells."));
     parameter.choices = kSeamModes;
     return parameter;
 }
