@@ -55,6 +55,7 @@ bool SequentialReader::step(std::unique_lock<std::mutex>& lock)
             break;
         buffer = std::move(mSpare.back());
         mSpare.pop_back();
+        buffer.clear();
     }
     lock.unlock();
     const bool hasMore = computeSome(frames);

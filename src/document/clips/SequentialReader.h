@@ -31,7 +31,7 @@ protected:
     /// Starts, the first time too, before the first frame. Never two calls of the two at once.
     virtual void begin() = 0;
     /// The next frames, one buffer of one length a track; false, and nothing, at the end. The buffers come
-    /// with whatever they held before, so that their memory serves again.
+    /// empty, with memory that serves again.
     virtual bool computeSome(std::vector<FloatBuffer>& frames) = 0;
 
 private:
