@@ -1,6 +1,7 @@
 #include "formats/wave/WaveCues.h"
 
 #include "formats/chunks/MarkerMatching.h"
+#include "formats/streams/ByteText.h"
 #include "formats/wave/WaveChunkNames.h"
 #include "formats/wave/WaveMarkers.h"
 
@@ -18,6 +19,12 @@ constexpr uint32_t highestIdent = 0x3FFFFFFF;
 int64_t storedPosition(int64_t position)
 {
     return std::clamp<int64_t>(position, 0, WaveMarkers::highestPosition);
+}
+
+/// As far as both kinds of markers can hold it: a label ends at the first zero.
+QByteArray comparedName(const QString& name)
+{
+    return ByteText::bytesOfText(WaveMarkers::storedName(name));
 }
 
 } // namespace
@@ -140,7 +147,7 @@ WaveCues::OwnMarkers WaveCues::compareWith(const std::vector<AudioMarkerPtr>& ow
 {
     std::map<std::pair<int64_t, QByteArray>, std::vector<size_t>> left;
     for (size_t i = own.size(); i-- > 0;)
-        left[{storedPosition(own[i]->position()), WaveMarkers::storedName(own[i]->name())}].push_back(i);
+        left[{storedPosition(own[i]->position()), comparedName(own[i]->name())}].push_back(i);
     std::vector<bool> isTaken(own.size());
     // Gives the index of one that is taken then.
     const auto take = [&](decltype(left)::iterator found) {
@@ -155,8 +162,7 @@ WaveCues::OwnMarkers WaveCues::compareWith(const std::vector<AudioMarkerPtr>& ow
     std::vector<size_t> missing;
     for (size_t i = 0; i < mMarkers.size(); ++i) {
         const AudioMarker& marker = mMarkers[i];
-        const auto found =
-            left.find({storedPosition(marker.position()), WaveMarkers::storedName(marker.name())});
+        const auto found = left.find({storedPosition(marker.position()), comparedName(marker.name())});
         if (found == left.end())
             missing.push_back(i);
         else
